@@ -1,0 +1,7 @@
+#ifndef ORMU_EXPORT_H
+#define ORMU_EXPORT_H
+
+/* Marks what the library offers to other programs; everything else stays hidden. C99 and C++. */
+#define ORMU_SIPSETUP_EXPORT __attribute__((visibility("default")))
+
+#endif
