@@ -34,6 +34,7 @@ void ormuLog(OrmuLogLevel level, const char* file, int line, const char* functio
 
 void ormuAssertFailed(const char* file, int line)
 {
-    std::fprintf(stderr, "{%d} %s:%d\tormu assert failed !\n\n", ORMU_LEVEL_ERROR, sourceBaseName(file), line);
+    std::fprintf(stderr, "{%d} %s:%d\tormu assert failed !\n\n", ORMU_LEVEL_ERROR, sourceBaseName(file),
+                 line);
     std::abort();
 }

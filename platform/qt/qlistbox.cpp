@@ -1,0 +1,127 @@
+#include "qlistbox.h"
+
+#include "OrmuApplication.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+
+QListBox::QListBox(QWidget* parent, const char* name) : QListWidget(parent)
+{
+    setObjectName(QString::fromLatin1(name));
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    longPressTimer_.setSingleShot(true);
+    connect(&longPressTimer_, &QTimer::timeout, this, &QListBox::longPress);
+}
+
+void QListBox::insertItem(QListBoxItem* item, int index)
+{
+    QListWidget::insertItem(index < 0 || index > count() ? count() : index, item);
+}
+
+QListBoxItem* QListBox::item(int index) const
+{
+    return static_cast<QListBoxItem*>(QListWidget::item(index));
+}
+
+QListBoxItem* QListBox::itemAtPoint(const QPoint& viewportPos) const
+{
+    return static_cast<QListBoxItem*>(itemAt(viewportPos));
+}
+
+QPoint QListBox::centreOf(const QListBoxItem* item) const
+{
+    return viewport()->mapToGlobal(visualItemRect(item).center());
+}
+
+void QListBox::clickItem(QListBoxItem*) {}
+
+void QListBox::click(QListBoxItem* item, const QPoint& globalPos)
+{
+    if (item != nullptr)
+        clickItem(item);
+    emit mouseButtonClicked(Qt::LeftButton, item, globalPos);
+}
+
+void QListBox::mousePressEvent(QMouseEvent* event)
+{
+    QListWidget::mousePressEvent(event);
+    event->accept();
+    pressPos_ = event->position().toPoint();
+    pressedItem_ = itemAtPoint(pressPos_);
+    pressed_ = event->button() == Qt::LeftButton;
+    if (pressed_ && OrmuApplication::mouseMode(viewport()) == 1)
+        longPressTimer_.start(LONG_PRESS_MS);
+    if (event->button() == Qt::RightButton)
+        emit rightButtonPressed(pressedItem_, event->globalPosition().toPoint());
+}
+
+void QListBox::mouseMoveEvent(QMouseEvent* event)
+{
+    QListWidget::mouseMoveEvent(event);
+    const QPoint moved = event->position().toPoint() - pressPos_;
+    if (moved.manhattanLength() >= QApplication::startDragDistance())
+        longPressTimer_.stop();
+}
+
+void QListBox::mouseReleaseEvent(QMouseEvent* event)
+{
+    longPressTimer_.stop();
+    QListWidget::mouseReleaseEvent(event);
+    event->accept();
+    QListBoxItem* released = itemAtPoint(event->position().toPoint());
+    const bool isClick = pressed_ && event->button() == Qt::LeftButton && released == pressedItem_;
+    pressed_ = false;
+    if (isClick)
+        click(released, event->globalPosition().toPoint());
+}
+
+void QListBox::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    // The second press of two quick clicks is a press like any other.
+    mousePressEvent(event);
+}
+
+void QListBox::longPress()
+{
+    QListBoxItem* item = itemAtPoint(pressPos_);
+    if (!pressed_ || item != pressedItem_)
+        return;
+    pressed_ = false;
+    emit rightButtonPressed(item, viewport()->mapToGlobal(pressPos_));
+}
+
+void QListBox::keyPressEvent(QKeyEvent* event)
+{
+    QListBoxItem* current = item(currentRow());
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Select:
+        event->accept();
+        if (current != nullptr)
+            click(current, centreOf(current));
+        break;
+    case Qt::Key_Menu:
+        event->accept();
+        if (current != nullptr && OrmuApplication::mouseMode(viewport()) == 1)
+            emit rightButtonPressed(current, centreOf(current));
+        break;
+    case Qt::Key_F1:
+    case Qt::Key_F2:
+    case Qt::Key_F3:
+    case Qt::Key_Escape:
+        event->ignore(); // soft keys: the screen's
+        break;
+    default:
+        QListWidget::keyPressEvent(event);
+    }
+}
+
+void QListBox::focusInEvent(QFocusEvent* event)
+{
+    QListWidget::focusInEvent(event);
+    if (currentRow() < 0 && count() > 0)
+        setCurrentRow(0);
+}

@@ -1,0 +1,99 @@
+#include "OrmuPhoneWindow.h"
+
+#include "OrmuGlobal.h"
+#include "OrmuStyle.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QPainter>
+
+OrmuPhoneWindow* OrmuPhoneWindow::window_ = nullptr;
+
+OrmuPhoneWindow* OrmuPhoneWindow::instance()
+{
+    if (window_ == nullptr) {
+        OrmuStyle::install();
+        window_ = new OrmuPhoneWindow;
+        qAddPostRoutine([] { delete window_; });
+    }
+    return window_;
+}
+
+OrmuPhoneWindow::OrmuPhoneWindow()
+{
+    setFixedSize(OrmuGlobal::getScreenSize());
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+OrmuPhoneWindow::~OrmuPhoneWindow()
+{
+    window_ = nullptr;
+    for (QObject* child : QObjectList(children()))
+        if (auto* screen = qobject_cast<QWidget*>(child))
+            screen->setParent(nullptr);
+}
+
+QRect OrmuPhoneWindow::fitPopup(const QRect& wanted)
+{
+    const OrmuPhoneWindow* phone = instance();
+    const QRect room(phone->mapToGlobal(QPoint()), phone->size());
+    QRect fitted = wanted;
+    fitted.moveLeft(qMax(room.left(), qMin(wanted.left(), room.right() - wanted.width() + 1)));
+    fitted.moveTop(qMax(room.top(), qMin(wanted.top(), room.bottom() - wanted.height() + 1)));
+    return fitted;
+}
+
+void OrmuPhoneWindow::place(QWidget* screen)
+{
+    OrmuPhoneWindow* phone = instance();
+    if (screen->parentWidget() == nullptr)
+        screen->setParent(phone, Qt::SubWindow);
+    QPoint corner;
+    if (phone->isAncestorOf(screen->parentWidget()))
+        corner = screen->parentWidget()->mapFrom(phone, corner);
+    screen->setGeometry(QRect(corner, phone->size()));
+    if (!phone->isVisible() && screen->window() == phone)
+        phone->show();
+}
+
+void OrmuPhoneWindow::entered(QWidget* screen)
+{
+    OrmuPhoneWindow* phone = instance();
+    phone->screens_.removeOne(screen);
+    phone->screens_.append(screen);
+    screen->raise();
+    giveFocus(screen);
+}
+
+void OrmuPhoneWindow::left(QWidget* screen)
+{
+    if (window_ == nullptr || !window_->screens_.removeOne(screen) || window_->screens_.isEmpty())
+        return;
+    giveFocus(window_->screens_.last());
+}
+
+void OrmuPhoneWindow::giveFocus(QWidget* screen)
+{
+    QWidget* last = screen->focusWidget();
+    (last != nullptr ? last : screen)->setFocus(Qt::OtherFocusReason);
+}
+
+QWidget* OrmuPhoneWindow::topScreen() const
+{
+    return screens_.isEmpty() ? nullptr : screens_.last();
+}
+
+QPixmap OrmuPhoneWindow::picture()
+{
+    QPixmap picture = grab();
+    QPainter painter(&picture);
+    for (QWidget* top : QApplication::topLevelWidgets())
+        if (top->isVisible() && top->windowType() == Qt::Popup)
+            painter.drawPixmap(mapFromGlobal(top->pos()), top->grab());
+    return picture;
+}
+
+void OrmuPhoneWindow::paintEvent(QPaintEvent*)
+{
+    QPainter(this).fillRect(rect(), OrmuStyle::screenColor());
+}

@@ -1,0 +1,44 @@
+#ifndef ORMUPHONEWINDOW_H
+#define ORMUPHONEWINDOW_H
+
+#include <QList>
+#include <QWidget>
+
+// The phone's screen: one window of fixed size, in which every full-screen widget and dialog opens over the
+// others. The screen that was opened last has the keys. A screen that has no parent is shown in this window
+// but stays its maker's: the window never deletes one.
+class OrmuPhoneWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // Made on first use; goes with the application.
+    static OrmuPhoneWindow* instance();
+    // Where a popup of that size and global place fits on the phone.
+    static QRect fitPopup(const QRect& wanted);
+
+    // A screen calls these around its own showing: place() before it becomes visible, entered() after,
+    // left() once it is hidden or about to be deleted.
+    static void place(QWidget* screen);
+    static void entered(QWidget* screen);
+    static void left(QWidget* screen);
+
+    // The screen that has the keys; null when none is open.
+    QWidget* topScreen() const;
+    // What the user sees, open menus included.
+    QPixmap picture();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    OrmuPhoneWindow();
+    ~OrmuPhoneWindow() override;
+
+    static void giveFocus(QWidget* screen);
+
+    static OrmuPhoneWindow* window_;
+    QList<QWidget*> screens_; // in the order of their opening
+};
+
+#endif

@@ -1,0 +1,171 @@
+#include "UTIL_ListBox.h"
+
+#include "OrmuStyle.h"
+
+#include <QPainter>
+#include <QStyledItemDelegate>
+
+namespace {
+constexpr int ROW_HEIGHT = 26;
+constexpr int ICON_COLUMN = 26;
+constexpr int MARK_SIZE = 16;
+constexpr int MARGIN = 5;
+
+QString columnsOf(const QString& format)
+{
+    QString columns;
+    for (qsizetype i = 0; i + 1 < format.size(); ++i)
+        if (format[i] == QLatin1Char('%'))
+            columns += format[++i];
+    return columns;
+}
+
+class RowDelegate : public QStyledItemDelegate
+{
+public:
+    explicit RowDelegate(QListBox* list) : QStyledItemDelegate(list), list_(list) {}
+
+    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
+    {
+        return {list_->viewport()->width(), ROW_HEIGHT};
+    }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const auto* row = static_cast<UTIL_ListBoxItem*>(list_->item(index.row()));
+        const bool current = index.row() == list_->currentItem();
+        const bool focused = current && list_->hasFocus();
+        if (current)
+            painter->fillRect(option.rect, focused ? option.palette.highlight()
+                                                   : option.palette.brush(QPalette::Midlight));
+        painter->setPen(option.palette.color(focused ? QPalette::HighlightedText : QPalette::Text));
+        QRect cell = option.rect;
+        const QString columns = row->columns();
+        for (int column = 0; column < columns.size(); ++column)
+            cell.setLeft(paintColumn(painter, cell, *row, column));
+    }
+
+private:
+    // Returns where the next column begins.
+    static int paintColumn(QPainter* painter, const QRect& cell, const UTIL_ListBoxItem& row, int column)
+    {
+        switch (row.columns().at(column).toLatin1()) {
+        case 'I':
+            paintIcon(painter, cell, row.pixmap(column));
+            return cell.left() + ICON_COLUMN;
+        case 'C':
+            paintMark(painter, cell, row.isChecked(), MARK_SIZE / 5);
+            return cell.left() + ICON_COLUMN;
+        case 'R':
+            paintMark(painter, cell, row.isChecked(), MARK_SIZE / 2);
+            return cell.left() + ICON_COLUMN;
+        case 'T':
+            return paintText(painter, cell, row.getString(column));
+        default:
+            return cell.left();
+        }
+    }
+
+    static void paintIcon(QPainter* painter, const QRect& cell, const QPixmap& icon)
+    {
+        QRect place(0, 0, icon.width(), icon.height());
+        place.moveCenter(QRect(cell.left(), cell.top(), ICON_COLUMN, cell.height()).center());
+        painter->drawPixmap(place, icon);
+    }
+
+    static int paintText(QPainter* painter, const QRect& cell, const QString& text)
+    {
+        const QRect place = cell.adjusted(MARGIN, 0, -MARGIN, 0);
+        const QString shown = painter->fontMetrics().elidedText(text, Qt::ElideRight, place.width());
+        painter->drawText(place, Qt::AlignVCenter | Qt::AlignLeft, shown);
+        return place.left() + painter->fontMetrics().horizontalAdvance(shown) + MARGIN;
+    }
+
+    static void paintMark(QPainter* painter, const QRect& cell, bool checked, int corner)
+    {
+        QRect place(0, 0, MARK_SIZE, MARK_SIZE);
+        place.moveCenter(QRect(cell.left(), cell.top(), ICON_COLUMN, cell.height()).center());
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setBrush(Qt::white);
+        painter->setPen(QPen(QColor(0x55, 0x66, 0x78), 1.4));
+        painter->drawRoundedRect(place, corner, corner);
+        if (checked) {
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(OrmuStyle::focusColor());
+            painter->drawRoundedRect(place.adjusted(4, 4, -4, -4), corner / 2.0, corner / 2.0);
+        }
+        painter->restore();
+    }
+
+    QListBox* list_;
+};
+} // namespace
+
+UTIL_ListBoxItem::UTIL_ListBoxItem(QListBox*, const QString& format, bool checked)
+    : columns_(columnsOf(format)), checked_(checked)
+{
+}
+
+void UTIL_ListBoxItem::setString(int column, const QString& text)
+{
+    if (column < 0 || column >= columns_.size() || columns_.at(column) != QLatin1Char('T'))
+        return;
+    strings_[column] = text;
+    if (columns_.indexOf(QLatin1Char('T')) == column)
+        setText(text);
+}
+
+QString UTIL_ListBoxItem::getString(int column) const
+{
+    return strings_.value(column);
+}
+
+void UTIL_ListBoxItem::setPixmap(int column, const QPixmap& pixmap)
+{
+    pixmaps_[column] = pixmap;
+}
+
+QPixmap UTIL_ListBoxItem::pixmap(int column) const
+{
+    return pixmaps_.value(column);
+}
+
+UTIL_ListBox::UTIL_ListBox(const QString&, QWidget* parent, unsigned int) : QListBox(parent)
+{
+    setItemDelegate(new RowDelegate(this));
+    setFrameShape(QFrame::NoFrame);
+    setUniformItemSizes(true);
+}
+
+void UTIL_ListBox::checkItem(int index, bool checked)
+{
+    checkItem(item(index), checked);
+}
+
+void UTIL_ListBox::checkItem(QListBoxItem* item, bool checked)
+{
+    auto* marked = static_cast<UTIL_ListBoxItem*>(item);
+    if (marked == nullptr)
+        return;
+    if (checked && marked->columns().contains(QLatin1Char('R')))
+        for (int i = 0; i < count(); ++i)
+            static_cast<UTIL_ListBoxItem*>(this->item(i))->checked_ = false;
+    marked->checked_ = checked;
+    viewport()->update();
+}
+
+bool UTIL_ListBox::itemChecked(int index) const
+{
+    const auto* row = static_cast<UTIL_ListBoxItem*>(item(index));
+    return row != nullptr && row->isChecked();
+}
+
+void UTIL_ListBox::clickItem(QListBoxItem* item)
+{
+    const auto* row = static_cast<UTIL_ListBoxItem*>(item);
+    if (row->columns().contains(QLatin1Char('R')))
+        checkItem(item, true);
+    else if (row->columns().contains(QLatin1Char('C')))
+        checkItem(item, !row->isChecked());
+}
