@@ -1,0 +1,70 @@
+#include "HomeScreen.h"
+
+#include "OrmuGlobal.h"
+#include "OrmuPushButton.h"
+#include "SETUP_SIP_ProfileListBase.h"
+#include "SetupLibrary.h"
+#include "UTIL_CST.h"
+#include "UTIL_ListBox.h"
+
+#include <QLabel>
+
+namespace {
+enum Entry { ENTRY_SIP_PROFILE = 0 };
+
+constexpr int TITLE_HEIGHT = 30;
+const char ROW_FORMAT[] = "%T";
+} // namespace
+
+HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home")
+{
+    const QRect content = OrmuGlobal::getContentR();
+    auto* title = new QLabel(tr("Settings", "2.6.11;DIALOG_TITLE"), getContentWidget());
+    title->setGeometry(0, 0, content.width(), TITLE_HEIGHT);
+    getContentWidget()->addChild(title, 0, 0);
+
+    entries_ = new UTIL_ListBox(ROW_FORMAT, getContentWidget(), 0);
+    entries_->setGeometry(0, TITLE_HEIGHT, content.width(), content.height() - TITLE_HEIGHT);
+    getContentWidget()->addChild(entries_, 0, TITLE_HEIGHT);
+    addEntry(tr("SIP Profile", "2.16.0;MENU"));
+    connect(entries_, &QListBox::mouseButtonClicked, this, &HomeScreen::entryClicked);
+
+    auto* softKeys = new UTIL_CST(this, tr("Select", "3.3.1;CST_3BUTTON"), "", "");
+    setCSTWidget(softKeys);
+    connect(softKeys->getMidBtn(), &QPushButton::clicked, this,
+            [this] { entryClicked(Qt::LeftButton, entries_->item(entries_->currentItem()), QPoint()); });
+}
+
+void HomeScreen::addEntry(const QString& text)
+{
+    auto* row = new UTIL_ListBoxItem(entries_, ROW_FORMAT, false);
+    row->setString(0, text);
+    entries_->insertItem(row, -1);
+}
+
+void HomeScreen::entryClicked(int, QListBoxItem* entry, const QPoint&)
+{
+    if (entry != nullptr && entries_->row(entry) == ENTRY_SIP_PROFILE)
+        openProfileList();
+}
+
+void HomeScreen::openProfileList()
+{
+    if (profileList_ != nullptr)
+        return;
+    QString error;
+    profileList_ = SetupLibrary::createProfileList(this, error);
+    if (profileList_ == nullptr) {
+        qCritical("%s", qUtf8Printable(error));
+        return;
+    }
+    profileList_->createScreen();
+    connect(profileList_, SIGNAL(SIPClose()), this, SLOT(closeProfileList()));
+    profileList_->show();
+}
+
+void HomeScreen::closeProfileList()
+{
+    delete profileList_;
+    profileList_ = nullptr;
+}

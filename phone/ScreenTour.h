@@ -1,0 +1,11 @@
+#ifndef SCREENTOUR_H
+#define SCREENTOUR_H
+
+#include <QString>
+
+// Walks through the phone's screens by its keys and writes a PNG picture of each, at the phone's own size.
+// Call it once the home screen is open; it returns when the tour is over. Returns false, having said why on
+// standard error, when a picture cannot be written.
+bool takeScreenTour(const QString& directory);
+
+#endif

@@ -1,0 +1,8 @@
+#include "SETUP_SIP_ProfileListBase.h"
+
+SETUP_SIP_ProfileListBase::SETUP_SIP_ProfileListBase(QWidget* parent, const char* name)
+    : OrmuMainWidget(parent, name, 0)
+{
+}
+
+void SETUP_SIP_ProfileListBase::createScreen() {}
