@@ -1,0 +1,199 @@
+#include "SETUP_SET_Manager.h"
+
+#include "SettingsFile.h"
+#include "SettingsText.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace {
+
+struct Change
+{
+    QByteArray group;
+    QByteArray key; // Empty when the whole group is cleared.
+    QByteArray value;
+};
+
+struct ValueDeleter
+{
+    void operator()(gchar* value) const { g_free(value); }
+};
+using Value = std::unique_ptr<gchar, ValueDeleter>;
+
+// Whether a line with this name is read back as what was written.
+bool canName(const QByteArray& name)
+{
+    const auto isForbidden = [](char c) {
+        return static_cast<unsigned char>(c) < ' ' || c == '\x7f' || std::strchr("[]=#", c) != nullptr;
+    };
+    return !name.isEmpty() && !name.startsWith(' ') && !name.endsWith(' ') &&
+           std::none_of(name.begin(), name.end(), isForbidden);
+}
+
+bool setValue(GKeyFile* keys, const Change& change)
+{
+    const Value old(g_key_file_get_value(keys, change.group.constData(), change.key.constData(), nullptr));
+    if (old && change.value == old.get())
+        return false;
+    g_key_file_set_value(keys, change.group.constData(), change.key.constData(), change.value.constData());
+    return true;
+}
+
+// The group below the given one in the file; empty when it is the last.
+QByteArray groupBelow(GKeyFile* keys, const QByteArray& group)
+{
+    const std::unique_ptr<gchar*, decltype(&g_strfreev)> groups(g_key_file_get_groups(keys, nullptr),
+                                                                g_strfreev);
+    for (gchar** name = groups.get(); *name != nullptr; ++name)
+        if (group == *name)
+            return QByteArray(name[1]);
+    return QByteArray();
+}
+
+bool clearGroupKeepingComment(GKeyFile* keys, const QByteArray& group)
+{
+    if (!g_key_file_has_group(keys, group.constData()))
+        return false;
+    // The key file counts a comment that stands above a group to the one before.
+    const QByteArray below = groupBelow(keys, group);
+    const Value comment(below.isEmpty() ? nullptr
+                                        : g_key_file_get_comment(keys, below.constData(), nullptr, nullptr));
+    g_key_file_remove_group(keys, group.constData(), nullptr);
+    if (comment) {
+        const char* text = comment.get();
+        text += std::strspn(text, "\n");
+        if (*text != '\0')
+            g_key_file_set_comment(keys, below.constData(), nullptr, text, nullptr);
+    }
+    return true;
+}
+
+// True when it changed anything.
+bool apply(GKeyFile* keys, const Change& change)
+{
+    return change.key.isEmpty() ? clearGroupKeepingComment(keys, change.group) : setValue(keys, change);
+}
+
+} // namespace
+
+class SETUP_SET_Manager::File
+{
+public:
+    explicit File(const QString& path) : path_(QFile::encodeName(path)), keys_(readSettingsFile(path_).keys)
+    {
+    }
+
+    Value value(const QString& group, const QString& key) const
+    {
+        return Value(
+            g_key_file_get_value(keys_.get(), group.toUtf8().constData(), key.toUtf8().constData(), nullptr));
+    }
+
+    void set(const QString& group, const QString& key, const QByteArray& value)
+    {
+        const Change change{group.toUtf8(), key.toUtf8(), value};
+        if (canName(change.group) && canName(change.key))
+            make(change);
+        else
+            qWarning("settings file %s cannot hold a key of such a name", path_.constData());
+    }
+
+    void clear(const QString& group) { make({group.toUtf8(), {}, {}}); }
+
+    void save() const
+    {
+        if (!changed_)
+            return;
+        const SettingsLock lock(path_);
+        const SettingsFile file = readSettingsFile(path_);
+        bool differs = false;
+        for (const Change& change : changes_)
+            differs |= apply(file.keys.get(), change);
+        if (differs && (!file.damaged || keepDamagedFile(path_)))
+            replaceSettingsFile(path_, file.keys.get());
+    }
+
+private:
+    // What changes nothing is noted too: another manager may have removed it by the time of the saving, and
+    // a group that this one wrote must then be whole.
+    void make(const Change& change)
+    {
+        changed_ |= apply(keys_.get(), change);
+        changes_.push_back(change);
+    }
+
+    QByteArray path_;
+    KeyFile keys_;
+    std::vector<Change> changes_;
+    bool changed_ = false;
+};
+
+SETUP_SET_Manager::SETUP_SET_Manager(const QString& path, bool) : file_(std::make_unique<File>(path)) {}
+
+SETUP_SET_Manager::~SETUP_SET_Manager()
+{
+    file_->save();
+}
+
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, QString& value,
+                                       const QString& defaultValue, bool) const
+{
+    const Value stored = file_->value(group, key);
+    value = (stored ? decodeSettingsText(stored.get()) : std::nullopt).value_or(defaultValue);
+}
+
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, bool& value,
+                                       bool defaultValue) const
+{
+    const Value stored = file_->value(group, key);
+    const QByteArrayView text(stored.get());
+    value = defaultValue ? text != "false" && text != "0" : text == "true" || text == "1";
+}
+
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, int& value,
+                                       int defaultValue) const
+{
+    const Value stored = file_->value(group, key);
+    bool isNumber = false;
+    const int number = QByteArrayView(stored.get()).toInt(&isNumber);
+    value = isNumber ? number : defaultValue;
+}
+
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, unsigned int& value,
+                                       unsigned int defaultValue) const
+{
+    const Value stored = file_->value(group, key);
+    bool isNumber = false;
+    const unsigned int number = QByteArrayView(stored.get()).toUInt(&isNumber);
+    value = isNumber ? number : defaultValue;
+}
+
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, const QString& value, bool)
+{
+    file_->set(group, key, encodeSettingsText(value));
+}
+
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, bool value)
+{
+    file_->set(group, key, value ? "true" : "false");
+}
+
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, int value)
+{
+    file_->set(group, key, QByteArray::number(value));
+}
+
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, unsigned int value)
+{
+    file_->set(group, key, QByteArray::number(value));
+}
+
+void SETUP_SET_Manager::clearGroup(const QString& group)
+{
+    file_->clear(group);
+}
