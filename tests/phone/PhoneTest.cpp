@@ -1,10 +1,7 @@
 #include "HomeScreen.h"
-#include "SETUP_SIP_ProfileListBase.h"
 #include "ScreenDriver.h"
 #include "ScreenTour.h"
 #include "SettingsFixture.h"
-#include "SetupLibrary.h"
-#include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 
 #include <QDir>
@@ -34,7 +31,7 @@ TEST_F(Phone, OpensTheProfileListByEnterAndReturnsHomeByTheRightSoftKey)
     EXPECT_TRUE(profileListIsOpen());
     press(Qt::Key_F3);
     EXPECT_EQ(open<HomeScreen>(), &home);
-    EXPECT_EQ(home.findChild<SETUP_SIP_ProfileListBase*>(), nullptr);
+    EXPECT_EQ(home.findChildren<OrmuMainWidget*>().size(), 0);
     EXPECT_TRUE(home.findChild<UTIL_ListBox*>()->hasFocus());
 }
 
@@ -63,7 +60,8 @@ TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
 {
     writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=Home\n[Profile1]\nDisplayName=Ёлка\n");
     press(Qt::Key_Return);
-    const auto* list = open<SETUP_SIP_ProfileListBase>()->findChild<UTIL_ListBox*>();
+    ASSERT_TRUE(profileListIsOpen());
+    const auto* list = open<QWidget>()->findChild<UTIL_ListBox*>();
     ASSERT_EQ(list->count(), 2);
     EXPECT_EQ(list->item(0)->text(), "Home");
     EXPECT_EQ(list->item(1)->text(), "Ёлка");
