@@ -42,8 +42,8 @@ template <class T>
 T* open()
 {
     if (QWidget* popup = QApplication::activePopupWidget())
-        return qobject_cast<T*>(popup);
-    return qobject_cast<T*>(OrmuPhoneWindow::instance()->topScreen());
+        return dynamic_cast<T*>(popup);
+    return dynamic_cast<T*>(OrmuPhoneWindow::instance()->topScreen());
 }
 
 // What onceOpen() gives: the test fails if the action has not run by its end.
