@@ -54,33 +54,42 @@ void OrmuPhoneWindow::place(QWidget* screen)
     screen->setGeometry(QRect(corner, phone->size()));
     if (!phone->isVisible() && screen->window() == phone)
         phone->show();
+    // Now: once a child of the top screen is shown, its focus counts as the top screen's.
+    if (!phone->screens_.isEmpty() && phone->topScreen() != screen)
+        phone->screens_.last().focus = phone->topScreen()->focusWidget();
 }
 
 void OrmuPhoneWindow::entered(QWidget* screen)
 {
     OrmuPhoneWindow* phone = instance();
-    phone->screens_.removeOne(screen);
-    phone->screens_.append(screen);
+    phone->forget(screen);
+    phone->screens_.append(OpenScreen{screen, screen->focusWidget()});
     screen->raise();
-    giveFocus(screen);
+    phone->giveFocusToTop();
 }
 
 void OrmuPhoneWindow::left(QWidget* screen)
 {
-    if (window_ == nullptr || !window_->screens_.removeOne(screen) || window_->screens_.isEmpty())
-        return;
-    giveFocus(window_->screens_.last());
+    if (window_ != nullptr && window_->forget(screen))
+        window_->giveFocusToTop();
 }
 
-void OrmuPhoneWindow::giveFocus(QWidget* screen)
+bool OrmuPhoneWindow::forget(const QWidget* screen)
 {
-    QWidget* last = screen->focusWidget();
-    (last != nullptr ? last : screen)->setFocus(Qt::OtherFocusReason);
+    return screens_.removeIf([screen](const OpenScreen& open) { return open.screen == screen; }) != 0;
+}
+
+void OrmuPhoneWindow::giveFocusToTop()
+{
+    if (screens_.isEmpty())
+        return;
+    const OpenScreen& top = screens_.last();
+    (top.focus != nullptr ? top.focus.data() : top.screen)->setFocus(Qt::OtherFocusReason);
 }
 
 QWidget* OrmuPhoneWindow::topScreen() const
 {
-    return screens_.isEmpty() ? nullptr : screens_.last();
+    return screens_.isEmpty() ? nullptr : screens_.last().screen;
 }
 
 QPixmap OrmuPhoneWindow::picture()

@@ -2,6 +2,7 @@
 #define ORMUPHONEWINDOW_H
 
 #include <QList>
+#include <QPointer>
 #include <QWidget>
 
 // The phone's screen: one window of fixed size, in which every full-screen widget and dialog opens over the
@@ -35,10 +36,17 @@ private:
     OrmuPhoneWindow();
     ~OrmuPhoneWindow() override;
 
-    static void giveFocus(QWidget* screen);
+    struct OpenScreen
+    {
+        QWidget* screen;
+        QPointer<QWidget> focus; // what had the keys when another screen opened over this one
+    };
+
+    bool forget(const QWidget* screen);
+    void giveFocusToTop();
 
     static OrmuPhoneWindow* window_;
-    QList<QWidget*> screens_; // in the order of their opening
+    QList<OpenScreen> screens_; // in the order of their opening
 };
 
 #endif

@@ -15,7 +15,6 @@
 #include <QSignalSpy>
 
 using namespace ScreenDriver;
-using testing::ElementsAre;
 
 namespace {
 enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
