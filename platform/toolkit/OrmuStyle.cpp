@@ -57,6 +57,13 @@ QColor OrmuStyle::focusColor()
     return FOCUS;
 }
 
+void OrmuStyle::drawDialog(QPainter* painter, const QRect& screen, const QRect& panel)
+{
+    painter->fillRect(screen, QColor(0x0c, 0x14, 0x1e, 0x8c));
+    painter->fillRect(panel.adjusted(-2, -2, 2, 2), QColor(0x36, 0x47, 0x5b));
+    painter->fillRect(panel, Qt::white);
+}
+
 void OrmuStyle::drawTitleStrip(QPainter* painter, const QRect& rect)
 {
     fillVertical(painter, rect, QColor(0xe1, 0xea, 0xf4), QColor(0xbf, 0xd1, 0xe5));

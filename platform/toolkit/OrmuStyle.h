@@ -14,6 +14,8 @@ public:
 
     static QColor screenColor();
     static QColor focusColor();
+    // What lies beneath a dialog, dimmed, and the dialog's panel.
+    static void drawDialog(QPainter* painter, const QRect& screen, const QRect& panel);
     // The strip behind a title, and the bar behind the soft keys.
     static void drawTitleStrip(QPainter* painter, const QRect& rect);
     static void drawSoftKeyBar(QPainter* painter, const QRect& rect);

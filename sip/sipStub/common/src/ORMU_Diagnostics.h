@@ -1,28 +1,38 @@
 #ifndef ORMU_DIAGNOSTICS_H
 #define ORMU_DIAGNOSTICS_H
 
-// The diagnostics of the whole library: one line each on standard error, unbuffered, from any thread.
+// The diagnostics of the whole library: one line each on standard error, in one write, from any thread.
 //
 //   ORMU_LOG(level, format, ...)           "{level} file:line\tmessage"
 //   ORMU_LOG_FUNCTION(level, format, ...)  "{level} file:line, function()\tmessage"
 //   ORMU_ASSERT(condition)                 does nothing when the condition holds; otherwise reports
 //                                          "ormu assert failed !" and aborts. Always compiled in.
 //
-// The format is printf's. errno is left as it was.
+// The format is a string literal for printf. errno is left as it was.
 
 enum OrmuLogLevel { ORMU_LEVEL_ERROR = 1, ORMU_LEVEL_INFO = 4 };
 
 // The part of path after its last '/'; the whole path when it has none. Points into path.
-const char* sourceBaseName(const char* path);
+constexpr const char* sourceBaseName(const char* path)
+{
+    const char* base = path;
+    for (const char* p = path; *p != '\0'; ++p)
+        if (*p == '/')
+            base = p + 1;
+    return base;
+}
 
-// function may be null: the line then does not name one.
-void ormuLog(OrmuLogLevel level, const char* file, int line, const char* function, const char* format, ...)
-    __attribute__((format(printf, 5, 6)));
+// Prints to standard error, unbuffered.
+void ormuPrint(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 [[noreturn]] void ormuAssertFailed(const char* file, int line);
 
-#define ORMU_LOG(level, ...) ormuLog(level, __FILE__, __LINE__, nullptr, __VA_ARGS__)
-#define ORMU_LOG_FUNCTION(level, ...) ormuLog(level, __FILE__, __LINE__, __func__, __VA_ARGS__)
+#define ORMU_LOG(level, format, ...)                                                                         \
+    ormuPrint("{%d} %s:%d\t" format "\n", level, sourceBaseName(__FILE__),                                   \
+              __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+#define ORMU_LOG_FUNCTION(level, format, ...)                                                                \
+    ormuPrint("{%d} %s:%d, %s()\t" format "\n", level, sourceBaseName(__FILE__), __LINE__,                   \
+              __func__ __VA_OPT__(, ) __VA_ARGS__)
 #define ORMU_ASSERT(condition) ((condition) ? static_cast<void>(0) : ormuAssertFailed(__FILE__, __LINE__))
 
 #endif

@@ -1,0 +1,89 @@
+#include "OrmuBaseDialog.h"
+
+#include "OrmuGlobal.h"
+#include "OrmuPhoneWindow.h"
+#include "OrmuStyle.h"
+#include "UTIL_CST.h"
+#include "qlistbox.h"
+
+#include <QAbstractButton>
+#include <QKeyEvent>
+#include <QPainter>
+
+OrmuBaseDialog::OrmuBaseDialog(QWidget* parent, const char* name, WFlags)
+    : QDialog(parent, Qt::SubWindow), panel_(new QWidget(this))
+{
+    setObjectName(QString::fromLatin1(name));
+    resize(OrmuGlobal::getScreenSize());
+    panel_->setGeometry(OrmuGlobal::getDlgLargeR());
+}
+
+OrmuBaseDialog::~OrmuBaseDialog()
+{
+    OrmuPhoneWindow::left(this);
+}
+
+void OrmuBaseDialog::setVisible(bool visible)
+{
+    if (visible)
+        OrmuPhoneWindow::place(this);
+    QDialog::setVisible(visible);
+    if (!visible) {
+        OrmuPhoneWindow::left(this);
+        return;
+    }
+    if (focusWidget() == nullptr) {
+        if (auto* list = findChild<QListBox*>())
+            list->setFocus();
+        else
+            focusNextChild();
+    }
+    OrmuPhoneWindow::entered(this);
+}
+
+void OrmuBaseDialog::setSoftKeys(UTIL_CST* bar)
+{
+    delete bar_;
+    bar_ = bar;
+    bar->setParent(this);
+    bar->setGeometry(OrmuGlobal::getCstR());
+    bar->show();
+}
+
+void OrmuBaseDialog::keyPressEvent(QKeyEvent* event)
+{
+    event->accept(); // now: a soft key may delete the dialog
+    if (bar_ != nullptr && bar_->pressFor(event))
+        return;
+    switch (event->key()) {
+    case Qt::Key_Up:
+        focusPreviousChild();
+        break;
+    case Qt::Key_Down:
+        focusNextChild();
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Select:
+        if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button && !event->isAutoRepeat())
+            button->click();
+        break;
+    case Qt::Key_F3:
+    case Qt::Key_Escape:
+        reject();
+        break;
+    default:
+        break;
+    }
+}
+
+void OrmuBaseDialog::mousePressEvent(QMouseEvent* event)
+{
+    event->accept(); // not for what lies beneath
+}
+
+void OrmuBaseDialog::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    OrmuStyle::drawDialog(&painter, rect(), panel_->geometry());
+}

@@ -1,0 +1,190 @@
+#include "OrmuMessageBox.h"
+
+#include "OrmuGlobal.h"
+#include "OrmuPushButton.h"
+#include "UTIL_CST.h"
+
+#include <QKeyEvent>
+#include <QLabel>
+#include <QScrollBar>
+#include <QTextEdit>
+#include <QTimer>
+
+namespace {
+constexpr int MARGIN = 12;
+
+QStringList given(const QString& button0, const QString& button1, const QString& button2)
+{
+    QStringList buttons;
+    for (const QString& button : {button0, button1, button2}) {
+        if (button.isEmpty())
+            break;
+        buttons += button;
+    }
+    return buttons;
+}
+
+// A box that does not wait for an answer.
+class Notice : public OrmuMessageBox
+{
+public:
+    using OrmuMessageBox::OrmuMessageBox;
+
+protected:
+    void showEvent(QShowEvent* event) override
+    {
+        OrmuMessageBox::showEvent(event);
+        QTimer::singleShot(NOTICE_MS, this, &Notice::reject);
+    }
+
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        OrmuMessageBox::keyPressEvent(event);
+        if (!event->isAutoRepeat())
+            reject();
+    }
+
+    void mouseReleaseEvent(QMouseEvent*) override { reject(); }
+};
+
+// The parent, if there is one, may delete the box meanwhile.
+int runAndDelete(OrmuMessageBox* newBox)
+{
+    const QPointer<OrmuMessageBox> box(newBox);
+    const int pressed = newBox->exec();
+    delete box;
+    return pressed;
+}
+} // namespace
+
+OrmuMessageBox::OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QString& text,
+                               const QString& button0, const QString& button1, const QString& button2, int)
+    : OrmuBaseDialog(parent), icon_(icon), buttons_(given(button0, button1, button2)),
+      text_(new QTextEdit(panel()))
+{
+    text_->setPlainText(text);
+    text_->setTextInteractionFlags(Qt::NoTextInteraction);
+    text_->setFocusPolicy(Qt::NoFocus);
+    text_->setFrameShape(QFrame::NoFrame);
+    text_->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    text_->document()->setDocumentMargin(0);
+    layOut();
+
+    makeKeys();
+}
+
+void OrmuMessageBox::makeKeys()
+{
+    const qsizetype count = buttons_.size();
+    auto* bar = new UTIL_CST(this, count == 2 ? QString() : buttons_.value(count == 3 ? 1 : 0),
+                             count < 2 ? QString() : buttons_[0], count < 2 ? QString() : buttons_.last());
+    setSoftKeys(bar);
+    if (count == 1)
+        keys_ = {bar->getMidBtn()};
+    else if (count == 2)
+        keys_ = {bar->getLeftBtn(), bar->getRightBtn()};
+    else if (count == 3)
+        keys_ = {bar->getLeftBtn(), bar->getMidBtn(), bar->getRightBtn()};
+    for (int i = 0; i < count; ++i) {
+        connect(keys_[i], &QPushButton::clicked, this, [this, i] {
+            pressed_ = i;
+            done(i);
+        });
+    }
+}
+
+void OrmuMessageBox::layOut()
+{
+    const QRect room = OrmuGlobal::getDlgLargeR();
+    const int textLeft = icon_.isNull() ? MARGIN : MARGIN + icon_.width() + MARGIN;
+    const int textWidth = room.width() - textLeft - MARGIN;
+    text_->document()->setTextWidth(textWidth);
+    const int textHeight = qCeil(text_->document()->size().height());
+    const int height = qMin(qMax(textHeight, icon_.height()) + 2 * MARGIN, room.height());
+    const int shownHeight = qMin(textHeight, height - 2 * MARGIN);
+
+    QRect place(0, 0, room.width(), height);
+    place.moveCenter(room.center());
+    panel()->setGeometry(place);
+    text_->setGeometry(textLeft, (height - shownHeight) / 2, textWidth, shownHeight);
+    if (!icon_.isNull()) {
+        auto* icon = new QLabel(panel());
+        icon->setPixmap(icon_);
+        icon->setGeometry(MARGIN, (height - icon_.height()) / 2, icon_.width(), icon_.height());
+    }
+}
+
+QString OrmuMessageBox::text() const
+{
+    return text_->toPlainText();
+}
+
+QString OrmuMessageBox::buttonText(int index) const
+{
+    return buttons_.value(index);
+}
+
+int OrmuMessageBox::exec()
+{
+    pressed_ = -1;
+    const QPointer<OrmuMessageBox> self(this);
+    OrmuBaseDialog::exec();
+    return self.isNull() ? -1 : pressed_;
+}
+
+void OrmuMessageBox::pressFirst()
+{
+    if (keys_.isEmpty())
+        reject();
+    else
+        keys_.first()->click();
+}
+
+void OrmuMessageBox::keyPressEvent(QKeyEvent* event)
+{
+    event->accept();
+    switch (event->key()) {
+    case Qt::Key_Up:
+        text_->verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepSub);
+        return;
+    case Qt::Key_Down:
+        text_->verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        return;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Select:
+        break;
+    case Qt::Key_F1:
+    case Qt::Key_F2:
+    case Qt::Key_F3:
+    case Qt::Key_Escape:
+        if (keys_.size() <= 1)
+            break;
+        [[fallthrough]];
+    default:
+        OrmuBaseDialog::keyPressEvent(event);
+        return;
+    }
+    // A key held down does not answer what opens under it.
+    if (!event->isAutoRepeat())
+        pressFirst();
+}
+
+int OrmuMessageBox::information(QWidget* parent, const QPixmap& icon, const QString& text,
+                                const QString& button0, const QString& button1, const QString& button2,
+                                int phone)
+{
+    return runAndDelete(new OrmuMessageBox(parent, icon, text, button0, button1, button2, phone));
+}
+
+void OrmuMessageBox::timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int, int phone)
+{
+    runAndDelete(new Notice(parent, icon, text, QString(), QString(), QString(), phone));
+}
+
+int OrmuMessageBox::timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int,
+                                     const QString& button0, const QString& button1, const QString& button2,
+                                     int phone)
+{
+    return runAndDelete(new Notice(parent, icon, text, button0, button1, button2, phone));
+}

@@ -1,0 +1,63 @@
+#ifndef ORMUMESSAGEBOX_H
+#define ORMUMESSAGEBOX_H
+
+#include "OrmuBaseDialog.h"
+
+#include <QPixmap>
+#include <QStringList>
+
+class OrmuPushButton;
+class QTextEdit;
+
+// An icon, a text and up to three buttons, over whatever the phone shows. The text is plain; "\n" breaks its
+// lines, and one that is longer than the screen scrolls by Up and Down.
+//
+// One button: every soft key, Escape and the centre key press it. Two: F1 and the centre key press the first,
+// F3 and Escape the second. Three: F1, F2 and F3, the centre key the first and Escape the third.
+class OrmuMessageBox : public OrmuBaseDialog
+{
+    Q_OBJECT
+
+public:
+    // How long a timed notice stays.
+    static constexpr int NOTICE_MS = 2500;
+
+    // An empty button text means no such button, and none after it. The int is kept for the phone's sake; 1
+    // is the value in use.
+    OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
+                   const QString& button1, const QString& button2, int);
+
+    // Waits for the user. Returns the index of the pressed button; -1 when the box ended in another way: it
+    // was hidden or deleted, or the program ends.
+    int exec() override;
+
+    QString text() const;
+    QPixmap iconPixmap() const { return icon_; }
+    QString buttonText(int index) const;
+
+    // Makes a box, waits for the user, and returns what exec() does.
+    static int information(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
+                           const QString& button1, const QString& button2, int);
+    // Timed notices: they wait until the user dismisses the box with any key or a tap, or NOTICE_MS have
+    // passed. The ints are kept for the phone's sake: they change nothing here. timerInformation() returns
+    // the index of the button if one was pressed, otherwise -1.
+    static void timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int, int);
+    static int timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int,
+                                const QString& button0, const QString& button1, const QString& button2, int);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void makeKeys();
+    void layOut();
+    void pressFirst();
+
+    const QPixmap icon_;
+    const QStringList buttons_;
+    QList<OrmuPushButton*> keys_; // one to a button
+    QTextEdit* text_;
+    int pressed_ = -1;
+};
+
+#endif

@@ -1,0 +1,12 @@
+#include "OrmuSkin.h"
+
+const OrmuSkin* OrmuSkin::skin()
+{
+    static const OrmuSkin theSkin;
+    return &theSkin;
+}
+
+QPixmap OrmuSkin::pixmap(const QString& name) const
+{
+    return QPixmap(QStringLiteral(":/ormu/skin/%1.png").arg(name));
+}

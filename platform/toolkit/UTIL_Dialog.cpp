@@ -1,0 +1,24 @@
+#include "UTIL_Dialog.h"
+
+#include "OrmuGlobal.h"
+#include "OrmuStyle.h"
+#include "UTIL_DlgCST.h"
+
+#include <QPainter>
+
+UTIL_Dialog::UTIL_Dialog(DialogType, bool, QWidget* parent, const char* name, int, unsigned int flags)
+    : OrmuBaseDialog(parent, name, flags)
+{
+}
+
+void UTIL_Dialog::setDlgCst(QWidget* bar)
+{
+    setSoftKeys(qobject_cast<UTIL_DlgCST*>(bar));
+}
+
+void UTIL_Dialog::paintEvent(QPaintEvent* event)
+{
+    OrmuBaseDialog::paintEvent(event);
+    QPainter painter(this);
+    OrmuStyle::drawTitleStrip(&painter, OrmuGlobal::getDlgTitleLR());
+}

@@ -1,0 +1,23 @@
+#ifndef UTIL_DLGCST_H
+#define UTIL_DLGCST_H
+
+#include "UTIL_CST.h"
+
+// The bar of two soft keys at the bottom of a dialog, which owns it.
+class UTIL_DlgCST : public UTIL_CST
+{
+    Q_OBJECT
+
+public:
+    enum DlgCstType { TWO_BUTTONS = 1 };
+
+    // The stand-in has bars of two keys only. They have no texts yet.
+    UTIL_DlgCST(QWidget* parent, DlgCstType type);
+
+    // F1.
+    OrmuPushButton* getBtn1() const { return getLeftBtn(); }
+    // F3 and Escape.
+    OrmuPushButton* getBtn2() const { return getRightBtn(); }
+};
+
+#endif

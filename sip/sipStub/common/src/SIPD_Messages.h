@@ -1,0 +1,112 @@
+#ifndef SIPD_MESSAGES_H
+#define SIPD_MESSAGES_H
+
+/* What travels between the SIP daemon and its clients; docs/protocol.md tells the whole story. C99 and C++.
+ *
+ * Each message is a _SIPD_MSG_HEAD_S and the body that its type calls for. Both ends run on one machine:
+ * integers are in its byte order, and the structures below are the bytes on the socket. */
+
+#include <stdint.h>
+
+#define SIPD_SOCKET_PATH "/tmp/sipd_us"
+
+/* The longest profile name that fits with its terminator, and the longest SDP body. */
+#define SIPD_PROFILE_NAME_MAX 127
+#define SIPD_SDP_MAX 1024
+
+/* In C++ the enums are 32 bits wide by declaration, so that every received value is one of theirs. */
+#ifdef __cplusplus
+#define SIPD_32_BITS : uint32_t
+#else
+#define SIPD_32_BITS
+#endif
+
+typedef enum _SIPD_MSG_TYPE_E SIPD_32_BITS {
+    SIPD_MSG_NONE = 0, /* never sent: no message */
+    SIPD_MSG_REGISTER = 1,
+    SIPD_MSG_PROFILE = 3,
+    SIPD_MSG_COMMAND = 4,
+    SIPD_MSG_STATUS = 5,
+    SIPD_MSG_ACK = 7
+} _SIPD_MSG_TYPE_E;
+
+typedef enum _SIPD_APPID_E SIPD_32_BITS {
+    SIPD_APPID_SETUP = 100 /* this library; other values are other clients of the daemon */
+} _SIPD_APPID_E;
+
+/* The body of an ack message. */
+typedef enum _SIPD_APP_ACK_E SIPD_32_BITS {
+    SIPD_ACK_SUCCESS = 0,
+    SIPD_ACK_FAILED = 1, /* in answer to a registration: the client is refused */
+    SIPD_ACK_SERVICE_UNAVAILABLE = 2,
+    SIPD_ACK_INCORRECT_PROFILE = 3,
+    SIPD_ACK_CONNECT_FAILED = 4
+} _SIPD_APP_ACK_E;
+
+typedef enum _SIPD_PROFILE_STATUS_E SIPD_32_BITS {
+    SIPD_PROFILE_CONNECTED = 2 /* every other value: not connected */
+} _SIPD_PROFILE_STATUS_E;
+
+/* What a profile message asks for. */
+typedef enum _SIPD_PROFILE_CTRL_E SIPD_32_BITS {
+    PROFILE_CTRL_CONNECT = 0,
+    PROFILE_CTRL_DISCONNECT = 1,
+    PROFILE_CTRL_GET_STATUS = 3,
+    PROFILE_CTRL_SET_NAME = 4,
+    PROFILE_CTRL_GET_NAME = 5
+} _SIPD_PROFILE_CTRL_E;
+
+/* The commands are the daemon's own; this header names none of them. */
+typedef enum _SIPD_SIP_COMMAND_E SIPD_32_BITS {
+    SIPD_SIP_COMMAND_LARGEST = 0x7fffffff /* not a command: C wants one enumerator */
+} _SIPD_SIP_COMMAND_E;
+
+typedef struct _SIPD_MSG_HEAD_S
+{
+    uint32_t length; /* of the body that follows, in bytes */
+    _SIPD_MSG_TYPE_E type;
+    _SIPD_APPID_E appId; /* of the sender */
+} _SIPD_MSG_HEAD_S;
+
+typedef struct _SIPD_MSG_PROFILE_S
+{
+    _SIPD_PROFILE_CTRL_E request;
+    _SIPD_APPID_E appId;           /* whose profile name is set or asked for; otherwise 0 */
+    _SIPD_PROFILE_STATUS_E status; /* 0 in a request */
+    char name[SIPD_PROFILE_NAME_MAX + 1];
+} _SIPD_MSG_PROFILE_S;
+
+typedef struct _SIPD_MSG_STATUS_S
+{
+    uint8_t fields[264];  /* the daemon's own */
+    uint8_t sdpLength[2]; /* of the SDP body that follows: low byte first on every machine */
+} _SIPD_MSG_STATUS_S;
+
+typedef struct _SIPD_APP_URI_S
+{
+    uint8_t bytes[256]; /* the daemon's own */
+} _SIPD_APP_URI_S;
+
+typedef struct __attribute__((packed)) _SIPD_MSG_COMMAND_S
+{
+    _SIPD_SIP_COMMAND_E command;
+    int32_t argument;
+    _SIPD_APP_URI_S uri; /* all zero when there is none */
+    uint16_t sdpLength;  /* of the SDP body that follows */
+} _SIPD_MSG_COMMAND_S;
+
+/* A negative array size stops the compiler in either language. */
+#define SIPD_ASSERT_SIZE(type, size) typedef char type##_has_its_size[sizeof(type) == (size) ? 1 : -1]
+SIPD_ASSERT_SIZE(_SIPD_MSG_TYPE_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_APPID_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_APP_ACK_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_PROFILE_STATUS_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_PROFILE_CTRL_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_SIP_COMMAND_E, 4);
+SIPD_ASSERT_SIZE(_SIPD_MSG_HEAD_S, 12);
+SIPD_ASSERT_SIZE(_SIPD_MSG_PROFILE_S, 140);
+SIPD_ASSERT_SIZE(_SIPD_MSG_STATUS_S, 266);
+SIPD_ASSERT_SIZE(_SIPD_APP_URI_S, 256);
+SIPD_ASSERT_SIZE(_SIPD_MSG_COMMAND_S, 266);
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef DAEMON_TEST_H
+#define DAEMON_TEST_H
+
+#include "DaemonSocketClaim.h"
+#include "ScriptedDaemon.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string_view>
+
+// A test that plays the daemon. It fails, and leaves the socket alone, when a real daemon is running.
+class DaemonTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(claim.problem(), "") << "this test needs the daemon's socket for itself";
+    }
+
+    // Ends the scenario that is being played, if any, and begins this one.
+    void play(std::string_view scenario)
+    {
+        const auto found = findScenario(scenario);
+        ASSERT_TRUE(found) << "no scenario " << scenario;
+        stopDaemon();
+        played = std::make_unique<ScriptedDaemon>(*found);
+        ASSERT_EQ(played->start(), "");
+    }
+
+    void stopDaemon() { played.reset(); }
+
+    ScriptedDaemon& daemon() { return *played; }
+
+private:
+    DaemonSocketClaim claim;
+    std::unique_ptr<ScriptedDaemon> played;
+};
+
+#endif

@@ -1,0 +1,21 @@
+#include "OrmuApplication.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+// A test program of widgets: the phone's application, offscreen at its true size, in a home of its own, so
+// that no test sees the settings of the user or of another test.
+int main(int argc, char** argv)
+{
+    testing::InitGoogleMock(&argc, argv);
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
+    qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
+    qputenv("ORMU_SETTING_DIR", home.filePath(QStringLiteral("settings")).toUtf8());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("QT_SCALE_FACTOR");
+    const OrmuApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
