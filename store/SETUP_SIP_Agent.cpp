@@ -2,6 +2,7 @@
 
 #include "OrmuConfig.h"
 #include "SETUP_SET_Manager.h"
+#include "SIP_COMM_Controler.h"
 
 #include <algorithm>
 #include <memory>
@@ -302,4 +303,24 @@ bool SETUP_SIP_Agent::saveLastInputUserIDPassword(const QString& userID, const Q
     manager.setSettingInfo(INPUT_GROUP, PASSWORD_KEY, password, false);
     manager.setSettingInfo(INPUT_GROUP, REMEMBER_KEY, remember);
     return true;
+}
+
+bool SETUP_SIP_Agent::isConnected(QString& group)
+{
+    _SIP_COMM_PROFILE_CONTROL_S* control = nullptr;
+    bool connected = false;
+    if (SIP_COMM_ControlerConstruct(&control) == 0) {
+        _SIPD_PROFILE_STATUS_E status = {};
+        connected = SIP_COMM_ControlerGetProfileStatus(control, group.toLatin1().constData(), &status) == 0 &&
+                    status == SIPD_PROFILE_CONNECTED;
+    }
+    if (control != nullptr)
+        SIP_COMM_ControlerDestruct(&control);
+    return connected;
+}
+
+bool SETUP_SIP_Agent::isProfileConnected(const QString& name)
+{
+    QString group;
+    return getProfileGroupName(name, group) && isConnected(group);
 }

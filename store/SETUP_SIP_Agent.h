@@ -87,6 +87,12 @@ public:
     // Keeps both texts whatever remember says. Always true.
     static bool saveLastInputUserIDPassword(const QString& userID, const QString& password, bool remember);
 
+    // Whether the SIP daemon says that the profile of this group is connected; false when there is no daemon
+    // or no answer. Asks anew on every call, and blocks until the daemon answers, without a time limit.
+    static bool isConnected(QString& group);
+    // The same for the profile of this name; false, without asking, when there is none.
+    bool isProfileConnected(const QString& name);
+
 private:
     SETUP_SIP_Agent();
     ~SETUP_SIP_Agent() = default;

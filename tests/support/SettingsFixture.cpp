@@ -3,52 +3,52 @@
 #include <QDir>
 #include <QFile>
 
-SettingsTest::SettingsTest()
+SettingsDirectory::SettingsDirectory()
 {
     EXPECT_TRUE(directory_.isValid());
     qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory()));
 }
 
-SettingsTest::~SettingsTest()
+SettingsDirectory::~SettingsDirectory()
 {
     qunsetenv("ORMU_SETTING_DIR");
 }
 
-QString SettingsTest::directory() const
+QString SettingsDirectory::directory() const
 {
     return directory_.path();
 }
 
-QString SettingsTest::file() const
+QString SettingsDirectory::file() const
 {
     return directory_.filePath("ormu_sipsetup.cfg");
 }
 
-void SettingsTest::writeFile(const QByteArray& bytes) const
+void SettingsDirectory::writeFile(const QByteArray& bytes) const
 {
     writeFile(file(), bytes);
 }
 
-QByteArray SettingsTest::readFile() const
+QByteArray SettingsDirectory::readFile() const
 {
     return readFile(file());
 }
 
-void SettingsTest::writeFile(const QString& path, const QByteArray& bytes)
+void SettingsDirectory::writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile target(path);
     ASSERT_TRUE(target.open(QIODevice::WriteOnly | QIODevice::Truncate)) << qPrintable(path);
     ASSERT_EQ(target.write(bytes), bytes.size());
 }
 
-QByteArray SettingsTest::readFile(const QString& path)
+QByteArray SettingsDirectory::readFile(const QString& path)
 {
     QFile source(path);
     EXPECT_TRUE(source.open(QIODevice::ReadOnly)) << qPrintable(path);
     return source.readAll();
 }
 
-QStringList SettingsTest::entries() const
+QStringList SettingsDirectory::entries() const
 {
     return QDir(directory())
         .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);

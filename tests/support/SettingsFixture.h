@@ -10,12 +10,14 @@
 
 #include <sys/stat.h>
 
-// A settings directory of its own, mode 0700 and empty, for each test; ORMU_SETTING_DIR names it.
-class SettingsTest : public testing::Test
+// An empty settings directory of mode 0700 that ORMU_SETTING_DIR names and that goes with this object.
+class SettingsDirectory
 {
-protected:
-    SettingsTest();
-    ~SettingsTest() override;
+public:
+    SettingsDirectory();
+    ~SettingsDirectory();
+    SettingsDirectory(const SettingsDirectory&) = delete;
+    SettingsDirectory& operator=(const SettingsDirectory&) = delete;
 
     QString directory() const;
     // The file that the store keeps its profiles in.
@@ -32,6 +34,10 @@ protected:
 
 private:
     QTemporaryDir directory_;
+};
+
+class SettingsTest : public testing::Test, protected SettingsDirectory
+{
 };
 
 // What tells a file from its replacement.

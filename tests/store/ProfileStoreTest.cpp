@@ -1,0 +1,579 @@
+#include "ChildProcess.h"
+#include "SETUP_SET_Manager.h"
+#include "StoreTest.h"
+
+#include <QFile>
+
+#include <cstddef>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <type_traits>
+
+namespace {
+
+using ProfileStore = StoreTest;
+
+static_assert(SETUP_SIP_Agent::MAX_SIP_PROFILE == 10);
+static_assert(!std::is_polymorphic_v<SETUP_SIP_Agent> && !std::is_polymorphic_v<SIP_PROFILE_CONTENT>);
+static_assert(std::is_copy_constructible_v<SIP_PROFILE_CONTENT> &&
+              std::is_copy_assignable_v<SIP_PROFILE_CONTENT>);
+static_assert(sizeof SIP_PROFILE_CONTENT::portNum == 4);
+// The booleans follow the other fields, a byte each.
+static_assert(offsetof(SIP_PROFILE_CONTENT, remPassword) == offsetof(SIP_PROFILE_CONTENT, autoConnect) + 4);
+
+const QByteArray NEW_PROFILE_LINES = "Server=\n"
+                                     "PortNum=5060\n"
+                                     "UserID=\n"
+                                     "Password=\n"
+                                     "AutoConnect=true\n"
+                                     "Register=\n"
+                                     "Network=internet\n"
+                                     "Locked=false\n"
+                                     "DefaultProfile=false\n"
+                                     "NeedUserIDPass=true\n"
+                                     "RemPassword=false\n";
+
+QByteArray group(int number, const QByteArray& name)
+{
+    return "[Profile" + QByteArray::number(number) + "]\nDisplayName=" + name + "\n\n";
+}
+
+QByteArray summary(int total)
+{
+    return "[ProfileSummary]\nTotalProfile=" + QByteArray::number(total) + "\n\n";
+}
+
+QString valueOf(const QString& path, const QString& group, const QString& key)
+{
+    QString value;
+    SETUP_SET_Manager(path, false).getSettingInfo(group, key, value, "(none)", false);
+    return value;
+}
+
+// The path and the record.
+
+TEST_F(ProfileStore, KeepsItsFileInTheSettingDirectory)
+{
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    EXPECT_EQ(path, directory() + "/ormu_sipsetup.cfg");
+}
+
+TEST_F(ProfileStore, PutsNoSecondSlashBehindADirectoryThatEndsInOne)
+{
+    qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory() + "/"));
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    EXPECT_EQ(path, directory() + "/ormu_sipsetup.cfg");
+}
+
+TEST_F(ProfileStore, PutsASlashBehindAnEmptyDirectory)
+{
+    qputenv("ORMU_SETTING_DIR", "");
+    QString path = "before";
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    EXPECT_EQ(path, "/ormu_sipsetup.cfg");
+}
+
+TEST_F(ProfileStore, KeepsItsPathWhenTheDirectoryChangesLater)
+{
+    store();
+    qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory() + "/other"));
+    addProfile("A");
+    EXPECT_TRUE(QFile::exists(file()));
+    QString firstGroup = "Profile0";
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(firstGroup), "");
+}
+
+TEST_F(ProfileStore, FillsARecordWithTheValuesOfANewProfile)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("A");
+    store().setDefaultProfileInfo(record);
+    EXPECT_EQ(record.displayName, "");
+    EXPECT_EQ(record.server, "");
+    EXPECT_EQ(record.portNum, 5060u);
+    EXPECT_EQ(record.userID, "");
+    EXPECT_EQ(record.password, "");
+    EXPECT_EQ(record.registerValue, "");
+    EXPECT_EQ(record.network, "internet");
+    EXPECT_TRUE(record.autoConnect);
+    EXPECT_FALSE(record.locked);
+    EXPECT_FALSE(record.defaultProfile);
+    EXPECT_TRUE(record.needUserIDPass);
+    EXPECT_FALSE(record.remPassword);
+}
+
+TEST_F(ProfileStore, ReadsEveryFieldOfAMissingGroupAsANewProfiles)
+{
+    SETUP_SET_Manager manager(file(), false);
+    SIP_PROFILE_CONTENT record = unusualRecord("A");
+    SETUP_SIP_Agent::getProfileInfoFromFile(&manager, record, "Profile0");
+    expectEqual(record, SIP_PROFILE_CONTENT());
+}
+
+TEST_F(ProfileStore, ReadsTheMissingKeysOfAGroupAsANewProfiles)
+{
+    writeFile("[Profile7]\nDisplayName=A\nLocked=true\nPortNum=none\n");
+    SIP_PROFILE_CONTENT record = unusualRecord("B");
+    QString seventh = "Profile7";
+    EXPECT_TRUE(SETUP_SIP_Agent::getProfileByName(seventh, record));
+    SIP_PROFILE_CONTENT expected;
+    expected.displayName = "A";
+    expected.locked = true;
+    expectEqual(record, expected);
+}
+
+TEST_F(ProfileStore, EveryFieldComesBackFromTheFile)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("A");
+    store().setProfileInfo(record, "A");
+    reopenedStore();
+    expectEqual(recordOf("A"), record);
+}
+
+TEST_F(ProfileStore, AnyTextComesBackFromTheFile)
+{
+    for (const QString& text :
+         {QStringLiteral(" a,b "), QStringLiteral("@x\"%20[y]"), QStringLiteral("1\r\n\t2"),
+          QStringLiteral("電話 \U0001F4DE"), QStringLiteral("\\")}) {
+        SIP_PROFILE_CONTENT record = unusualRecord(text);
+        record.password = text;
+        store().setProfileInfo(record, text);
+        reopenedStore();
+        expectEqual(recordOf(text), record);
+    }
+}
+
+// The static reads and the credentials.
+
+TEST_F(ProfileStore, TheStaticsNeitherNeedNorMakeTheStore)
+{
+    // The store would never come to an end with this file.
+    writeFile(summary(99) + group(0, "A") + "[SystemDefault]\nProfile=Profile0\n");
+    QString first = "Profile0";
+    SIP_PROFILE_CONTENT record;
+    EXPECT_TRUE(SETUP_SIP_Agent::getProfileByName(first, record));
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(first), "A");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
+    EXPECT_TRUE(SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true));
+    QString userID;
+    QString password;
+    bool remember = false;
+    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
+    SETUP_SIP_Agent::cleanup();
+}
+
+TEST_F(ProfileStore, TheStaticsReadTheFileAndNotTheStore)
+{
+    addProfile("A");
+    writeFile("[Profile0]\nDisplayName=changed\n[SystemDefault]\nProfile=Profile5\n");
+    QString first = "Profile0";
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(first), "changed");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile5");
+    EXPECT_EQ(names(), QStringList("A"));
+}
+
+TEST_F(ProfileStore, AGroupWithoutDisplayNameIsNoProfile)
+{
+    writeFile("[Profile0]\nServer=sip.example\n\n[Profile1]\nDisplayName=\n");
+    for (QString absent : {QString("Profile0"), QString("Profile1"), QString("Profile2"), QString()}) {
+        SIP_PROFILE_CONTENT record = unusualRecord("A");
+        EXPECT_FALSE(SETUP_SIP_Agent::getProfileByName(absent, record));
+        EXPECT_EQ(record.displayName, "");
+        EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(absent), "");
+    }
+}
+
+TEST_F(ProfileStore, WithoutCredentialsInTheFileTheyReadAsEmpty)
+{
+    QString userID = "before";
+    QString password = "before";
+    bool remember = true;
+    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
+    EXPECT_EQ(userID, "");
+    EXPECT_EQ(password, "");
+    EXPECT_FALSE(remember);
+    EXPECT_TRUE(entries().isEmpty());
+}
+
+TEST_F(ProfileStore, KeepsThePasswordEvenWhenItIsNotToBeRemembered)
+{
+    EXPECT_TRUE(SETUP_SIP_Agent::saveLastInputUserIDPassword("user", " pass,word ", false));
+    EXPECT_EQ(readFile(), "[InputSettings]\nUserID=user\nPassword=\\spass,word\\s\nRemPassword=false\n");
+    QString userID;
+    QString password;
+    bool remember = true;
+    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
+    EXPECT_EQ(userID, "user");
+    EXPECT_EQ(password, " pass,word ");
+    EXPECT_FALSE(remember);
+}
+
+// The life of the store.
+
+TEST_F(ProfileStore, ThereIsOneStoreUntilItIsCleanedUp)
+{
+    SETUP_SIP_Agent* const first = SETUP_SIP_Agent::instance();
+    EXPECT_EQ(SETUP_SIP_Agent::instance(), first);
+    SETUP_SIP_Agent::cleanup();
+    SETUP_SIP_Agent::cleanup();
+    EXPECT_NE(SETUP_SIP_Agent::instance(), nullptr);
+}
+
+TEST_F(ProfileStore, LoadsTheFileOnceAndAnewAfterCleanup)
+{
+    EXPECT_TRUE(names().isEmpty());
+    writeFile(summary(1) + group(0, "A"));
+    EXPECT_TRUE(names().isEmpty());
+    reopenedStore();
+    EXPECT_EQ(names(), QStringList("A"));
+    EXPECT_EQ(store().profileCount(), 1);
+}
+
+TEST_F(ProfileStore, AMissingOrEmptyFileHoldsNoProfiles)
+{
+    EXPECT_EQ(store().profileCount(), 0);
+    EXPECT_TRUE(entries().isEmpty());
+    writeFile("");
+    EXPECT_EQ(reopenedStore().profileCount(), 0);
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "");
+}
+
+// Adding and changing.
+
+TEST_F(ProfileStore, TheFirstProfileBecomesProfile0WithItsKeysInOrder)
+{
+    addProfile("A");
+    EXPECT_EQ(readFile(),
+              "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\n" + NEW_PROFILE_LINES);
+    EXPECT_EQ(FileIdentity(file()).mode & 07777, 0600u);
+}
+
+TEST_F(ProfileStore, MakesAMissingDirectory)
+{
+    qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory() + "/missing"));
+    addProfile("A");
+    EXPECT_EQ(valueOf(directory() + "/missing/ormu_sipsetup.cfg", "Profile0", "DisplayName"), "A");
+}
+
+TEST_F(ProfileStore, AddsMoreProfilesThanTheUserMayCreate)
+{
+    for (int i = 0; i < 12; ++i)
+        addProfile(QString::number(i));
+    EXPECT_EQ(reopenedStore().profileCount(), 12);
+    EXPECT_EQ(groupOf("11"), "Profile11");
+}
+
+TEST_F(ProfileStore, ANewProfileGoesByTheGivenNameUntilTheStoreIsReopened)
+{
+    SIP_PROFILE_CONTENT record;
+    record.displayName = "recorded";
+    store().setProfileInfo(record, "given");
+    EXPECT_EQ(names(), QStringList("given"));
+    reopenedStore();
+    EXPECT_EQ(names(), QStringList("recorded"));
+}
+
+TEST_F(ProfileStore, ChangingAProfileDoesNotRenameItsEntry)
+{
+    addProfile("A");
+    SIP_PROFILE_CONTENT record = unusualRecord("B");
+    store().setProfileInfo(record, "A");
+    EXPECT_EQ(names(), QStringList("A"));
+    EXPECT_TRUE(store().isProfileExisted("A"));
+    EXPECT_FALSE(store().isProfileExisted("B"));
+    expectEqual(recordOf("A"), record);
+    EXPECT_EQ(store().profileCount(), 1);
+    EXPECT_EQ(valueOf(file(), "Profile0", "DisplayName"), "B");
+    reopenedStore();
+    EXPECT_EQ(names(), QStringList("B"));
+}
+
+TEST_F(ProfileStore, WritesTheDefaultFlagAsItStandsWithoutChoosingTheDefault)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("A");
+    store().setProfileInfo(record, "A");
+    EXPECT_EQ(valueOf(file(), "Profile0", "DefaultProfile"), "true");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "");
+}
+
+TEST_F(ProfileStore, KeepsARecordOfItsOwn)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("A");
+    store().setProfileInfo(record, "A");
+    record.server = "changed";
+    EXPECT_EQ(recordOf("A").server, "sip.example.org");
+}
+
+TEST_F(ProfileStore, WritesNothingWhenAProfileIsSavedAsItIs)
+{
+    addProfile("A");
+    const FileIdentity before(file());
+    addProfile("A");
+    EXPECT_EQ(FileIdentity(file()), before);
+}
+
+// Queries.
+
+TEST_F(ProfileStore, AnswersForTheProfilesThatItHas)
+{
+    addProfile("A");
+    SIP_PROFILE_CONTENT record = unusualRecord("B");
+    store().setProfileInfo(record, "B");
+    EXPECT_FALSE(store().isProfileLocked("A"));
+    EXPECT_TRUE(store().isProfileLocked("B"));
+    EXPECT_FALSE(store().isProfileDefault("A"));
+    EXPECT_TRUE(store().isProfileDefault("B"));
+    EXPECT_TRUE(store().isProfileNeedUserAndPass("A"));
+    EXPECT_FALSE(store().isProfileNeedUserAndPass("B"));
+    EXPECT_EQ(groupOf("B"), "Profile1");
+}
+
+TEST_F(ProfileStore, AnUnknownProfileIsLockedAndNeedsCredentialsAndIsNotTheDefault)
+{
+    addProfile("A");
+    for (const char* name : {"B", "a", "A ", ""}) {
+        EXPECT_FALSE(store().isProfileExisted(name));
+        EXPECT_TRUE(store().isProfileLocked(name));
+        EXPECT_TRUE(store().isProfileNeedUserAndPass(name));
+        EXPECT_FALSE(store().isProfileDefault(name));
+        QString groupName = "untouched";
+        EXPECT_FALSE(store().getProfileGroupName(name, groupName));
+        EXPECT_EQ(groupName, "untouched");
+        SIP_PROFILE_CONTENT record = unusualRecord("untouched");
+        store().getProfileInfo(record, name);
+        expectEqual(record, unusualRecord("untouched"));
+    }
+}
+
+TEST_F(ProfileStore, AnUnknownProfileIsNeitherDeletedNorMadeTheDefault)
+{
+    addProfile("A");
+    const FileIdentity before(file());
+    store().deleteProfile("B");
+    store().setDefaultProfile("B");
+    store().clearDefaultProfileFlag("B");
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(store().profileCount(), 1);
+}
+
+// Deleting.
+
+TEST_F(ProfileStore, ANewProfileTakesTheGroupOfADeletedOne)
+{
+    for (const char* name : {"A", "B", "C"})
+        addProfile(name);
+    store().deleteProfile("B");
+    EXPECT_EQ(names(), QStringList({"A", "C"}));
+    EXPECT_EQ(groupOf("C"), "Profile2");
+    EXPECT_EQ(valueOf(file(), "Profile1", "DisplayName"), "(none)");
+    EXPECT_EQ(valueOf(file(), "Profile1", "Server"), "(none)");
+    EXPECT_EQ(valueOf(file(), "Profile0", "DisplayName"), "A");
+    EXPECT_EQ(valueOf(file(), "Profile2", "DisplayName"), "C");
+    EXPECT_EQ(valueOf(file(), "ProfileSummary", "TotalProfile"), "2");
+
+    addProfile("D");
+    EXPECT_EQ(groupOf("D"), "Profile1");
+    EXPECT_EQ(names(), QStringList({"A", "C", "D"}));
+    reopenedStore();
+    EXPECT_EQ(names(), QStringList({"A", "D", "C"}));
+}
+
+TEST_F(ProfileStore, DeletesAProfileThatIsNamedByItsOwnEntry)
+{
+    for (const char* name : {"A", "B"})
+        addProfile(name);
+    store().deleteProfile(std::as_const(store().displayNames)[0]);
+    EXPECT_EQ(names(), QStringList("B"));
+    reopenedStore();
+}
+
+TEST_F(ProfileStore, DeletingTheDefaultLeavesTheBooleanTrueInItsPlace)
+{
+    for (const char* name : {"A", "B"})
+        addProfile(name);
+    store().setDefaultProfile("A");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
+    store().deleteProfile("A");
+    bool isTrue = false;
+    SETUP_SET_Manager(file(), false).getSettingInfo("SystemDefault", "Profile", isTrue, false);
+    EXPECT_TRUE(isTrue);
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "true");
+    EXPECT_FALSE(store().isProfileDefault("B"));
+}
+
+TEST_F(ProfileStore, DeletingAnotherLeavesTheDefault)
+{
+    for (const char* name : {"A", "B"})
+        addProfile(name);
+    store().setDefaultProfile("A");
+    store().deleteProfile("B");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
+    EXPECT_TRUE(store().isProfileDefault("A"));
+}
+
+TEST_F(ProfileStore, DeletingTheLastProfileLeavesAnEmptySummary)
+{
+    // Twice over, so that nothing piles up in the file.
+    for (int round = 0; round < 2; ++round) {
+        addProfile("A");
+        store().deleteProfile("A");
+        EXPECT_EQ(readFile(), "[ProfileSummary]\nTotalProfile=0\n\n");
+    }
+    EXPECT_EQ(reopenedStore().profileCount(), 0);
+}
+
+// The default.
+
+TEST_F(ProfileStore, MovesTheDefaultFromOneProfileToAnother)
+{
+    for (const char* name : {"A", "B"})
+        addProfile(name);
+    store().setDefaultProfile("A");
+    store().setDefaultProfile("B");
+    for (int opening = 0; opening < 2; ++opening) {
+        EXPECT_FALSE(store().isProfileDefault("A"));
+        EXPECT_TRUE(store().isProfileDefault("B"));
+        EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile1");
+        reopenedStore();
+    }
+}
+
+TEST_F(ProfileStore, MakingTheDefaultTheDefaultWritesNothingAtAll)
+{
+    addProfile("A");
+    store().setDefaultProfile("A");
+    // It would be put right if anything were written.
+    writeFile(readFile() + "\n# by hand\n[SystemDefault]\nProfile=Profile9\n");
+    const timespec past[2] = {{1000000000, 5}, {1000000000, 7}};
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(file()).constData(), past, 0), 0);
+    const FileIdentity before(file());
+    const QByteArray bytes = readFile();
+    store().setDefaultProfile("A");
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(readFile(), bytes);
+}
+
+TEST_F(ProfileStore, ClearsOnlyTheFirstOfTwoDefaults)
+{
+    writeFile(summary(3) + "[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\nDefaultProfile=true\n"
+                           "[Profile2]\nDisplayName=C\nDefaultProfile=true\n");
+    store().setDefaultProfile("A");
+    EXPECT_TRUE(store().isProfileDefault("A"));
+    EXPECT_FALSE(store().isProfileDefault("B"));
+    EXPECT_TRUE(store().isProfileDefault("C"));
+    EXPECT_EQ(valueOf(file(), "Profile2", "DefaultProfile"), "true");
+}
+
+TEST_F(ProfileStore, AFlaggedProfileBeforeTheDefaultLosesItsFlag)
+{
+    writeFile(summary(2) + "[Profile0]\nDisplayName=A\nDefaultProfile=true\n"
+                           "[Profile1]\nDisplayName=B\nDefaultProfile=true\n");
+    store().setDefaultProfile("B");
+    EXPECT_FALSE(store().isProfileDefault("A"));
+    EXPECT_EQ(valueOf(file(), "Profile0", "DefaultProfile"), "false");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile1");
+}
+
+TEST_F(ProfileStore, ClearsTheDefaultFlagInTheFileAlone)
+{
+    addProfile("A");
+    store().setDefaultProfile("A");
+    store().clearDefaultProfileFlag("A");
+    EXPECT_EQ(valueOf(file(), "Profile0", "DefaultProfile"), "false");
+    EXPECT_TRUE(store().isProfileDefault("A"));
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
+}
+
+// The scan of the group numbers.
+
+TEST_F(ProfileStore, FindsTheProfileBehindAGap)
+{
+    writeFile(summary(2) + group(0, "A") + group(2, "C"));
+    EXPECT_EQ(names(), QStringList({"A", "C"}));
+    EXPECT_EQ(groupOf("C"), "Profile2");
+}
+
+TEST_F(ProfileStore, FindsAProfileTwiceBehindAGapAndNotTheOneBehindIt)
+{
+    writeFile(summary(3) + group(0, "A") + group(2, "C") + group(3, "D"));
+    EXPECT_EQ(names(), QStringList({"A", "C", "C"}));
+    EXPECT_EQ(store().profileCount(), 3);
+}
+
+TEST_F(ProfileStore, ShowsTheSecondOfThreeTwiceAfterTheFirstIsDeleted)
+{
+    for (const char* name : {"A", "B", "C"})
+        addProfile(name);
+    store().deleteProfile("A");
+    EXPECT_EQ(names(), QStringList({"B", "C"}));
+    reopenedStore();
+    EXPECT_EQ(names(), QStringList({"B", "B"}));
+}
+
+TEST_F(ProfileStore, LooksAtHighNumbersToo)
+{
+    writeFile(summary(1) + group(100000, "far"));
+    EXPECT_EQ(names(), QStringList("far"));
+}
+
+TEST_F(ProfileStore, ScansWithoutEndWhenTheSummaryCountsTooMany)
+{
+    writeFile(summary(2) + group(0, "A"));
+    const int signal = -runInChild([] {
+        const rlimit oneSecond = {1, 1};
+        setrlimit(RLIMIT_CPU, &oneSecond);
+        store();
+        return 0;
+    });
+    EXPECT_TRUE(signal == SIGXCPU || signal == SIGKILL) << signal;
+}
+
+TEST_F(ProfileStore, ASummaryThatIsNoCountLoadsNothing)
+{
+    for (const char* total : {"-1", "many", "", "99999999999"}) {
+        writeFile(QByteArray("[ProfileSummary]\nTotalProfile=") + total + "\n\n" + group(0, "A"));
+        reopenedStore();
+        EXPECT_TRUE(names().isEmpty()) << total;
+    }
+}
+
+TEST_F(ProfileStore, OfTwoProfilesOfOneNameTheFirstCounts)
+{
+    writeFile(summary(2) + group(0, "A") + "[Profile1]\nDisplayName=A\nLocked=true\n");
+    EXPECT_EQ(names(), QStringList({"A", "A"}));
+    EXPECT_EQ(groupOf("A"), "Profile0");
+    EXPECT_FALSE(store().isProfileLocked("A"));
+}
+
+TEST_F(ProfileStore, DeletingAProfileThatWasFoundTwiceRemovesBothNames)
+{
+    writeFile(summary(3) + group(0, "A") + group(2, "C") + group(3, "D"));
+    store().deleteProfile("C");
+    EXPECT_EQ(names(), QStringList("A"));
+    EXPECT_EQ(store().profileCount(), 2);
+    EXPECT_EQ(valueOf(file(), "Profile2", "DisplayName"), "(none)");
+    EXPECT_EQ(valueOf(file(), "Profile3", "DisplayName"), "D");
+}
+
+TEST_F(ProfileStore, SurvivesListsThatDoublesHavePutOutOfStep)
+{
+    // Two profiles of one name, and one that is found three times.
+    writeFile(summary(5) + group(0, "A") + group(1, "A") + group(4, "C"));
+    ASSERT_EQ(names(), QStringList({"A", "A", "C", "C", "C"}));
+    store().deleteProfile("A");
+    addProfile("W");
+    store().deleteProfile("W");
+    addProfile("V");
+    store().setDefaultProfile("V");
+    for (const QString& name : names()) {
+        recordOf(name);
+        groupOf(name);
+        store().isProfileLocked(name);
+    }
+    store().deleteProfile("V");
+    store().deleteProfile("C");
+    addProfile("X");
+}
+
+} // namespace
