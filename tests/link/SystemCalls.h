@@ -7,8 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// Stands between the code under test and the system for the calls on sockets that the current thread makes while
-// the object lives: it records them, and a test can put a result in the place of any. The program is linked with
+// Stands between the code under test and the system for the calls on sockets that the current thread makes
+// while the object lives: it records them, and a test can put a result in the place of any. The program is
+// linked with
 // --wrap for each call: see the CMake file.
 class SystemCalls
 {
