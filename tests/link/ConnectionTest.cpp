@@ -325,6 +325,7 @@ TEST_F(Connection, ThatIsMadeTwiceEndsTheFirst)
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     ASSERT_EQ(channel.connectDaemon(), 0);
     ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_TRUE(daemon().waitForBytes(2 * sizeof(_SIPD_MSG_HEAD_S)));
     EXPECT_TRUE(daemon().waitForClosed(1));
     EXPECT_EQ(daemon().accepted(), 2);
 }
