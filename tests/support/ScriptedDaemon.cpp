@@ -48,6 +48,14 @@ bool isDrained(int fd)
     return ioctl(fd, SIOCOUTQ, &unread) == 0 && unread == 0;
 }
 
+// How much a client has sent that we have not read.
+size_t unreadFrom(int fd)
+{
+    int unread = 0;
+    ioctl(fd, FIONREAD, &unread);
+    return static_cast<size_t>(unread);
+}
+
 std::string nameIn(const _SIPD_MSG_PROFILE_S& profile)
 {
     return {profile.name, strnlen(profile.name, sizeof(profile.name))};
@@ -181,7 +189,8 @@ void ScriptedDaemon::acceptClient()
 bool ScriptedDaemon::readFrom(int id, Client& client)
 {
     if (scenario.resets && client.admitted)
-        return false;
+        // Once the whole request has been sent, or the client would notice in the middle of sending it.
+        return unreadFrom(client.fd) < sizeof(_SIPD_MSG_HEAD_S) + sizeof(_SIPD_MSG_PROFILE_S);
     char buffer[4096];
     const ssize_t count = recv(client.fd, buffer, sizeof(buffer), MSG_DONTWAIT);
     if (count < 0 && errno == EAGAIN)

@@ -1,0 +1,421 @@
+// How a channel comes to its connection, and what it does to the process that has it.
+
+#include "ChannelPair.h"
+#include "DaemonTest.h"
+#include "Diagnostics.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+const std::string cannotConnect = "{1} SIP_COMM_Channel.cpp\tconnect fail path /tmp/sipd_us";
+
+sockaddr_un socketAddress()
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
+    return address;
+}
+
+// A socket at the daemon's path that nobody accepts from by itself.
+class Listener
+{
+public:
+    Listener() : fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        const sockaddr_un address = socketAddress();
+        EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    }
+    ~Listener()
+    {
+        stop();
+        unlink(SIPD_SOCKET_PATH);
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    // With a queue that no further client fits into.
+    void listenWithFullQueue()
+    {
+        ASSERT_EQ(listen(fd, 0), 0);
+        const sockaddr_un address = socketAddress();
+        while (true) {
+            const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+            if (connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+                ASSERT_EQ(errno, EAGAIN);
+                close(client);
+                return;
+            }
+            queued.push_back(client);
+        }
+    }
+
+    void acceptOne() const { close(accept(fd, nullptr, nullptr)); }
+
+    void stop()
+    {
+        if (fd >= 0)
+            close(fd);
+        fd = -1;
+        for (const int client : queued)
+            close(client);
+        queued.clear();
+    }
+
+private:
+    int fd;
+    std::vector<int> queued;
+};
+
+// Whether the thread sleeps in the system.
+bool isWaiting(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string stat;
+    std::getline(file, stat);
+    return stat.find(") S ") != std::string::npos;
+}
+
+// Connects on a thread of its own, and does what the test wants once that thread waits.
+int connectMeanwhile(SIP_COMM_Channel& channel, const std::function<void(pthread_t)>& meanwhile)
+{
+    std::atomic<pid_t> threadId = 0;
+    std::atomic<bool> done = false;
+    int result = -1;
+    std::thread thread([&] {
+        threadId = gettid();
+        result = channel.connectDaemon();
+        done = true;
+    });
+    while (!done && (threadId == 0 || !isWaiting(threadId)))
+        std::this_thread::yield();
+    EXPECT_FALSE(done) << "did not wait for room in the queue";
+    meanwhile(thread.native_handle());
+    thread.join();
+    return result;
+}
+
+int connectAsNobody()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && setuid(65534) != 0)
+            _exit(99);
+        SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+        _exit(channel.connectDaemon());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string outputOf(const std::string& command)
+{
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    std::string output;
+    for (int c = 0; (c = std::fgetc(pipe)) != EOF;)
+        output += static_cast<char>(c);
+    pclose(pipe);
+    return output;
+}
+
+class Connection : public DaemonTest
+{
+protected:
+    void expectNoConnection()
+    {
+        SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
+                    ElementsAre(cannotConnect));
+        EXPECT_EQ(channel.getFd(), -1);
+    }
+};
+
+std::atomic<int> sigpipes = 0;
+void countSigpipe(int)
+{
+    ++sigpipes;
+}
+
+// A host with its own way with SIGPIPE; after the test the process has its old one.
+class HostSignals
+{
+public:
+    explicit HostSignals(void (*reaction)(int))
+    {
+        struct sigaction action = {};
+        action.sa_handler = reaction;
+        sigaction(SIGPIPE, &action, &savedAction);
+        pthread_sigmask(SIG_SETMASK, nullptr, &savedMask);
+        sigpipes = 0;
+    }
+    ~HostSignals()
+    {
+        pthread_sigmask(SIG_SETMASK, &savedMask, nullptr);
+        sigaction(SIGPIPE, &savedAction, nullptr);
+    }
+    HostSignals(const HostSignals&) = delete;
+    HostSignals& operator=(const HostSignals&) = delete;
+
+    static void block(bool blocked)
+    {
+        sigset_t sigpipe;
+        sigemptyset(&sigpipe);
+        sigaddset(&sigpipe, SIGPIPE);
+        pthread_sigmask(blocked ? SIG_BLOCK : SIG_UNBLOCK, &sigpipe, nullptr);
+    }
+
+    static bool isBlocked()
+    {
+        sigset_t mask;
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        return sigismember(&mask, SIGPIPE) == 1;
+    }
+
+    static bool isPending()
+    {
+        sigset_t pending;
+        sigpending(&pending);
+        return sigismember(&pending, SIGPIPE) == 1;
+    }
+
+    static void (*handler())(int)
+    {
+        struct sigaction action = {};
+        sigaction(SIGPIPE, nullptr, &action);
+        return action.sa_handler;
+    }
+
+private:
+    struct sigaction savedAction = {};
+    sigset_t savedMask = {};
+};
+
+void sendToADeadPeer()
+{
+    ChannelPair pair;
+    pair.closeDaemonEnd();
+    const _SIPD_MSG_PROFILE_S profile = {};
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendProfileMsg(&profile), 2); }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tfail when read or write socket 32",
+                            "{4} SIP_COMM_Channel.cpp, sendProfileMsg()\t fail send head message"));
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+} // namespace
+
+TEST_F(Connection, RegistersAtOnceAndReadsNothing)
+{
+    play("admit");
+    TestChannel channel(-1, static_cast<_SIPD_APPID_E>(42));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 0); }), IsEmpty());
+    EXPECT_TRUE(channel.isConnected());
+    ASSERT_TRUE(daemon().waitForBytes(12));
+    EXPECT_EQ(daemon().received(), encodeHead(0, SIPD_MSG_REGISTER, 42));
+    _SIPD_MSG_TYPE_E type;
+    EXPECT_EQ(channel.recvMsgType(&type), 0);
+    EXPECT_EQ(type, SIPD_MSG_ACK);
+}
+
+TEST_F(Connection, LeavesTheSocketBlocking)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    EXPECT_EQ(fcntl(channel.getFd(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(Connection, FailsWithoutASocketFile)
+{
+    expectNoConnection();
+}
+
+TEST_F(Connection, FailsOnASocketFileThatNobodyListensOn)
+{
+    Listener dead;
+    dead.stop();
+    expectNoConnection();
+}
+
+TEST_F(Connection, FailsOnAFileInPlaceOfTheSocket)
+{
+    std::ofstream(SIPD_SOCKET_PATH) << "not a socket\n";
+    expectNoConnection();
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(Connection, FailsWithoutPermission)
+{
+    play("admit");
+    ASSERT_EQ(chmod(SIPD_SOCKET_PATH, 0), 0);
+    EXPECT_EQ(connectAsNobody(), 1);
+    EXPECT_EQ(daemon().accepted(), 0);
+    ASSERT_EQ(chmod(SIPD_SOCKET_PATH, 0777), 0);
+    EXPECT_EQ(connectAsNobody(), 0);
+}
+
+TEST_F(Connection, WaitsForRoomInAFullQueue)
+{
+    Listener listener;
+    listener.listenWithFullQueue();
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t) { listener.acceptOne(); }), 0);
+}
+
+TEST_F(Connection, FailsWhenTheDaemonGoesAwayWhileItWaitsForRoom)
+{
+    Listener listener;
+    listener.listenWithFullQueue();
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t) { listener.stop(); }), 1);
+    EXPECT_EQ(channel.getFd(), -1);
+}
+
+TEST_F(Connection, FailsWhenASignalInterruptsItsWaitForRoom)
+{
+    struct sigaction action = {};
+    action.sa_handler = countSigpipe;
+    struct sigaction saved = {};
+    sigaction(SIGUSR1, &action, &saved);
+    Listener listener;
+    listener.listenWithFullQueue();
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t thread) { pthread_kill(thread, SIGUSR1); }), 1);
+    sigaction(SIGUSR1, &saved, nullptr);
+}
+
+TEST_F(Connection, CanBeMadeAnewAfterALossAndForgetsThePendingMessage)
+{
+    play("close-after:12");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    _SIPD_MSG_TYPE_E type;
+    _SIPD_APP_ACK_E ack;
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.recvMsgType(&type), 0); // its body never comes
+    channel.disconnectDaemon();
+
+    play("admit");
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.recvMsgType(&type), 0); }), IsEmpty());
+    EXPECT_EQ(channel.recvAckMsg(&ack), 0);
+}
+
+TEST_F(Connection, ThatIsMadeTwiceEndsTheFirst)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_TRUE(daemon().waitForBytes(2 * sizeof(_SIPD_MSG_HEAD_S)));
+    EXPECT_TRUE(daemon().waitForClosed(1));
+    EXPECT_EQ(daemon().accepted(), 2);
+}
+
+TEST_F(Connection, StaysWhenASecondCannotBeMade)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    const int fd = channel.getFd();
+    stopDaemon();
+    EXPECT_EQ(channel.connectDaemon(), 1);
+    EXPECT_EQ(channel.getFd(), fd);
+}
+
+TEST_F(Connection, IsNotInheritedByAProgramThatTheHostStarts)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    struct stat status = {};
+    ASSERT_EQ(fstat(channel.getFd(), &status), 0);
+    const std::string ours = "socket:[" + std::to_string(status.st_ino) + "]";
+    EXPECT_THAT(outputOf("ls -l /proc/" + std::to_string(getpid()) + "/fd"), HasSubstr(ours));
+    EXPECT_THAT(outputOf("ls -l /proc/self/fd"), Not(HasSubstr(ours)));
+}
+
+TEST(DeadDaemon, DoesNotKillAHostThatHasNotThoughtOfSigpipe)
+{
+    const HostSignals host(SIG_DFL);
+    sendToADeadPeer();
+    EXPECT_EQ(HostSignals::handler(), SIG_DFL);
+    EXPECT_FALSE(HostSignals::isBlocked());
+    EXPECT_FALSE(HostSignals::isPending());
+}
+
+TEST(DeadDaemon, IsNoBusinessOfTheHostsHandler)
+{
+    const HostSignals host(countSigpipe);
+    sendToADeadPeer();
+    EXPECT_EQ(sigpipes, 0);
+    EXPECT_EQ(HostSignals::handler(), countSigpipe);
+    EXPECT_FALSE(HostSignals::isBlocked());
+    raise(SIGPIPE);
+    EXPECT_EQ(sigpipes, 1) << "the handler works as before";
+}
+
+TEST(DeadDaemon, LeavesSigpipeIgnoredWhereItWas)
+{
+    const HostSignals host(SIG_IGN);
+    sendToADeadPeer();
+    EXPECT_EQ(HostSignals::handler(), SIG_IGN);
+    EXPECT_FALSE(HostSignals::isPending());
+}
+
+TEST(DeadDaemon, LeavesSigpipeBlockedWhereItWas)
+{
+    const HostSignals host(countSigpipe);
+    HostSignals::block(true);
+    sendToADeadPeer();
+    EXPECT_TRUE(HostSignals::isBlocked());
+    EXPECT_FALSE(HostSignals::isPending());
+    HostSignals::block(false);
+    EXPECT_EQ(sigpipes, 0);
+}
+
+TEST(DeadDaemon, LeavesTheHostItsOwnSigpipe)
+{
+    // One that waits for the thread, and one that waits for the process.
+    const std::array<void (*)(), 2> raisers = {[] { raise(SIGPIPE); }, [] { kill(getpid(), SIGPIPE); }};
+    for (const auto raiser : raisers) {
+        const HostSignals host(countSigpipe);
+        HostSignals::block(true);
+        raiser();
+        sendToADeadPeer();
+        EXPECT_TRUE(HostSignals::isPending());
+        HostSignals::block(false);
+        EXPECT_EQ(sigpipes, 1);
+    }
+}
+
+TEST(LivingDaemon, LeavesTheHostItsSignalsToo)
+{
+    const HostSignals host(countSigpipe);
+    HostSignals::block(true);
+    raise(SIGPIPE);
+    ChannelPair pair;
+    EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 0);
+    EXPECT_TRUE(HostSignals::isBlocked());
+    EXPECT_TRUE(HostSignals::isPending());
+    HostSignals::block(false);
+    EXPECT_EQ(sigpipes, 1);
+}

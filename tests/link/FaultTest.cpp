@@ -1,0 +1,416 @@
+// What the link makes of a system that fails it.
+
+#include "ChannelPair.h"
+#include "DaemonTest.h"
+#include "Diagnostics.h"
+#include "SIP_COMM_Controler.h"
+#include "SystemCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <new>
+#include <thread>
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+// The nth allocation from now that is allowed to fail does; 0 for none.
+thread_local int failingAllocation = 0;
+
+bool allocationFails()
+{
+    return failingAllocation > 0 && --failingAllocation == 0;
+}
+
+using Fault = SystemCalls::Fault;
+
+Fault fail(std::string_view name, int error)
+{
+    return [=](std::string_view called, size_t) -> std::optional<long> {
+        if (called != name)
+            return std::nullopt;
+        errno = error;
+        return -1;
+    };
+}
+
+// Everything that one can do with a handle; 0 when all of it succeeded.
+int useTheLink()
+{
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+    _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
+    _SIPD_PROFILE_STATUS_E status = {};
+    char name[SIPD_PROFILE_NAME_MAX + 1];
+    int result = SIP_COMM_ControlerConstruct(&handle);
+    if (result == 0)
+        result = SIP_COMM_ControlerSetProfileName(handle, SIPD_APPID_SETUP, "Profile4");
+    if (result == 0)
+        result = SIP_COMM_ControlerGetAck(handle, &ack);
+    if (result == 0)
+        result = SIP_COMM_ControlerProfileConnect(handle, "Profile4");
+    if (result == 0)
+        result = SIP_COMM_ControlerGetAck(handle, &ack);
+    if (result == 0)
+        result = SIP_COMM_ControlerGetProfileStatus(handle, "Profile4", &status);
+    if (result == 0)
+        result = SIP_COMM_ControlerGetProfileName(handle, SIPD_APPID_SETUP, name, sizeof(name));
+    if (result == 0 &&
+        (ack != SIPD_ACK_SUCCESS || status != SIPD_PROFILE_CONNECTED || strcmp(name, "Profile4") != 0))
+        result = -1;
+    SIP_COMM_ControlerDestruct(&handle);
+    return result;
+}
+
+std::vector<std::string> fullUse()
+{
+    std::vector<std::string> calls = {"socket", "connect 110", "write 12", "read 12", "read 4"};
+    for (int request = 0; request < 2; ++request)
+        calls.insert(calls.end(), {"write 12", "write 140", "read 12", "read 4"});
+    for (int query = 0; query < 2; ++query)
+        calls.insert(calls.end(), {"write 12", "write 140", "read 12", "read 140"});
+    calls.emplace_back("close");
+    return calls;
+}
+
+bool mayBlock(const std::string& call)
+{
+    return call.starts_with("read") || call.starts_with("write");
+}
+
+void ignoreSignal(int) {}
+
+// A handler for SIGUSR1 that interrupts system calls.
+class Interruptions
+{
+public:
+    Interruptions()
+    {
+        struct sigaction action = {};
+        action.sa_handler = ignoreSignal;
+        sigaction(SIGUSR1, &action, &saved);
+    }
+    ~Interruptions() { sigaction(SIGUSR1, &saved, nullptr); }
+    Interruptions(const Interruptions&) = delete;
+    Interruptions& operator=(const Interruptions&) = delete;
+
+    // Sends signals to the thread until one has interrupted a call.
+    static void untilOneHits(pthread_t thread)
+    {
+        for (const int before = SystemCalls::interrupted(); SystemCalls::interrupted() == before;
+             std::this_thread::yield())
+            pthread_kill(thread, SIGUSR1);
+    }
+
+private:
+    struct sigaction saved = {};
+};
+
+} // namespace
+
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    return allocationFails() ? nullptr : ::operator new(size);
+}
+
+void* operator new[](size_t size, const std::nothrow_t&) noexcept
+{
+    return allocationFails() ? nullptr : ::operator new[](size);
+}
+
+class Faults : public DaemonTest
+{
+};
+
+TEST_F(Faults, NoneOccursInTheCallsThatAreExpected)
+{
+    play("admit");
+    SystemCalls calls;
+    EXPECT_EQ(useTheLink(), 0);
+    EXPECT_EQ(calls.made, fullUse());
+}
+
+TEST_F(Faults, ASocketThatCannotBeMadeIsAFailure)
+{
+    const SystemCalls calls(fail("socket", EMFILE));
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket create fail"));
+    EXPECT_THAT(calls.made, ElementsAre("socket"));
+}
+
+TEST_F(Faults, DescriptorZeroFromSocketIsAFailureAndIsGivenBack)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    EXPECT_THAT(diagnosticsOf([&] {
+                    const int savedStdin = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+                    close(STDIN_FILENO);
+                    EXPECT_EQ(channel.connectDaemon(), 1);
+                    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 leaked";
+                    dup2(savedStdin, STDIN_FILENO);
+                    close(savedStdin);
+                }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket create fail"));
+    EXPECT_EQ(channel.getFd(), -1);
+}
+
+TEST_F(Faults, ARegistrationThatCannotBeSentClosesTheNewConnection)
+{
+    play("admit");
+    const SystemCalls calls(fail("write", EIO));
+    TestChannel channel;
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tfail when read or write socket 5",
+                            "{4} SIP_COMM_Channel.cpp, sendControlMsg()\t fail send head message"));
+    EXPECT_EQ(channel.getFd(), -1);
+    EXPECT_THAT(calls.made, ElementsAre("socket", "connect 110", "write 12", "close"));
+    EXPECT_TRUE(daemon().waitForClosed(1));
+}
+
+TEST_F(Faults, ARegistrationThatFailsClosesTheConnectionEvenIfASubclassDoesNot)
+{
+    class Keeper : public TestChannel
+    {
+    public:
+        int disconnectDaemon() override { return 0; }
+    };
+    play("admit");
+    Keeper channel;
+    {
+        const SystemCalls calls(fail("write", EIO));
+        EXPECT_EQ(channel.connectDaemon(), 1);
+    }
+    EXPECT_EQ(channel.getFd(), -1);
+    EXPECT_TRUE(daemon().waitForClosed(1));
+}
+
+TEST_F(Faults, AnInterruptionOfAnyOneCallIsMadeGood)
+{
+    play("admit");
+    const std::vector<std::string> expected = fullUse();
+    for (size_t i = 0; i < expected.size(); ++i) {
+        if (!mayBlock(expected[i]))
+            continue;
+        size_t call = 0;
+        const SystemCalls calls([&](std::string_view, size_t) -> std::optional<long> {
+            if (call++ != i)
+                return std::nullopt;
+            errno = EINTR;
+            return -1;
+        });
+        const bool isRead = expected[i].starts_with("read");
+        const auto log = diagnosticsOf([&] { EXPECT_EQ(useTheLink(), 0) << "interrupted: " << expected[i]; });
+        EXPECT_THAT(log, Contains(isRead ? "{4} SIP_COMM_Channel.cpp, readSocket()\tEINTR happen in read"
+                                         : "{4} SIP_COMM_Channel.cpp, writeSocket()\tEINTR happen in write"));
+        // The same call again.
+        ASSERT_EQ(calls.made.size(), expected.size() + 1);
+        EXPECT_EQ(calls.made[i], calls.made[i + 1]);
+    }
+}
+
+TEST_F(Faults, AnErrorOfAnyOneCallIsReportedAndLeaksNothing)
+{
+    play("admit");
+    const std::vector<std::string> expected = fullUse();
+    for (size_t i = 0; i < expected.size() - 1; ++i) {
+        size_t call = 0;
+        SystemCalls calls([&](std::string_view, size_t) -> std::optional<long> {
+            if (call++ != i)
+                return std::nullopt;
+            errno = EIO;
+            return -1;
+        });
+        diagnosticsOf([&] { EXPECT_NE(useTheLink(), 0) << "failed: " << expected[i]; });
+        EXPECT_GT(call, i) << "the fault did not occur";
+        const auto closes = std::count(calls.made.begin(), calls.made.end(), "close");
+        EXPECT_EQ(closes, i == 0 ? 0 : 1) << "failed: " << expected[i];
+    }
+}
+
+TEST(TransferFaults, AWriteOfFewerBytesIsContinued)
+{
+    ChannelPair pair;
+    std::string bytes = "abcdef";
+    std::string written;
+    const SystemCalls calls([&](std::string_view name, size_t size) -> std::optional<long> {
+        if (name != "write")
+            return std::nullopt;
+        written += bytes.substr(bytes.size() - size, 2);
+        return 2;
+    });
+    EXPECT_EQ(pair.channel.writeSocket(bytes.data(), 6), 0);
+    EXPECT_THAT(calls.made, ElementsAre("write 6", "write 4", "write 2"));
+    EXPECT_EQ(written, bytes);
+}
+
+TEST(TransferFaults, ACountBeyondWhatWasAskedIsAnError)
+{
+    for (const char* name : {"read", "write"}) {
+        ChannelPair pair;
+        const SystemCalls calls([&](std::string_view called, size_t size) {
+            return called == name ? std::optional<long>(static_cast<long>(size) + 1) : std::nullopt;
+        });
+        char bytes[4] = {};
+        EXPECT_THAT(diagnosticsOf([&] {
+                        EXPECT_EQ(*name == 'r' ? pair.channel.readSocket(bytes, 4)
+                                               : pair.channel.writeSocket(bytes, 4),
+                                  2);
+                    }),
+                    ElementsAre("{1} SIP_COMM_Channel.cpp\tunpossiable"));
+        EXPECT_FALSE(pair.channel.isConnected());
+    }
+}
+
+TEST(TransferFaults, AWriteOfNothingMeansThatThePeerHasClosed)
+{
+    ChannelPair pair;
+    const SystemCalls calls([](std::string_view called, size_t) {
+        return called == "write" ? std::optional<long>(0) : std::nullopt;
+    });
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 5); }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket has been closed",
+                            "{4} SIP_COMM_Channel.cpp, sendControlMsg()\t fail send head message"));
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+TEST(TransferFaults, AreToldApartByTheirErrno)
+{
+    ChannelPair pair;
+    const SystemCalls calls(fail("read", EAGAIN));
+    char byte;
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.readSocket(&byte, 1), 2); }),
+                ElementsAre("{1} SIP_COMM_Channel.cpp\tselected , but read nothing or can not wirte"));
+}
+
+TEST(TransferFaults, NameTheMessagePartThatCouldNotBeSent)
+{
+    // Each part is a write of its own.
+    const auto failureAt = [](int failing, const std::function<int(SIP_COMM_Channel&)>& sendMessage) {
+        ChannelPair pair;
+        int write = 0;
+        const SystemCalls calls([&](std::string_view called, size_t) -> std::optional<long> {
+            if (called != "write" || ++write != failing)
+                return std::nullopt;
+            errno = ENOSPC;
+            return -1;
+        });
+        const auto log = diagnosticsOf([&] { EXPECT_EQ(sendMessage(pair.channel), 2); });
+        EXPECT_FALSE(pair.channel.isConnected());
+        EXPECT_EQ(log[log.size() - 2], "{1} SIP_COMM_Channel.cpp\tno room for wite");
+        return log.back();
+    };
+    const auto sendProfile = [](SIP_COMM_Channel& channel) {
+        const _SIPD_MSG_PROFILE_S profile = {};
+        return channel.sendProfileMsg(&profile);
+    };
+    const auto sendCommand = [](SIP_COMM_Channel& channel) {
+        return channel.sendCommandMsg({}, 0, nullptr, "v=0", 3);
+    };
+    const auto line = [](const char* function, const char* message) {
+        return std::string("{4} SIP_COMM_Channel.cpp, ") + function + "()\t" + message;
+    };
+    EXPECT_EQ(failureAt(1, sendProfile), line("sendProfileMsg", " fail send head message"));
+    EXPECT_EQ(failureAt(2, sendProfile), line("sendProfileMsg", " fail send profile message"));
+    EXPECT_EQ(failureAt(1, sendCommand), line("sendCommandMsg", " fail send head message"));
+    EXPECT_EQ(failureAt(2, sendCommand), line("sendCommandMsg", " fail send command message"));
+    EXPECT_EQ(failureAt(3, sendCommand), line("sendCommandMsg", " fail send sdp body"));
+}
+
+TEST(TransferFaults, AnUnreadBodyWithoutMemoryClosesTheChannel)
+{
+    ChannelPair pair;
+    pair.give(encodeHead(0xffffffff, SIPD_MSG_ACK, 0));
+    _SIPD_MSG_TYPE_E type;
+    ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
+    failingAllocation = 1;
+    EXPECT_THAT(
+        diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), 3); }),
+        ElementsAre(
+            "{4} SIP_COMM_Channel.cpp, recvMsgType()\tthe last message has not been deal with , clear it",
+            "{1} SIP_COMM_Channel.cpp\tno memory", "{1} SIP_COMM_Channel.cpp\tread message body fail"));
+    EXPECT_EQ(failingAllocation, 0);
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+TEST(TransferFaults, AnSdpWithoutMemoryClosesTheChannel)
+{
+    ChannelPair pair;
+    pair.give(encodeStatus(std::string(264, 's'), "v=0"));
+    _SIPD_MSG_TYPE_E type;
+    _SIPD_MSG_STATUS_S status;
+    ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
+    failingAllocation = 1;
+    diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvStatusMsg(&status, nullptr, nullptr), 3); });
+    EXPECT_EQ(failingAllocation, 0);
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+TEST(TransferFaults, ABodyOfFourGigabytesThatNeverComesEndsWithTheConnection)
+{
+    ChannelPair pair;
+    pair.give(encodeHead(0xffffffff, SIPD_MSG_ACK, 0) + "a little");
+    pair.closeDaemonEnd();
+    _SIPD_MSG_TYPE_E type;
+    ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
+    const int result = pair.channel.recvMsgType(&type);
+    // Whether there are four gigabytes to be had is the machine's affair.
+    EXPECT_TRUE(result == 5 || result == 3) << result;
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+TEST_F(Faults, AHandleWithoutMemoryIsNotMade)
+{
+    play("admit");
+    for (const int allocation : {1, 2}) {
+        _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+        failingAllocation = allocation;
+        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 1); }),
+                    ElementsAre("{1} SIP_COMM_Controler.cpp\tNo memory"));
+        EXPECT_EQ(failingAllocation, 0);
+        EXPECT_EQ(handle, nullptr);
+    }
+    EXPECT_EQ(daemon().accepted(), 0);
+}
+
+TEST(RealSignals, InterruptAReadThatGoesOn)
+{
+    ChannelPair pair;
+    const Interruptions handler;
+    const pthread_t reader = pthread_self();
+    std::thread interrupter([&] {
+        Interruptions::untilOneHits(reader);
+        pair.give(encodeAck(0));
+    });
+    _SIPD_MSG_TYPE_E type = SIPD_MSG_NONE;
+    const auto log = diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), 0); });
+    interrupter.join();
+    EXPECT_EQ(type, SIPD_MSG_ACK);
+    EXPECT_THAT(log, Contains("{4} SIP_COMM_Channel.cpp, readSocket()\tEINTR happen in read"));
+}
+
+TEST(RealSignals, InterruptAWriteThatGoesOn)
+{
+    ChannelPair pair;
+    const Interruptions handler;
+    const pthread_t writer = pthread_self();
+    // Fills the socket, so that the next write waits for room.
+    const std::string filling(4096, 'f');
+    while (send(pair.channel.getFd(), filling.data(), filling.size(), MSG_DONTWAIT) > 0) {
+    }
+    std::string received;
+    std::thread interrupter([&] {
+        Interruptions::untilOneHits(writer);
+        while (!received.ends_with(encodeHead(0, SIPD_MSG_REGISTER, 100)))
+            received += pair.taken();
+    });
+    const auto log = diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 0); });
+    interrupter.join();
+    EXPECT_THAT(log, Contains("{4} SIP_COMM_Channel.cpp, writeSocket()\tEINTR happen in write"));
+}

@@ -1,0 +1,210 @@
+// The scripted daemon as a program and as a thread, and the example client against it.
+
+#include "ChannelPair.h"
+#include "ChildProgram.h"
+#include "DaemonTest.h"
+#include "SIP_COMM_Controler.h"
+
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class ExampleClient : public DaemonTest
+{
+protected:
+    // Connects Profile0 against the program with that scenario; the client's output and its exit status.
+    void expectOutcome(const std::string& scenario, const std::string& lastLine, int status)
+    {
+        ChildProgram daemon({SCRIPTED_SIPD, scenario});
+        ASSERT_EQ(daemon.readLine(), "listening on /tmp/sipd_us");
+        ChildProgram client({EXAMPLE_CLIENT, "Profile0"});
+        EXPECT_THAT(client.readRest(), testing::EndsWith(lastLine + '\n'));
+        EXPECT_EQ(client.wait(), status) << scenario;
+        EXPECT_EQ(daemon.readLine(), "client 1: register application 100");
+        daemon.signal(SIGTERM);
+        EXPECT_EQ(daemon.wait(), 0);
+        EXPECT_EQ(access(SIPD_SOCKET_PATH, F_OK), -1) << "the socket is still there";
+    }
+};
+
+class Program : public DaemonTest
+{
+};
+
+class Scenarios : public DaemonTest
+{
+protected:
+    // A status query of its own client.
+    static uint32_t statusOf(const char* name)
+    {
+        _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+        _SIPD_PROFILE_STATUS_E status = static_cast<_SIPD_PROFILE_STATUS_E>(99);
+        if (SIP_COMM_ControlerConstruct(&handle) == 0)
+            SIP_COMM_ControlerGetProfileStatus(handle, name, &status);
+        SIP_COMM_ControlerDestruct(&handle);
+        return status;
+    }
+};
+
+} // namespace
+
+TEST_F(ExampleClient, PrintsEachAck)
+{
+    expectOutcome("admit", "Profile0: ack 0, success", 0);
+    expectOutcome("ack:1", "Profile0: ack 1, failed", 1);
+    expectOutcome("connect-ack:2", "Profile0: ack 2, service unavailable", 1);
+    expectOutcome("ack:3", "Profile0: ack 3, incorrect profile", 1);
+    expectOutcome("ack:4", "Profile0: ack 4, failure to reach the server", 1);
+    expectOutcome("ack:5", "Profile0: ack 5, unknown", 1);
+}
+
+TEST_F(ExampleClient, PrintsTheAckOfADaemonThatIsSlowInAnyWay)
+{
+    expectOutcome("friendly", "Profile0: ack 0, success", 0);
+    expectOutcome("late:100", "Profile0: ack 0, success", 0);
+    expectOutcome("single-bytes", "Profile0: ack 0, success", 0);
+    expectOutcome("split-after:20", "Profile0: ack 0, success", 0);
+}
+
+TEST_F(ExampleClient, SaysWhatWentWrong)
+{
+    const std::string none = "connect-profile: the SIP daemon is not there, or refuses";
+    const std::string gone = "connect-profile: the SIP daemon has gone, or does not make sense ";
+    expectOutcome("refuse", none, 2);
+    expectOutcome("close-after:7", none, 2);
+    expectOutcome("close-after:20", gone + "(5)", 2);
+    expectOutcome("reset", gone + "(2)", 2);
+    expectOutcome("wrong-type:3", gone + "(1)", 2);
+}
+
+TEST_F(Program, ListsEveryScenario)
+{
+    ChildProgram program({SCRIPTED_SIPD, "--list"});
+    const std::string list = program.readRest();
+    EXPECT_EQ(program.wait(), 0);
+    for (const ScenarioEntry& entry : allScenarios()) {
+        EXPECT_THAT('\n' + list, HasSubstr('\n' + std::string(entry.name) + ' '));
+        EXPECT_THAT(list, HasSubstr(std::string(entry.meaning) + '\n'));
+    }
+}
+
+TEST_F(Program, KnowsNoOtherScenario)
+{
+    for (const char* name : {"admitted", "ack", "ack:", "ack:x", "admit:1", "ack:1x", "ack:4294967296", ""}) {
+        ChildProgram program({SCRIPTED_SIPD, name});
+        EXPECT_THAT(program.readRest(), StartsWith("scripted-sipd: no scenario")) << name;
+        EXPECT_EQ(program.wait(), 2);
+    }
+}
+
+TEST_F(Program, ExplainsItself)
+{
+    ChildProgram asked({SCRIPTED_SIPD, "--help"});
+    EXPECT_THAT(asked.readRest(), StartsWith("usage: scripted-sipd SCENARIO"));
+    EXPECT_EQ(asked.wait(), 0);
+    ChildProgram unasked({SCRIPTED_SIPD});
+    EXPECT_THAT(unasked.readRest(), StartsWith("usage: scripted-sipd SCENARIO"));
+    EXPECT_EQ(unasked.wait(), 2);
+}
+
+TEST_F(Program, LeavesARunningDaemonAlone)
+{
+    play("admit");
+    ChildProgram program({SCRIPTED_SIPD, "admit"});
+    EXPECT_EQ(program.readRest(), "scripted-sipd: a daemon is already listening on /tmp/sipd_us\n");
+    EXPECT_EQ(program.wait(), 1);
+    EXPECT_EQ(SIP_COMM_ControlerDestruct(nullptr), 0);
+    EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "a daemon is already listening on /tmp/sipd_us");
+}
+
+TEST_F(Program, LeavesAFileInTheSocketsPlaceAlone)
+{
+    std::ofstream(SIPD_SOCKET_PATH) << "mine";
+    EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "/tmp/sipd_us is there and is not a socket");
+    std::string text;
+    std::ifstream(SIPD_SOCKET_PATH) >> text;
+    EXPECT_EQ(text, "mine");
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(Scenarios, RememberWhoIsConnected)
+{
+    play("admit");
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+    _SIPD_APP_ACK_E ack;
+    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    EXPECT_EQ(statusOf("Profile1"), 0U);
+    SIP_COMM_ControlerProfileDisconnect(handle, "Profile0");
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    SIP_COMM_ControlerDestruct(&handle);
+}
+
+TEST_F(Scenarios, ChangeNothingByARequestThatTheyRefuse)
+{
+    play("connect-ack:4");
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+    _SIPD_APP_ACK_E ack;
+    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    SIP_COMM_ControlerProfileDisconnect(handle, "Profile0");
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(ack, SIPD_ACK_SUCCESS) << "disconnecting is not refused";
+    SIP_COMM_ControlerDestruct(&handle);
+}
+
+TEST_F(Scenarios, TakeTheirTimeWhileOthersAsk)
+{
+    play("friendly");
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+    _SIPD_APP_ACK_E ack;
+    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    const auto start = std::chrono::steady_clock::now();
+    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
+    EXPECT_EQ(statusOf("Profile0"), 0U) << "connected too early";
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    SIP_COMM_ControlerDestruct(&handle);
+}
+
+TEST_F(Scenarios, SendAStatusMessageAfterAdmission)
+{
+    play("status-message:3");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    _SIPD_MSG_TYPE_E type;
+    _SIPD_APP_ACK_E ack;
+    _SIPD_MSG_STATUS_S status;
+    char sdp[SIPD_SDP_MAX];
+    unsigned int sdpLen = 0;
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.recvMsgType(&type), 0);
+    ASSERT_EQ(channel.recvAckMsg(&ack), 0);
+    ASSERT_EQ(channel.recvMsgType(&type), 0);
+    EXPECT_EQ(channel.recvStatusMsg(&status, sdp, &sdpLen), 0);
+    EXPECT_EQ(std::string(sdp, sdpLen), "vvv");
+}
+
+TEST_F(Scenarios, CanAnswerNothingAtAll)
+{
+    play("silent");
+    TestChannel channel;
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_TRUE(daemon().waitForBytes(12));
+    char byte;
+    EXPECT_EQ(recv(channel.getFd(), &byte, 1, MSG_DONTWAIT), -1);
+}
