@@ -4,9 +4,9 @@
 #include "ORMU_Export.h"
 #include "SIP_PROFILE_CONTENT.h"
 
+#include "qptrlist.h"
+#include "qvaluelist.h"
 #include <QString>
-#include <qptrlist.h>
-#include <qvaluelist.h>
 
 class SETUP_SET_Manager;
 

@@ -15,7 +15,8 @@
 // this process or in others, so keep each other's keys; the later one wins a key that both wrote. A manager
 // that changed nothing writes nothing.
 //
-// Groups, keys and comments that the program does not know stay as they are. The file has mode 0600.
+// Groups, keys and comments that the program does not know stay as they are, but for blanks around "=" and
+// between lines. The file has mode 0600.
 //
 // A file that cannot be read or parsed reads as empty. Before it is replaced it is given a second name that
 // ends in ".damaged", ".damaged.1" and so on; if that fails it is not replaced. The operations report no

@@ -38,7 +38,8 @@ bool standsForItself(const QString& text, qsizetype i)
 {
     if (text[i] == u' ')
         return i != 0 && i != text.size() - 1;
-    return text[i] != u'\\' && text[i] >= u' ' && text[i] != u'\x7f' && !isHalfPair(text, i);
+    return text[i] != u'\\' && text[i] >= u' ' && text[i] != u'\x7f' && text[i] != QChar::ByteOrderMark &&
+           !isHalfPair(text, i);
 }
 
 bool isHexDigit(QChar c)

@@ -1,0 +1,189 @@
+#include "SETUP_SET_Manager.h"
+#include "SettingsFixture.h"
+#include "SystemCallFault.h"
+
+#include <QFile>
+
+#include <cerrno>
+
+namespace {
+
+const QByteArray OLD = "[Group]\nKey=old\n";
+const QByteArray NEW = "[Group]\nKey=new\n";
+const QByteArray GARBAGE = "garbage";
+
+class SettingsFault : public SettingsTest
+{
+protected:
+    void writeNew() const
+    {
+        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", QString("new"), false);
+    }
+};
+
+struct FailingCall
+{
+    const char* name;
+    SystemCall call;
+    int error;
+    int passing;
+};
+
+class SettingsWriteFault : public SettingsFault, public testing::WithParamInterface<FailingCall>
+{
+};
+
+TEST_P(SettingsWriteFault, LeavesTheOldFileAndNothingElse)
+{
+    writeFile(OLD);
+    const FileIdentity before(file());
+    const WarningLog warnings;
+    {
+        const SystemCallFault fault(GetParam().call, GetParam().error, GetParam().passing);
+        writeNew();
+        ASSERT_GT(fault.fired(), 0);
+    }
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(readFile(), OLD);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(warnings.lines().size(), 1);
+
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+}
+
+TEST_P(SettingsWriteFault, LeavesADamagedFileAndKeepsItOnce)
+{
+    writeFile(GARBAGE);
+    const WarningLog warnings;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const SystemCallFault fault(GetParam().call, GetParam().error, GetParam().passing);
+        writeNew();
+        ASSERT_GT(fault.fired(), 0);
+    }
+    EXPECT_EQ(readFile(), GARBAGE);
+    EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", "ormu_sipsetup.cfg.damaged"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(EachCall, SettingsWriteFault,
+                         testing::Values(FailingCall{"NoRoomForTheTemporary", SystemCall::CreateTemporary,
+                                                     ENOSPC, 0},
+                                         FailingCall{"NoRoomForTheData", SystemCall::Write, ENOSPC, 0},
+                                         FailingCall{"NoQuotaForTheData", SystemCall::Write, EDQUOT, 0},
+                                         FailingCall{"DiskFailsOnSync", SystemCall::Fsync, EIO, 0},
+                                         FailingCall{"NoRoomOnSync", SystemCall::Fsync, ENOSPC, 0},
+                                         FailingCall{"NoRoomForTheName", SystemCall::Rename, ENOSPC, 0}),
+                         [](const auto& call) { return std::string(call.param.name); });
+
+TEST_F(SettingsFault, ADiskThatFillsHalfWayLeavesTheOldFile)
+{
+    writeFile(OLD);
+    const WarningLog warnings;
+    const ShortWrites shortWrites;
+    for (int passing = 0; passing < NEW.size(); ++passing) {
+        const SystemCallFault fault(SystemCall::Write, ENOSPC, passing);
+        writeNew();
+        ASSERT_EQ(fault.fired(), 1);
+        ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    }
+    EXPECT_EQ(readFile(), OLD);
+}
+
+TEST_F(SettingsFault, ShortWritesAreContinued)
+{
+    writeFile(OLD);
+    resetCallCounts();
+    {
+        const ShortWrites shortWrites;
+        writeNew();
+    }
+    EXPECT_EQ(callCount(SystemCall::Write), NEW.size());
+    EXPECT_EQ(readFile(), NEW);
+}
+
+TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
+{
+    writeFile(OLD);
+    const SystemCallFault fault(SystemCall::Flock, ENOLCK);
+    writeNew();
+    EXPECT_EQ(fault.fired(), 1);
+    EXPECT_EQ(readFile(), NEW);
+}
+
+TEST_F(SettingsFault, AFileThatCannotBeReadForNowIsNotLost)
+{
+    writeFile(OLD);
+    const WarningLog warnings;
+    {
+        const SystemCallFault fault(SystemCall::Read, EIO);
+        writeNew();
+        ASSERT_EQ(fault.fired(), 2);
+    }
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_EQ(readFile(file() + ".damaged"), OLD);
+}
+
+TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
+{
+    writeFile(GARBAGE);
+    writeFile(file() + ".damaged", "earlier");
+    const WarningLog warnings;
+    const SystemCallFault fault(SystemCall::Link, EPERM);
+    writeNew();
+    EXPECT_GT(fault.fired(), 0);
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_EQ(readFile(file() + ".damaged"), "earlier");
+    EXPECT_EQ(readFile(file() + ".damaged.1"), GARBAGE);
+}
+
+TEST_F(SettingsFault, ADamagedFileThatCannotBeKeptIsNotOverwritten)
+{
+    writeFile(GARBAGE);
+    const FileIdentity before(file());
+    const WarningLog warnings;
+    const SystemCallFault noLink(SystemCall::Link, ENOSPC);
+    const SystemCallFault noRename(SystemCall::Rename, ENOSPC);
+    writeNew();
+    EXPECT_EQ(noLink.fired(), 1);
+    EXPECT_EQ(noRename.fired(), 1);
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(readFile(), GARBAGE);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_FALSE(warnings.lines().isEmpty());
+}
+
+TEST_F(SettingsFault, ReadingOpensTheFileOnceAndWritesNothing)
+{
+    writeFile(OLD);
+    resetCallCounts();
+    {
+        const SETUP_SET_Manager manager(file(), false);
+        QString text;
+        for (int i = 0; i < 10; ++i)
+            manager.getSettingInfo("Group", "Key", text, QString(), false);
+        EXPECT_EQ(text, "old");
+    }
+    EXPECT_EQ(callCount(SystemCall::Open), 1);
+    EXPECT_EQ(callCount(SystemCall::Read), 1);
+    EXPECT_EQ(callCount(SystemCall::CreateTemporary), 0);
+    EXPECT_EQ(callCount(SystemCall::Write), 0);
+    EXPECT_EQ(callCount(SystemCall::Flock), 0);
+}
+
+TEST_F(SettingsFault, ManyChangesAreOneReplacement)
+{
+    writeFile(OLD);
+    resetCallCounts();
+    {
+        SETUP_SET_Manager manager(file(), false);
+        for (int i = 0; i < 100; ++i)
+            manager.setSettingInfo(QString("Group%1").arg(i), "Key", i);
+        manager.clearGroup("Group5");
+    }
+    EXPECT_EQ(callCount(SystemCall::CreateTemporary), 1);
+    EXPECT_EQ(callCount(SystemCall::Rename), 1);
+    EXPECT_GE(callCount(SystemCall::Fsync), 1);
+    EXPECT_LE(callCount(SystemCall::Fsync), 2);
+}
+
+} // namespace

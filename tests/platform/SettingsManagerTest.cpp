@@ -1,0 +1,416 @@
+#include "ChildProcess.h"
+#include "SETUP_SET_Manager.h"
+#include "SettingsFixture.h"
+
+#include <QFile>
+
+#include <gmock/gmock.h>
+
+#include <climits>
+#include <fcntl.h>
+
+namespace {
+
+using SettingsManager = SettingsTest;
+
+template <class... Value>
+concept IsStoredAs = requires(SETUP_SET_Manager& manager, Value... value)
+{
+    manager.setSettingInfo(QString(), QString(), value...);
+};
+
+// A text without its fourth argument would be stored as a boolean.
+static_assert(!IsStoredAs<const char*>);
+static_assert(!IsStoredAs<char*>);
+static_assert(!IsStoredAs<const char16_t*>);
+static_assert(!IsStoredAs<const void*>);
+static_assert(!IsStoredAs<QString>);
+static_assert(!IsStoredAs<QByteArray>);
+static_assert(!IsStoredAs<QLatin1String>);
+static_assert(!IsStoredAs<const char (&)[8]>);
+static_assert(IsStoredAs<const char*, bool>);
+static_assert(IsStoredAs<QString, bool>);
+static_assert(IsStoredAs<bool>);
+static_assert(IsStoredAs<int>);
+static_assert(IsStoredAs<unsigned int>);
+
+QString readText(const QString& path, const QString& group, const QString& key,
+                 const QString& defaultValue = "(default)")
+{
+    QString text;
+    SETUP_SET_Manager(path, false).getSettingInfo(group, key, text, defaultValue, false);
+    return text;
+}
+
+template <class Value>
+Value readValue(const QString& path, const QString& key, Value defaultValue)
+{
+    Value value = Value();
+    SETUP_SET_Manager(path, false).getSettingInfo("Group", key, value, defaultValue);
+    return value;
+}
+
+void writeText(const QString& path, const QString& group, const QString& key, const QString& text)
+{
+    SETUP_SET_Manager(path, false).setSettingInfo(group, key, text, false);
+}
+
+// An inode is soon used again, a time in the past is not.
+FileIdentity identityWithOldTime(const QString& path)
+{
+    const timespec past[2] = {{1000000000, 5}, {1000000000, 7}};
+    EXPECT_EQ(utimensat(AT_FDCWD, QFile::encodeName(path).constData(), past, 0), 0);
+    return FileIdentity(path);
+}
+
+TEST_F(SettingsManager, AMissingFileReadsAsDefaultsAndIsNotMade)
+{
+    EXPECT_EQ(readText(file(), "Group", "Key"), "(default)");
+    EXPECT_TRUE(readValue(file(), "Key", true));
+    EXPECT_EQ(readValue(file(), "Key", -7), -7);
+    EXPECT_EQ(readValue(file(), "Key", 7U), 7U);
+    SETUP_SET_Manager(file(), false).clearGroup("Group");
+    EXPECT_TRUE(entries().isEmpty());
+}
+
+TEST_F(SettingsManager, AnEmptyFileReadsAsDefaultsAndCanBeWritten)
+{
+    writeFile("");
+    EXPECT_EQ(readText(file(), "Group", "Key"), "(default)");
+    writeText(file(), "Group", "Key", "value");
+    EXPECT_EQ(readFile(), "[Group]\nKey=value\n");
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
+TEST_F(SettingsManager, AnswersWithItsOwnChangesBeforeTheyAreInTheFile)
+{
+    SETUP_SET_Manager manager(file(), false);
+    manager.setSettingInfo("Group", "Key", 5);
+    int value = 0;
+    manager.getSettingInfo("Group", "Key", value, 0);
+    EXPECT_EQ(value, 5);
+    manager.clearGroup("Group");
+    manager.getSettingInfo("Group", "Key", value, 1);
+    EXPECT_EQ(value, 1);
+}
+
+TEST_F(SettingsManager, AnyTextComesBackFromTheFile)
+{
+    const QStringList texts = {"",
+                               " ",
+                               "  leading and trailing  ",
+                               "\ttab\t",
+                               "line\nbreak\r\n",
+                               "a,b;c",
+                               "\"quoted\"",
+                               "'",
+                               "@Invalid()",
+                               "@ByteArray(x)",
+                               "100%20",
+                               "[group]",
+                               "#comment",
+                               ";",
+                               "key=value",
+                               "\\",
+                               "\\n",
+                               "\\s",
+                               "true",
+                               "0",
+                               "\f\v",
+                               QString(QChar(u'\0')) + "behind",
+                               QString(QChar(0xd800)),
+                               QStringLiteral("Ünïcödé \u2028 電話"),
+                               QStringLiteral("\U0001F4DE\U0010FFFF"),
+                               QString(100000, u'x')};
+    for (const QString& text : texts) {
+        writeText(file(), "Group", "Key", text);
+        writeText(file(), "Group", "Other", "other");
+        EXPECT_EQ(readText(file(), "Group", "Key"), text);
+    }
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
+TEST_F(SettingsManager, NumbersComeBackOverTheirWholeRange)
+{
+    for (const int number : {0, -1, INT_MAX, INT_MIN}) {
+        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", number);
+        EXPECT_EQ(readValue(file(), "Key", 5), number);
+    }
+    for (const unsigned int number : {0U, 5060U, 65536U, UINT_MAX}) {
+        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", number);
+        EXPECT_EQ(readValue(file(), "Key", 5U), number);
+    }
+    EXPECT_EQ(readFile(), "[Group]\nKey=4294967295\n");
+}
+
+TEST_F(SettingsManager, ABooleanComesBackAndReadsAsItsText)
+{
+    for (const bool flag : {true, false}) {
+        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", flag);
+        EXPECT_EQ(readValue(file(), "Key", !flag), flag);
+        EXPECT_EQ(readText(file(), "Group", "Key"), flag ? "true" : "false");
+    }
+}
+
+TEST_F(SettingsManager, AValueOfAnotherTypeReadsAsTheDefault)
+{
+    for (const char* value : {"", "text", "5x", "0x10", "1.5", "99999999999", "-99999999999"}) {
+        writeFile(QByteArray("[Group]\nKey=") + value + "\n");
+        EXPECT_EQ(readValue(file(), "Key", 5), 5) << value;
+        EXPECT_EQ(readValue(file(), "Key", 5U), 5U) << value;
+        EXPECT_TRUE(readValue(file(), "Key", true)) << value;
+        EXPECT_FALSE(readValue(file(), "Key", false)) << value;
+    }
+    writeFile("[Group]\nKey=-1\n");
+    EXPECT_EQ(readValue(file(), "Key", 5U), 5U);
+    writeFile("[Group]\nKey=4294967295\n");
+    EXPECT_EQ(readValue(file(), "Key", 5), 5);
+    writeFile("[Group]\nKey=\xe9\n");
+    EXPECT_EQ(readText(file(), "Group", "Key"), "(default)");
+}
+
+TEST_F(SettingsManager, ReadsAFileThatAnEditorOfAnotherSystemSaved)
+{
+    writeFile("\xEF\xBB\xBF[Group]\r\nKey=value\r\nFlag=1\r\nNumber=-3\r\n");
+    EXPECT_EQ(readText(file(), "Group", "Key"), "value");
+    EXPECT_TRUE(readValue(file(), "Flag", false));
+    EXPECT_EQ(readValue(file(), "Number", 0), -3);
+}
+
+TEST_F(SettingsManager, KeepsWhatItDoesNotKnow)
+{
+    writeFile("# top\n"
+              "\n"
+              "[Unknown]\n"
+              "# inside\n"
+              "Name=plain\n"
+              "Name[de]=deutsch\n"
+              "Odd = a\\b  \n"
+              "Latin1=\xe9\n"
+              "\n"
+              "# above\n"
+              "[Group]\n"
+              "Key=old\n"
+              "# end\n");
+    writeText(file(), "Group", "Key", "new");
+    EXPECT_EQ(readFile(), "# top\n"
+                          "\n"
+                          "[Unknown]\n"
+                          "# inside\n"
+                          "Name=plain\n"
+                          "Name[de]=deutsch\n"
+                          "Odd=a\\b  \n"
+                          "Latin1=\xe9\n"
+                          "\n"
+                          "# above\n"
+                          "\n"
+                          "[Group]\n"
+                          "Key=new\n"
+                          "# end\n");
+}
+
+TEST_F(SettingsManager, ClearingAGroupKeepsTheCommentAboveTheNext)
+{
+    writeFile("[First]\nKey=1\n# inside\nOther=2\n\n# above\n#second line\n[Second]\nKey=2\n");
+    SETUP_SET_Manager(file(), false).clearGroup("First");
+    EXPECT_EQ(readFile(), "# above\n#second line\n[Second]\nKey=2\n");
+}
+
+TEST_F(SettingsManager, ClearingTheLastGroupLeavesTheOthers)
+{
+    writeFile("[First]\nKey=1\n\n[Second]\nKey=2\n");
+    SETUP_SET_Manager(file(), false).clearGroup("Second");
+    EXPECT_EQ(readText(file(), "First", "Key"), "1");
+    EXPECT_EQ(readText(file(), "Second", "Key"), "(default)");
+}
+
+TEST_F(SettingsManager, AClearedGroupCanBeWrittenAnew)
+{
+    writeFile("[First]\nKey=1\nOther=1\n");
+    {
+        SETUP_SET_Manager manager(file(), false);
+        manager.clearGroup("First");
+        manager.setSettingInfo("First", "Key", 2);
+    }
+    EXPECT_EQ(readFile(), "[First]\nKey=2\n");
+}
+
+TEST_F(SettingsManager, WritesNothingWhenItChangedNothing)
+{
+    const QByteArray bytes = "[Group]\r\nText = a\\sb\nFlag=true\nNumber=5\nUnsigned=6\n";
+    writeFile(bytes);
+    const FileIdentity before = identityWithOldTime(file());
+    {
+        SETUP_SET_Manager manager(file(), false);
+        QString text;
+        manager.getSettingInfo("Group", "Missing", text, "default", false);
+        manager.setSettingInfo("Group", "Flag", true);
+        manager.setSettingInfo("Group", "Number", 5);
+        manager.setSettingInfo("Group", "Unsigned", 6U);
+        manager.clearGroup("Missing");
+    }
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(readFile(), bytes);
+}
+
+TEST_F(SettingsManager, WritesNothingWhenATextIsSetToWhatItIs)
+{
+    writeText(file(), "Group", "Key", " a\\\n");
+    const FileIdentity before = identityWithOldTime(file());
+    writeText(file(), "Group", "Key", " a\\\n");
+    EXPECT_EQ(FileIdentity(file()), before);
+    writeText(file(), "Group", "Key", " b\\\n");
+    EXPECT_NE(FileIdentity(file()), before);
+}
+
+TEST_F(SettingsManager, TellsApartTwoFilesOfOneSizeAndTime)
+{
+    writeFile("[Group]\nKey=1\n");
+    const FileIdentity before = identityWithOldTime(file());
+    EXPECT_EQ(readText(file(), "Group", "Key"), "1");
+
+    QFile inPlace(file());
+    ASSERT_TRUE(inPlace.open(QIODevice::ReadWrite));
+    ASSERT_EQ(inPlace.write("[Group]\nKey=2\n"), 14);
+    inPlace.close();
+    ASSERT_EQ(identityWithOldTime(file()), before);
+
+    EXPECT_EQ(readText(file(), "Group", "Key"), "2");
+    writeText(file(), "Group", "Other", "3");
+    EXPECT_EQ(readText(file(), "Group", "Key"), "2");
+}
+
+TEST_F(SettingsManager, MakesTheFileForItsUserAloneWhateverItWasBefore)
+{
+    const mode_t mask = umask(0);
+    writeText(file(), "Group", "Key", "1");
+    EXPECT_EQ(FileIdentity(file()).mode & 07777, 0600u);
+    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0644), 0);
+    writeText(file(), "Group", "Key", "2");
+    EXPECT_EQ(FileIdentity(file()).mode & 07777, 0600u);
+    umask(mask);
+}
+
+TEST_F(SettingsManager, RefusesANameThatWouldNotComeBack)
+{
+    writeText(file(), "Group", "Key", "1");
+    const QByteArray before = readFile();
+    WarningLog warnings;
+    const QStringList names = {"",     " x",  "x ", "a]",   "[a",
+                               "a\nb", "a=b", "#a", "a\tb", QString(QChar(u'\0'))};
+    for (const QString& name : names) {
+        writeText(file(), name, "Key", "secret");
+        writeText(file(), "Group", name, "secret");
+        EXPECT_EQ(readText(file(), name, "Key"), "(default)");
+        SETUP_SET_Manager(file(), false).clearGroup(name);
+    }
+    EXPECT_EQ(readFile(), before);
+    EXPECT_EQ(warnings.lines().size(), 2 * names.size());
+    EXPECT_THAT(warnings.lines().join("").toStdString(), testing::Not(testing::HasSubstr("secret")));
+}
+
+TEST_F(SettingsManager, ManagersAtTheSameTimeKeepEachOthersKeys)
+{
+    writeFile("[Shared]\nCommon=0\n");
+    {
+        SETUP_SET_Manager earlier(file(), false);
+        SETUP_SET_Manager later(file(), false);
+        earlier.setSettingInfo("Shared", "Earlier", 1);
+        earlier.setSettingInfo("Shared", "Common", 1);
+        later.setSettingInfo("Shared", "Later", 2);
+        later.setSettingInfo("Shared", "Common", 2);
+    } // The later made is the first destroyed.
+    EXPECT_EQ(readText(file(), "Shared", "Earlier"), "1");
+    EXPECT_EQ(readText(file(), "Shared", "Later"), "2");
+    EXPECT_EQ(readText(file(), "Shared", "Common"), "1");
+}
+
+TEST_F(SettingsManager, AGroupStaysWholeWhenAnotherManagerClearsItMeanwhile)
+{
+    writeFile("[Shared]\nFirst=1\nSecond=1\n");
+    {
+        SETUP_SET_Manager writer(file(), false);
+        writer.setSettingInfo("Shared", "First", 1);
+        writer.setSettingInfo("Shared", "Second", 2);
+        SETUP_SET_Manager(file(), false).clearGroup("Shared");
+    }
+    EXPECT_EQ(readFile(), "[Shared]\nFirst=1\nSecond=2\n");
+}
+
+TEST_F(SettingsManager, WritesNothingWhenAnotherManagerWroteTheSameMeanwhile)
+{
+    writeFile("[Group]\nKey=1\n");
+    SETUP_SET_Manager* const manager = new SETUP_SET_Manager(file(), false);
+    manager->setSettingInfo("Group", "Key", 2);
+    writeText(file(), "Group", "Key", "2");
+    const FileIdentity before = identityWithOldTime(file());
+    delete manager;
+    EXPECT_EQ(FileIdentity(file()), before);
+}
+
+// Each process writes a group of its own whole, and a key of its own into a shared group, round after round.
+constexpr int WRITERS = 2;
+constexpr int ROUNDS = 40;
+constexpr int KEYS = 12;
+
+int writeRounds(const QString& path, int writer)
+{
+    const QString own = QString("Writer%1").arg(writer);
+    for (int round = 1; round <= ROUNDS; ++round) {
+        SETUP_SET_Manager manager(path, false);
+        for (int key = 0; key < KEYS; ++key) {
+            manager.setSettingInfo(own, QString("Key%1").arg(key), round);
+            manager.setSettingInfo("Together", QString("Key%1").arg(key), round * WRITERS + writer);
+        }
+        manager.setSettingInfo("Shared", QString("%1Round%2").arg(own).arg(round), true);
+    }
+    return 0;
+}
+
+// Whether all keys of the group hold one number.
+bool isWhole(const SETUP_SET_Manager& manager, const QString& group)
+{
+    int first = 0;
+    manager.getSettingInfo(group, "Key0", first, 0);
+    for (int key = 1; key < KEYS; ++key) {
+        int value = 0;
+        manager.getSettingInfo(group, QString("Key%1").arg(key), value, 0);
+        if (value != first)
+            return false;
+    }
+    return true;
+}
+
+TEST_F(SettingsManager, TwoProcessesThatWriteAtOnceLoseNoKeyAndTearNoGroup)
+{
+    std::vector<pid_t> writers;
+    for (int writer = 0; writer < WRITERS; ++writer)
+        writers.push_back(startChild([&, writer] { return writeRounds(file(), writer); }));
+
+    WarningLog warnings;
+    int reads = 0;
+    int last = 0;
+    while (last < ROUNDS) {
+        const SETUP_SET_Manager manager(file(), false);
+        for (const char* group : {"Writer0", "Writer1", "Together"})
+            ASSERT_TRUE(isWhole(manager, group)) << group;
+        manager.getSettingInfo("Writer0", "Key0", last, 0);
+        ++reads;
+    }
+    for (const pid_t writer : writers)
+        ASSERT_EQ(waitForChild(writer), 0);
+
+    EXPECT_GT(reads, 1);
+    EXPECT_TRUE(warnings.lines().isEmpty()) << qPrintable(warnings.lines().join("\n"));
+    const SETUP_SET_Manager manager(file(), false);
+    for (int round = 1; round <= ROUNDS; ++round) {
+        for (int writer = 0; writer < WRITERS; ++writer) {
+            bool isThere = false;
+            manager.getSettingInfo("Shared", QString("Writer%1Round%2").arg(writer).arg(round), isThere,
+                                   false);
+            EXPECT_TRUE(isThere) << writer << ", " << round;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,84 @@
+#include "SettingsFixture.h"
+
+#include <QDir>
+#include <QFile>
+
+SettingsTest::SettingsTest()
+{
+    EXPECT_TRUE(directory_.isValid());
+    qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory()));
+}
+
+SettingsTest::~SettingsTest()
+{
+    qunsetenv("ORMU_SETTING_DIR");
+}
+
+QString SettingsTest::directory() const
+{
+    return directory_.path();
+}
+
+QString SettingsTest::file() const
+{
+    return directory_.filePath("ormu_sipsetup.cfg");
+}
+
+void SettingsTest::writeFile(const QByteArray& bytes) const
+{
+    writeFile(file(), bytes);
+}
+
+QByteArray SettingsTest::readFile() const
+{
+    return readFile(file());
+}
+
+void SettingsTest::writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile target(path);
+    ASSERT_TRUE(target.open(QIODevice::WriteOnly | QIODevice::Truncate)) << qPrintable(path);
+    ASSERT_EQ(target.write(bytes), bytes.size());
+}
+
+QByteArray SettingsTest::readFile(const QString& path)
+{
+    QFile source(path);
+    EXPECT_TRUE(source.open(QIODevice::ReadOnly)) << qPrintable(path);
+    return source.readAll();
+}
+
+QStringList SettingsTest::entries() const
+{
+    return QDir(directory())
+        .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+FileIdentity::FileIdentity(const QString& path)
+{
+    struct stat status = {};
+    EXPECT_EQ(lstat(QFile::encodeName(path).constData(), &status), 0) << qPrintable(path);
+    inode = status.st_ino;
+    mode = status.st_mode;
+    modifiedSeconds = status.st_mtim.tv_sec;
+    modifiedNanoseconds = status.st_mtim.tv_nsec;
+    size = status.st_size;
+}
+
+WarningLog* WarningLog::current_ = nullptr;
+
+WarningLog::WarningLog() : former_(qInstallMessageHandler(collect))
+{
+    current_ = this;
+}
+
+WarningLog::~WarningLog()
+{
+    qInstallMessageHandler(former_);
+    current_ = nullptr;
+}
+
+void WarningLog::collect(QtMsgType, const QMessageLogContext&, const QString& line)
+{
+    current_->lines_.append(line);
+}

@@ -1,0 +1,69 @@
+#ifndef SETTINGSFIXTURE_H
+#define SETTINGSFIXTURE_H
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+// A settings directory of its own, mode 0700 and empty, for each test; ORMU_SETTING_DIR names it.
+class SettingsTest : public testing::Test
+{
+protected:
+    SettingsTest();
+    ~SettingsTest() override;
+
+    QString directory() const;
+    // The file that the store keeps its profiles in.
+    QString file() const;
+
+    void writeFile(const QByteArray& bytes) const;
+    // Fails the test when there is no such file.
+    QByteArray readFile() const;
+    static void writeFile(const QString& path, const QByteArray& bytes);
+    static QByteArray readFile(const QString& path);
+
+    // The names in the settings directory, sorted.
+    QStringList entries() const;
+
+private:
+    QTemporaryDir directory_;
+};
+
+// What tells a file from its replacement.
+struct FileIdentity
+{
+    explicit FileIdentity(const QString& path);
+    bool operator==(const FileIdentity&) const = default;
+
+    ino_t inode = 0;
+    mode_t mode = 0;
+    qint64 modifiedSeconds = 0;
+    qint64 modifiedNanoseconds = 0;
+    qint64 size = 0;
+};
+
+// Collects the warnings while it lives, instead of printing them.
+class WarningLog
+{
+public:
+    WarningLog();
+    ~WarningLog();
+    WarningLog(const WarningLog&) = delete;
+    WarningLog& operator=(const WarningLog&) = delete;
+
+    const QStringList& lines() const { return lines_; }
+
+private:
+    static void collect(QtMsgType type, const QMessageLogContext& context, const QString& line);
+
+    static WarningLog* current_;
+    QStringList lines_;
+    QtMessageHandler former_;
+};
+
+#endif

@@ -1,0 +1,38 @@
+#ifndef SYSTEMCALLFAULT_H
+#define SYSTEMCALLFAULT_H
+
+// The calls through which the settings file is read and written. A program that links this file counts them,
+// whoever makes them, and can make them fail.
+enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link, Flock, Last = Flock };
+
+// How often the call was made in this process since the last resetCallCounts().
+int callCount(SystemCall call);
+void resetCallCounts();
+
+// Makes every call of one kind fail with that errno while it lives, but for the first so many.
+class SystemCallFault
+{
+public:
+    SystemCallFault(SystemCall call, int error, int passing = 0);
+    ~SystemCallFault();
+    SystemCallFault(const SystemCallFault&) = delete;
+    SystemCallFault& operator=(const SystemCallFault&) = delete;
+
+    // How many calls it made fail.
+    int fired() const;
+
+private:
+    SystemCall call_;
+};
+
+// Makes every write take one byte at most while it lives.
+class ShortWrites
+{
+public:
+    ShortWrites();
+    ~ShortWrites();
+    ShortWrites(const ShortWrites&) = delete;
+    ShortWrites& operator=(const ShortWrites&) = delete;
+};
+
+#endif

@@ -1,0 +1,288 @@
+#include "OrmuGlobal.h"
+#include "OrmuPushButton.h"
+#include "RES_ICON_Reader.h"
+#include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ProfileListBase.h"
+#include "ScreenDriver.h"
+#include "SettingsFixture.h"
+#include "UTIL_CST.h"
+#include "UTIL_ListBox.h"
+#include "qpopupmenu.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMetaMethod>
+#include <QSignalSpy>
+
+using namespace ScreenDriver;
+using testing::ElementsAre;
+
+namespace {
+enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
+
+void addProfile(const QString& name, bool locked = false)
+{
+    SIP_PROFILE_CONTENT record;
+    record.displayName = name;
+    record.locked = locked;
+    SETUP_SIP_Agent::instance()->setProfileInfo(record, name);
+}
+
+void addProfiles(int count)
+{
+    for (int i = 0; i < count; ++i)
+        addProfile(QStringLiteral("Profile number %1").arg(i));
+}
+
+class ProfileList : public SettingsTest
+{
+protected:
+    ~ProfileList() override { SETUP_SIP_Agent::cleanup(); }
+
+    // Opens the screen as a host does. What the test stored before is read from the file.
+    void openScreen()
+    {
+        SETUP_SIP_Agent::cleanup();
+        screen.reset(SETUP_SIP_CreateProfileList(nullptr));
+        screen->createScreen();
+        screen->show();
+        list = screen->findChild<UTIL_ListBox*>();
+        menu = screen->findChild<QPopupMenu*>();
+        softKeys = static_cast<UTIL_CST*>(screen->getCSTWidget());
+    }
+
+    UTIL_ListBoxItem* row(int index) const { return static_cast<UTIL_ListBoxItem*>(list->item(index)); }
+
+    QStringList rows() const
+    {
+        QStringList names;
+        for (int i = 0; i < list->count(); ++i)
+            names.append(row(i)->getString(1));
+        return names;
+    }
+
+    std::unique_ptr<SETUP_SIP_ProfileListBase> screen;
+    UTIL_ListBox* list = nullptr;
+    QPopupMenu* menu = nullptr;
+    UTIL_CST* softKeys = nullptr;
+};
+
+bool showsIcon(const UTIL_ListBoxItem* row, const char* fileName)
+{
+    const QPixmap icon = RES_ICON_Reader().getIcon(fileName);
+    return !icon.isNull() && row->pixmap(0).toImage() == icon.toImage();
+}
+
+TEST_F(ProfileList, HasNoWidgetsBeforeCreateScreen)
+{
+    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
+    EXPECT_EQ(screen->findChild<UTIL_ListBox*>(), nullptr);
+    EXPECT_EQ(screen->getCSTWidget(), nullptr);
+    EXPECT_FALSE(screen->isVisible());
+    EXPECT_EQ(screen->objectName(), "");
+}
+
+TEST_F(ProfileList, IsOwnedByTheParentItIsGiven)
+{
+    QWidget parent;
+    EXPECT_EQ(SETUP_SIP_CreateProfileList(&parent)->parentWidget(), &parent);
+}
+
+TEST_F(ProfileList, HasTheMetaObjectThatHostsRelyOn)
+{
+    openScreen();
+    const QMetaObject* meta = screen->metaObject();
+    EXPECT_STREQ(meta->className(), "SETUP_SIP_ProfileList");
+    EXPECT_STREQ(meta->superClass()->className(), "SETUP_SIP_ProfileListBase");
+    EXPECT_STREQ(meta->superClass()->superClass()->className(), "OrmuMainWidget");
+}
+
+TEST_F(ProfileList, BaseDeclaresOneSignalAndNoSlots)
+{
+    const QMetaObject& meta = SETUP_SIP_ProfileListBase::staticMetaObject;
+    ASSERT_EQ(meta.methodCount() - meta.methodOffset(), 1);
+    EXPECT_EQ(meta.method(meta.methodOffset()).methodSignature(), "SIPClose()");
+    EXPECT_EQ(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
+}
+
+TEST_F(ProfileList, ShowsItsTitleAsALabelAtTheTopOfTheContent)
+{
+    openScreen();
+    const auto* title = screen->getContentWidget()->widget()->findChild<QLabel*>();
+    ASSERT_NE(title, nullptr);
+    EXPECT_EQ(title->text(), "SIP Profile");
+    EXPECT_EQ(title->geometry(), QRect(0, 0, OrmuGlobal::getContentR().width(), 30));
+    EXPECT_EQ(screen->windowTitle(), "");
+}
+
+TEST_F(ProfileList, FillsTheContentBelowTheTitleWithTheList)
+{
+    openScreen();
+    const QRect content = OrmuGlobal::getContentR();
+    EXPECT_EQ(list->geometry(), QRect(0, 30, content.width(), (content.bottom() - content.top()) - 29));
+    EXPECT_TRUE(screen->getContentWidget()->isAncestorOf(list));
+}
+
+TEST_F(ProfileList, HasMenuAndBackOnItsSoftKeys)
+{
+    openScreen();
+    EXPECT_EQ(softKeys->getLeftBtn()->resourceID(), "CST_Menu");
+    EXPECT_EQ(softKeys->getRightBtn()->resourceID(), "CST_Back");
+    EXPECT_EQ(softKeys->getMidBtn()->text(), "");
+    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
+}
+
+TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
+{
+    for (const char* name : {"Zoe", "anna", "Mike"})
+        addProfile(name);
+    openScreen();
+    EXPECT_EQ(rows(), QStringList({"Zoe", "anna", "Mike"}));
+    EXPECT_EQ(row(0)->text(), "Zoe");
+    EXPECT_EQ(row(0)->columns(), "IT");
+}
+
+TEST_F(ProfileList, MarksTheDefaultProfileEvenWhenItIsLocked)
+{
+    addProfile("plain");
+    addProfile("locked", true);
+    addProfile("default and locked", true);
+    SETUP_SIP_Agent::instance()->setDefaultProfile("default and locked");
+    openScreen();
+    EXPECT_TRUE(row(0)->pixmap(0).isNull());
+    EXPECT_TRUE(showsIcon(row(1), "Network_Locked_Profile.gif"));
+    EXPECT_TRUE(showsIcon(row(2), "Network_Connection.gif"));
+}
+
+TEST_F(ProfileList, OffersNoDeletionOfNoProfiles)
+{
+    openScreen();
+    EXPECT_EQ(list->count(), 0);
+    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(ProfileList, OffersANewProfileUpToNine)
+{
+    addProfiles(9);
+    openScreen();
+    EXPECT_EQ(list->count(), 9);
+    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(ProfileList, OffersNoNewProfileAtTen)
+{
+    addProfiles(10);
+    openScreen();
+    EXPECT_EQ(list->count(), 10);
+    EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(ProfileList, CountsBelowNothingAsNoProfilesButLetsThemBeDeleted)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
+    openScreen();
+    EXPECT_EQ(list->count(), 0);
+    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(ProfileList, ShowsTenRowsWithoutScrolling)
+{
+    addProfiles(10);
+    openScreen();
+    EXPECT_TRUE(list->viewport()->rect().contains(list->visualItemRect(list->item(9))));
+}
+
+TEST_F(ProfileList, OpensItsMenuByTheLeftSoftKeyAndByPointer)
+{
+    openScreen();
+    press(Qt::Key_F1);
+    ASSERT_EQ(open<QPopupMenu>(), menu);
+    EXPECT_EQ(menu->text(NEW_PROFILE), "New Profile");
+    EXPECT_EQ(menu->text(DELETE_PROFILES), "Delete Profiles");
+    press(Qt::Key_F3);
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    click(softKeys->getLeftBtn());
+    EXPECT_EQ(open<QPopupMenu>(), menu);
+    press(Qt::Key_Escape);
+}
+
+TEST_F(ProfileList, AsksTheHostToCloseItByTheRightSoftKeyAndDoesNothingElse)
+{
+    openScreen();
+    const QSignalSpy closed(screen.get(), SIGNAL(SIPClose()));
+    press(Qt::Key_F3);
+    EXPECT_EQ(closed.count(), 1);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(closed.count(), 2);
+    click(softKeys->getRightBtn());
+    EXPECT_EQ(closed.count(), 3);
+    EXPECT_TRUE(screen->isVisible());
+}
+
+TEST_F(ProfileList, MayBeDeletedInTheSlotThatAnswersItsClose)
+{
+    for (const auto close : {+[](UTIL_CST*) { press(Qt::Key_F3); }, +[](UTIL_CST*) { press(Qt::Key_Escape); },
+                             +[](UTIL_CST* keys) { click(keys->getRightBtn()); }}) {
+        openScreen();
+        QObject::connect(screen.get(), &SETUP_SIP_ProfileListBase::SIPClose, [this] { screen.reset(); });
+        close(softKeys);
+        EXPECT_EQ(screen, nullptr);
+    }
+}
+
+TEST_F(ProfileList, ReadsTheFileAnewEachTimeItIsOpened)
+{
+    addProfile("first");
+    openScreen();
+    EXPECT_EQ(rows(), QStringList({"first"}));
+    screen.reset();
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile4]\nDisplayName=other\n");
+    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("other"));
+}
+
+TEST_F(ProfileList, LoadsTheStoreWhenItIsMadeAndDropsItWhenItIsDeleted)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=old\n");
+    SETUP_SIP_Agent::cleanup();
+    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
+    // Loaded before this change of the file, so that the store does not know of it.
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=new\n");
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("old"));
+    screen.reset();
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("new"));
+}
+
+TEST_F(ProfileList, IgnoresCustomEventsThatAreNotItsOwn)
+{
+    addProfiles(2);
+    openScreen();
+    const QSignalSpy closed(screen.get(), SIGNAL(SIPClose()));
+    const QObjectList before = screen->children();
+    for (const int type : {1000, 1001, 1999}) {
+        QCustomEvent event(type);
+        QApplication::sendEvent(screen.get(), &event);
+    }
+    EXPECT_EQ(list->count(), 2);
+    EXPECT_EQ(screen->children(), before);
+    EXPECT_TRUE(screen->isVisible());
+    EXPECT_EQ(closed.count(), 0);
+}
+
+TEST_F(ProfileList, HasTheKeysAndAVisibleCurrentRowOnceItIsShown)
+{
+    addProfiles(2);
+    openScreen();
+    EXPECT_TRUE(list->hasFocus());
+    EXPECT_EQ(list->currentItem(), 0);
+    press(Qt::Key_Down);
+    EXPECT_EQ(list->currentItem(), 1);
+    press(Qt::Key_Up);
+    EXPECT_EQ(list->currentItem(), 0);
+}
+
+} // namespace
