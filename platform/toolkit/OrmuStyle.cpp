@@ -1,6 +1,7 @@
 #include "OrmuStyle.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QPainter>
 #include <QStyleOption>
 
@@ -14,7 +15,8 @@ const QColor MARK_EDGE(0x55, 0x66, 0x78);
 constexpr int ENTRY_WIDTH = 220;
 constexpr int ENTRY_HEIGHT = 30;
 constexpr int ENTRY_MARGIN = 7;
-constexpr int CHECK_BOX_INDENT = 5;
+constexpr int CHECK_BOX_INDENT = 4;
+constexpr int LIST_ROW_HEIGHT = 24; // of an open combo box
 
 QPalette palette()
 {
@@ -65,6 +67,17 @@ void drawTick(QPainter* painter, const QRect& rect)
     painter->setPen(QPen(FOCUS, 2.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter->drawPolyline(QPolygonF({corner + QPointF(0.25, 0.52) * size, corner + QPointF(0.43, 0.71) * size,
                                      corner + QPointF(0.76, 0.29) * size}));
+}
+
+QRect focusMark(const QStyleOption& option, const QWidget* widget)
+{
+    // Of a check box option is about the text only.
+    if (qobject_cast<const QCheckBox*>(widget) == nullptr)
+        return option.rect;
+    QRect mark = widget->rect();
+    mark.setHeight(qMin(mark.height(), ENTRY_HEIGHT));
+    mark.moveCenter(widget->rect().center());
+    return mark.adjusted(2, 1, -2, -1);
 }
 
 // A text entry or combo box; the whole of it is edged in the focus colour when it has the focus.
@@ -141,6 +154,8 @@ int OrmuStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const
     case PM_ExclusiveIndicatorWidth:
     case PM_ExclusiveIndicatorHeight:
         return 16;
+    case PM_FocusFrameHMargin:
+        return ENTRY_MARGIN - 3;
     case PM_MenuHMargin:
     case PM_MenuVMargin:
         return 2;
@@ -159,27 +174,27 @@ int OrmuStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidg
 
 QRect OrmuStyle::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const
 {
-    switch (element) {
-    case SE_LineEditContents:
+    if (element == SE_LineEditContents)
         return option->rect.adjusted(ENTRY_MARGIN, 3, -ENTRY_MARGIN, -3);
-    case SE_CheckBoxIndicator:
-    case SE_CheckBoxContents:
-        return QProxyStyle::subElementRect(element, option, widget).translated(CHECK_BOX_INDENT, 0);
-    case SE_CheckBoxFocusRect: {
-        QRect mark = option->rect;
-        mark.setHeight(qMin(mark.height(), ENTRY_HEIGHT));
-        mark.moveCenter(option->rect.center());
-        return mark;
-    }
-    default:
-        return QProxyStyle::subElementRect(element, option, widget);
-    }
+    return QProxyStyle::subElementRect(element, option, widget);
+}
+
+QRect OrmuStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                                const QWidget* widget) const
+{
+    QRect rect = QProxyStyle::subControlRect(control, option, part, widget);
+    if (control == CC_ComboBox && part == SC_ComboBoxEditField)
+        rect.setLeft(option->rect.left() + ENTRY_MARGIN);
+    return rect;
 }
 
 QSize OrmuStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
                                   const QWidget* widget) const
 {
-    return type == CT_ComboBox ? entrySize() : QProxyStyle::sizeFromContents(type, option, contents, widget);
+    if (type == CT_ComboBox)
+        return entrySize();
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    return type == CT_ItemViewItem ? size.expandedTo(QSize(0, LIST_ROW_HEIGHT)) : size;
 }
 
 void OrmuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
@@ -188,7 +203,7 @@ void OrmuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     const Smooth smooth(painter);
     switch (element) {
     case PE_FrameFocusRect:
-        drawBox(painter, option->rect, QPen(FOCUS, 2), Qt::NoBrush, 3);
+        drawBox(painter, focusMark(*option, widget), QPen(FOCUS, 2), Qt::NoBrush, 3);
         break;
     case PE_PanelLineEdit:
         drawEntry(painter, *option);
@@ -206,6 +221,19 @@ void OrmuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
     }
+}
+
+void OrmuStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                            const QWidget* widget) const
+{
+    const auto* box = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (element != CE_CheckBox || box == nullptr) {
+        QProxyStyle::drawControl(element, option, painter, widget);
+        return;
+    }
+    QStyleOptionButton indented = *box;
+    indented.rect.adjust(CHECK_BOX_INDENT, 0, 0, 0);
+    QProxyStyle::drawControl(element, &indented, painter, widget);
 }
 
 void OrmuStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
