@@ -18,6 +18,8 @@ QListBox::QListBox(QWidget* parent, const char* name) : QListWidget(parent)
 void QListBox::insertItem(QListBoxItem* item, int index)
 {
     QListWidget::insertItem(index < 0 || index > count() ? count() : index, item);
+    if (hasFocus() && currentRow() < 0)
+        setCurrentRow(0);
 }
 
 QListBoxItem* QListBox::item(int index) const

@@ -45,6 +45,7 @@ protected:
 
 private:
     void build(const char* name);
+    void takeEntry(QObject* entry);
     bool moveInForm(const QKeyEvent* event);
 
     const bool form_;

@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -68,6 +69,7 @@ OrmuMessageBox::OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QStri
     text_->setFrameShape(QFrame::NoFrame);
     text_->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     text_->document()->setDocumentMargin(0);
+    text_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     layOut();
 
     makeKeys();
@@ -98,7 +100,10 @@ void OrmuMessageBox::layOut()
     const QRect room = OrmuGlobal::getDlgLargeR();
     const int textLeft = icon_.isNull() ? MARGIN : MARGIN + icon_.width() + MARGIN;
     const int textWidth = room.width() - textLeft - MARGIN;
-    text_->document()->setTextWidth(textWidth);
+    text_->setLineWrapMode(QTextEdit::FixedPixelWidth);
+    text_->setLineWrapColumnOrWidth(textWidth);
+    if (text_->document()->size().height() > room.height() - 2 * MARGIN)
+        text_->setLineWrapColumnOrWidth(textWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
     const int textHeight = qCeil(text_->document()->size().height());
     const int height = qMin(qMax(textHeight, icon_.height()) + 2 * MARGIN, room.height());
     const int shownHeight = qMin(textHeight, height - 2 * MARGIN);

@@ -1,13 +1,12 @@
 #include "OrmuMultiLineEdit.h"
 
+#include "OrmuStyle.h"
+
 #include <QValidator>
 
 #include <limits>
 
 namespace {
-constexpr int WIDTH = 220;
-constexpr int LINE_HEIGHT = 30;
-
 // Takes out of a changed text what may not be in it.
 class Filter : public QValidator
 {
@@ -60,7 +59,7 @@ OrmuMultiLineEdit::OrmuMultiLineEdit(QWidget* parent, bool, int) : QLineEdit(par
     setMaxLength(std::numeric_limits<int>::max());
     setContextMenuPolicy(Qt::NoContextMenu);
     setValidator(new Filter(this));
-    resize(WIDTH, LINE_HEIGHT);
+    resize(OrmuStyle::entrySize());
     connect(this, &QLineEdit::textChanged, this, &OrmuMultiLineEdit::textChanged);
 }
 

@@ -4,6 +4,7 @@
 #include "OrmuStyle.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QPainter>
 
@@ -100,6 +101,18 @@ QPixmap OrmuPhoneWindow::picture()
         if (top->isVisible() && top->windowType() == Qt::Popup)
             painter.drawPixmap(mapFromGlobal(top->pos()), top->grab());
     return picture;
+}
+
+void OrmuPhoneWindow::keyPressEvent(QKeyEvent* event)
+{
+    // The keys come here when what had the focus is gone.
+    QWidget* screen = topScreen();
+    if (screen == nullptr || (focusWidget() != nullptr && focusWidget() != this)) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    giveFocus(screen);
+    QCoreApplication::sendEvent(screen, event);
 }
 
 void OrmuPhoneWindow::paintEvent(QPaintEvent*)

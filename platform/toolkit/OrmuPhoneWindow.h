@@ -30,6 +30,7 @@ public:
     QPixmap picture();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

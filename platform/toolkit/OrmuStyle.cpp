@@ -1,6 +1,7 @@
 #include "OrmuStyle.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QPainter>
 #include <QStyleOption>
 
@@ -9,6 +10,13 @@ const QColor TEXT(0x16, 0x20, 0x2c);
 const QColor SCREEN(0xf3, 0xf6, 0xfa);
 const QColor FOCUS(0x1c, 0x6d, 0xb5);
 const QColor FAINT(0x9a, 0xa6, 0xb3);
+const QColor MARK_EDGE(0x55, 0x66, 0x78);
+
+constexpr int ENTRY_WIDTH = 220;
+constexpr int ENTRY_HEIGHT = 30;
+constexpr int ENTRY_MARGIN = 7;
+constexpr int CHECK_BOX_INDENT = 4;
+constexpr int LIST_ROW_HEIGHT = 24; // of an open combo box
 
 QPalette palette()
 {
@@ -18,11 +26,66 @@ QPalette palette()
     colors.setColor(QPalette::ButtonText, TEXT);
     colors.setColor(QPalette::Base, Qt::white);
     colors.setColor(QPalette::Button, QColor(0xe4, 0xeb, 0xf3));
+    colors.setColor(QPalette::Midlight, QColor(0xcf, 0xdd, 0xec));
     colors.setColor(QPalette::Highlight, FOCUS);
     colors.setColor(QPalette::HighlightedText, Qt::white);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         colors.setColor(QPalette::Disabled, role, FAINT);
     return colors;
+}
+
+// Smooth edges, while it lives.
+class Smooth
+{
+public:
+    explicit Smooth(QPainter* painter) : painter_(painter)
+    {
+        painter_->save();
+        painter_->setRenderHint(QPainter::Antialiasing);
+    }
+    ~Smooth() { painter_->restore(); }
+    Smooth(const Smooth&) = delete;
+    Smooth& operator=(const Smooth&) = delete;
+
+private:
+    QPainter* painter_;
+};
+
+// The line lies within rect.
+void drawBox(QPainter* painter, const QRect& rect, const QPen& pen, const QBrush& brush, double corner)
+{
+    const double inset = pen.style() == Qt::NoPen ? 0 : pen.widthF() / 2;
+    painter->setPen(pen);
+    painter->setBrush(brush);
+    painter->drawRoundedRect(QRectF(rect).adjusted(inset, inset, -inset, -inset), corner, corner);
+}
+
+void drawTick(QPainter* painter, const QRect& rect)
+{
+    const QPointF corner = rect.topLeft();
+    const double size = rect.width();
+    painter->setPen(QPen(FOCUS, 2.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->drawPolyline(QPolygonF({corner + QPointF(0.25, 0.52) * size, corner + QPointF(0.43, 0.71) * size,
+                                     corner + QPointF(0.76, 0.29) * size}));
+}
+
+QRect focusMark(const QStyleOption& option, const QWidget* widget)
+{
+    // Of a check box option is about the text only.
+    if (qobject_cast<const QCheckBox*>(widget) == nullptr)
+        return option.rect;
+    QRect mark = widget->rect();
+    mark.setHeight(qMin(mark.height(), ENTRY_HEIGHT));
+    mark.moveCenter(widget->rect().center());
+    return mark.adjusted(2, 1, -2, -1);
+}
+
+// A text entry or combo box; the whole of it is edged in the focus colour when it has the focus.
+void drawEntry(QPainter* painter, const QStyleOption& option)
+{
+    const bool focused = option.state & QStyle::State_HasFocus;
+    drawBox(painter, option.rect.adjusted(2, 1, -2, -1), focused ? QPen(FOCUS, 2) : QPen(FAINT, 1),
+            option.palette.base(), 3);
 }
 
 void fillVertical(QPainter* painter, const QRect& rect, const QColor& top, const QColor& bottom)
@@ -45,6 +108,11 @@ void OrmuStyle::install()
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(13);
     QApplication::setFont(font);
+}
+
+QSize OrmuStyle::entrySize()
+{
+    return {ENTRY_WIDTH, ENTRY_HEIGHT};
 }
 
 QColor OrmuStyle::screenColor()
@@ -83,7 +151,11 @@ int OrmuStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const
         return 12;
     case PM_IndicatorWidth:
     case PM_IndicatorHeight:
+    case PM_ExclusiveIndicatorWidth:
+    case PM_ExclusiveIndicatorHeight:
         return 16;
+    case PM_FocusFrameHMargin:
+        return ENTRY_MARGIN - 3;
     case PM_MenuHMargin:
     case PM_MenuVMargin:
         return 2;
@@ -92,17 +164,88 @@ int OrmuStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const
     }
 }
 
+int OrmuStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                         QStyleHintReturn* returned) const
+{
+    if (hint == SH_ComboBox_Popup)
+        return 0; // a list below the box
+    return QProxyStyle::styleHint(hint, option, widget, returned);
+}
+
+QRect OrmuStyle::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const
+{
+    if (element == SE_LineEditContents)
+        return option->rect.adjusted(ENTRY_MARGIN, 3, -ENTRY_MARGIN, -3);
+    return QProxyStyle::subElementRect(element, option, widget);
+}
+
+QRect OrmuStyle::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                                const QWidget* widget) const
+{
+    QRect rect = QProxyStyle::subControlRect(control, option, part, widget);
+    if (control == CC_ComboBox && part == SC_ComboBoxEditField)
+        rect.setLeft(option->rect.left() + ENTRY_MARGIN);
+    return rect;
+}
+
+QSize OrmuStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                                  const QWidget* widget) const
+{
+    if (type == CT_ComboBox)
+        return entrySize();
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    return type == CT_ItemViewItem ? size.expandedTo(QSize(0, LIST_ROW_HEIGHT)) : size;
+}
+
 void OrmuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                               const QWidget* widget) const
 {
-    if (element != PE_FrameFocusRect) {
+    const Smooth smooth(painter);
+    switch (element) {
+    case PE_FrameFocusRect:
+        drawBox(painter, focusMark(*option, widget), QPen(FOCUS, 2), Qt::NoBrush, 3);
+        break;
+    case PE_PanelLineEdit:
+        drawEntry(painter, *option);
+        break;
+    case PE_IndicatorCheckBox:
+        drawBox(painter, option->rect, QPen(MARK_EDGE, 1.4), Qt::white, 3);
+        if (option->state & State_On)
+            drawTick(painter, option->rect);
+        break;
+    case PE_IndicatorRadioButton:
+        drawBox(painter, option->rect, QPen(MARK_EDGE, 1.4), Qt::white, option->rect.width() / 2.0);
+        if (option->state & State_On)
+            drawBox(painter, option->rect.adjusted(4, 4, -4, -4), Qt::NoPen, FOCUS, 4);
+        break;
+    default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
+}
+
+void OrmuStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                            const QWidget* widget) const
+{
+    const auto* box = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (element != CE_CheckBox || box == nullptr) {
+        QProxyStyle::drawControl(element, option, painter, widget);
         return;
     }
-    painter->save();
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(FOCUS, 2));
-    painter->setBrush(Qt::NoBrush);
-    painter->drawRoundedRect(QRectF(option->rect).adjusted(1, 1, -1, -1), 3, 3);
-    painter->restore();
+    QStyleOptionButton indented = *box;
+    indented.rect.adjust(CHECK_BOX_INDENT, 0, 0, 0);
+    QProxyStyle::drawControl(element, &indented, painter, widget);
+}
+
+void OrmuStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                   QPainter* painter, const QWidget* widget) const
+{
+    if (control != CC_ComboBox) {
+        QProxyStyle::drawComplexControl(control, option, painter, widget);
+        return;
+    }
+    const Smooth smooth(painter);
+    drawEntry(painter, *option);
+    QStyleOption arrow = *option;
+    arrow.rect = proxy()->subControlRect(CC_ComboBox, option, SC_ComboBoxArrow, widget);
+    QProxyStyle::drawPrimitive(PE_IndicatorArrowDown, &arrow, painter, widget);
 }

@@ -12,6 +12,8 @@ public:
     // Dresses the running application; nothing when it wears the skin already.
     static void install();
 
+    // The size of a text entry and of a combo box.
+    static QSize entrySize();
     static QColor screenColor();
     static QColor focusColor();
     // What lies beneath a dialog, dimmed, and the dialog's panel.
@@ -21,6 +23,18 @@ public:
     static void drawSoftKeyBar(QPainter* painter, const QRect& rect);
 
     int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* returned) const override;
+    QRect subElementRect(SubElement element, const QStyleOption* option,
+                         const QWidget* widget) const override;
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                         const QWidget* widget) const override;
+    QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                           const QWidget* widget) const override;
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override;
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                            const QWidget* widget) const override;
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override;
 

@@ -1,8 +1,7 @@
 #include "UTIL_ListBox.h"
 
-#include "OrmuStyle.h"
-
 #include <QPainter>
+#include <QStyleOption>
 #include <QStyledItemDelegate>
 
 namespace {
@@ -47,17 +46,17 @@ public:
 
 private:
     // Returns where the next column begins.
-    static int paintColumn(QPainter* painter, const QRect& cell, const UTIL_ListBoxItem& row, int column)
+    int paintColumn(QPainter* painter, const QRect& cell, const UTIL_ListBoxItem& row, int column) const
     {
         switch (row.columns().at(column).toLatin1()) {
         case 'I':
             paintIcon(painter, cell, row.pixmap(column));
             return cell.left() + ICON_COLUMN;
         case 'C':
-            paintMark(painter, cell, row.isChecked(), MARK_SIZE / 5);
+            paintMark(painter, cell, row.isChecked(), QStyle::PE_IndicatorCheckBox);
             return cell.left() + ICON_COLUMN;
         case 'R':
-            paintMark(painter, cell, row.isChecked(), MARK_SIZE / 2);
+            paintMark(painter, cell, row.isChecked(), QStyle::PE_IndicatorRadioButton);
             return cell.left() + ICON_COLUMN;
         case 'T':
             return paintText(painter, cell, row.getString(column));
@@ -81,21 +80,14 @@ private:
         return place.left() + painter->fontMetrics().horizontalAdvance(shown) + MARGIN;
     }
 
-    static void paintMark(QPainter* painter, const QRect& cell, bool checked, int corner)
+    void paintMark(QPainter* painter, const QRect& cell, bool checked, QStyle::PrimitiveElement mark) const
     {
-        QRect place(0, 0, MARK_SIZE, MARK_SIZE);
-        place.moveCenter(QRect(cell.left(), cell.top(), ICON_COLUMN, cell.height()).center());
-        painter->save();
-        painter->setRenderHint(QPainter::Antialiasing);
-        painter->setBrush(Qt::white);
-        painter->setPen(QPen(QColor(0x55, 0x66, 0x78), 1.4));
-        painter->drawRoundedRect(place, corner, corner);
-        if (checked) {
-            painter->setPen(Qt::NoPen);
-            painter->setBrush(OrmuStyle::focusColor());
-            painter->drawRoundedRect(place.adjusted(4, 4, -4, -4), corner / 2.0, corner / 2.0);
-        }
-        painter->restore();
+        QStyleOption option;
+        option.initFrom(list_);
+        option.state.setFlag(QStyle::State_On, checked);
+        option.rect = QRect(0, 0, MARK_SIZE, MARK_SIZE);
+        option.rect.moveCenter(QRect(cell.left(), cell.top(), ICON_COLUMN, cell.height()).center());
+        list_->style()->drawPrimitive(mark, &option, painter, list_);
     }
 
     QListBox* list_;
@@ -168,4 +160,16 @@ void UTIL_ListBox::clickItem(QListBoxItem* item)
         checkItem(item, true);
     else if (row->columns().contains(QLatin1Char('C')))
         checkItem(item, !row->isChecked());
+}
+
+void UTIL_ListBox::paintEvent(QPaintEvent* event)
+{
+    QListBox::paintEvent(event);
+    if (count() > 0 || !hasFocus())
+        return;
+    // There is no row to show the focus.
+    QPainter painter(viewport());
+    QStyleOptionFocusRect option;
+    option.initFrom(viewport());
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
 }

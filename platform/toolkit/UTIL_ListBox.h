@@ -53,6 +53,7 @@ public:
 
 protected:
     void clickItem(QListBoxItem* item) override;
+    void paintEvent(QPaintEvent* event) override;
 };
 
 #endif

@@ -14,9 +14,11 @@ namespace {
 QWindow* phone()
 {
     OrmuPhoneWindow* window = OrmuPhoneWindow::instance();
-    window->show();
-    window->activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    if (QApplication::activePopupWidget() == nullptr && !window->isActiveWindow()) {
+        window->show();
+        window->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    }
     return window->windowHandle();
 }
 
