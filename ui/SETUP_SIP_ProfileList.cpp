@@ -1,18 +1,26 @@
 #include "SETUP_SIP_ProfileList.h"
 
+#include "ORMU_Diagnostics.h"
 #include "OrmuApplication.h"
 #include "OrmuGlobal.h"
+#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ProfileDelConfirmDlg.h"
+#include "SETUP_SIP_ProfileDetail.h"
+#include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
 #include <QLabel>
+#include <QPointer>
 
 namespace {
 enum MenuId { MENU_ID_NEW = 0, MENU_ID_DELETE = 1 };
+enum RowMenuId { ROW_MENU_ID_CONNECT = 0, ROW_MENU_ID_SET_DEFAULT = 1, ROW_MENU_ID_DELETE = 2 };
 
 constexpr int TITLE_HEIGHT = 30;
 constexpr int DELETE_DETAIL_EVENT = 1000;
@@ -58,6 +66,7 @@ void SETUP_SIP_ProfileList::createScreen()
     menu->insertItem(tr("New Profile", "2.16.0;MENU"), MENU_ID_NEW, -1);
     menu->insertItem(tr("Delete Profiles", "2.16.0;MENU"), MENU_ID_DELETE, -1);
     softKeys->getLeftBtn()->setPopup(menu);
+    connect(menu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileList::menuItemActivated);
 
     connect(softKeys->getRightBtn(), SIGNAL(clicked()), this, SIGNAL(SIPClose()));
     initProfileList();
@@ -76,6 +85,8 @@ void SETUP_SIP_ProfileList::initProfileList()
     listBox->setGeometry(0, TITLE_HEIGHT, content.width(), content.height() - TITLE_HEIGHT);
     getContentWidget()->addChild(listBox, 0, TITLE_HEIGHT);
     OrmuApplication::setMouseMode(listBox->viewport(), MOUSE_MODE_LONG_PRESS);
+    connect(listBox, &QListBox::rightButtonPressed, this, &SETUP_SIP_ProfileList::showContentMenu);
+    connect(listBox, &QListBox::mouseButtonClicked, this, &SETUP_SIP_ProfileList::itemClicked);
 }
 
 void SETUP_SIP_ProfileList::refreshList()
@@ -101,10 +112,169 @@ void SETUP_SIP_ProfileList::refreshList()
     menu->setItemEnabled(MENU_ID_DELETE, count != 0);
 }
 
+void SETUP_SIP_ProfileList::menuItemActivated(int id)
+{
+    switch (id) {
+    case MENU_ID_NEW:
+        editProfile(QString());
+        break;
+    case MENU_ID_DELETE:
+        deleteProfiles();
+        break;
+    default:
+        ORMU_ASSERT(false);
+    }
+}
+
+void SETUP_SIP_ProfileList::editProfile(const QString& name)
+{
+    if (editScreen != nullptr)
+        return;
+    editScreen = new SETUP_SIP_ProfileEdit(name);
+    connect(editScreen, &SETUP_SIP_ProfileEdit::editDone, this, &SETUP_SIP_ProfileList::editDone);
+    editScreen->show();
+}
+
+void SETUP_SIP_ProfileList::editDone(bool saved)
+{
+    if (saved)
+        refreshList();
+    delete editScreen;
+    editScreen = nullptr;
+}
+
+void SETUP_SIP_ProfileList::deleteProfiles()
+{
+    const QPointer<SETUP_SIP_ProfileList> self(this); // the host may delete the screen meanwhile
+    SETUP_SIP_ProfileDelConfirmDlg dialog;
+    const int result = dialog.exec();
+    if (result == QDialog::Accepted && !self.isNull())
+        refreshList();
+}
+
+void SETUP_SIP_ProfileList::itemClicked(int, QListBoxItem* item, const QPoint&)
+{
+    if (item == nullptr || SETUP_SIP_Agent::instance()->isProfileLocked(item->text()))
+        return;
+    if (detailScreen != nullptr)
+        return;
+    detailScreen = new SETUP_SIP_ProfileDetail(item->text());
+    connect(detailScreen, &SETUP_SIP_ProfileDetail::detailDone, this, &SETUP_SIP_ProfileList::detailDone);
+    detailScreen->show();
+}
+
+void SETUP_SIP_ProfileList::detailDone(bool changed)
+{
+    if (changed)
+        refreshList();
+    QApplication::postEvent(this, new QCustomEvent(DELETE_DETAIL_EVENT));
+}
+
 void SETUP_SIP_ProfileList::customEvent(QCustomEvent* event)
 {
     if (event->type() != DELETE_DETAIL_EVENT)
         return;
     delete detailScreen;
     detailScreen = nullptr;
+}
+
+void SETUP_SIP_ProfileList::showContentMenu(QListBoxItem* item, const QPoint& pos)
+{
+    if (item == nullptr)
+        return;
+    SETUP_SIP_Agent* store = SETUP_SIP_Agent::instance();
+    const QString name = item->text();
+    auto* rowMenu = new QPopupMenu(listBox);
+    selectedConnected = store->isProfileConnected(name);
+    rowMenu->insertItem(selectedConnected ? tr("Disconnect", "2.16.0;MENU") : tr("Connect", "2.16.0;MENU"),
+                        ROW_MENU_ID_CONNECT);
+    rowMenu->insertItem(tr("Set as default", "2.16.0;MENU"), ROW_MENU_ID_SET_DEFAULT);
+    rowMenu->setItemEnabled(ROW_MENU_ID_SET_DEFAULT, !store->isProfileDefault(name));
+    rowMenu->insertItem(tr("Delete Profile", "2.16.0;MENU"), ROW_MENU_ID_DELETE);
+    connect(rowMenu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileList::contentMenuItemActivated);
+    rowMenu->exec(pos, 0);
+}
+
+void SETUP_SIP_ProfileList::contentMenuItemActivated(int id)
+{
+    const int current = listBox->currentItem();
+    if (current < 0)
+        return;
+    selectedProfile = listBox->item(current)->text();
+    switch (id) {
+    case ROW_MENU_ID_CONNECT:
+        connectProfile();
+        break;
+    case ROW_MENU_ID_SET_DEFAULT:
+        SETUP_SIP_Agent::instance()->setDefaultProfile(selectedProfile);
+        refreshList();
+        break;
+    case ROW_MENU_ID_DELETE:
+        deleteSelectedProfile();
+        break;
+    default:
+        ORMU_ASSERT(false);
+    }
+}
+
+void SETUP_SIP_ProfileList::deleteSelectedProfile()
+{
+    if (!confirm(tr("Delete the profile?", "99.99.99;DIALOG_ICON_50_WARP")))
+        return;
+    SETUP_SIP_Agent::instance()->deleteProfile(selectedProfile);
+    refreshList();
+}
+
+void SETUP_SIP_ProfileList::connectProfile()
+{
+    if (selectedConnected) {
+        if (confirm(tr("Disconnect current connection?", "99.99.99;DIALOG_ICON_50_WARP")))
+            openConnectDlg(SETUP_SIP_ConnectDlg::OP_DISCONNECT);
+        return;
+    }
+    SIP_PROFILE_CONTENT record;
+    SETUP_SIP_Agent::instance()->getProfileInfo(record, selectedProfile);
+    if (!record.needUserIDPass) {
+        userIDPasswordDone(true);
+        return;
+    }
+    QString userID;
+    QString password;
+    bool remember = false;
+    SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember);
+    userPassDlg = new SETUP_SIP_UserIDAndPasswordDlg(userID, password, remember, record, nullptr, "");
+    connect(userPassDlg, &SETUP_SIP_UserIDAndPasswordDlg::inputDone, this,
+            &SETUP_SIP_ProfileList::userIDPasswordDone);
+    userPassDlg->show();
+}
+
+void SETUP_SIP_ProfileList::userIDPasswordDone(bool ok)
+{
+    delete userPassDlg;
+    userPassDlg = nullptr;
+    if (ok)
+        openConnectDlg(SETUP_SIP_ConnectDlg::OP_CONNECT);
+}
+
+void SETUP_SIP_ProfileList::openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation)
+{
+    connectDlg = new SETUP_SIP_ConnectDlg(operation, selectedProfile, this, nullptr);
+    connect(connectDlg, &SETUP_SIP_ConnectDlg::connectDone, this, &SETUP_SIP_ProfileList::connectDone);
+    connectDlg->show();
+    connectDlg->startConnect();
+}
+
+void SETUP_SIP_ProfileList::connectDone(bool)
+{
+    delete connectDlg;
+    connectDlg = nullptr;
+}
+
+bool SETUP_SIP_ProfileList::confirm(const QString& question) const
+{
+    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
+                       QString(), 1);
+    const QPointer<const SETUP_SIP_ProfileList> self(this); // the host may delete the screen meanwhile
+    return box.exec() == 0 && !self.isNull();
 }

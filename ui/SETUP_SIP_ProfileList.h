@@ -1,6 +1,7 @@
 #ifndef SETUP_SIP_PROFILELIST_H
 #define SETUP_SIP_PROFILELIST_H
 
+#include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileListBase.h"
 #include "qvaluelist.h"
 
@@ -20,6 +21,14 @@ public:
     void createScreen() override;
 
 protected slots:
+    void menuItemActivated(int id);
+    void contentMenuItemActivated(int id);
+    void editDone(bool saved);
+    void detailDone(bool changed);
+    void itemClicked(int button, QListBoxItem* item, const QPoint& pos);
+    void showContentMenu(QListBoxItem* item, const QPoint& pos);
+    void userIDPasswordDone(bool ok);
+    void connectDone(bool ok);
     // Event 1000 deletes the detail screen, after the code of that screen that led here has returned.
     void customEvent(QCustomEvent* event) override;
 
@@ -27,11 +36,22 @@ private:
     void initProfileList();
     // Shows the store's profiles anew, and lets the menu offer what can be done with so many.
     void refreshList();
+    void editProfile(const QString& name);
+    void deleteProfiles();
+    void deleteSelectedProfile();
+    void connectProfile();
+    void openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation);
+    bool confirm(const QString& question) const;
 
     QValueList<QString> profileNames;
     QPopupMenu* menu = nullptr;
-    QWidget* detailScreen = nullptr; // open detail screen; deleted by the events' handler only
+    SETUP_SIP_ProfileEdit* editScreen = nullptr;
+    SETUP_SIP_ProfileDetail* detailScreen = nullptr;
+    SETUP_SIP_UserIDAndPasswordDlg* userPassDlg = nullptr;
+    SETUP_SIP_ConnectDlg* connectDlg = nullptr;
     UTIL_ListBox* listBox = nullptr;
+    QString selectedProfile;        // whom the last choice in a row's menu concerns
+    bool selectedConnected = false; // whether the row's profile was connected when its menu opened
 };
 
 #endif

@@ -1,0 +1,200 @@
+#include "SETUP_SIP_ProfileDetail.h"
+
+#include "ORMU_Diagnostics.h"
+#include "OrmuMessageBox.h"
+#include "OrmuPushButton.h"
+#include "RES_ICON_Reader.h"
+#include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_UserIDAndPasswordDlg.h"
+#include "UTIL_CST.h"
+#include "qpopupmenu.h"
+
+#include <QLabel>
+#include <QPointer>
+
+namespace {
+constexpr int LINE_WIDTH = 220;
+constexpr int LINE_HEIGHT = 30;
+// An unknown menu id is known in the logs by this line, wherever the check stands.
+constexpr int UNKNOWN_MENU_ID_LINE = 144;
+} // namespace
+
+SETUP_SIP_ProfileDetail::SETUP_SIP_ProfileDetail(const QString& nameOfProfile, QWidget* parent,
+                                                 const char* name)
+    : OrmuMainWidget(parent, name), profileName(nameOfProfile)
+{
+    SETUP_SIP_Agent* store = SETUP_SIP_Agent::instance();
+    store->getProfileInfo(record, profileName);
+    connected = store->isProfileConnected(profileName);
+    createSoftKeys();
+    createMenu();
+    showDetails();
+}
+
+void SETUP_SIP_ProfileDetail::createSoftKeys()
+{
+    auto* softKeys = new UTIL_CST(this, tr("Set as default", "3.3.1;CST_3BUTTON"), "", "CST_Back");
+    setCSTWidget(softKeys);
+    softKeys->getLeftBtn()->setResourceID("CST_Menu");
+    softKeys->getRightBtn()->setResourceID("CST_Back");
+    if (SETUP_SIP_Agent::instance()->isProfileDefault(profileName))
+        softKeys->getMidBtn()->setEnabled(false);
+    connect(softKeys->getMidBtn(), &QPushButton::clicked, this, &SETUP_SIP_ProfileDetail::slotSetAsDefault);
+    connect(softKeys->getRightBtn(), &QPushButton::clicked, this, &SETUP_SIP_ProfileDetail::slotBack);
+}
+
+void SETUP_SIP_ProfileDetail::createMenu()
+{
+    menu = new QPopupMenu(this);
+    menu->insertItem(connectText(), MENU_ID_CONNECT);
+    menu->insertItem(tr("Edit", "2.16.0;MENU"), MENU_ID_EDIT);
+    menu->insertItem(tr("Delete Profile", "2.16.0;MENU"), MENU_ID_DELETE);
+    static_cast<UTIL_CST*>(getCSTWidget())->getLeftBtn()->setPopup(menu);
+    connect(menu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileDetail::menuItemActivated);
+}
+
+QString SETUP_SIP_ProfileDetail::connectText() const
+{
+    return connected ? tr("Disconnect", "2.16.0;MENU") : tr("Connect", "2.16.0;MENU");
+}
+
+void SETUP_SIP_ProfileDetail::addLine(const QString& text, int y)
+{
+    auto* line = new QLabel(text, getContentWidget());
+    line->setTextFormat(Qt::PlainText);
+    line->setGeometry(0, y, LINE_WIDTH, LINE_HEIGHT);
+    getContentWidget()->addChild(line, 0, y);
+}
+
+void SETUP_SIP_ProfileDetail::showDetails()
+{
+    addLine(tr("Profile name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + profileName, 0);
+    addLine(tr("Server address:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 30);
+    addLine(record.server, 60);
+    addLine(tr("Port:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + QString::number(record.portNum), 90);
+    addLine(tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.userID, 120);
+    addLine(tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + "**********", 150);
+    addLine(tr("Internet Profile:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.network, 180);
+    if (record.autoConnect)
+        addLine(tr("Connect:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") +
+                    tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
+                210);
+}
+
+void SETUP_SIP_ProfileDetail::menuItemActivated(int id)
+{
+    switch (id) {
+    case MENU_ID_CONNECT:
+        connectProfile();
+        break;
+    case MENU_ID_EDIT:
+        editProfile();
+        break;
+    case MENU_ID_DELETE:
+        deleteProfile();
+        break;
+    default:
+        ormuAssertFailed(__FILE__, UNKNOWN_MENU_ID_LINE);
+    }
+}
+
+void SETUP_SIP_ProfileDetail::slotSetAsDefault()
+{
+    SETUP_SIP_Agent::instance()->setDefaultProfile(profileName);
+    static_cast<UTIL_CST*>(getCSTWidget())->getMidBtn()->setEnabled(false);
+    changed = true;
+}
+
+void SETUP_SIP_ProfileDetail::slotBack()
+{
+    emit detailDone(changed);
+}
+
+void SETUP_SIP_ProfileDetail::editProfile()
+{
+    if (editScreen != nullptr)
+        return;
+    editScreen = new SETUP_SIP_ProfileEdit(profileName);
+    connect(editScreen, &SETUP_SIP_ProfileEdit::editDone, this, &SETUP_SIP_ProfileDetail::editDone);
+    editScreen->show();
+}
+
+void SETUP_SIP_ProfileDetail::editDone(bool saved)
+{
+    delete editScreen;
+    editScreen = nullptr;
+    if (!saved || !connected) {
+        emit detailDone(saved);
+        return;
+    }
+    if (confirm(tr("Do you want to re-connect this profile?", "99.99.99;DIALOG_ICON_50_WARP")))
+        openConnectDlg(SETUP_SIP_ConnectDlg::OP_RECONNECT);
+}
+
+void SETUP_SIP_ProfileDetail::deleteProfile()
+{
+    if (!confirm(tr("Delete the profile?", "99.99.99;DIALOG_ICON_50_WARP")))
+        return;
+    SETUP_SIP_Agent::instance()->deleteProfile(profileName);
+    emit detailDone(true);
+}
+
+void SETUP_SIP_ProfileDetail::connectProfile()
+{
+    if (connected) {
+        if (confirm(tr("Disconnect current connection?", "99.99.99;DIALOG_ICON_50_WARP")))
+            openConnectDlg(SETUP_SIP_ConnectDlg::OP_DISCONNECT);
+    } else if (record.needUserIDPass) {
+        askForCredentials();
+    } else {
+        userIDPasswordDone(true);
+    }
+}
+
+void SETUP_SIP_ProfileDetail::askForCredentials()
+{
+    QString user;
+    QString password;
+    bool remember = false;
+    SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
+    credentialsDlg = new SETUP_SIP_UserIDAndPasswordDlg(user, password, remember, record, nullptr, "");
+    connect(credentialsDlg, &SETUP_SIP_UserIDAndPasswordDlg::inputDone, this,
+            &SETUP_SIP_ProfileDetail::userIDPasswordDone);
+    credentialsDlg->show();
+}
+
+void SETUP_SIP_ProfileDetail::userIDPasswordDone(bool ok)
+{
+    delete credentialsDlg;
+    credentialsDlg = nullptr;
+    if (ok)
+        openConnectDlg(SETUP_SIP_ConnectDlg::OP_CONNECT);
+}
+
+void SETUP_SIP_ProfileDetail::openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation)
+{
+    connectDlg = new SETUP_SIP_ConnectDlg(operation, profileName, this, nullptr);
+    connect(connectDlg, &SETUP_SIP_ConnectDlg::connectDone, this, &SETUP_SIP_ProfileDetail::connectDone);
+    connectDlg->show();
+    connectDlg->startConnect();
+}
+
+void SETUP_SIP_ProfileDetail::connectDone(bool ok)
+{
+    delete connectDlg;
+    connectDlg = nullptr;
+    if (!ok)
+        return;
+    connected = !connected;
+    menu->changeItem(MENU_ID_CONNECT, connectText());
+}
+
+bool SETUP_SIP_ProfileDetail::confirm(const QString& question) const
+{
+    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
+                       QString(), 1);
+    const QPointer<const SETUP_SIP_ProfileDetail> self(this);
+    return box.exec() == 0 && !self.isNull();
+}

@@ -1,0 +1,62 @@
+#ifndef SETUP_SIP_PROFILEDETAIL_H
+#define SETUP_SIP_PROFILEDETAIL_H
+
+#include "OrmuMainWidget.h"
+#include "SETUP_SIP_ConnectDlg.h"
+#include "SIP_PROFILE_CONTENT.h"
+
+class QPopupMenu;
+class SETUP_SIP_ProfileEdit;
+class SETUP_SIP_UserIDAndPasswordDlg;
+
+// Shows one stored profile, as it was when the screen opened, and lets the user connect, edit, delete it or
+// make it the default. It never deletes itself: whoever made it deletes it after detailDone(), once this
+// screen's own code has returned. The screens that it opens are its own; those still open when it is deleted
+// stay.
+class SETUP_SIP_ProfileDetail : public OrmuMainWidget
+{
+    Q_OBJECT
+
+public:
+    // Asks the daemon whether the profile is connected, and blocks until it has answered.
+    explicit SETUP_SIP_ProfileDetail(const QString& profileName, QWidget* parent = nullptr,
+                                     const char* name = nullptr);
+
+signals:
+    // The user is done; changed tells whether the stored profiles are other than before.
+    void detailDone(bool changed);
+
+protected slots:
+    void menuItemActivated(int id);
+    void slotSetAsDefault();
+    void slotBack();
+    void editDone(bool saved);
+    void userIDPasswordDone(bool ok);
+    void connectDone(bool ok);
+
+private:
+    enum MenuId { MENU_ID_CONNECT = 0, MENU_ID_EDIT = 1, MENU_ID_DELETE = 2 };
+
+    void createSoftKeys();
+    void createMenu();
+    QString connectText() const;
+    void showDetails();
+    void addLine(const QString& text, int y);
+    void editProfile();
+    void deleteProfile();
+    void connectProfile();
+    void askForCredentials();
+    void openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation);
+    bool confirm(const QString& question) const;
+
+    bool connected;
+    bool changed = false; // the default profile was changed from this screen
+    QString profileName;
+    QPopupMenu* menu = nullptr;
+    SIP_PROFILE_CONTENT record;
+    SETUP_SIP_ProfileEdit* editScreen = nullptr;
+    SETUP_SIP_UserIDAndPasswordDlg* credentialsDlg = nullptr;
+    SETUP_SIP_ConnectDlg* connectDlg = nullptr;
+};
+
+#endif

@@ -1,0 +1,93 @@
+#include "SETUP_SIP_UserIDAndPasswordDlg.h"
+
+#include "OrmuMessageBox.h"
+#include "OrmuMultiLineEdit.h"
+#include "OrmuPushButton.h"
+#include "RES_ICON_Reader.h"
+#include "SETUP_SIP_Agent.h"
+#include "UTIL_CST.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPointer>
+
+namespace {
+constexpr int LINE_WIDTH = 220;
+constexpr int LINE_HEIGHT = 30;
+} // namespace
+
+SETUP_SIP_UserIDAndPasswordDlg::SETUP_SIP_UserIDAndPasswordDlg(QString& userID, QString& password,
+                                                               bool remember,
+                                                               SIP_PROFILE_CONTENT& profileToConnect,
+                                                               QWidget* parent, const char* name)
+    : OrmuMainWidget(true, parent, name, 0), profile(profileToConnect)
+{
+    addLabel(tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
+    userEdit = addEntry(userID, 30);
+    addLabel(tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
+    passwordEdit = addEntry(password, 90);
+    passwordEdit->setEchoMode(OrmuMultiLineEdit::Password);
+    rememberCheck =
+        new QCheckBox(tr("Remember the password", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), getContentWidget());
+    rememberCheck->setGeometry(0, 120, LINE_WIDTH, 60);
+    rememberCheck->setChecked(remember);
+    getContentWidget()->addChild(rememberCheck, 0, 120);
+    createSoftKeys();
+}
+
+void SETUP_SIP_UserIDAndPasswordDlg::addLabel(const QString& text, int y)
+{
+    auto* label = new QLabel(text, getContentWidget());
+    label->setGeometry(0, y, LINE_WIDTH, LINE_HEIGHT);
+    getContentWidget()->addChild(label, 0, y);
+}
+
+OrmuMultiLineEdit* SETUP_SIP_UserIDAndPasswordDlg::addEntry(const QString& text, int y)
+{
+    auto* entry = new OrmuMultiLineEdit(getContentWidget(), true, 1);
+    entry->insertLine(text, -1);
+    getContentWidget()->addChild(entry, 0, y);
+    return entry;
+}
+
+void SETUP_SIP_UserIDAndPasswordDlg::createSoftKeys()
+{
+    auto* softKeys = new UTIL_CST(this, tr("OK", "3.3.1;CST_3BUTTON"), "", "CST_Back");
+    setCSTWidget(softKeys);
+    softKeys->getLeftBtn()->setEnabled(false);
+    connect(softKeys->getMidBtn(), &QPushButton::clicked, this, &SETUP_SIP_UserIDAndPasswordDlg::slotOK);
+    connect(softKeys->getRightBtn(), &QPushButton::clicked, this, &SETUP_SIP_UserIDAndPasswordDlg::slotQuit);
+}
+
+void SETUP_SIP_UserIDAndPasswordDlg::slotOK()
+{
+    const QString user = userEdit->text();
+    QString pass = passwordEdit->text();
+    const bool remember = rememberCheck->isChecked();
+    const bool ok = user == profile.userID && pass == profile.password;
+    if (!ok) {
+        const QString reason = user != profile.userID
+                                   ? tr("Incorrect User name", "2.6.11;DIALOG_CONTEXT_ICON2_WITH_SCROLL")
+                                   : tr("Incorrect Password", "2.6.11;DIALOG_CONTEXT_ICON2_WITH_SCROLL");
+        const QPointer<SETUP_SIP_UserIDAndPasswordDlg> self(this);
+        if (wantsRetry(reason) || self.isNull())
+            return;
+    }
+    if (!remember)
+        pass = QString("");
+    SETUP_SIP_Agent::saveLastInputUserIDPassword(user, pass, remember);
+    emit inputDone(ok);
+}
+
+bool SETUP_SIP_UserIDAndPasswordDlg::wantsRetry(const QString& reason) const
+{
+    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Exclamatory_Mark.jpg"), reason,
+                       tr("Retry", "2.6.11;SOFTKEY_2BUTTON"), tr("Cancel", "2.6.11;SOFTKEY_2BUTTON"),
+                       QString(), 1);
+    return box.exec() == 0;
+}
+
+void SETUP_SIP_UserIDAndPasswordDlg::slotQuit()
+{
+    emit inputDone(false);
+}
