@@ -5,11 +5,18 @@
 #include "SETUP_SIP_ProfileListBase.h"
 #include "qvaluelist.h"
 
+class QListBoxItem;
 class QPopupMenu;
+class SETUP_SIP_ProfileDetail;
+class SETUP_SIP_ProfileEdit;
+class SETUP_SIP_UserIDAndPasswordDlg;
 class UTIL_ListBox;
 
-// The list of the stored SIP profiles, with the main menu on the left soft key. The store lives as long as
-// the screen does.
+// The list of the stored SIP profiles, with the main menu on the left soft key and a menu of its own on each
+// row. The store lives as long as the screen does.
+//
+// The screens that it opens are its own to delete, when they report that they are done. Those still open when
+// it is deleted itself stay, but for the connect dialog, which is its child.
 class SETUP_SIP_ProfileList : public SETUP_SIP_ProfileListBase
 {
     Q_OBJECT

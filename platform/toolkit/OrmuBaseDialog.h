@@ -2,10 +2,11 @@
 #define ORMUBASEDIALOG_H
 
 #include "OrmuMainWidget.h"
+#include "UTIL_CST.h"
 
 #include <QDialog>
 
-class UTIL_CST;
+
 
 // A dialog: a panel over whatever the phone shows, which is dimmed and gets neither keys nor clicks
 // meanwhile.

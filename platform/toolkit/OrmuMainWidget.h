@@ -1,12 +1,11 @@
 #ifndef ORMUMAINWIDGET_H
 #define ORMUMAINWIDGET_H
 
+#include "UTIL_CST.h"
 #include "qcustomevent.h"
 #include "qscrollview.h"
 
 #include <QPointer>
-
-class UTIL_CST;
 
 using WFlags = unsigned int;
 

@@ -111,7 +111,7 @@ void OrmuPhoneWindow::keyPressEvent(QKeyEvent* event)
         QWidget::keyPressEvent(event);
         return;
     }
-    giveFocus(screen);
+    giveFocusToTop();
     QCoreApplication::sendEvent(screen, event);
 }
 
