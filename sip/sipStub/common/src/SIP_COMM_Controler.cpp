@@ -186,7 +186,7 @@ int SIP_COMM_ControlerGetProfileName(_SIP_COMM_PROFILE_CONTROL_S* handle, _SIPD_
     std::memset(buf, 0, room);
     const int result = ask(handle, &profile);
     if (result == 0)
-        std::strncpy(buf, profile.name, std::min(room, size_t{SIPD_PROFILE_NAME_MAX}));
+        std::memcpy(buf, profile.name, strnlen(profile.name, std::min(room, size_t{SIPD_PROFILE_NAME_MAX})));
     return result;
 }
 
