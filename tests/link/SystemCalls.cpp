@@ -52,6 +52,7 @@ void SystemCalls::after(long result)
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" {
 int __real_socket(int domain, int type, int protocol);
+int __real_fcntl(int fd, int command, long argument);
 int __real_connect(int fd, const sockaddr* address, socklen_t length);
 ssize_t __real_read(int fd, void* buffer, size_t length);
 ssize_t __real_write(int fd, const void* buffer, size_t length);
@@ -61,6 +62,12 @@ int __wrap_socket(int domain, int type, int protocol)
 {
     const auto result = SystemCalls::before("socket", -1, 0);
     return result ? static_cast<int>(*result) : __real_socket(domain, type, protocol);
+}
+
+int __wrap_fcntl(int fd, int command, long argument)
+{
+    const auto result = SystemCalls::before("fcntl", fd, 0);
+    return result ? static_cast<int>(*result) : __real_fcntl(fd, command, argument);
 }
 
 int __wrap_connect(int fd, const sockaddr* address, socklen_t length)

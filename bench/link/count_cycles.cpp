@@ -1,0 +1,27 @@
+// count_cycles bare|library N: makes that many cycles inside measured(), for a tool that counts what they
+// cost. A daemon is listening.
+
+#include "cycles.h"
+
+#include <cstdlib>
+#include <cstring>
+
+extern "C" [[gnu::noinline]] int measured(bool bare, long count)
+{
+    uint32_t status = 0;
+    for (long i = 0; i < count; ++i)
+        if ((bare ? bareCycle("Profile0", &status) : libraryCycle("Profile0", &status)) != 0)
+            return 1;
+    return 0;
+}
+
+int main(int argc, char** argv)
+{
+    if (argc != 3)
+        return 2;
+    const bool bare = std::strcmp(argv[1], "bare") == 0;
+    uint32_t status = 0;
+    // What is done once in a process is not of interest.
+    const int first = bare ? bareCycle("Profile0", &status) : libraryCycle("Profile0", &status);
+    return first != 0 ? 1 : measured(bare, std::strtol(argv[2], nullptr, 10));
+}
