@@ -96,12 +96,13 @@ int SETUP_SIP_Agent::getSIPProfileList()
         // From the number found, not from behind the last group found: with a gap in the numbers this finds
         // a group twice.
         quint64 n = static_cast<quint64>(found);
-        while (readText(manager, groupOf(n), DISPLAY_NAME_KEY).isEmpty())
-            ++n;
+        QString group = groupOf(n);
+        while (readText(manager, group, DISPLAY_NAME_KEY).isEmpty())
+            group = groupOf(++n);
         auto record = std::make_unique<SIP_PROFILE_CONTENT>();
-        getProfileInfoFromFile(&manager, *record, groupOf(n));
+        getProfileInfoFromFile(&manager, *record, group);
         displayNames.append(record->displayName);
-        groupNames.append(groupOf(n));
+        groupNames.append(group);
         profiles.append(record.release());
     }
     return totalProfile;

@@ -3,8 +3,7 @@
 // the same keys from it, once each: into the types of the record, or into strings of its own.
 #include "SETUP_SIP_Agent.h"
 
-#include <QFile>
-#include <QTemporaryDir>
+#include <QString>
 
 #include <glib.h>
 
@@ -124,15 +123,17 @@ extern "C" __attribute__((noinline)) size_t measured(Load load)
 
 int main(int argc, char** argv)
 {
-    const Load load = argc == 3 ? loadOf(argv[1]) : nullptr;
+    const std::string_view mode = argc == 3 ? argv[1] : "";
+    const int count = argc == 3 ? std::atoi(argv[2]) : 0;
+    if (mode == "write") {
+        storeProfiles(count);
+        return 0;
+    }
+    const Load load = loadOf(mode);
     if (load == nullptr) {
-        std::fputs("usage: store_cost store|values|strings PROFILES\n", stderr);
+        std::fputs("usage: store_cost write|store|values|strings PROFILES\n", stderr);
         return 2;
     }
-    const QTemporaryDir settings;
-    qputenv("ORMU_SETTING_DIR", QFile::encodeName(settings.path()));
-    const int count = std::atoi(argv[2]);
-    storeProfiles(count);
     // None pays for what the first of a process sets up.
     for (const Load first : {loadStore, readValues, readStrings})
         first();

@@ -4,6 +4,8 @@
 #include "SettingsText.h"
 
 #include <QFile>
+#include <QStringEncoder>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cstring>
@@ -24,6 +26,23 @@ struct ValueDeleter
     void operator()(gchar* value) const { g_free(value); }
 };
 using Value = std::unique_ptr<gchar, ValueDeleter>;
+
+// The name of a group or a key as the key file takes it. Every read makes two, so the usual ones need no
+// allocation.
+class Name
+{
+public:
+    explicit Name(const QString& text)
+    {
+        QStringEncoder encoder(QStringEncoder::Utf8, QStringEncoder::Flag::Stateless);
+        bytes_.resize(encoder.requiredSpace(text.size()) + 1);
+        *encoder.appendToBuffer(bytes_.data(), text) = '\0';
+    }
+    const char* get() const { return bytes_.constData(); }
+
+private:
+    QVarLengthArray<char, 128> bytes_;
+};
 
 // Whether a line with this name is read back as what was written.
 bool canName(const QByteArray& name)
@@ -90,8 +109,7 @@ public:
 
     Value value(const QString& group, const QString& key) const
     {
-        return Value(
-            g_key_file_get_value(keys_.get(), group.toUtf8().constData(), key.toUtf8().constData(), nullptr));
+        return Value(g_key_file_get_value(keys_.get(), Name(group).get(), Name(key).get(), nullptr));
     }
 
     void set(const QString& group, const QString& key, const QByteArray& value)

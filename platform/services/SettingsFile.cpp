@@ -1,12 +1,11 @@
 #include "SettingsFile.h"
 
-#include <QtGlobal>
+#include <QVarLengthArray>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,32 +39,35 @@ private:
     int fd_;
 };
 
-// Nothing when the file cannot be read, errno saying why.
-std::optional<QByteArray> readWhole(const QByteArray& path)
+// An ordinary file needs no allocation.
+using Bytes = QVarLengthArray<char, 8192>;
+
+// False when the file cannot be read, errno saying why.
+bool readWhole(const QByteArray& path, Bytes& bytes)
 {
     // Not to wait for the other end when it is a pipe.
     const Descriptor file(open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
     if (file.get() < 0 || fstat(file.get(), &status) != 0)
-        return std::nullopt;
+        return false;
     if (!S_ISREG(status.st_mode)) {
         errno = EINVAL;
-        return std::nullopt;
+        return false;
     }
 
-    QByteArray bytes(static_cast<qsizetype>(status.st_size), Qt::Uninitialized);
+    bytes.resize(static_cast<qsizetype>(status.st_size));
     qsizetype length = 0;
     while (length < bytes.size()) {
         const ssize_t got =
             read(file.get(), bytes.data() + length, static_cast<size_t>(bytes.size() - length));
         if (got < 0)
-            return std::nullopt;
+            return false;
         if (got == 0)
             break;
         length += got;
     }
-    bytes.truncate(length);
-    return bytes;
+    bytes.resize(length);
+    return true;
 }
 
 bool parse(GKeyFile* keys, QByteArrayView bytes)
@@ -103,12 +105,12 @@ bool giveSecondName(const QByteArray& path, const QByteArray& name)
 SettingsFile readSettingsFile(const QByteArray& path)
 {
     SettingsFile file{KeyFile(g_key_file_new())};
-    const std::optional<QByteArray> bytes = readWhole(path);
-    if (!bytes) {
+    Bytes bytes;
+    if (!readWhole(path, bytes)) {
         file.damaged = errno != ENOENT;
         if (file.damaged)
             qWarning("settings file %s cannot be read: %s", path.constData(), std::strerror(errno));
-    } else if (!parse(file.keys.get(), *bytes)) {
+    } else if (!parse(file.keys.get(), bytes)) {
         qWarning("settings file %s cannot be parsed", path.constData());
         file = {KeyFile(g_key_file_new()), true};
     }

@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <iostream>
 
 namespace {
 
@@ -57,6 +58,9 @@ TEST_P(StoreOperation, WritesOneTemporaryFileAndRenamesItOnce)
     EXPECT_GE(callCount(SystemCall::Fsync), 1);
     EXPECT_LE(callCount(SystemCall::Fsync), 2);
     EXPECT_NE(readFile(), bytes_);
+    std::cout << GetParam().name << ": " << callCount(SystemCall::CreateTemporary) << " temporary file, "
+              << callCount(SystemCall::Rename) << " rename, " << callCount(SystemCall::Fsync) << " fsyncs, "
+              << callCount(SystemCall::Open) << " other opens\n";
 }
 
 TEST_P(StoreOperation, OnAFullDiskLeavesTheOldFile)
