@@ -13,7 +13,7 @@ public:
 
     // Takes child into the contents, with its upper left corner at (x, y), and makes the contents large
     // enough to hold it. The view owns it from then on.
-    void addChild(QWidget* child, int x = 0, int y = 0);
+    virtual void addChild(QWidget* child, int x = 0, int y = 0);
 
 protected:
     // Contents grow with the children that are resized after they were added.

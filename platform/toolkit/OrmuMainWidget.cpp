@@ -7,7 +7,6 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
-#include <QChildEvent>
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -19,47 +18,8 @@
 namespace {
 constexpr int TEXT_INDENT = 5;
 
-// The content area of a screen. A label across its whole upper edge is the screen's title.
-class Content : public QScrollView
-{
-public:
-    explicit Content(QWidget* parent) : QScrollView(parent)
-    {
-        setFrameShape(QFrame::NoFrame);
-        setFocusPolicy(Qt::NoFocus);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        widget()->installEventFilter(this);
-    }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        if (watched == widget() && event->type() == QEvent::Paint)
-            paintTitle();
-        else if (watched == widget() && event->type() == QEvent::ChildPolished)
-            indent(qobject_cast<QLabel*>(static_cast<QChildEvent*>(event)->child()));
-        return QScrollView::eventFilter(watched, event);
-    }
-
-private:
-    // Labels stand at the very edge of the screen; their texts do not.
-    static void indent(QLabel* label)
-    {
-        if (label != nullptr && label->indent() < 0)
-            label->setIndent(TEXT_INDENT);
-    }
-
-    void paintTitle()
-    {
-        const auto* title = qobject_cast<QLabel*>(widget()->childAt(0, 0));
-        if (title == nullptr || title->width() < OrmuGlobal::getContentR().width())
-            return;
-        QPainter painter(widget());
-        OrmuStyle::drawTitleStrip(&painter, title->geometry());
-    }
-};
-// Makes the open list of a combo box a part of the phone: it opens inside the phone's window, the left and
-// the middle soft key choose, the right one closes.
+// Makes the open list of a combo box a part of the phone: it opens inside the phone's window, the left, the
+// middle and the centre key choose, the right one and Escape close.
 class ComboList : public QObject
 {
 public:
@@ -72,24 +32,32 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        if (event->type() == QEvent::Show && watched != combo_->view()) {
-            auto* list = static_cast<QWidget*>(watched);
-            list->move(OrmuPhoneWindow::fitPopup(list->geometry()).topLeft());
+        if (watched != combo_->view()) {
+            if (event->type() == QEvent::Show)
+                fit(static_cast<QWidget*>(watched));
+            return false;
         }
-        return event->type() == QEvent::KeyPress && watched == combo_->view() &&
-               press(static_cast<QKeyEvent*>(event)->key());
+        // The box would act on the announcement of a key, and the screen then get the key itself.
+        if (event->type() == QEvent::ShortcutOverride)
+            return true;
+        return event->type() == QEvent::KeyPress && press(static_cast<QKeyEvent*>(event)->key());
     }
 
 private:
+    static void fit(QWidget* list) { list->move(OrmuPhoneWindow::fitPopup(list->geometry()).topLeft()); }
+
     bool press(int key)
     {
-        QKeyEvent choose(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
         switch (key) {
         case Qt::Key_F1:
         case Qt::Key_F2:
-            QCoreApplication::sendEvent(combo_->view(), &choose);
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Select:
+            choose(combo_->view()->currentIndex().row());
             return true;
         case Qt::Key_F3:
+        case Qt::Key_Escape:
             combo_->hidePopup();
             return true;
         default:
@@ -97,30 +65,128 @@ private:
         }
     }
 
+    void choose(int row)
+    {
+        combo_->hidePopup();
+        if (row < 0)
+            return;
+        combo_->setCurrentIndex(row);
+        emit combo_->activated(row);
+    }
+
     QComboBox* combo_;
+};
+
+// The content area of a screen. A label across its whole upper edge is the screen's title.
+class Content : public QScrollView
+{
+public:
+    Content(QWidget* parent, bool form) : QScrollView(parent), form_(form)
+    {
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        widget()->installEventFilter(this);
+    }
+
+    void addChild(QWidget* child, int x, int y) override
+    {
+        QScrollView::addChild(child, x, y);
+        // Labels stand at the very edge of the screen; their texts do not.
+        if (auto* label = qobject_cast<QLabel*>(child); label != nullptr && label->indent() < 0)
+            label->setIndent(TEXT_INDENT);
+        if (auto* combo = qobject_cast<QComboBox*>(child))
+            new ComboList(combo);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == widget() && event->type() == QEvent::Paint)
+            paintTitle();
+        else if (watched != widget() && form_ && filterEntry(static_cast<QWidget*>(watched), event))
+            return true;
+        return QScrollView::eventFilter(watched, event);
+    }
+
+private:
+    void paintTitle()
+    {
+        const auto* title = qobject_cast<QLabel*>(widget()->childAt(0, 0));
+        if (title == nullptr || title->width() < OrmuGlobal::getContentR().width())
+            return;
+        QPainter painter(widget());
+        OrmuStyle::drawTitleStrip(&painter, title->geometry());
+    }
+
+    bool filterEntry(QWidget* entry, QEvent* event)
+    {
+        switch (event->type()) {
+        case QEvent::KeyPress:
+            return press(entry, static_cast<QKeyEvent*>(event));
+        case QEvent::FocusIn:
+            // Not under the pointer: it would miss what it is about to release.
+            if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
+                ensureWidgetVisible(entry);
+            return false;
+        case QEvent::MouseButtonRelease:
+            QTimer::singleShot(0, entry, [this, entry] { ensureWidgetVisible(entry); });
+            return false;
+        default:
+            return false;
+        }
+    }
+
+    bool press(QWidget* entry, const QKeyEvent* event)
+    {
+        switch (event->key()) {
+        case Qt::Key_Up:
+            focusPreviousChild();
+            return true;
+        case Qt::Key_Down:
+            focusNextChild();
+            return true;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Select:
+            if (!event->isAutoRepeat())
+                activate(entry);
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    static void activate(QWidget* entry)
+    {
+        if (auto* combo = qobject_cast<QComboBox*>(entry))
+            combo->showPopup();
+        else if (auto* button = qobject_cast<QAbstractButton*>(entry))
+            button->click();
+    }
+
+    const bool form_;
 };
 } // namespace
 
-OrmuMainWidget::OrmuMainWidget(QWidget* parent, const char* name, WFlags)
-    : QWidget(parent, Qt::SubWindow), form_(false)
+OrmuMainWidget::OrmuMainWidget(QWidget* parent, const char* name, WFlags) : QWidget(parent, Qt::SubWindow)
 {
-    build(name);
+    build(name, false);
 }
 
 OrmuMainWidget::OrmuMainWidget(bool form, QWidget* parent, const char* name, WFlags)
-    : QWidget(parent, Qt::SubWindow), form_(form)
+    : QWidget(parent, Qt::SubWindow)
 {
-    build(name);
+    build(name, form);
 }
 
-void OrmuMainWidget::build(const char* name)
+void OrmuMainWidget::build(const char* name, bool form)
 {
     setObjectName(QString::fromLatin1(name));
     setAutoFillBackground(true);
     resize(OrmuGlobal::getScreenSize());
-    content_ = new Content(this);
+    content_ = new Content(this, form);
     content_->setGeometry(OrmuGlobal::getContentR());
-    content_->widget()->installEventFilter(this);
 }
 
 OrmuMainWidget::~OrmuMainWidget()
@@ -177,61 +243,4 @@ void OrmuMainWidget::keyPressEvent(QKeyEvent* event)
         content_->verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepSub);
     else if (event->key() == Qt::Key_Down)
         content_->verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepAdd);
-}
-
-bool OrmuMainWidget::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == content_->widget()) {
-        if (form_ && event->type() == QEvent::ChildPolished)
-            takeEntry(static_cast<QChildEvent*>(event)->child());
-        return QWidget::eventFilter(watched, event);
-    }
-    switch (event->type()) {
-    case QEvent::KeyPress:
-        return moveInForm(static_cast<QKeyEvent*>(event));
-    case QEvent::FocusIn:
-        // Not under the pointer: it would miss what it is about to release.
-        if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
-            content_->ensureWidgetVisible(static_cast<QWidget*>(watched));
-        return false;
-    case QEvent::MouseButtonRelease:
-        QTimer::singleShot(
-            0, watched, [this, watched] { content_->ensureWidgetVisible(static_cast<QWidget*>(watched)); });
-        return false;
-    default:
-        return false;
-    }
-}
-
-void OrmuMainWidget::takeEntry(QObject* entry)
-{
-    entry->installEventFilter(this);
-    if (auto* combo = qobject_cast<QComboBox*>(entry))
-        new ComboList(combo);
-}
-
-bool OrmuMainWidget::moveInForm(const QKeyEvent* event)
-{
-    QWidget* entry = focusWidget();
-    switch (event->key()) {
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        if (event->key() == Qt::Key_Up)
-            focusPreviousChild();
-        else
-            focusNextChild();
-        return true;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_Select:
-        if (event->isAutoRepeat())
-            return true;
-        if (auto* combo = qobject_cast<QComboBox*>(entry))
-            combo->showPopup();
-        else if (auto* button = qobject_cast<QAbstractButton*>(entry))
-            button->click();
-        return true;
-    default:
-        return false;
-    }
 }

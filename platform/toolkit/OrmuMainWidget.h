@@ -40,14 +40,10 @@ protected:
     void customEvent(QEvent* event) final;
 
     void keyPressEvent(QKeyEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void build(const char* name);
-    void takeEntry(QObject* entry);
-    bool moveInForm(const QKeyEvent* event);
+    void build(const char* name, bool form);
 
-    const bool form_;
     QScrollView* content_ = nullptr;
     QPointer<UTIL_CST> bar_;
 };

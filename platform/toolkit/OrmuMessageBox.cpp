@@ -66,6 +66,7 @@ OrmuMessageBox::OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QStri
     text_->setPlainText(text);
     text_->setTextInteractionFlags(Qt::NoTextInteraction);
     text_->setFocusPolicy(Qt::NoFocus);
+    text_->viewport()->setAttribute(Qt::WA_TransparentForMouseEvents);
     text_->setFrameShape(QFrame::NoFrame);
     text_->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     text_->document()->setDocumentMargin(0);

@@ -176,6 +176,8 @@ QRect OrmuStyle::subElementRect(SubElement element, const QStyleOption* option, 
 {
     if (element == SE_LineEditContents)
         return option->rect.adjusted(ENTRY_MARGIN, 3, -ENTRY_MARGIN, -3);
+    if (element == SE_CheckBoxClickRect)
+        return option->rect;
     return QProxyStyle::subElementRect(element, option, widget);
 }
 

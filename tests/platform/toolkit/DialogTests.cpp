@@ -4,6 +4,7 @@
 #include "OrmuSkin.h"
 #include "RES_ICON_Reader.h"
 #include "ScreenDriver.h"
+#include "UTIL_CST.h"
 #include "UTIL_Dialog.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
@@ -11,8 +12,13 @@
 
 #include <QCheckBox>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QPointer>
+#include <QProgressBar>
+#include <QScrollBar>
 #include <QSignalSpy>
+#include <QTextEdit>
 
 #include <gtest/gtest.h>
 
@@ -38,16 +44,43 @@ public:
     UTIL_DlgCST* bar;
 };
 
-int ask(const QString& button0, const QString& button1, const QString& button2)
+// The delete dialog's widgets.
+class CheckListDialog : public Dialog
 {
-    OrmuMessageBox box(nullptr, QPixmap(), "Delete the profile?", button0, button1, button2, 1);
-    return box.exec();
-}
+public:
+    CheckListDialog()
+    {
+        all = new QCheckBox("All", getDlgContent());
+        all->setGeometry(155, 0, 60, 28);
+        list = new UTIL_ListBox("%C%T", getDlgContent(), 0);
+        list->setGeometry(0, 28, 224, 200);
+        for (const char* name : {"one", "two"}) {
+            auto* item = new UTIL_ListBoxItem(list, "%C%T", false);
+            item->setString(1, name);
+            list->insertItem(item, -1);
+        }
+    }
+
+    QCheckBox* all;
+    UTIL_ListBox* list;
+};
 
 int answerTo(const QString& button0, const QString& button1, const QString& button2, Qt::Key key)
 {
     const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
-    return ask(button0, button1, button2);
+    OrmuMessageBox box(nullptr, QPixmap(), "Delete the profile?", button0, button1, button2, 1);
+    return box.exec();
+}
+
+// Runs the dialog, with its first soft key deleting it, and drives it by act.
+void expectToSurviveDeletionBy(const std::function<void(Dialog&)>& act)
+{
+    QPointer<Dialog> dialog = new Dialog;
+    dialog->bar->getBtn1()->disconnect(dialog);
+    QObject::connect(dialog->bar->getBtn1(), &QPushButton::clicked, [dialog] { delete dialog; });
+    const auto answer = onceOpen<Dialog>(act);
+    EXPECT_EQ(dialog->exec(), QDialog::Rejected);
+    EXPECT_TRUE(dialog.isNull());
 }
 
 } // namespace
@@ -59,40 +92,103 @@ TEST(Dialog, HasAContentAsLargeAsTheDialogsRectangle)
     EXPECT_EQ(dialog.getDlgContent()->geometry(), OrmuGlobal::getDlgLargeR());
     EXPECT_EQ(dialog.size(), OrmuGlobal::getScreenSize());
     EXPECT_EQ(dialog.window(), OrmuPhoneWindow::instance());
+    EXPECT_EQ(dialog.bar->geometry(), OrmuGlobal::getCstR());
 }
 
 TEST(Dialog, IsAcceptedAndRejectedByKeysAndPointer)
 {
     Dialog dialog;
+    const auto run = [&dialog](const std::function<void(Dialog&)>& act) {
+        const auto answer = onceOpen<Dialog>(act);
+        return dialog.exec();
+    };
+    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_F1); }), QDialog::Accepted);
+    EXPECT_EQ(run([](Dialog& open) { click(open.bar->getBtn1()); }), QDialog::Accepted);
+    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_F3); }), QDialog::Rejected);
+    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_Escape); }), QDialog::Rejected);
+    EXPECT_EQ(run([](Dialog& open) { click(open.bar->getBtn2()); }), QDialog::Rejected);
+    EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), nullptr);
+}
+
+TEST(Dialog, WithoutSoftKeysIsRejectedByTheRightKeyAndEscape)
+{
     for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
-        const auto answer = onceOpen<Dialog>([key](Dialog&) { press(key); });
+        OrmuBaseDialog dialog;
+        const auto answer = onceOpen<OrmuBaseDialog>([key](OrmuBaseDialog&) { press(key); });
         EXPECT_EQ(dialog.exec(), QDialog::Rejected);
     }
+}
+
+TEST(Dialog, SwallowsClicksBesideItsPanel)
+{
+    OrmuMainWidget screen;
+    auto* bar = new UTIL_CST(&screen, "OK", "", "CST_Back");
+    screen.setCSTWidget(bar);
+    screen.show();
+    QLineEdit beneath(&screen);
+    beneath.setGeometry(0, 0, 7, 200);
+    beneath.show();
+    const QSignalSpy clicked(bar->getMidBtn(), &QPushButton::clicked);
+    Dialog dialog;
+    dialog.show();
+    clickAt(&dialog, QPoint(3, 100));
+    clickAt(&dialog, OrmuGlobal::getCstR().center());
+    EXPECT_FALSE(beneath.hasFocus());
+    EXPECT_EQ(clicked.size(), 0);
+    EXPECT_EQ(open<Dialog>(), &dialog);
+}
+
+TEST(Dialog, KeepsTheFocusAndGivesItBack)
+{
+    OrmuMainWidget screen;
+    QLineEdit beneath(&screen);
+    screen.show();
+    ASSERT_TRUE(beneath.hasFocus());
     {
-        const auto answer = onceOpen<Dialog>([](Dialog&) { press(Qt::Key_F1); });
-        EXPECT_EQ(dialog.exec(), QDialog::Accepted);
+        CheckListDialog dialog;
+        dialog.show();
+        for (int i = 0; i < 7; ++i) {
+            press(i % 2 == 0 ? Qt::Key_Tab : Qt::Key_Down);
+            EXPECT_TRUE(dialog.isAncestorOf(QApplication::focusWidget())) << i;
+            EXPECT_NE(QApplication::focusWidget(), &dialog) << i;
+        }
     }
-    {
-        const auto answer = onceOpen<Dialog>([](Dialog& open) { click(open.bar->getBtn1()); });
-        EXPECT_EQ(dialog.exec(), QDialog::Accepted);
-    }
-    const auto answer = onceOpen<Dialog>([](Dialog& open) { click(open.bar->getBtn2()); });
-    EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+    EXPECT_TRUE(beneath.hasFocus());
+}
+
+TEST(Dialog, IsWholeWithinReachOfArrowsAndTheCentreKey)
+{
+    CheckListDialog dialog;
+    dialog.show();
+    EXPECT_TRUE(dialog.list->hasFocus());
+    press(Qt::Key_Return);
+    EXPECT_TRUE(dialog.list->itemChecked(0));
+    press(Qt::Key_Up);
+    EXPECT_TRUE(dialog.all->hasFocus());
+    press(Qt::Key_Return);
+    EXPECT_TRUE(dialog.all->isChecked());
+    press(Qt::Key_Down);
+    EXPECT_TRUE(dialog.list->hasFocus());
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(dialog.list->itemChecked(1));
 }
 
 TEST(Dialog, SurvivesItsDeletionByItsOwnSoftKeyAndIsThenRejected)
 {
-    const auto deleteBy = [](const std::function<void(Dialog&)>& act) {
-        QPointer<Dialog> dialog = new Dialog;
-        QObject::connect(dialog->bar->getBtn1(), &QPushButton::clicked, [dialog] { delete dialog; });
-        dialog->bar->getBtn1()->disconnect(dialog);
-        const auto answer = onceOpen<Dialog>(act);
-        EXPECT_EQ(dialog->exec(), QDialog::Rejected);
-        EXPECT_TRUE(dialog.isNull());
-    };
-    deleteBy([](Dialog&) { press(Qt::Key_F1); });
-    deleteBy([](Dialog& open) { click(open.bar->getBtn1()); });
-    deleteBy([](Dialog& open) { delete &open; });
+    expectToSurviveDeletionBy([](Dialog&) { press(Qt::Key_F1); });
+    expectToSurviveDeletionBy([](Dialog& dialog) { click(dialog.bar->getBtn1()); });
+    expectToSurviveDeletionBy([](Dialog& dialog) { delete &dialog; });
+}
+
+TEST(Dialog, GoesWithItsParentWhileItRuns)
+{
+    auto* screen = new OrmuMainWidget;
+    screen->show();
+    const QPointer<Dialog> dialog = new Dialog(screen);
+    const auto answer = onceOpen<Dialog>([screen](Dialog&) { delete screen; });
+    EXPECT_EQ(dialog->exec(), QDialog::Rejected);
+    EXPECT_TRUE(dialog.isNull());
 }
 
 TEST(MessageBox, AnswersWithTheIndexOfThePressedButton)
@@ -101,8 +197,225 @@ TEST(MessageBox, AnswersWithTheIndexOfThePressedButton)
     EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_Return), 0);
     EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_F3), 1);
     EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_Escape), 1);
+    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F1), 0);
     EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F2), 1);
+    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F3), 2);
     EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_Escape), 2);
-    for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F2, Qt::Key_F3, Qt::Key_Escape, Qt::Key_Return})
+}
+
+TEST(MessageBox, WithOneButtonOrNoneIsDismissedByEverySoftKey)
+{
+    for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F2, Qt::Key_F3, Qt::Key_Escape, Qt::Key_Return}) {
         EXPECT_EQ(answerTo("OK", NONE, NONE, key), 0);
+        EXPECT_EQ(answerTo(NONE, NONE, NONE, key), -1);
+    }
+}
+
+TEST(MessageBox, IsAnsweredByPointer)
+{
+    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    for (const int expected : {0, 1}) {
+        const auto answer = onceOpen<OrmuMessageBox>([expected](OrmuMessageBox& open) {
+            for (auto* key : open.findChildren<OrmuPushButton*>())
+                if (key->text() == open.buttonText(expected))
+                    click(key);
+        });
+        EXPECT_EQ(box.exec(), expected);
+    }
+}
+
+TEST(MessageBox, StaysForKeysAndTapsThatAreNoAnswer)
+{
+    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    box.show();
+    for (const Qt::Key key : {Qt::Key_F2, Qt::Key_A, Qt::Key_Up, Qt::Key_Down, Qt::Key_Tab})
+        press(key);
+    clickAt(&box, QPoint(4, 4));
+    clickAt(&box, box.rect().center());
+    EXPECT_EQ(open<OrmuMessageBox>(), &box);
+}
+
+TEST(MessageBox, IsNotAnsweredByAKeyThatIsHeldDown)
+{
+    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    box.show();
+    for (const int key : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F3}) {
+        QKeyEvent held(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
+        QApplication::sendEvent(&box, &held);
+    }
+    EXPECT_TRUE(box.isVisible());
+}
+
+TEST(MessageBox, GivesNoButtonWhenItEndsInAnotherWay)
+{
+    {
+        OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+        const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& open) { open.hide(); });
+        EXPECT_EQ(box.exec(), -1);
+    }
+    auto* box = new OrmuMessageBox(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& open) { delete &open; });
+    EXPECT_EQ(box->exec(), -1);
+}
+
+TEST(MessageBox, ShowsItsIconAndTheWholeOfItsText)
+{
+    const QPixmap icon = RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg");
+    const QString text = "Incorrect profile\nfailed to connect to server <b>&amp; &more</b>";
+    OrmuMessageBox box(nullptr, icon, text, "OK", NONE, NONE, 1);
+    box.show();
+    EXPECT_EQ(box.text(), text);
+    EXPECT_EQ(box.iconPixmap().cacheKey(), icon.cacheKey());
+    EXPECT_FALSE(box.findChild<QTextEdit*>()->verticalScrollBar()->isVisible());
+}
+
+TEST(MessageBox, ScrollsALongTextByTheArrows)
+{
+    OrmuMessageBox box(nullptr, QPixmap(), QString("many words ").repeated(300), "OK", NONE, NONE, 1);
+    box.show();
+    const auto* bar = box.findChild<QTextEdit*>()->verticalScrollBar();
+    EXPECT_TRUE(bar->isVisible());
+    press(Qt::Key_Down);
+    EXPECT_GT(bar->value(), 0);
+    press(Qt::Key_Up);
+    EXPECT_EQ(bar->value(), 0);
+}
+
+TEST(MessageBox, InformationWaitsForItsAnswer)
+{
+    const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) {
+        EXPECT_EQ(box.text(), "Some required value is not input, input again.");
+        press(Qt::Key_F2);
+    });
+    EXPECT_EQ(OrmuMessageBox::information(nullptr, OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark"),
+                                          "Some required value is not input, input again.", "OK", NONE, NONE,
+                                          1),
+              0);
+    EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
+}
+
+TEST(MessageBox, InformationSurvivesTheDeletionOfItsParent)
+{
+    auto* screen = new OrmuMainWidget;
+    screen->show();
+    const auto answer = onceOpen<OrmuMessageBox>([screen](OrmuMessageBox&) { delete screen; });
+    EXPECT_EQ(OrmuMessageBox::information(screen, QPixmap(), "text", "OK", NONE, NONE, 1), -1);
+}
+
+TEST(MessageBox, ANoticeGoesAwayByItself)
+{
+    QElapsedTimer clock;
+    clock.start();
+    OrmuMessageBox::timerMessage(nullptr, QPixmap(), "connect to server successfully", 1, 1);
+    EXPECT_GE(clock.elapsed(), OrmuMessageBox::NOTICE_MS * 9 / 10); // a coarse timer's
+    EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
+}
+
+TEST(MessageBox, ANoticeIsDismissedByAnyKeyOrATap)
+{
+    QElapsedTimer clock;
+    clock.start();
+    for (const Qt::Key key : {Qt::Key_F1, Qt::Key_Escape, Qt::Key_A, Qt::Key_Up, Qt::Key_Return}) {
+        const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
+        OrmuMessageBox::timerMessage(nullptr, QPixmap(), "notice", 1, 1);
+    }
+    for (const QPoint place : {QPoint(3, 3), OrmuGlobal::getDlgLargeR().center(), QPoint(10, 300)}) {
+        const auto answer = onceOpen<OrmuMessageBox>([place](OrmuMessageBox& box) { clickAt(&box, place); });
+        OrmuMessageBox::timerMessage(nullptr, QPixmap(), "notice", 1, 1);
+    }
+    EXPECT_LT(clock.elapsed(), OrmuMessageBox::NOTICE_MS);
+}
+
+TEST(MessageBox, ANoticeWithAButtonSaysWhetherItWasPressed)
+{
+    const auto run = [](Qt::Key key) {
+        const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
+        return OrmuMessageBox::timerInformation(nullptr, QPixmap(), "Service is not available", 2, "OK", NONE,
+                                                NONE, 1);
+    };
+    EXPECT_EQ(run(Qt::Key_F2), 0);
+    EXPECT_EQ(run(Qt::Key_Return), 0);
+    EXPECT_EQ(run(Qt::Key_A), -1);
+}
+
+TEST(ProgressDialog, CountsToItsTotalAndStartsAgain)
+{
+    UTIL_ProgressDialog dialog("", "Cancel", 10);
+    dialog.setAutoReset(true);
+    dialog.setLabelText("Connecting...");
+    dialog.show();
+    const auto* bar = dialog.findChild<QProgressBar*>();
+    for (int step = 1; step < 10; ++step) {
+        dialog.setProgress(dialog.progress() + 1);
+        EXPECT_EQ(dialog.progress(), step);
+        EXPECT_EQ(bar->value(), step);
+    }
+    dialog.setProgress(10);
+    EXPECT_EQ(dialog.progress(), 0);
+    EXPECT_EQ(bar->value(), 10);
+    dialog.setProgress(dialog.progress() + 1);
+    EXPECT_EQ(bar->value(), 1);
+    EXPECT_TRUE(dialog.isVisible());
+    EXPECT_EQ(dialog.labelText(), "Connecting...");
+}
+
+TEST(ProgressDialog, StaysAtItsTotalWithoutAutoReset)
+{
+    UTIL_ProgressDialog dialog("", "Cancel", 10);
+    dialog.setProgress(12);
+    EXPECT_EQ(dialog.progress(), 10);
+    dialog.setProgress(-3);
+    EXPECT_EQ(dialog.progress(), 0);
+}
+
+TEST(ProgressDialog, IsCancelledOnceByOnePressAndStaysOpen)
+{
+    OrmuMainWidget screen;
+    screen.show();
+    UTIL_ProgressDialog dialog("Connecting...", "Cancel", 10, &screen);
+    EXPECT_EQ(dialog.parentWidget(), &screen);
+    dialog.show();
+    const QSignalSpy cancelled(&dialog, &UTIL_ProgressDialog::cancelled);
+    press(Qt::Key_F3);
+    EXPECT_EQ(cancelled.size(), 1);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(cancelled.size(), 2);
+    click(dialog.findChild<UTIL_CST*>()->getRightBtn());
+    EXPECT_EQ(cancelled.size(), 3);
+    press(Qt::Key_Return);
+    press(Qt::Key_F1);
+    press(Qt::Key_F2);
+    EXPECT_EQ(cancelled.size(), 3);
+    EXPECT_TRUE(dialog.isVisible());
+}
+
+TEST(ProgressDialog, SurvivesItsDeletionByCancel)
+{
+    const auto cancelBy = [](const std::function<void(UTIL_ProgressDialog&)>& act) {
+        OrmuMainWidget screen;
+        screen.show();
+        QPointer<UTIL_ProgressDialog> dialog = new UTIL_ProgressDialog("", "Cancel", 10, &screen);
+        QObject::connect(dialog, &UTIL_ProgressDialog::cancelled, [dialog] { delete dialog; });
+        dialog->show();
+        act(*dialog);
+        EXPECT_TRUE(dialog.isNull());
+        EXPECT_EQ(open<OrmuMainWidget>(), &screen);
+    };
+    cancelBy([](UTIL_ProgressDialog&) { press(Qt::Key_Escape); });
+    cancelBy([](UTIL_ProgressDialog&) { press(Qt::Key_F3); });
+    cancelBy([](UTIL_ProgressDialog& dialog) { click(dialog.findChild<UTIL_CST*>()->getRightBtn()); });
+}
+
+TEST(ProgressDialog, GoesWithTheScreenThatItCovers)
+{
+    OrmuMainWidget behind;
+    behind.show();
+    auto* screen = new OrmuMainWidget;
+    screen->show();
+    const QPointer<UTIL_ProgressDialog> dialog = new UTIL_ProgressDialog("", "Cancel", 10, screen);
+    dialog->show();
+    EXPECT_EQ(dialog->mapTo(OrmuPhoneWindow::instance(), QPoint()), QPoint());
+    delete screen;
+    EXPECT_TRUE(dialog.isNull());
+    EXPECT_EQ(open<OrmuMainWidget>(), &behind);
 }

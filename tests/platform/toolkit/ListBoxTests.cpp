@@ -1,11 +1,16 @@
 #include "OrmuApplication.h"
 #include "OrmuMainWidget.h"
+#include "OrmuPushButton.h"
 #include "ScreenDriver.h"
+#include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
 #include <QPointer>
 #include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -34,7 +39,79 @@ struct ListScreen
     ~ListScreen() { delete widget; }
 };
 
+// What the user does to a row.
+const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>> CLICKS = {
+    {"pointer", [](const ListScreen& screen) { clickRow(screen.list, 1); }},
+    {"centre key", [](const ListScreen&) { press(Qt::Key_Return); }},
+};
+const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>> RIGHT_PRESSES = {
+    {"right button", [](const ListScreen& screen) { clickRow(screen.list, 1, Qt::RightButton); }},
+    {"menu key", [](const ListScreen&) { press(Qt::Key_Menu); }},
+    {"long press", [](const ListScreen& screen) { longPress(screen.list, 1); }},
+};
+
+QString textOf(const QSignalSpy& spy, int itemArgument)
+{
+    auto* item = spy.last()[itemArgument].value<QListBoxItem*>();
+    return item == nullptr ? QString() : item->text();
+}
+
 } // namespace
+
+TEST(ListBox, KnowsItsRowsByTheirIndex)
+{
+    const ListScreen screen("%I%T");
+    EXPECT_EQ(screen.list->count(), 3);
+    EXPECT_EQ(screen.list->item(1)->text(), "row 1");
+    EXPECT_EQ(screen.list->item(3), nullptr);
+    EXPECT_EQ(screen.list->item(-1), nullptr);
+    auto* first = new UTIL_ListBoxItem(screen.list, "%I%T", false);
+    screen.list->insertItem(first, 0);
+    EXPECT_EQ(screen.list->item(0), first);
+    screen.list->clear();
+    EXPECT_EQ(screen.list->currentItem(), -1);
+}
+
+TEST(ListBox, ClicksTheRowThatIsPressedAndReleased)
+{
+    const ListScreen screen("%I%T");
+    const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
+    clickRow(screen.list, 2);
+    ASSERT_EQ(clicked.size(), 1);
+    EXPECT_EQ(clicked[0][0], 1);
+    EXPECT_EQ(textOf(clicked, 1), "row 2");
+    EXPECT_EQ(screen.list->currentItem(), 2);
+    press(Qt::Key_Up);
+    press(Qt::Key_Return);
+    ASSERT_EQ(clicked.size(), 2);
+    EXPECT_EQ(textOf(clicked, 1), "row 1");
+}
+
+TEST(ListBox, ClicksNoRowBesideTheRows)
+{
+    const ListScreen screen("%I%T");
+    const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
+    const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
+    clickAt(screen.list->viewport(), QPoint(100, 250));
+    clickAt(screen.list->viewport(), QPoint(100, 250), Qt::RightButton);
+    ASSERT_EQ(clicked.size(), 1);
+    EXPECT_EQ(clicked[0][1].value<QListBoxItem*>(), nullptr);
+    ASSERT_EQ(right.size(), 1);
+    EXPECT_EQ(right[0][0].value<QListBoxItem*>(), nullptr);
+}
+
+TEST(ListBox, DoesNotClickWhenThePointerLeavesTheRow)
+{
+    const ListScreen screen("%I%T");
+    const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
+    QWidget* viewport = screen.list->viewport();
+    QWindow* window = viewport->window()->windowHandle();
+    const auto at = [viewport](int y) { return viewport->mapTo(viewport->window(), QPoint(50, y)); };
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, at(10));
+    QTest::mouseMove(window, at(60));
+    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, at(60));
+    EXPECT_EQ(clicked.size(), 0);
+}
 
 TEST(ListBox, TakesALongPressForTheRightButtonAndNotForAClick)
 {
@@ -43,7 +120,170 @@ TEST(ListBox, TakesALongPressForTheRightButtonAndNotForAClick)
     const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
     longPress(screen.list, 1);
     ASSERT_EQ(right.size(), 1);
-    EXPECT_EQ(right[0][0].value<QListBoxItem*>(), screen.list->item(1));
+    EXPECT_EQ(textOf(right, 0), "row 1");
     EXPECT_EQ(screen.list->currentItem(), 1);
     EXPECT_EQ(clicked.size(), 0);
+}
+
+TEST(ListBox, TakesTheMenuKeyForTheRightButtonOnTheCurrentRow)
+{
+    const ListScreen screen("%I%T");
+    const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
+    press(Qt::Key_Down);
+    press(Qt::Key_Menu);
+    ASSERT_EQ(right.size(), 1);
+    EXPECT_EQ(textOf(right, 0), "row 1");
+    EXPECT_EQ(right[0][1].toPoint(), screen.list->viewport()->mapToGlobal(
+                                         screen.list->visualItemRect(screen.list->item(1)).center()));
+}
+
+TEST(ListBox, KnowsNoLongPressAndNoMenuKeyInThePlainMouseMode)
+{
+    const ListScreen screen("%I%T");
+    OrmuApplication::setMouseMode(screen.list->viewport(), 0);
+    const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
+    const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
+    press(Qt::Key_Menu);
+    QWidget* viewport = screen.list->viewport();
+    QWindow* window = viewport->window()->windowHandle();
+    const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));
+    bool over = false;
+    QTimer::singleShot(QListBox::LONG_PRESS_MS + 50, [&over] { over = true; });
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
+    EXPECT_TRUE(waitFor([&over] { return over; }));
+    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
+    EXPECT_EQ(right.size(), 0);
+    EXPECT_EQ(clicked.size(), 1);
+}
+
+TEST(ListBox, AlwaysHasACurrentRowWhileItHasTheFocusAndRows)
+{
+    const ListScreen screen("%I%T");
+    EXPECT_EQ(screen.list->currentItem(), 0);
+    screen.list->clear();
+    auto* item = new UTIL_ListBoxItem(screen.list, "%I%T", false);
+    screen.list->insertItem(item, -1);
+    EXPECT_EQ(screen.list->currentItem(), 0);
+}
+
+TEST(ListBox, MayBeClearedOrDeletedByAClick)
+{
+    for (const auto& [name, act] : CLICKS) {
+        SCOPED_TRACE(name);
+        {
+            const ListScreen screen("%C%T");
+            QObject::connect(screen.list, &QListBox::mouseButtonClicked, screen.list, &QListBox::clear);
+            act(screen);
+            EXPECT_EQ(screen.list->count(), 0);
+        }
+        {
+            const ListScreen screen("%R%T");
+            QObject::connect(screen.list, &QListBox::mouseButtonClicked, [&] { delete screen.list; });
+            act(screen);
+            EXPECT_TRUE(screen.list.isNull());
+        }
+        const ListScreen screen("%I%T");
+        QObject::connect(screen.list, &QListBox::mouseButtonClicked, [&] { delete screen.widget; });
+        act(screen);
+        EXPECT_TRUE(screen.widget.isNull());
+    }
+}
+
+TEST(ListBox, MayBeClearedOrDeletedByARightPress)
+{
+    for (const auto& [name, act] : RIGHT_PRESSES) {
+        SCOPED_TRACE(name);
+        {
+            const ListScreen screen("%I%T");
+            QObject::connect(screen.list, &QListBox::rightButtonPressed, screen.list, &QListBox::clear);
+            act(screen);
+            EXPECT_EQ(screen.list->count(), 0);
+        }
+        const ListScreen screen("%I%T");
+        QObject::connect(screen.list, &QListBox::rightButtonPressed, [&] { delete screen.widget; });
+        act(screen);
+        EXPECT_TRUE(screen.widget.isNull());
+    }
+}
+
+TEST(ListBox, MayRunAMenuInsideItsRightPressAndBeClearedByTheChoice)
+{
+    for (const auto& [name, act] : RIGHT_PRESSES) {
+        SCOPED_TRACE(name);
+        const ListScreen screen("%I%T");
+        QObject::connect(screen.list, &QListBox::rightButtonPressed, [&](QListBoxItem*, const QPoint& pos) {
+            auto* menu = new QPopupMenu(screen.list);
+            menu->insertItem("Delete Profile", 2, -1);
+            QObject::connect(menu, &QPopupMenu::activated, screen.list, &QListBox::clear);
+            menu->exec(pos, 0);
+        });
+        const auto answer = onceOpen<QPopupMenu>([](QPopupMenu&) { press(Qt::Key_Return); });
+        act(screen);
+        EXPECT_EQ(screen.list->count(), 0);
+    }
+}
+
+TEST(ListBox, LeavesTheKeysToItsScreenWhenItIsDeleted)
+{
+    const ListScreen screen("%I%T");
+    auto* bar = new UTIL_CST(screen.widget, "", "", "CST_Back");
+    screen.widget->setCSTWidget(bar);
+    const QSignalSpy back(bar->getRightBtn(), &QPushButton::clicked);
+    delete screen.list;
+    press(Qt::Key_F3);
+    EXPECT_EQ(back.size(), 1);
+}
+
+TEST(ListBox, RowsHaveTheColumnsOfTheirFormat)
+{
+    UTIL_ListBoxItem row(nullptr, "%I%T", false);
+    row.setString(1, "name");
+    row.setString(0, "no text there");
+    row.setString(2, "no such column");
+    QPixmap icon(4, 4);
+    row.setPixmap(0, icon);
+    EXPECT_EQ(row.getString(1), "name");
+    EXPECT_EQ(row.getString(0), QString());
+    EXPECT_EQ(row.getString(2), QString());
+    EXPECT_EQ(row.text(), "name");
+    EXPECT_EQ(row.pixmap(0).cacheKey(), icon.cacheKey());
+}
+
+TEST(ListBox, TurnsACheckMarkOverByEachClick)
+{
+    const ListScreen screen("%C%T");
+    clickRow(screen.list, 1);
+    clickRow(screen.list, 2);
+    EXPECT_FALSE(screen.list->itemChecked(0));
+    EXPECT_TRUE(screen.list->itemChecked(1));
+    EXPECT_TRUE(screen.list->itemChecked(2));
+    clickRow(screen.list, 1);
+    EXPECT_FALSE(screen.list->itemChecked(1));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(screen.list->itemChecked(1));
+}
+
+TEST(ListBox, SetsOneRadioMarkAtATime)
+{
+    const ListScreen screen("%R%T");
+    screen.list->checkItem(0, true);
+    screen.list->checkItem(screen.list->item(2), true);
+    EXPECT_FALSE(screen.list->itemChecked(0));
+    EXPECT_TRUE(screen.list->itemChecked(2));
+    clickRow(screen.list, 1);
+    clickRow(screen.list, 1);
+    EXPECT_TRUE(screen.list->itemChecked(1));
+    EXPECT_FALSE(screen.list->itemChecked(2));
+    screen.list->checkItem(1, false);
+    EXPECT_FALSE(screen.list->itemChecked(1));
+}
+
+TEST(ListBox, TakesRowsThatAreNotThereForUnmarked)
+{
+    const ListScreen screen("%C%T");
+    screen.list->checkItem(3, true);
+    screen.list->checkItem(-1, true);
+    screen.list->checkItem(nullptr, true);
+    EXPECT_FALSE(screen.list->itemChecked(3));
+    EXPECT_FALSE(screen.list->itemChecked(-1));
 }

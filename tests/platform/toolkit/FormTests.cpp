@@ -1,0 +1,207 @@
+#include "OrmuMainWidget.h"
+#include "OrmuMultiLineEdit.h"
+#include "OrmuPhoneWindow.h"
+#include "OrmuPushButton.h"
+#include "ScreenDriver.h"
+#include "UTIL_CST.h"
+
+#include <QAbstractItemView>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QImage>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace ScreenDriver;
+
+namespace {
+
+const QColor FOCUS(0x1c, 0x6d, 0xb5);
+
+// Four text entries, a combo box and a check box: twice as high as the screen.
+struct Form
+{
+    OrmuMainWidget screen{true, nullptr};
+    QScrollView* content = screen.getContentWidget();
+    QList<OrmuMultiLineEdit*> entries;
+    QComboBox* combo = nullptr;
+    QCheckBox* check = nullptr;
+
+    Form()
+    {
+        for (int i = 0; i < 4; ++i) {
+            entries += new OrmuMultiLineEdit(content, true, 1);
+            content->addChild(entries.last(), 0, 120 * i);
+        }
+        combo = new QComboBox(content);
+        combo->addItems({"internet", "office", "home"});
+        content->addChild(combo, 0, 480);
+        check = new QCheckBox("Auto connect when power on", content);
+        check->setGeometry(0, 540, 220, 60);
+        content->addChild(check, 0, 540);
+        screen.show();
+    }
+
+    QWidgetList all() const
+    {
+        QWidgetList widgets;
+        for (OrmuMultiLineEdit* entry : entries)
+            widgets += entry;
+        return widgets << combo << check;
+    }
+
+    bool shows(const QWidget* widget) const
+    {
+        const QRect place(widget->mapTo(content->viewport(), QPoint()), widget->size());
+        return content->viewport()->rect().contains(place);
+    }
+};
+
+// The pixels of the focus colour in a widget's picture.
+int focusPixels(QWidget* widget)
+{
+    const QImage picture = widget->grab().toImage();
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            count += picture.pixelColor(x, y) == FOCUS ? 1 : 0;
+    return count;
+}
+
+} // namespace
+
+TEST(Form, GivesTheFocusToItsFirstEntry)
+{
+    const Form form;
+    EXPECT_TRUE(form.entries.first()->hasFocus());
+}
+
+TEST(Form, MovesTheFocusByUpAndDownThroughEveryEntryAndAround)
+{
+    const Form form;
+    for (QWidget* widget : form.all()) {
+        EXPECT_EQ(QApplication::focusWidget(), widget);
+        EXPECT_TRUE(form.shows(widget));
+        press(Qt::Key_Down);
+    }
+    EXPECT_TRUE(form.entries.first()->hasFocus());
+    press(Qt::Key_Up);
+    EXPECT_TRUE(form.check->hasFocus());
+    press(Qt::Key_Up);
+    EXPECT_TRUE(form.combo->hasFocus());
+    press(Qt::Key_Up);
+    EXPECT_TRUE(form.entries.last()->hasFocus());
+    EXPECT_EQ(form.combo->currentIndex(), 0);
+}
+
+TEST(Form, MovesTheFocusByTabToEntriesOnlyAndShowsThem)
+{
+    const Form form;
+    for (int round = 0; round < 2; ++round) {
+        for (QWidget* widget : form.all()) {
+            EXPECT_EQ(QApplication::focusWidget(), widget);
+            EXPECT_TRUE(form.shows(widget));
+            press(Qt::Key_Tab);
+        }
+    }
+}
+
+TEST(Form, ScrollsAnEntryThatIsClickedIntoView)
+{
+    const Form form;
+    form.content->verticalScrollBar()->setValue(120 * 3 + 15 - form.content->viewport()->height());
+    EXPECT_FALSE(form.shows(form.entries[3]));
+    clickAt(form.entries[3], QPoint(50, 8));
+    EXPECT_TRUE(form.entries[3]->hasFocus());
+    EXPECT_TRUE(waitFor([&] { return form.shows(form.entries[3]); }));
+}
+
+TEST(Form, TurnsAHalfShownCheckBoxOverByOneClick)
+{
+    const Form form;
+    form.content->verticalScrollBar()->setValue(540 + 20 - form.content->viewport()->height());
+    clickAt(form.check, QPoint(10, 10));
+    EXPECT_TRUE(form.check->isChecked());
+}
+
+TEST(Form, NeverScrollsSideways)
+{
+    const Form form;
+    EXPECT_EQ(form.combo->size(), QSize(220, 30));
+    for (int i = 0; i < 6; ++i) {
+        press(Qt::Key_Down);
+        EXPECT_EQ(form.content->horizontalScrollBar()->value(), 0);
+    }
+}
+
+TEST(Form, TurnsACheckBoxOverByTheCentreKey)
+{
+    const Form form;
+    press(Qt::Key_Up);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(form.check->isChecked());
+    press(Qt::Key_Return);
+    EXPECT_FALSE(form.check->isChecked());
+}
+
+TEST(Form, ChoosesFromAComboBoxByKeysAlone)
+{
+    Form form;
+    auto* bar = new UTIL_CST(&form.screen, "Save", "CST_Menu", "CST_Back");
+    form.screen.setCSTWidget(bar);
+    const QSignalSpy left(bar->getLeftBtn(), &QPushButton::clicked);
+    const QSignalSpy middle(bar->getMidBtn(), &QPushButton::clicked);
+    const QSignalSpy right(bar->getRightBtn(), &QPushButton::clicked);
+    const auto openList = [&form] {
+        form.combo->setFocus();
+        press(Qt::Key_Return);
+        EXPECT_TRUE(waitFor([&form] { return form.combo->view()->isVisible(); }));
+    };
+    for (const Qt::Key choose : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F2}) {
+        form.combo->setCurrentIndex(0);
+        openList();
+        press(Qt::Key_Down);
+        press(choose);
+        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
+        EXPECT_EQ(form.combo->currentIndex(), 1);
+    }
+    for (const Qt::Key leave : {Qt::Key_Escape, Qt::Key_F3}) {
+        openList();
+        press(Qt::Key_Down);
+        press(leave);
+        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
+        EXPECT_EQ(form.combo->currentIndex(), 1);
+    }
+    EXPECT_TRUE(form.combo->hasFocus());
+    EXPECT_EQ(left.size() + middle.size() + right.size(), 0);
+}
+
+TEST(Form, OpensTheListOfAComboBoxOnThePhone)
+{
+    const Form form;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    phone->move(300, 200);
+    form.combo->setFocus();
+    press(Qt::Key_Return);
+    const QWidget* list = form.combo->view()->window();
+    ASSERT_TRUE(list->isVisible());
+    EXPECT_TRUE(QRect(phone->mapToGlobal(QPoint()), phone->size()).contains(list->geometry()));
+    press(Qt::Key_Escape);
+    phone->move(0, 0);
+}
+
+TEST(Form, MarksTheFocusByTwoPixelsAroundTheEntry)
+{
+    const Form form;
+    for (QWidget* widget : form.all()) {
+        form.entries.first()->setFocus();
+        if (widget == form.entries.first())
+            form.combo->setFocus();
+        const int without = focusPixels(widget);
+        widget->setFocus();
+        EXPECT_GE(focusPixels(widget) - without, 2 * 2 * 200) << widget->metaObject()->className();
+    }
+}

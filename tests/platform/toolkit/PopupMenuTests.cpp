@@ -1,0 +1,173 @@
+#include "OrmuMainWidget.h"
+#include "OrmuPhoneWindow.h"
+#include "OrmuPushButton.h"
+#include "ScreenDriver.h"
+#include "UTIL_CST.h"
+#include "qpopupmenu.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+using namespace ScreenDriver;
+
+namespace {
+
+// A screen whose left soft key opens a menu.
+struct MenuScreen
+{
+    QPointer<OrmuMainWidget> widget = new OrmuMainWidget;
+    UTIL_CST* bar = new UTIL_CST(widget, "", "CST_Menu", "CST_Back");
+    QPointer<QPopupMenu> menu = new QPopupMenu(widget);
+
+    MenuScreen()
+    {
+        menu->insertItem("New Profile", 0, -1);
+        menu->insertItem("Delete Profiles", 1, -1);
+        bar->getLeftBtn()->setPopup(menu);
+        widget->setCSTWidget(bar);
+        widget->show();
+    }
+    ~MenuScreen() { delete widget; }
+
+    void deleteWhenActivated()
+    {
+        QObject::connect(menu, &QPopupMenu::activated, [this] { delete widget; });
+    }
+};
+
+} // namespace
+
+TEST(PopupMenu, OpensOverTheSoftKeyByKeyAndPointer)
+{
+    const MenuScreen screen;
+    press(Qt::Key_F1);
+    ASSERT_EQ(open<QPopupMenu>(), screen.menu);
+    const QRect phone(OrmuPhoneWindow::instance()->mapToGlobal(QPoint()),
+                      OrmuPhoneWindow::instance()->size());
+    EXPECT_TRUE(phone.contains(screen.menu->geometry()));
+    press(Qt::Key_Escape);
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    click(screen.bar->getLeftBtn());
+    EXPECT_EQ(open<QPopupMenu>(), screen.menu);
+    press(Qt::Key_F3);
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    EXPECT_FALSE(screen.widget.isNull());
+}
+
+TEST(PopupMenu, TellsTheIdOfTheChosenEntry)
+{
+    const MenuScreen screen;
+    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
+    for (const Qt::Key choose : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F2}) {
+        press(Qt::Key_F1);
+        press(Qt::Key_Down);
+        press(choose);
+        ASSERT_FALSE(activated.isEmpty());
+        EXPECT_EQ(activated.last()[0], 1);
+        EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    }
+    EXPECT_EQ(activated.size(), 3);
+    press(Qt::Key_F1);
+    clickMenuEntry("New Profile");
+    EXPECT_EQ(activated.size(), 4);
+    EXPECT_EQ(activated.last()[0], 0);
+}
+
+TEST(PopupMenu, DoesNotChooseADisabledEntry)
+{
+    const MenuScreen screen;
+    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
+    screen.menu->setItemEnabled(0, false);
+    EXPECT_FALSE(screen.menu->isItemEnabled(0));
+    EXPECT_TRUE(screen.menu->isItemEnabled(1));
+    press(Qt::Key_F1);
+    clickMenuEntry("New Profile");
+    EXPECT_EQ(activated.size(), 0);
+    press(Qt::Key_Return); // the first entry that may be chosen has the mark
+    ASSERT_EQ(activated.size(), 1);
+    EXPECT_EQ(activated[0][0], 1);
+}
+
+TEST(PopupMenu, ChangesTheTextOfAnEntry)
+{
+    const MenuScreen screen;
+    screen.menu->changeItem(0, "Disconnect & more");
+    EXPECT_EQ(screen.menu->text(0), "Disconnect & more");
+    screen.menu->changeItem(7, "nothing");
+    EXPECT_EQ(screen.menu->text(7), QString());
+    EXPECT_EQ(screen.menu->text(1), "Delete Profiles");
+}
+
+TEST(PopupMenu, InsertsAnEntryBeforeAnother)
+{
+    QPopupMenu menu;
+    menu.insertItem("last", 1, -1);
+    menu.insertItem("first", 2, 0);
+    EXPECT_EQ(menu.actions().first()->text(), "first");
+}
+
+TEST(PopupMenu, ModallyReturnsTheIdThatItHasTold)
+{
+    const MenuScreen screen;
+    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
+    {
+        const auto answer = onceOpen<QPopupMenu>([](QPopupMenu&) {
+            press(Qt::Key_Down);
+            press(Qt::Key_Return);
+        });
+        EXPECT_EQ(screen.menu->exec(OrmuPhoneWindow::instance()->mapToGlobal(QPoint(50, 50)), 0), 1);
+        EXPECT_EQ(activated.size(), 1);
+    }
+    const auto answer = onceOpen<QPopupMenu>([](QPopupMenu&) { press(Qt::Key_F3); });
+    EXPECT_EQ(screen.menu->exec(QPoint(), 0), -1);
+    EXPECT_EQ(activated.size(), 1);
+}
+
+TEST(PopupMenu, StaysOnThePhoneWhereverItIsOpened)
+{
+    const MenuScreen screen;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    const QRect room(phone->mapToGlobal(QPoint()), phone->size());
+    for (const QPoint corner : {room.topLeft(), room.topRight(), room.bottomLeft(), room.bottomRight()}) {
+        QRect place;
+        const auto answer = onceOpen<QPopupMenu>([&place](QPopupMenu& menu) {
+            place = menu.geometry();
+            press(Qt::Key_Escape);
+        });
+        screen.menu->exec(corner, 0);
+        EXPECT_TRUE(room.contains(place));
+    }
+}
+
+TEST(PopupMenu, SurvivesTheDeletionOfItsScreenByAChoice)
+{
+    {
+        MenuScreen screen;
+        screen.deleteWhenActivated();
+        press(Qt::Key_F1);
+        press(Qt::Key_Return);
+        EXPECT_TRUE(screen.widget.isNull());
+    }
+    MenuScreen screen;
+    screen.deleteWhenActivated();
+    click(screen.bar->getLeftBtn());
+    clickMenuEntry("Delete Profiles");
+    EXPECT_TRUE(screen.widget.isNull());
+}
+
+TEST(PopupMenu, SurvivesTheDeletionOfItsScreenWhileItRunsModally)
+{
+    const auto run = [](const std::function<void(MenuScreen&)>& act) {
+        MenuScreen screen;
+        screen.deleteWhenActivated();
+        const auto answer = onceOpen<QPopupMenu>([&](QPopupMenu&) { act(screen); });
+        EXPECT_EQ(screen.menu->exec(OrmuPhoneWindow::instance()->mapToGlobal(QPoint(20, 20)), 0), -1);
+        EXPECT_TRUE(screen.widget.isNull());
+        EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    };
+    run([](MenuScreen&) { press(Qt::Key_Return); });
+    run([](MenuScreen&) { clickMenuEntry("New Profile"); });
+    run([](MenuScreen& screen) { delete screen.widget; });
+}

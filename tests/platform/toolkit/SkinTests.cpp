@@ -1,0 +1,51 @@
+#include "OrmuApplication.h"
+#include "OrmuSkin.h"
+#include "RES_ICON_Reader.h"
+
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+class Icon : public testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(Icon, IsFoundByItsFileNameAndFitsItsPlace)
+{
+    const QPixmap icon = RES_ICON_Reader().getIcon(GetParam());
+    ASSERT_FALSE(icon.isNull());
+    const bool ofDialogs = QByteArray(GetParam()).startsWith("Dialog_");
+    EXPECT_EQ(icon.size(), ofDialogs ? QSize(40, 40) : QSize(20, 20));
+}
+
+INSTANTIATE_TEST_SUITE_P(Skin, Icon,
+                         testing::Values("Network_Connection.gif", "Network_Locked_Profile.gif",
+                                         "Dialog_Exclamatory_Mark.gif", "Dialog_Exclamatory_Mark.jpg",
+                                         "Dialog_Complete.gif", "Dialog_Question_Mark.jpg"));
+
+TEST(Skin, GivesAnEmptyPixmapForANameThatItDoesNotKnow)
+{
+    EXPECT_TRUE(RES_ICON_Reader().getIcon("None.gif").isNull());
+    EXPECT_TRUE(OrmuSkin::skin()->pixmap("None").isNull());
+}
+
+TEST(Skin, FindsItsPixmapsByName)
+{
+    EXPECT_EQ(OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark").size(), QSize(40, 40));
+}
+
+TEST(Skin, TellsTheIconsOfRowsApart)
+{
+    const RES_ICON_Reader icons;
+    EXPECT_NE(icons.getIcon("Network_Connection.gif").toImage(),
+              icons.getIcon("Network_Locked_Profile.gif").toImage());
+}
+
+TEST(Application, KeepsTheMouseModeOfEachWidget)
+{
+    QWidget one;
+    const QWidget other;
+    OrmuApplication::setMouseMode(&one, 1);
+    EXPECT_EQ(OrmuApplication::mouseMode(&one), 1);
+    EXPECT_EQ(OrmuApplication::mouseMode(&other), 0);
+}
