@@ -1,6 +1,6 @@
-// list_screen_cost screen|bare: opens ten profiles' list once, offscreen, and paints it; the cost to be counted is
-// that of measured(). "screen" is the profile list screen over a settings file that it has to read; "bare" is Qt's
-// list widget with the same texts and icons.
+// list_screen_cost screen|bare: opens ten profiles' list once, offscreen, and paints it; the cost to be
+// counted is that of measured(). "screen" is the profile list screen over a settings file that it has to
+// read; "bare" is Qt's list widget with the same texts and icons.
 #include "OrmuApplication.h"
 #include "OrmuGlobal.h"
 #include "SETUP_SIP_Agent.h"

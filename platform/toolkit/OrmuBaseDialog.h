@@ -6,8 +6,6 @@
 
 #include <QDialog>
 
-
-
 // A dialog: a panel over whatever the phone shows, which is dimmed and gets neither keys nor clicks
 // meanwhile.
 //

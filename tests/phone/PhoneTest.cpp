@@ -58,7 +58,8 @@ TEST_F(Phone, OpensTheProfileListTimeAndAgain)
 
 TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
 {
-    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=Home\n[Profile1]\nDisplayName=Ёлка\n");
+    writeFile(
+        "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=Home\n[Profile1]\nDisplayName=Ёлка\n");
     press(Qt::Key_Return);
     ASSERT_TRUE(profileListIsOpen());
     const auto* list = open<QWidget>()->findChild<UTIL_ListBox*>();
@@ -73,7 +74,8 @@ TEST_F(Phone, TakesPicturesOfItsScreensAtThePhonesSize)
     const QStringList pictures = QDir(directory() + "/pictures").entryList({"*.png"});
     EXPECT_TRUE(pictures.contains("profile-list-menu.png"));
     for (const QString& picture : pictures)
-        EXPECT_EQ(QImage(directory() + "/pictures/" + picture).size(), QSize(240, 320)) << qPrintable(picture);
+        EXPECT_EQ(QImage(directory() + "/pictures/" + picture).size(), QSize(240, 320))
+            << qPrintable(picture);
 }
 
 TEST_F(Phone, SaysWhenAPictureCannotBeWritten)
