@@ -116,6 +116,7 @@ int SETUP_SIP_Agent::indexOf(const QString& name) const
     return index < std::min(groupNames.count(), profiles.count()) ? index : -1;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     const int index = indexOf(name);
@@ -123,6 +124,7 @@ void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
         record = *profiles.at(index);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::setProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     SETUP_SET_Manager manager(settingsPath, false);
@@ -253,6 +255,7 @@ void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
 }
 
 void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
+                                             // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                              QString group)
 {
     const SIP_PROFILE_CONTENT fresh;
