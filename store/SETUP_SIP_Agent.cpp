@@ -195,9 +195,10 @@ void SETUP_SIP_Agent::setDefaultProfile(const QString& name)
 // The first profile that is flagged as the default, or -1.
 int SETUP_SIP_Agent::indexOfDefault()
 {
-    for (int i = 0; i < displayNames.count(); ++i)
+    for (int i = 0; i < displayNames.count(); ++i) {
         if (isProfileDefault(displayNames[i]))
             return i;
+    }
     return -1;
 }
 
