@@ -116,6 +116,7 @@ int SETUP_SIP_Agent::indexOf(const QString& name) const
     return index < std::min(groupNames.count(), profiles.count()) ? index : -1;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     const int index = indexOf(name);
@@ -123,6 +124,7 @@ void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
         record = *profiles.at(index);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::setProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     SETUP_SET_Manager manager(settingsPath, false);
@@ -193,9 +195,10 @@ void SETUP_SIP_Agent::setDefaultProfile(const QString& name)
 // The first profile that is flagged as the default, or -1.
 int SETUP_SIP_Agent::indexOfDefault()
 {
-    for (int i = 0; i < displayNames.count(); ++i)
+    for (int i = 0; i < displayNames.count(); ++i) {
         if (isProfileDefault(displayNames[i]))
             return i;
+    }
     return -1;
 }
 
@@ -253,6 +256,7 @@ void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
 }
 
 void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
+                                             // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                              QString group)
 {
     const SIP_PROFILE_CONTENT fresh;
