@@ -20,7 +20,10 @@ constexpr int STEP_MS = 20;
 class Tour : public QObject
 {
 public:
-    explicit Tour(const QString& directory) : directory_(directory) {}
+    explicit Tour(const QString& directory) : directory_(directory)
+    {
+        add([] { return OrmuPhoneWindow::instance()->isActiveWindow(); });
+    }
 
     bool take()
     {

@@ -48,6 +48,14 @@ QString setupPath()
     return path;
 }
 
+// What a new profile holds, and what a key missing from the settings file stands for.
+SIP_PROFILE_CONTENT newProfile()
+{
+    SIP_PROFILE_CONTENT profile;
+    profile.network = QStringLiteral("internet");
+    return profile;
+}
+
 void writeProfile(SETUP_SET_Manager& manager, const QString& group, const SIP_PROFILE_CONTENT& record)
 {
     manager.setSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, false);
@@ -244,7 +252,7 @@ bool SETUP_SIP_Agent::getProfileGroupName(const QString& name, QString& group)
 
 void SETUP_SIP_Agent::setDefaultProfileInfo(SIP_PROFILE_CONTENT& record)
 {
-    record = SIP_PROFILE_CONTENT();
+    record = newProfile();
 }
 
 void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
@@ -259,7 +267,7 @@ void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PRO
                                              // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                              QString group)
 {
-    const SIP_PROFILE_CONTENT fresh;
+    const SIP_PROFILE_CONTENT fresh = newProfile();
     manager->getSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, fresh.displayName, false);
     manager->getSettingInfo(group, SERVER_KEY, record.server, fresh.server, false);
     manager->getSettingInfo(group, PORT_KEY, record.portNum, fresh.portNum);

@@ -77,7 +77,7 @@ protected:
 
 private:
     // The result code for one read or write of at most asked bytes that returned count.
-    int checkTransfer(ssize_t count, size_t asked);
+    ORMU_SIPSETUP_INTERNAL int checkTransfer(ssize_t count, size_t asked);
 };
 
 #endif
