@@ -1,6 +1,6 @@
 // What the link costs, as counts that are the same in every run.
 
-#include "ChildProcess.h"
+#include "ChildProgram.h"
 #include "DaemonTest.h"
 #include "SIP_COMM_Controler.h"
 #include "SystemCalls.h"
@@ -28,7 +28,7 @@ long instructionsOf(const char* which)
     // The same addresses in each run, where the machine allows that.
     command = "exec $(setarch -R true 2>/dev/null && echo setarch -R) " + command + " 2>/dev/null";
     setenv("LD_BIND_NOW", "1", 1);
-    ChildProcess valgrind({"/bin/sh", "-c", command});
+    ChildProgram valgrind({"/bin/sh", "-c", command});
     valgrind.readRest();
     const int status = valgrind.wait();
     long total = 0;
