@@ -7,7 +7,6 @@
 class OrmuMultiLineEdit;
 class QCheckBox;
 class QComboBox;
-class QLabel;
 
 // The form on which a SIP profile is entered or changed. It works on a copy of the profile; only "Save"
 // writes it to the store. It never deletes itself: whoever made it deletes it when it emits editDone(), also
