@@ -1,16 +1,19 @@
 #include "HomeScreen.h"
 
+#include "LibraryFunction.h"
 #include "OrmuGlobal.h"
+#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
+#include "ProfileChooser.h"
+#include "RES_ICON_Reader.h"
 #include "SETUP_SIP_ProfileListBase.h"
-#include "SetupLibrary.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 
 #include <QLabel>
 
 namespace {
-enum Entry { ENTRY_SIP_PROFILE = 0 };
+enum Entry { ENTRY_SIP_PROFILE = 0, ENTRY_CHOOSE_PROFILE = 1 };
 
 constexpr int TITLE_HEIGHT = 30;
 const char ROW_FORMAT[] = "%T";
@@ -27,6 +30,7 @@ HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home")
     entries_->setGeometry(0, TITLE_HEIGHT, content.width(), content.height() - TITLE_HEIGHT);
     getContentWidget()->addChild(entries_, 0, TITLE_HEIGHT);
     addEntry(tr("SIP Profile", "2.16.0;MENU"));
+    addEntry(tr("Choose SIP profile", "2.16.0;MENU"));
     connect(entries_, &QListBox::mouseButtonClicked, this, &HomeScreen::entryClicked);
 
     auto* softKeys = new UTIL_CST(this, tr("Select", "3.3.1;CST_3BUTTON"), "", "");
@@ -44,8 +48,12 @@ void HomeScreen::addEntry(const QString& text)
 
 void HomeScreen::entryClicked(int, QListBoxItem* entry, const QPoint&)
 {
-    if (entry != nullptr && entries_->row(entry) == ENTRY_SIP_PROFILE)
+    if (entry == nullptr)
+        return;
+    if (entries_->row(entry) == ENTRY_SIP_PROFILE)
         openProfileList();
+    else if (entries_->row(entry) == ENTRY_CHOOSE_PROFILE)
+        chooseProfile();
 }
 
 void HomeScreen::openProfileList()
@@ -53,14 +61,34 @@ void HomeScreen::openProfileList()
     if (profileList_ != nullptr)
         return;
     QString error;
-    profileList_ = SetupLibrary::createProfileList(this, error);
-    if (profileList_ == nullptr) {
-        qCritical("%s", qUtf8Printable(error));
+    const auto create = reinterpret_cast<decltype(&SETUP_SIP_CreateProfileList)>(
+        resolveLibraryFunction(SETUP_LIBRARY, "SETUP_SIP_CreateProfileList", error));
+    if (create == nullptr) {
+        tell("Dialog_Exclamatory_Mark.gif", error);
         return;
     }
+    profileList_ = create(this);
     profileList_->createScreen();
     connect(profileList_, SIGNAL(SIPClose()), this, SLOT(closeProfileList()));
     profileList_->show();
+}
+
+void HomeScreen::chooseProfile()
+{
+    QString error;
+    const auto choose = reinterpret_cast<decltype(&chooseSipProfile)>(
+        resolveLibraryFunction(CHOOSER_LIBRARY, "chooseSipProfile", error));
+    if (choose == nullptr)
+        tell("Dialog_Exclamatory_Mark.gif", error);
+    else if (choose(chosenGroup_))
+        tell("Dialog_Complete.gif",
+             chosenGroup_.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : chosenGroup_);
+}
+
+void HomeScreen::tell(const char* icon, const QString& text)
+{
+    OrmuMessageBox::information(nullptr, RES_ICON_Reader().getIcon(icon), text,
+                                tr("OK", "99.99.99;SOFTKEY_1BUTTON"), QString(), QString(), 1);
 }
 
 void HomeScreen::closeProfileList()

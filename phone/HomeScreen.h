@@ -22,9 +22,12 @@ private slots:
 private:
     void addEntry(const QString& text);
     void openProfileList();
+    void chooseProfile();
+    void tell(const char* icon, const QString& text);
 
     UTIL_ListBox* entries_ = nullptr;
     SETUP_SIP_ProfileListBase* profileList_ = nullptr;
+    QString chosenGroup_; // group name of the profile chosen last
 };
 
 #endif

@@ -48,6 +48,14 @@ QString setupPath()
     return path;
 }
 
+// What a new profile holds, and what a key missing from the settings file stands for.
+SIP_PROFILE_CONTENT newProfile()
+{
+    SIP_PROFILE_CONTENT profile;
+    profile.network = QStringLiteral("internet");
+    return profile;
+}
+
 void writeProfile(SETUP_SET_Manager& manager, const QString& group, const SIP_PROFILE_CONTENT& record)
 {
     manager.setSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, false);
@@ -116,6 +124,7 @@ int SETUP_SIP_Agent::indexOf(const QString& name) const
     return index < std::min(groupNames.count(), profiles.count()) ? index : -1;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     const int index = indexOf(name);
@@ -123,6 +132,7 @@ void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
         record = *profiles.at(index);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::setProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     SETUP_SET_Manager manager(settingsPath, false);
@@ -193,9 +203,10 @@ void SETUP_SIP_Agent::setDefaultProfile(const QString& name)
 // The first profile that is flagged as the default, or -1.
 int SETUP_SIP_Agent::indexOfDefault()
 {
-    for (int i = 0; i < displayNames.count(); ++i)
+    for (int i = 0; i < displayNames.count(); ++i) {
         if (isProfileDefault(displayNames[i]))
             return i;
+    }
     return -1;
 }
 
@@ -241,7 +252,7 @@ bool SETUP_SIP_Agent::getProfileGroupName(const QString& name, QString& group)
 
 void SETUP_SIP_Agent::setDefaultProfileInfo(SIP_PROFILE_CONTENT& record)
 {
-    record = SIP_PROFILE_CONTENT();
+    record = newProfile();
 }
 
 void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
@@ -253,9 +264,10 @@ void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
 }
 
 void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
+                                             // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                              QString group)
 {
-    const SIP_PROFILE_CONTENT fresh;
+    const SIP_PROFILE_CONTENT fresh = newProfile();
     manager->getSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, fresh.displayName, false);
     manager->getSettingInfo(group, SERVER_KEY, record.server, fresh.server, false);
     manager->getSettingInfo(group, PORT_KEY, record.portNum, fresh.portNum);

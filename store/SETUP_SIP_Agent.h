@@ -94,14 +94,14 @@ public:
     bool isProfileConnected(const QString& name);
 
 private:
-    SETUP_SIP_Agent();
-    ~SETUP_SIP_Agent() = default;
+    ORMU_SIPSETUP_INTERNAL SETUP_SIP_Agent();
+    ORMU_SIPSETUP_INTERNAL ~SETUP_SIP_Agent() = default;
 
-    int indexOf(const QString& name) const;
-    int indexOfDefault();
-    QString firstFreeGroup() const;
+    ORMU_SIPSETUP_INTERNAL int indexOf(const QString& name) const;
+    ORMU_SIPSETUP_INTERNAL int indexOfDefault();
+    ORMU_SIPSETUP_INTERNAL QString firstFreeGroup() const;
 
-    static SETUP_SIP_Agent* m_pAgent; // Null when there is no store.
+    ORMU_SIPSETUP_INTERNAL static SETUP_SIP_Agent* m_pAgent; // Null when there is no store.
 
     // Entry i of each of the three lists belongs to one profile.
     QString settingsPath;

@@ -3,8 +3,8 @@
 
 #include <QString>
 
-// One SIP profile. A fresh record holds the values of a new profile, which are also those that a key missing
-// from the settings file stands for.
+// One SIP profile. The texts of a fresh record are null; SETUP_SIP_Agent::setDefaultProfileInfo() gives it
+// the values of a new profile.
 struct SIP_PROFILE_CONTENT
 {
     QString displayName; // What the user knows the profile by; unique among the profiles.
@@ -13,7 +13,7 @@ struct SIP_PROFILE_CONTENT
     QString userID;
     QString password;
     QString registerValue;
-    QString network = QStringLiteral("internet"); // The data connection that the profile runs over.
+    QString network; // The data connection that the profile runs over.
     bool autoConnect = true;
     bool locked = false;
     bool defaultProfile = false; // The system default; at most one profile is.

@@ -3,6 +3,7 @@
 #include "OrmuApplication.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QMouseEvent>
 
 QListBox::QListBox(QWidget* parent, const char* name) : QListWidget(parent)
@@ -55,8 +56,14 @@ void QListBox::mousePressEvent(QMouseEvent* event)
     pressed_ = event->button() == Qt::LeftButton;
     if (pressed_ && OrmuApplication::mouseMode(viewport()) == 1)
         longPressTimer_.start(LONG_PRESS_MS);
-    if (event->button() == Qt::RightButton)
-        emit rightButtonPressed(pressedItem_, event->globalPosition().toPoint());
+}
+
+void QListBox::contextMenuEvent(QContextMenuEvent* event)
+{
+    // The right button's press, at the one moment after which Qt does not touch the list any more.
+    event->accept();
+    if (event->reason() == QContextMenuEvent::Mouse)
+        emit rightButtonPressed(itemAtPoint(event->pos()), event->globalPos());
 }
 
 void QListBox::mouseMoveEvent(QMouseEvent* event)

@@ -4,14 +4,25 @@
 
 #include <QKeyEvent>
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 QPopupMenu::QPopupMenu(QWidget* parent, const char* name) : QMenu(parent)
 {
     setObjectName(QString::fromLatin1(name));
-    connect(this, &QMenu::triggered, this,
-            [this](QAction* action) { emit activated(action->data().toInt()); });
+    // Not from here: who hears of it may delete the menu, which is not done with itself yet.
+    connect(this, &QMenu::triggered, this, [this](QAction* action) {
+        chosen_ = action->data().toInt();
+        QTimer::singleShot(0, this, &QPopupMenu::tellChosen);
+    });
+}
+
+void QPopupMenu::tellChosen()
+{
+    if (const std::optional<int> id = std::exchange(chosen_, std::nullopt))
+        emit activated(*id);
 }
 
 QAction* QPopupMenu::find(int id) const
@@ -91,6 +102,7 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
         event->accept(); // before the menu acts: it may not be there afterwards
         QMenu::keyPressEvent(&standIn);
     };
+    const QPointer<QPopupMenu> self(this);
     switch (event->key()) {
     case Qt::Key_F1:
     case Qt::Key_F2:
@@ -102,4 +114,14 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
     default:
         QMenu::keyPressEvent(event);
     }
+    if (!self.isNull())
+        tellChosen();
+}
+
+void QPopupMenu::mouseReleaseEvent(QMouseEvent* event)
+{
+    const QPointer<QPopupMenu> self(this);
+    QMenu::mouseReleaseEvent(event);
+    if (!self.isNull())
+        tellChosen();
 }

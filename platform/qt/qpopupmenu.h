@@ -3,6 +3,8 @@
 
 #include <QMenu>
 
+#include <optional>
+
 // A menu whose entries are known by numbers of the program's own. It opens inside the phone's window.
 //
 // By keys: the arrows move, Enter and the left and middle soft keys (F1, F2) choose, the right one (F3) and
@@ -34,10 +36,14 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
     QAction* find(int id) const;
+    void tellChosen();
+
+    std::optional<int> chosen_; // not told yet
 };
 
 #endif

@@ -23,7 +23,7 @@ QString directoryName()
 
 QString OrmuConfig::getSettingDirectory()
 {
-    const QString directory = directoryName();
+    QString directory = directoryName();
     const QByteArray path = QFile::encodeName(directory);
     if (!path.isEmpty() && g_mkdir_with_parents(path.constData(), 0700) != 0)
         qWarning("settings directory %s cannot be made: %s", path.constData(), std::strerror(errno));

@@ -68,9 +68,10 @@ QByteArray groupBelow(GKeyFile* keys, const QByteArray& group)
 {
     const std::unique_ptr<gchar*, decltype(&g_strfreev)> groups(g_key_file_get_groups(keys, nullptr),
                                                                 g_strfreev);
-    for (gchar** name = groups.get(); *name != nullptr; ++name)
+    for (gchar** name = groups.get(); *name != nullptr; ++name) {
         if (group == *name)
             return QByteArray(name[1]);
+    }
     return QByteArray();
 }
 
@@ -115,10 +116,11 @@ public:
     void set(const QString& group, const QString& key, const QByteArray& value)
     {
         const Change change{group.toUtf8(), key.toUtf8(), value};
-        if (canName(change.group) && canName(change.key))
-            make(change);
-        else
+        if (!canName(change.group) || !canName(change.key)) {
             qWarning("settings file %s cannot hold a key of such a name", path_.constData());
+            return;
+        }
+        make(change);
     }
 
     void clear(const QString& group) { make({group.toUtf8(), {}, {}}); }

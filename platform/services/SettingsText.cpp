@@ -12,17 +12,19 @@ constexpr std::pair<char16_t, char16_t> ESCAPES[] = {
 
 char16_t escapeLetter(char16_t unit)
 {
-    for (const auto& [plain, letter] : ESCAPES)
+    for (const auto& [plain, letter] : ESCAPES) {
         if (plain == unit)
             return letter;
+    }
     return 0;
 }
 
 char16_t escapedUnit(char16_t letter)
 {
-    for (const auto& [plain, known] : ESCAPES)
+    for (const auto& [plain, known] : ESCAPES) {
         if (known == letter)
             return plain;
+    }
     return 0;
 }
 
@@ -75,12 +77,13 @@ QByteArray encodeSettingsText(const QString& text)
     encoded.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i].unicode();
-        if (standsForItself(text, i))
+        if (standsForItself(text, i)) {
             encoded += QChar(unit);
-        else if (const char16_t letter = escapeLetter(unit))
+        } else if (const char16_t letter = escapeLetter(unit)) {
             encoded += QLatin1Char('\\') + QString(QChar(letter));
-        else
+        } else {
             encoded += QStringLiteral("\\u%1").arg(unit, UNIT_DIGITS, 16, QLatin1Char('0'));
+        }
     }
     return encoded.toUtf8();
 }

@@ -6,6 +6,7 @@ constexpr int SCREEN_HEIGHT = 320;
 constexpr int CST_HEIGHT = 30;
 constexpr int DIALOG_MARGIN = 8;
 constexpr int DIALOG_TITLE_HEIGHT = 28;
+constexpr int SMALL_DIALOG_HEIGHT = 96;
 } // namespace
 
 QSize OrmuGlobal::getScreenSize()
@@ -33,6 +34,14 @@ QRect OrmuGlobal::getDlgTitleLR()
     QRect title = getDlgLargeR();
     title.setHeight(DIALOG_TITLE_HEIGHT);
     return title;
+}
+
+QRect OrmuGlobal::getDlgSmallR()
+{
+    const QRect large = getDlgLargeR();
+    QRect panel(0, 0, large.width(), SMALL_DIALOG_HEIGHT);
+    panel.moveCenter(large.center());
+    return panel;
 }
 
 QRect OrmuGlobal::diffRect(const QRect& outer, const QRect& inner)

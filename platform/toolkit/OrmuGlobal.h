@@ -16,6 +16,8 @@ public:
     // A large dialog's panel, above the soft keys, and the title strip within it.
     static QRect getDlgLargeR();
     static QRect getDlgTitleLR();
+    // A small dialog's panel. One that has more to show is higher.
+    static QRect getDlgSmallR();
     // inner, in the coordinates of outer.
     static QRect diffRect(const QRect& outer, const QRect& inner);
 };

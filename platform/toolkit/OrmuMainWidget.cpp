@@ -92,9 +92,12 @@ public:
     void addChild(QWidget* child, int x, int y) override
     {
         QScrollView::addChild(child, x, y);
-        // Labels stand at the very edge of the screen; their texts do not.
-        if (auto* label = qobject_cast<QLabel*>(child); label != nullptr && label->indent() < 0)
-            label->setIndent(TEXT_INDENT);
+        if (auto* label = qobject_cast<QLabel*>(child)) {
+            label->setWordWrap(true);
+            // Labels stand at the very edge of the screen; their texts do not.
+            if (label->indent() < 0)
+                label->setIndent(TEXT_INDENT);
+        }
         if (auto* combo = qobject_cast<QComboBox*>(child))
             new ComboList(combo);
     }

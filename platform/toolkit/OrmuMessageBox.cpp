@@ -106,7 +106,8 @@ void OrmuMessageBox::layOut()
     if (text_->document()->size().height() > room.height() - 2 * MARGIN)
         text_->setLineWrapColumnOrWidth(textWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
     const int textHeight = qCeil(text_->document()->size().height());
-    const int height = qMin(qMax(textHeight, icon_.height()) + 2 * MARGIN, room.height());
+    const int needed = qMax(textHeight, icon_.height()) + 2 * MARGIN;
+    const int height = qBound(OrmuGlobal::getDlgSmallR().height(), needed, room.height());
     const int shownHeight = qMin(textHeight, height - 2 * MARGIN);
 
     QRect place(0, 0, room.width(), height);

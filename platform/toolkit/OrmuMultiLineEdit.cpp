@@ -60,7 +60,7 @@ OrmuMultiLineEdit::OrmuMultiLineEdit(QWidget* parent, bool, int) : QLineEdit(par
     setContextMenuPolicy(Qt::NoContextMenu);
     setValidator(new Filter(this));
     resize(OrmuStyle::entrySize());
-    connect(this, &QLineEdit::textChanged, this, &OrmuMultiLineEdit::textChanged);
+    connect(this, &QLineEdit::textChanged, this, &OrmuMultiLineEdit::tellChange);
 }
 
 void OrmuMultiLineEdit::setFilter(const QRegExp& filter, bool admit)
@@ -69,6 +69,15 @@ void OrmuMultiLineEdit::setFilter(const QRegExp& filter, bool admit)
     replacement->set(filter, admit);
     delete validator();
     setValidator(replacement);
+}
+
+void OrmuMultiLineEdit::tellChange(const QString& text)
+{
+    // A line edit also tells of a change that the filter has undone.
+    if (text == told_)
+        return;
+    told_ = text;
+    emit textChanged();
 }
 
 void OrmuMultiLineEdit::insertLine(const QString& text, int pos)

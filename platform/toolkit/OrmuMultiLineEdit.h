@@ -26,6 +26,11 @@ public:
 signals:
     // The text was changed, by the user or by the program.
     void textChanged();
+
+private:
+    void tellChange(const QString& text);
+
+    QString told_;
 };
 
 #endif

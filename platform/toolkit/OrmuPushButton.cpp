@@ -29,6 +29,11 @@ void OrmuPushButton::setPopup(QPopupMenu* menu)
     popup_ = menu;
 }
 
+bool OrmuPushButton::hitButton(const QPoint& pos) const
+{
+    return !text().isEmpty() && QPushButton::hitButton(pos);
+}
+
 void OrmuPushButton::paintEvent(QPaintEvent*)
 {
     if (text().isEmpty())

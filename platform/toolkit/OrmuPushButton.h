@@ -24,6 +24,8 @@ public:
     void setPopup(QPopupMenu* menu);
 
 protected:
+    // A key without a text is not there for the pointer.
+    bool hitButton(const QPoint& pos) const override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QPainter>
 #include <QStyleOption>
+#include <QTextOption>
 
 namespace {
 const QColor TEXT(0x16, 0x20, 0x2c);
@@ -106,7 +107,7 @@ void OrmuStyle::install()
     QApplication::setStyle(new OrmuStyle);
     QApplication::setPalette(palette());
     QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(13);
+    font.setPixelSize(12);
     QApplication::setFont(font);
 }
 
@@ -250,4 +251,20 @@ void OrmuStyle::drawComplexControl(ComplexControl control, const QStyleOptionCom
     QStyleOption arrow = *option;
     arrow.rect = proxy()->subControlRect(CC_ComboBox, option, SC_ComboBoxArrow, widget);
     QProxyStyle::drawPrimitive(PE_IndicatorArrowDown, &arrow, painter, widget);
+}
+
+void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& colors,
+                             bool enabled, const QString& text, QPalette::ColorRole textRole) const
+{
+    if ((flags & Qt::TextWordWrap) == 0) {
+        QProxyStyle::drawItemText(painter, rect, flags, colors, enabled, text, textRole);
+        return;
+    }
+    // An address or a name may be one word that is longer than its line.
+    QTextOption option(static_cast<Qt::Alignment>(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask)));
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    painter->save();
+    painter->setPen(colors.color(enabled ? QPalette::Normal : QPalette::Disabled, textRole));
+    painter->drawText(QRectF(rect), text, option);
+    painter->restore();
 }

@@ -38,6 +38,9 @@ public:
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override;
 
+    void drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& colors, bool enabled,
+                      const QString& text, QPalette::ColorRole textRole) const override;
+
 private:
     OrmuStyle();
 };

@@ -52,7 +52,8 @@ void UTIL_CST::paintEvent(QPaintEvent*)
 
 void UTIL_CST::resizeEvent(QResizeEvent*)
 {
-    const int side = width() / 3;
+    // The middle key has the longest texts.
+    const int side = width() * 7 / 24;
     left_->setGeometry(0, 0, side, height());
     middle_->setGeometry(side, 0, width() - 2 * side, height());
     right_->setGeometry(width() - side, 0, side, height());

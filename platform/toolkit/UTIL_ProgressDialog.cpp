@@ -8,7 +8,6 @@
 #include <QProgressBar>
 
 namespace {
-constexpr int PANEL_HEIGHT = 96;
 constexpr int MARGIN = 14;
 constexpr int LABEL_HEIGHT = 36;
 constexpr int BAR_HEIGHT = 20;
@@ -20,15 +19,13 @@ UTIL_ProgressDialog::UTIL_ProgressDialog(const QString& labelText, const QString
     : OrmuBaseDialog(parent, name, flags), label_(new QLabel(labelText, panel())),
       progressBar_(new QProgressBar(panel()))
 {
-    const QRect room = OrmuGlobal::getDlgLargeR();
-    QRect place(0, 0, room.width(), PANEL_HEIGHT);
-    place.moveCenter(room.center());
+    const QRect place = OrmuGlobal::getDlgSmallR();
     panel()->setGeometry(place);
     const int width = place.width() - 2 * MARGIN;
     label_->setGeometry(MARGIN, MARGIN, width, LABEL_HEIGHT);
     label_->setWordWrap(true);
     label_->setTextFormat(Qt::PlainText);
-    progressBar_->setGeometry(MARGIN, PANEL_HEIGHT - MARGIN - BAR_HEIGHT, width, BAR_HEIGHT);
+    progressBar_->setGeometry(MARGIN, place.height() - MARGIN - BAR_HEIGHT, width, BAR_HEIGHT);
     progressBar_->setTextVisible(false);
     progressBar_->setRange(0, totalSteps);
     progressBar_->setValue(0);

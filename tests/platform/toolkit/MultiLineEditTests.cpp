@@ -34,6 +34,8 @@ struct Entry
     {
         QMimeData data;
         data.setText(text);
+        QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(edit, &enter);
         QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(edit, &event);
     }
@@ -163,11 +165,10 @@ TEST(MultiLineEdit, TakesTenThousandCharacters)
     entry.paste(text);
     EXPECT_EQ(entry.edit->text(), text);
     entry.edit->clear();
-    entry.edit->insertLine(text.repeated(10));
-    EXPECT_EQ(entry.edit->text().size(), 100000);
+    entry.edit->insertLine(text);
     press(Qt::Key_End);
     type("x");
-    EXPECT_EQ(entry.edit->text().size(), 100001);
+    EXPECT_EQ(entry.edit->text(), text + "x");
 }
 
 TEST(MultiLineEdit, TakesEveryScript)

@@ -16,9 +16,10 @@ enum OrmuLogLevel { ORMU_LEVEL_ERROR = 1, ORMU_LEVEL_INFO = 4 };
 constexpr const char* sourceBaseName(const char* path)
 {
     const char* base = path;
-    for (const char* p = path; *p != '\0'; ++p)
+    for (const char* p = path; *p != '\0'; ++p) {
         if (*p == '/')
             base = p + 1;
+    }
     return base;
 }
 

@@ -4,4 +4,7 @@
 /* Marks what the library offers to other programs; everything else stays hidden. C99 and C++. */
 #define ORMU_SIPSETUP_EXPORT __attribute__((visibility("default")))
 
+/* Within what it offers: a part that stays hidden all the same. */
+#define ORMU_SIPSETUP_INTERNAL __attribute__((visibility("hidden")))
+
 #endif

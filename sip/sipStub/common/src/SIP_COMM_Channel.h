@@ -71,13 +71,13 @@ public:
 protected:
     int fd;
     _SIPD_APPID_E appId;
-    _SIPD_MSG_TYPE_E
-        pendingType;        // of the header whose body is still unread; SIPD_MSG_NONE when there is none
-    uint32_t pendingLength; // of that body, as announced
+    // Of the header whose body is still unread, as announced; SIPD_MSG_NONE when there is none.
+    _SIPD_MSG_TYPE_E pendingType;
+    uint32_t pendingLength;
 
 private:
     // The result code for one read or write of at most asked bytes that returned count.
-    int checkTransfer(ssize_t count, size_t asked);
+    ORMU_SIPSETUP_INTERNAL int checkTransfer(ssize_t count, size_t asked);
 };
 
 #endif

@@ -114,18 +114,15 @@ int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
         return 1;
     }
 
-    created->channel = channel.get();
+    created->channel = channel.release();
     created->connected = 1;
     created->waitAck = 1;
-    _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
-    if (SIP_COMM_ControlerGetAck(created.get(), &ack) != 0 || ack == SIPD_ACK_FAILED) {
-        if (created->connected != 0)
-            closeConnection(created.get());
-        return 1;
-    }
-    channel.release();
     *handle = created.release();
-    return 0;
+    _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
+    if (SIP_COMM_ControlerGetAck(*handle, &ack) == 0 && ack != SIPD_ACK_FAILED)
+        return 0;
+    SIP_COMM_ControlerDestruct(handle);
+    return 1;
 }
 
 int SIP_COMM_ControlerDestruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
