@@ -27,7 +27,6 @@ constexpr int NETWORK_RECORD_SIZE = 64;
 SETUP_SIP_ProfileEdit::SETUP_SIP_ProfileEdit(const QString& profileName, QWidget* parent, const char* name)
     : OrmuMainWidget(true, parent, name), isNewProfile(profileName.isEmpty()), initialName(profileName)
 {
-    record.network.clear(); // of a profile that is gone from the store nothing is known
     if (isNewProfile)
         SETUP_SIP_Agent::instance()->setDefaultProfileInfo(record);
     else

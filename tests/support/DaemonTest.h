@@ -22,8 +22,12 @@ protected:
     {
         const auto found = findScenario(scenario);
         ASSERT_TRUE(found) << "no scenario " << scenario;
+        playScenario(*found);
+    }
+    void playScenario(const Scenario& scenario)
+    {
         stopDaemon();
-        played = std::make_unique<ScriptedDaemon>(*found);
+        played = std::make_unique<ScriptedDaemon>(scenario);
         ASSERT_EQ(played->start(), "");
     }
 

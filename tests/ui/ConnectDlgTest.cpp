@@ -1,0 +1,518 @@
+#include "OrmuMainWidget.h"
+#include "OrmuMessageBox.h"
+#include "OrmuPushButton.h"
+#include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ConnectDlg.h"
+#include "SetupScreensTest.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QProgressBar>
+#include <QSignalSpy>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/select.h>
+#include <unistd.h>
+
+using namespace ScreenDriver;
+
+namespace {
+using Operation = SETUP_SIP_ConnectDlg::Operation;
+constexpr Operation CONNECT = SETUP_SIP_ConnectDlg::OP_CONNECT;
+constexpr Operation DISCONNECT = SETUP_SIP_ConnectDlg::OP_DISCONNECT;
+constexpr Operation RECONNECT = SETUP_SIP_ConnectDlg::OP_RECONNECT;
+
+const char ASSERTION[] = "[{]1[}] SETUP_SIP_ConnectDlg[.]cpp:[0-9]+\tormu assert failed !\n\n";
+const char HANDLE_ASSERTION[] = "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n";
+
+const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
+const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
+const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
+const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
+const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server", "Dialog_Exclamatory_Mark.gif",
+                         {"OK"});
+
+// The dialog over a screen, as its openers have it, for the profile "A" of the group Profile1.
+class ConnectDlg : public SetupScreensTest
+{
+protected:
+    ConnectDlg()
+    {
+        store(record("other"));
+        store(record("A"));
+        screen = std::make_unique<OrmuMainWidget>();
+        screen->show();
+    }
+    ~ConnectDlg() override { screen.reset(); }
+
+    // Deleted when it is done, as its openers do.
+    SETUP_SIP_ConnectDlg* make(Operation operation, QString profile = "A")
+    {
+        results.clear();
+        dialog = new SETUP_SIP_ConnectDlg(operation, profile, screen.get(), nullptr);
+        QObject::connect(dialog, &SETUP_SIP_ConnectDlg::connectDone, screen.get(), [this](bool ok) {
+            results += ok;
+            delete dialog;
+        });
+        return dialog;
+    }
+
+    SETUP_SIP_ConnectDlg* begin(Operation operation)
+    {
+        make(operation);
+        dialog->show();
+        dialog->startConnect();
+        return dialog;
+    }
+
+    // Runs one attempt to its end, its notices dismissed.
+    QList<ShownBox> attempt(Operation operation, const char* scenario, int notices = 1)
+    {
+        play(scenario);
+        const BoxAnswers answers(notices == 1 ? std::initializer_list<Qt::Key>{Qt::Key_F2}
+                                              : std::initializer_list<Qt::Key>{});
+        begin(operation);
+        finishConnecting();
+        return answers.boxes();
+    }
+
+    QList<int> requests()
+    {
+        QList<int> sent;
+        for (const _SIPD_MSG_PROFILE_S& request : daemon().requests()) {
+            EXPECT_STREQ(request.name, "Profile1");
+            sent += static_cast<int>(request.request);
+        }
+        return sent;
+    }
+
+    std::unique_ptr<OrmuMainWidget> screen;
+    QPointer<SETUP_SIP_ConnectDlg> dialog;
+    QList<bool> results;
+};
+
+TEST_F(ConnectDlg, NamesTheOperationInItsLabel)
+{
+    play("admit");
+    EXPECT_EQ(make(CONNECT)->labelText(), "Connecting...");
+    delete dialog;
+    EXPECT_EQ(make(DISCONNECT)->labelText(), "Disconnecting...");
+    delete dialog;
+    EXPECT_EQ(make(RECONNECT)->labelText(), "Reconnecting...");
+}
+
+TEST_F(ConnectDlg, HasTheMeasuresThatItsOpenersRelyOn)
+{
+    play("admit");
+    make(CONNECT)->show();
+    EXPECT_EQ(dialog->findChild<QProgressBar*>()->maximum(), 10);
+    EXPECT_EQ(dialog->progress(), 0);
+    EXPECT_FALSE(dialog->isModal());
+    EXPECT_EQ(dialog->parentWidget(), screen.get());
+    EXPECT_EQ(dialog->objectName(), "");
+    EXPECT_EQ(dialog->findChild<OrmuPushButton*>("right")->text(), "Cancel");
+    ASSERT_NE(timerOf(dialog), nullptr);
+    EXPECT_FALSE(timerOf(dialog)->isActive());
+}
+
+TEST_F(ConnectDlg, RegistersWithTheDaemonWhenMadeAndSendsNothingElse)
+{
+    play("admit");
+    make(CONNECT);
+    ASSERT_EQ(daemon().messages().size(), 1u);
+    EXPECT_EQ(daemon().messages()[0].type, SIPD_MSG_REGISTER);
+    EXPECT_EQ(daemon().messages()[0].appId, SIPD_APPID_SETUP);
+    delete dialog;
+    EXPECT_TRUE(daemon().waitForClosed(1));
+    EXPECT_EQ(daemon().messages().size(), 1u);
+}
+
+TEST_F(ConnectDlg, AsksForTheGroupOfTheProfile)
+{
+    play("never-answer");
+    begin(CONNECT);
+    ASSERT_TRUE(daemon().waitForRequests(1));
+    EXPECT_EQ(requests(), QList<int>({0}));
+    EXPECT_EQ(daemon().requests()[0].appId, 0u);
+    EXPECT_EQ(daemon().requests()[0].status, 0u);
+    delete dialog;
+    begin(DISCONNECT);
+    ASSERT_TRUE(daemon().waitForRequests(2));
+    EXPECT_EQ(requests(), QList<int>({0, 1}));
+    delete dialog;
+    begin(RECONNECT);
+    ASSERT_TRUE(daemon().waitForRequests(3));
+    EXPECT_EQ(requests(), QList<int>({0, 1, 1}));
+}
+
+TEST_F(ConnectDlg, TakesANameThatNoProfileHasForAGroupNameInLatin1)
+{
+    play("never-answer");
+    make(CONNECT, QString::fromUtf8("Büro"))->startConnect();
+    ASSERT_TRUE(daemon().waitForRequests(1));
+    EXPECT_STREQ(daemon().requests()[0].name, "B\xfcro");
+}
+
+TEST_F(ConnectDlg, LeavesTheNameThatItIsGivenAlone)
+{
+    play("admit");
+    QString name("A");
+    const SETUP_SIP_ConnectDlg other(CONNECT, name, screen.get(), "a name");
+    EXPECT_EQ(name, "A");
+    EXPECT_EQ(other.objectName(), "a name");
+}
+
+TEST_F(ConnectDlg, LooksForTheAckOnceASecondAndShowsNothingBefore)
+{
+    play("admit");
+    const BoxAnswers answers({Qt::Key_F2});
+    QElapsedTimer clock;
+    clock.start();
+    begin(CONNECT);
+    EXPECT_EQ(timerOf(dialog)->interval(), 1000);
+    EXPECT_FALSE(timerOf(dialog)->isSingleShot());
+    EXPECT_EQ(timerOf(dialog)->parent(), dialog);
+    ASSERT_TRUE(waitFor([this] { return dialog == nullptr; }));
+    EXPECT_GE(clock.elapsed(), 950);
+    EXPECT_LT(clock.elapsed(), 2000) << "an ack that is there is taken at the first tick";
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+}
+
+TEST_F(ConnectDlg, FillsItsBarInTenTicksAndBeginsAgainForAsLongAsItTakes)
+{
+    play("never-answer");
+    begin(CONNECT);
+    QList<int> shown;
+    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog,
+                     [this, &shown] { shown += dialog->progress(); });
+    timerOf(dialog)->setInterval(1);
+    ASSERT_TRUE(waitFor([&shown] { return shown.size() >= 23; }));
+    EXPECT_EQ(shown.mid(0, 23),
+              QList<int>({1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1, 2, 3}));
+    EXPECT_TRUE(timerOf(dialog)->isActive());
+    EXPECT_EQ(results, QList<bool>());
+}
+
+struct Outcome
+{
+    Operation operation;
+    const char* scenario;
+    ShownBox notice;
+    bool ok;
+};
+
+TEST_F(ConnectDlg, TellsEachOutcomeInANoticeAndThenReportsIt)
+{
+    const QList<Outcome> outcomes = {
+        {CONNECT, "ack:0", CONNECTED, true},
+        {CONNECT, "ack:1", FAILED, false},
+        {CONNECT, "ack:2", UNAVAILABLE, false},
+        {CONNECT, "ack:3", INCORRECT, false},
+        {CONNECT, "ack:4", FAILED, false},
+        {DISCONNECT, "ack:0", DISCONNECTED, true},
+        {DISCONNECT, "ack:1", FAILED, false},
+        {DISCONNECT, "ack:2", UNAVAILABLE, false},
+        {DISCONNECT, "ack:3", INCORRECT, false},
+        {DISCONNECT, "ack:4", FAILED, false},
+        {RECONNECT, "ack:0", CONNECTED, true},
+        {RECONNECT, "disconnect-ack:1", FAILED, false},
+        {RECONNECT, "ack:2", UNAVAILABLE, false},
+        {RECONNECT, "disconnect-ack:3", INCORRECT, false},
+        {RECONNECT, "ack:4", FAILED, false},
+        {RECONNECT, "connect-ack:1", FAILED, false},
+        {RECONNECT, "connect-ack:2", UNAVAILABLE, false},
+        {RECONNECT, "connect-ack:3", INCORRECT, false},
+        {RECONNECT, "connect-ack:4", FAILED, false},
+    };
+    for (const Outcome& outcome : outcomes) {
+        SCOPED_TRACE(testing::Message() << outcome.operation << " " << outcome.scenario);
+        EXPECT_EQ(attempt(outcome.operation, outcome.scenario), QList<ShownBox>({outcome.notice}));
+        EXPECT_EQ(results, QList<bool>({outcome.ok}));
+    }
+}
+
+TEST_F(ConnectDlg, ReportsOnlyWhenTheNoticeIsGone)
+{
+    play("ack:3");
+    begin(CONNECT);
+    QList<bool> before = {true};
+    const auto notice = onceOpen<OrmuMessageBox>([this, &before](OrmuMessageBox&) {
+        keepPicture("connect-incorrect-profile");
+        before = results;
+        EXPECT_NE(dialog, nullptr);
+        EXPECT_FALSE(timerOf(dialog)->isActive());
+        press(Qt::Key_5);
+    });
+    finishConnecting();
+    EXPECT_EQ(before, QList<bool>());
+    EXPECT_EQ(results, QList<bool>({false}));
+}
+
+TEST_F(ConnectDlg, ItsNoticesGoAwayByThemselves)
+{
+    play("admit");
+    begin(CONNECT);
+    const auto notice = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { keepPicture("connect-success"); });
+    finishConnecting();
+    EXPECT_EQ(results, QList<bool>({true}));
+}
+
+TEST_F(ConnectDlg, ReconnectsByADisconnectAndThenAConnectUnderOneLabel)
+{
+    play("admit");
+    begin(RECONNECT);
+    const auto notice = onceOpen<OrmuMessageBox>([this](OrmuMessageBox& box) {
+        EXPECT_EQ(ShownBox(box), CONNECTED);
+        EXPECT_EQ(dialog->labelText(), "Reconnecting...");
+        press(Qt::Key_F2);
+    });
+    finishConnecting();
+    EXPECT_EQ(requests(), QList<int>({1, 0}));
+    EXPECT_EQ(daemon().accepted(), 1) << "both go over one connection";
+    EXPECT_EQ(results, QList<bool>({true}));
+}
+
+TEST_F(ConnectDlg, ReconnectTicksOnceASecondInItsSecondHalfToo)
+{
+    play("admit");
+    begin(RECONNECT);
+    timerOf(dialog)->setInterval(1);
+    ASSERT_TRUE(waitFor([this] { return daemon().requests().size() == 2; }));
+    EXPECT_TRUE(timerOf(dialog)->isActive());
+    EXPECT_EQ(timerOf(dialog)->interval(), 1000);
+    EXPECT_EQ(results, QList<bool>());
+}
+
+TEST_F(ConnectDlg, ReconnectEndsAfterADisconnectThatFails)
+{
+    EXPECT_EQ(attempt(RECONNECT, "disconnect-ack:2"), QList<ShownBox>({UNAVAILABLE}));
+    EXPECT_EQ(requests(), QList<int>({1}));
+}
+
+TEST_F(ConnectDlg, PicksUpALateAckAtTheNextTick)
+{
+    play("late:60");
+    const BoxAnswers answers({Qt::Key_F2});
+    begin(CONNECT);
+    int ticks = 0;
+    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [&ticks] { ++ticks; });
+    finishConnecting();
+    EXPECT_GT(ticks, 1);
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+}
+
+TEST_F(ConnectDlg, CancelReportsFalseOnceAndShowsNothing)
+{
+    play("never-answer");
+    for (const auto cancel :
+         {+[](SETUP_SIP_ConnectDlg*) { press(Qt::Key_F3); },
+          +[](SETUP_SIP_ConnectDlg*) { press(Qt::Key_Escape); },
+          +[](SETUP_SIP_ConnectDlg* shown) { click(shown->findChild<OrmuPushButton*>("right")); }}) {
+        begin(CONNECT);
+        cancel(dialog);
+        EXPECT_EQ(dialog, nullptr);
+        EXPECT_EQ(results, QList<bool>({false}));
+        EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), screen.get());
+    }
+    EXPECT_TRUE(daemon().waitForClosed(3));
+}
+
+TEST_F(ConnectDlg, CancelLeavesTheAckThatIsThereUnread)
+{
+    play("never-answer");
+    QString name("A");
+    SETUP_SIP_ConnectDlg kept(CONNECT, name, screen.get(), nullptr);
+    const QSignalSpy done(&kept, &SETUP_SIP_ConnectDlg::connectDone);
+    kept.show();
+    kept.startConnect();
+    ASSERT_TRUE(daemon().waitForRequests(1));
+    daemon().send(encodeAck(0));
+    press(Qt::Key_F3);
+    EXPECT_FALSE(timerOf(&kept)->isActive());
+    ASSERT_EQ(done.count(), 1);
+    EXPECT_EQ(done[0][0], false);
+    EXPECT_TRUE(kept.isVisible()) << "it never hides by itself";
+    EXPECT_EQ(daemon().closed(), 0) << "the connection goes with the dialog";
+}
+
+TEST_F(ConnectDlg, CancelInEitherHalfOfAReconnectEndsIt)
+{
+    play("never-answer");
+    begin(RECONNECT);
+    press(Qt::Key_F3);
+    EXPECT_EQ(results, QList<bool>({false}));
+
+    begin(RECONNECT);
+    ASSERT_TRUE(daemon().waitForRequests(2));
+    daemon().send(encodeAck(0));
+    timerOf(dialog)->setInterval(1);
+    ASSERT_TRUE(waitFor([this] { return daemon().requests().size() == 3; }));
+    EXPECT_EQ(requests(), QList<int>({1, 1, 0}));
+    press(Qt::Key_F3);
+    EXPECT_EQ(results, QList<bool>({false}));
+    EXPECT_EQ(dialog, nullptr);
+}
+
+TEST_F(ConnectDlg, IsDeafToOtherKeysWhileItWaits)
+{
+    play("never-answer");
+    begin(CONNECT);
+    for (const Qt::Key key :
+         {Qt::Key_F1, Qt::Key_F2, Qt::Key_Return, Qt::Key_Up, Qt::Key_Down, Qt::Key_Menu, Qt::Key_5})
+        press(key);
+    keepPicture("connecting");
+    EXPECT_EQ(results, QList<bool>());
+    EXPECT_TRUE(dialog->isVisible());
+}
+
+TEST_F(ConnectDlg, FailsAtOnceAndSilentlyWhenTheRequestCannotBeSent)
+{
+    for (const Operation operation : {CONNECT, DISCONNECT, RECONNECT}) {
+        play("admit");
+        make(operation)->show();
+        stopDaemon();
+        dialog->startConnect();
+        EXPECT_EQ(dialog, nullptr);
+        EXPECT_EQ(results, QList<bool>({false}));
+        EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
+    }
+}
+
+TEST_F(ConnectDlg, FailsAtOnceWhenAnAckIsOutstanding)
+{
+    play("never-answer");
+    begin(CONNECT)->startConnect();
+    EXPECT_EQ(results, QList<bool>({false}));
+    EXPECT_EQ(dialog, nullptr);
+}
+
+TEST_F(ConnectDlg, CountsADaemonThatDiesWhileItWaitsAsAFailure)
+{
+    play("never-answer");
+    const BoxAnswers answers({Qt::Key_F2});
+    begin(CONNECT);
+    ASSERT_TRUE(daemon().waitForRequests(1));
+    stopDaemon();
+    finishConnecting();
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({FAILED}));
+    EXPECT_EQ(results, QList<bool>({false}));
+}
+
+TEST_F(ConnectDlg, CountsAnAckThatCannotBeReadAsAFailure)
+{
+    // The registration's answer has 16 bytes, and so has the ack.
+    QStringList scenarios = {"reset", "wrong-type:3", "wrong-type:0"};
+    for (int sent = 17; sent < 32; ++sent)
+        scenarios += QString("close-after:%1").arg(sent);
+    for (const QString& scenario : scenarios) {
+        SCOPED_TRACE(scenario.toStdString());
+        EXPECT_EQ(attempt(CONNECT, scenario.toUtf8()), QList<ShownBox>({FAILED}));
+        EXPECT_EQ(results, QList<bool>({false}));
+    }
+}
+
+TEST_F(ConnectDlg, ReadsAnAckThatComesInPieces)
+{
+    EXPECT_EQ(attempt(CONNECT, "single-bytes"), QList<ShownBox>({CONNECTED}));
+    EXPECT_EQ(attempt(CONNECT, "split-after:20"), QList<ShownBox>({CONNECTED}));
+}
+
+TEST_F(ConnectDlg, EndsSilentlyWhenTheDaemonDiesBetweenTheHalvesOfAReconnect)
+{
+    // The first half is acknowledged, and nobody is there for the second.
+    EXPECT_EQ(attempt(RECONNECT, "close-after:32", 0), QList<ShownBox>());
+    EXPECT_EQ(results, QList<bool>({false}));
+}
+
+TEST_F(ConnectDlg, MayLoseItsOpenerWhileItsNoticeIsShown)
+{
+    for (const char* scenario : {"ack:0", "ack:1"}) {
+        play(scenario);
+        begin(CONNECT);
+        const auto notice = onceOpen<OrmuMessageBox>([this](OrmuMessageBox&) {
+            screen.reset();
+            press(Qt::Key_F2);
+        });
+        finishConnecting();
+        EXPECT_EQ(results, QList<bool>()) << "nobody is there to be told";
+        screen = std::make_unique<OrmuMainWidget>();
+        screen->show();
+    }
+}
+
+TEST_F(ConnectDlg, PollsADescriptorThatNoSetOfSelectHolds)
+{
+    rlimit former{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &former), 0);
+    rlimit raised = former;
+    constexpr int SETS = 3;
+    raised.rlim_cur = SETS * FD_SETSIZE + 100;
+    ASSERT_LE(raised.rlim_cur, former.rlim_max);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &raised), 0);
+    std::vector<int> opened;
+    while (opened.empty() || opened.back() < SETS * FD_SETSIZE)
+        opened.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+
+    play("never-answer");
+    const BoxAnswers answers({Qt::Key_F2});
+    begin(CONNECT);
+    int ticks = 0;
+    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [&ticks] { ++ticks; });
+    timerOf(dialog)->setInterval(1);
+    ASSERT_TRUE(waitFor([&ticks] { return ticks > 5; }));
+    EXPECT_TRUE(timerOf(dialog)->isActive()) << "it waits as long as there is no ack";
+    daemon().send(encodeAck(0));
+    finishConnecting();
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+
+    for (const int fd : opened)
+        close(fd);
+    setrlimit(RLIMIT_NOFILE, &former);
+}
+
+using ConnectDlgDeath = ConnectDlg;
+
+TEST_F(ConnectDlgDeath, AbortsOnAnAckThatIsNotDefined)
+{
+    play("admit");
+    make(CONNECT);
+    for (const unsigned ack : {5U, 6U, 100U, 0xffffffffU})
+        EXPECT_EXIT(dialog->processResult(static_cast<_SIPD_APP_ACK_E>(ack)),
+                    testing::KilledBySignal(SIGABRT), ASSERTION);
+}
+
+TEST_F(ConnectDlgDeath, AbortsWhenTheDaemonSendsSuchAnAck)
+{
+    play("ack:5");
+    begin(CONNECT);
+    // The child that dies has no event loop to wait in: it shares its parent's.
+    const auto tickUntilItIsThere = [this] {
+        while (QMetaObject::invokeMethod(dialog, "slotProgress"))
+            usleep(1000);
+    };
+    EXPECT_EXIT(tickUntilItIsThere(), testing::KilledBySignal(SIGABRT), ASSERTION);
+}
+
+TEST_F(ConnectDlgDeath, AbortsOnAnOperationThatIsNotDefined)
+{
+    play("admit");
+    for (const int operation : {-1, 3})
+        EXPECT_EXIT(make(static_cast<Operation>(operation)), testing::KilledBySignal(SIGABRT), ASSERTION);
+}
+
+TEST_F(ConnectDlgDeath, AbortsInStartConnectWithoutADaemonOrWhenItRefuses)
+{
+    make(CONNECT);
+    EXPECT_EQ(dialog->labelText(), "Connecting...");
+    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), HANDLE_ASSERTION);
+    delete dialog;
+    play("refuse");
+    make(RECONNECT);
+    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), HANDLE_ASSERTION);
+}
+
+} // namespace
