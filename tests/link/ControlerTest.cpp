@@ -192,41 +192,40 @@ TEST_F(Controler, SendsEachRequestByteForByte)
     construct("admit");
     const std::string head = encodeHead(140, 3, 100);
     std::string expected = encodeHead(0, 1, 100);
-    const auto expectSent = [&](const char* request, const std::string& applicationId,
-                                const std::string& name) {
-        expected += head + std::string(request, 4) + applicationId + std::string(4, '\0') + name +
+    const auto expectSent = [&](char request, const std::string& applicationId, const std::string& name) {
+        expected += head + std::string{request, 0, 0, 0} + applicationId + std::string(4, '\0') + name +
                     std::string(128 - name.size(), '\0');
         EXPECT_TRUE(daemon().waitForBytes(expected.size()));
         EXPECT_EQ(daemon().received(), expected);
     };
     const std::string noApplication(4, '\0');
-    const std::string application("\x02\x01\0\0", 4);
+    const std::string application{2, 1, 0, 0};
     const auto appId = static_cast<_SIPD_APPID_E>(0x102);
     char name[128];
 
     EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerProfileConnect(handle, "Profile0"), 0); }),
                 IsEmpty());
     EXPECT_EQ(handle->waitAck, 1);
-    expectSent("\0\0\0\0", noApplication, "Profile0");
+    expectSent(0, noApplication, "Profile0");
     EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0); }),
                 ElementsAre(receivedAck, readAck));
     EXPECT_EQ(handle->waitAck, 0);
 
     EXPECT_EQ(SIP_COMM_ControlerProfileDisconnect(handle, "Profile1"), 0);
-    expectSent("\1\0\0\0", noApplication, "Profile1");
+    expectSent(1, noApplication, "Profile1");
     EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
 
     EXPECT_THAT(
         diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(handle, "Profile2", &status), 0); }),
         ElementsAre(receivedProfile, readProfile));
-    expectSent("\3\0\0\0", noApplication, "Profile2");
+    expectSent(3, noApplication, "Profile2");
 
     EXPECT_EQ(SIP_COMM_ControlerSetProfileName(handle, appId, "Profile3"), 0);
-    expectSent("\4\0\0\0", application, "Profile3");
+    expectSent(4, application, "Profile3");
     EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
 
     EXPECT_EQ(SIP_COMM_ControlerGetProfileName(handle, appId, name, sizeof(name)), 0);
-    expectSent("\5\0\0\0", application, "");
+    expectSent(5, application, "");
     EXPECT_STREQ(name, "Profile3");
 }
 

@@ -11,6 +11,7 @@ ChildProgram::ChildProgram(const std::vector<std::string>& command)
     if (pipe2(ends, O_CLOEXEC) != 0)
         return;
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);

@@ -87,7 +87,7 @@ std::string ScriptedDaemon::start()
     const sockaddr_un address = socketAddress();
     if (bind(listenFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         listen(listenFd, SOMAXCONN) != 0) {
-        const std::string why = failure("listen on");
+        std::string why = failure("listen on");
         close(listenFd);
         return why;
     }
@@ -167,9 +167,10 @@ void ScriptedDaemon::run()
 int ScriptedDaemon::pollTimeout() const
 {
     // Nobody is told when a client has read: look again soon.
-    for (const auto& [id, client] : clients)
+    for (const auto& [id, client] : clients) {
         if (!client.out.empty())
             return 1;
+    }
     if (dues.empty())
         return -1;
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(dues.begin()->first - Clock::now());
@@ -188,8 +189,8 @@ void ScriptedDaemon::acceptClient()
 
 bool ScriptedDaemon::readFrom(int id, Client& client)
 {
+    // Once the whole request has been sent, or the client would notice in the middle of sending it.
     if (scenario.resets && client.admitted)
-        // Once the whole request has been sent, or the client would notice in the middle of sending it.
         return unreadFrom(client.fd) < sizeof(_SIPD_MSG_HEAD_S) + sizeof(_SIPD_MSG_PROFILE_S);
     char buffer[4096];
     const ssize_t count = recv(client.fd, buffer, sizeof(buffer), MSG_DONTWAIT);
@@ -362,9 +363,10 @@ std::vector<SipdMessage> ScriptedDaemon::messages() const
 std::vector<_SIPD_MSG_PROFILE_S> ScriptedDaemon::requests() const
 {
     std::vector<_SIPD_MSG_PROFILE_S> found;
-    for (const SipdMessage& message : messages())
+    for (const SipdMessage& message : messages()) {
         if (const auto profile = decodeProfile(message))
             found.push_back(*profile);
+    }
     return found;
 }
 
