@@ -108,7 +108,7 @@ TEST_F(ProfileStore, ReadsEveryFieldOfAMissingGroupAsANewProfiles)
     SETUP_SET_Manager manager(file(), false);
     SIP_PROFILE_CONTENT record = unusualRecord("A");
     SETUP_SIP_Agent::getProfileInfoFromFile(&manager, record, "Profile0");
-    expectEqual(record, SIP_PROFILE_CONTENT());
+    expectEqual(record, newRecord(QString()));
 }
 
 TEST_F(ProfileStore, ReadsTheMissingKeysOfAGroupAsANewProfiles)
@@ -117,8 +117,7 @@ TEST_F(ProfileStore, ReadsTheMissingKeysOfAGroupAsANewProfiles)
     SIP_PROFILE_CONTENT record = unusualRecord("B");
     QString seventh = "Profile7";
     EXPECT_TRUE(SETUP_SIP_Agent::getProfileByName(seventh, record));
-    SIP_PROFILE_CONTENT expected;
-    expected.displayName = "A";
+    SIP_PROFILE_CONTENT expected = newRecord("A");
     expected.locked = true;
     expectEqual(record, expected);
 }

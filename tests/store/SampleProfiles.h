@@ -24,11 +24,19 @@ inline SIP_PROFILE_CONTENT unusualRecord(const QString& name)
     return record;
 }
 
-// Adds a new profile of that name through the store.
-inline void addProfile(const QString& name)
+// A new profile of that name.
+inline SIP_PROFILE_CONTENT newRecord(const QString& name)
 {
     SIP_PROFILE_CONTENT record;
     record.displayName = name;
+    record.network = QStringLiteral("internet");
+    return record;
+}
+
+// Adds a new profile of that name through the store.
+inline void addProfile(const QString& name)
+{
+    SIP_PROFILE_CONTENT record = newRecord(name);
     SETUP_SIP_Agent::instance()->setProfileInfo(record, name);
 }
 

@@ -86,6 +86,7 @@ SIP_PROFILE_CONTENT SetupScreensTest::record(const QString& name)
 {
     SIP_PROFILE_CONTENT record;
     record.displayName = name;
+    record.network = "internet";
     record.server = name + ".example.org";
     record.userID = "me";
     record.password = "secret";
