@@ -10,6 +10,8 @@ QFunctionPointer resolveLibraryFunction(const QString& fileName, const char* fun
     QLibrary library(QFileInfo::exists(beside) ? beside : fileName);
     const QFunctionPointer found = library.resolve(function);
     if (found == nullptr)
-        error = library.errorString();
+        error = library.isLoaded() ? QCoreApplication::translate("LibraryFunction", "%1 has no function %2")
+                                         .arg(fileName, QLatin1String(function))
+                                   : library.errorString();
     return found;
 }

@@ -1,11 +1,10 @@
 #include "HomeScreen.h"
+#include "LibraryFunction.h"
+#include "OrmuMessageBox.h"
 #include "ScreenDriver.h"
-#include "ScreenTour.h"
 #include "SettingsFixture.h"
+#include "UTIL_Dialog.h"
 #include "UTIL_ListBox.h"
-
-#include <QDir>
-#include <QImage>
 
 using namespace ScreenDriver;
 
@@ -68,20 +67,57 @@ TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
     EXPECT_EQ(list->item(1)->text(), "Ёлка");
 }
 
-TEST_F(Phone, TakesPicturesOfItsScreensAtThePhonesSize)
+TEST_F(Phone, ChoosesAProfileAndShowsItsGroupName)
 {
-    ASSERT_TRUE(takeScreenTour(directory() + "/pictures"));
-    const QStringList pictures = QDir(directory() + "/pictures").entryList({"*.png"});
-    EXPECT_TRUE(pictures.contains("profile-list-menu.png"));
-    for (const QString& picture : pictures)
-        EXPECT_EQ(QImage(directory() + "/pictures/" + picture).size(), QSize(240, 320))
-            << qPrintable(picture);
+    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile3]\nDisplayName=B\n");
+    const auto choose = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) {
+        press(Qt::Key_Down);
+        press(Qt::Key_Return);
+        press(Qt::Key_F1);
+    });
+    QString told;
+    const auto dismiss = onceOpen<OrmuMessageBox>([&told](OrmuMessageBox& box) {
+        told = box.text();
+        press(Qt::Key_Return);
+    });
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(told, "Profile3");
+    EXPECT_EQ(open<HomeScreen>(), &home);
 }
 
-TEST_F(Phone, SaysWhenAPictureCannotBeWritten)
+TEST_F(Phone, MarksTheProfileThatWasChosenLast)
 {
-    EXPECT_FALSE(takeScreenTour("/proc/no such folder"));
+    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile3]\nDisplayName=B\n");
+    press(Qt::Key_Down);
+    for (const bool marked : {false, true}) {
+        const auto choose = onceOpen<UTIL_Dialog>([marked](UTIL_Dialog& dialog) {
+            EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->itemChecked(1), marked);
+            press(Qt::Key_Down);
+            press(Qt::Key_Return);
+            press(Qt::Key_F1);
+        });
+        const auto dismiss = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(Qt::Key_Return); });
+        press(Qt::Key_Return);
+    }
+}
+
+TEST_F(Phone, TellsNothingAfterAChoiceThatWasCancelled)
+{
+    press(Qt::Key_Down);
+    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) { press(Qt::Key_F3); });
+    press(Qt::Key_Return);
     EXPECT_EQ(open<HomeScreen>(), &home);
+}
+
+TEST_F(Phone, SaysWhyALibraryOrItsFunctionCannotBeHad)
+{
+    QString error;
+    EXPECT_EQ(resolveLibraryFunction("libno-such-library.so.1", "function", error), nullptr);
+    EXPECT_TRUE(error.contains("libno-such-library.so.1")) << qPrintable(error);
+    error.clear();
+    EXPECT_EQ(resolveLibraryFunction("libormusipsetup-xscale-r.so.1", "no_such_function", error), nullptr);
+    EXPECT_TRUE(error.contains("no_such_function")) << qPrintable(error);
 }
 
 } // namespace
