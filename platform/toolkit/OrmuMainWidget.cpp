@@ -17,6 +17,7 @@
 
 namespace {
 constexpr int TEXT_INDENT = 5;
+constexpr int ENTRY_SURROUNDINGS = 32;
 
 // Makes the open list of a combo box a part of the phone: it opens inside the phone's window, the left, the
 // middle and the centre key choose, the right one and Escape close.
@@ -128,16 +129,29 @@ private:
         case QEvent::KeyPress:
             return press(entry, static_cast<QKeyEvent*>(event));
         case QEvent::FocusIn:
-            // Not under the pointer: it would miss what it is about to release.
-            if (static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason)
-                ensureWidgetVisible(entry);
+            if (movesByKeys(static_cast<QFocusEvent*>(event)->reason()))
+                showWhole(entry);
             return false;
         case QEvent::MouseButtonRelease:
-            QTimer::singleShot(0, entry, [this, entry] { ensureWidgetVisible(entry); });
+            QTimer::singleShot(0, entry, [this, entry] { showWhole(entry); });
             return false;
         default:
             return false;
         }
+    }
+
+    // With what stands next to it, its label above all.
+    void showWhole(const QWidget* entry)
+    {
+        ensureVisible(0, entry->geometry().center().y(), 0, entry->height() / 2 + ENTRY_SURROUNDINGS);
+    }
+
+    // Under the pointer nothing must move before its button is released; and when the phone's window comes
+    // back to the front, or a menu closes, the focus is where it was.
+    static bool movesByKeys(Qt::FocusReason reason)
+    {
+        return reason != Qt::MouseFocusReason && reason != Qt::ActiveWindowFocusReason &&
+               reason != Qt::PopupFocusReason;
     }
 
     bool press(QWidget* entry, const QKeyEvent* event)

@@ -1,6 +1,8 @@
 #include "OrmuApplication.h"
+#include "OrmuPhoneWindow.h"
 
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gmock/gmock.h>
 
@@ -17,5 +19,9 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("QT_SCALE_FACTOR");
     const OrmuApplication application(argc, argv);
+    // The phone is on: its window has the keys.
+    OrmuPhoneWindow::instance()->show();
+    if (!QTest::qWaitForWindowActive(OrmuPhoneWindow::instance()))
+        qFatal("the phone's window does not become active");
     return RUN_ALL_TESTS();
 }
