@@ -140,9 +140,11 @@ void UTIL_ListBox::checkItem(QListBoxItem* item, bool checked)
     auto* marked = static_cast<UTIL_ListBoxItem*>(item);
     if (marked == nullptr)
         return;
-    if (checked && marked->columns().contains(QLatin1Char('R')))
+    if (checked && marked->columns().contains(QLatin1Char('R'))) {
         for (int i = 0; i < count(); ++i)
             static_cast<UTIL_ListBoxItem*>(this->item(i))->checked_ = false;
+        setCurrentItem(row(marked));
+    }
     marked->checked_ = checked;
     viewport()->update();
 }

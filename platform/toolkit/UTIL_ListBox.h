@@ -46,7 +46,8 @@ public:
     // use.
     UTIL_ListBox(const QString& format, QWidget* parent, unsigned int flags);
 
-    // Rows that are not there are not marked, and count as unmarked.
+    // Rows that are not there are not marked, and count as unmarked. A row whose radio mark is set becomes
+    // the current one, so that the user finds it.
     void checkItem(int index, bool checked);
     void checkItem(QListBoxItem* item, bool checked);
     bool itemChecked(int index) const;

@@ -82,6 +82,19 @@ QString refusal()
     return text;
 }
 
+TEST_F(MainMenu, BelongsToAScreenWithNineProtectedSlots)
+{
+    openScreen();
+    EXPECT_EQ(
+        ownMethods(*screen->metaObject()),
+        QStringList({"protected slot menuItemActivated(int)", "protected slot contentMenuItemActivated(int)",
+                     "protected slot editDone(bool)", "protected slot detailDone(bool)",
+                     "protected slot itemClicked(int,QListBoxItem*,QPoint)",
+                     "protected slot showContentMenu(QListBoxItem*,QPoint)",
+                     "protected slot userIDPasswordDone(bool)", "protected slot connectDone(bool)",
+                     "protected slot customEvent(QCustomEvent*)"}));
+}
+
 TEST_F(MainMenu, OpensAnEmptyEditScreenOfItsOwnForANewProfile)
 {
     storeProfile("A");
@@ -251,8 +264,9 @@ TEST_F(MainMenu, RefreshesTheListWhenTheDeleteDialogIsAcceptedOnly)
     }
 }
 
-TEST_F(MainMenu, UnknownMenuIdAbortsDeath)
+TEST_F(MainMenu, DeathOfTheProcessAnswersAnUnknownMenuId)
 {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     openScreen();
     for (const int id : {2, -1, 1000})
         EXPECT_EXIT(QMetaObject::invokeMethod(screen.get(), "menuItemActivated", Q_ARG(int, id)),

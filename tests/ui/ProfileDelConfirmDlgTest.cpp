@@ -214,7 +214,9 @@ TEST_F(ProfileDelConfirmDlg, DeletesAfterTheLastRowWasTickedFarDownTheList)
     storeProfiles(10);
     EXPECT_EQ(run([this] {
                   tick(9);
-                  EXPECT_TRUE(list->viewport()->rect().contains(list->visualItemRect(list->item(9))));
+                  EXPECT_TRUE(waitFor([this] {
+                      return list->viewport()->rect().contains(list->visualItemRect(list->item(9)));
+                  }));
                   press(Qt::Key_F1);
               }),
               QDialog::Accepted);

@@ -197,6 +197,30 @@ TEST_F(ProfileSelectDlg, KeepsOneMarkAtATime)
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile9");
 }
 
+TEST_F(ProfileSelectDlg, OpensWithTheKeysOnTheMarkedRowAndShowsIt)
+{
+    storeProfiles(10);
+    makeDialog("Profile9");
+    run([this] {
+        EXPECT_TRUE(list->hasFocus());
+        EXPECT_EQ(list->currentItem(), 9);
+        EXPECT_TRUE(waitFor(
+            [this] { return list->viewport()->rect().contains(list->visualItemRect(list->item(9))); }));
+        press(Qt::Key_F3);
+    });
+}
+
+TEST_F(ProfileSelectDlg, OpensWithTheKeysOnTheFirstRowWhenNoneIsMarked)
+{
+    storeProfiles(2);
+    makeDialog("");
+    run([this] {
+        EXPECT_TRUE(list->hasFocus());
+        EXPECT_EQ(list->currentItem(), 0);
+        press(Qt::Key_F3);
+    });
+}
+
 TEST_F(ProfileSelectDlg, IsRejectedByCancel)
 {
     storeProfiles(2);
