@@ -261,7 +261,8 @@ void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, co
         return;
     }
     // An address or a name may be one word that is longer than its line.
-    QTextOption option(static_cast<Qt::Alignment>(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask)));
+    QTextOption option(
+        static_cast<Qt::Alignment>(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask)));
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     painter->save();
     painter->setPen(colors.color(enabled ? QPalette::Normal : QPalette::Disabled, textRole));
