@@ -26,7 +26,7 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
     {
-        return {list_->viewport()->width(), ROW_HEIGHT};
+        return {0, ROW_HEIGHT}; // a row is as wide as the list, also when that gets a scroll bar
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override

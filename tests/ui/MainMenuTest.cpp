@@ -1,8 +1,8 @@
 #include "OrmuPushButton.h"
+#include "ProfileScreenTest.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_ProfileListBase.h"
-#include "SetupScreenTest.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -14,7 +14,7 @@ using namespace ScreenDriver;
 namespace {
 enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
 
-class MainMenu : public SetupScreenTest
+class MainMenu : public ProfileScreenTest
 {
 protected:
     // Screens that outlive the list screen are whoever's finds them.

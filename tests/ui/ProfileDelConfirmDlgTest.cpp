@@ -1,8 +1,8 @@
 #include "Diagnostics.h"
 #include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
+#include "ProfileScreenTest.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
-#include "SetupScreenTest.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
 
@@ -13,7 +13,7 @@ using namespace ScreenDriver;
 
 namespace {
 
-class ProfileDelConfirmDlg : public SetupScreenTest
+class ProfileDelConfirmDlg : public ProfileScreenTest
 {
 protected:
     // Makes the dialog over what the test has stored, which is read from the file.

@@ -2,8 +2,8 @@
 #include "OrmuPushButton.h"
 #include "OrmuSkin.h"
 #include "OrmuStyle.h"
+#include "ProfileScreenTest.h"
 #include "SETUP_SIP_ProfileEdit.h"
-#include "SetupScreenTest.h"
 
 #include <QClipboard>
 #include <QLabel>
@@ -66,7 +66,7 @@ extern "C" int NAPI_ListAllProfile(void* buffer, int* count)
 
 namespace {
 
-class ProfileEdit : public SetupScreenTest
+class ProfileEdit : public ProfileScreenTest
 {
 protected:
     ~ProfileEdit() override { connections = nullptr; }

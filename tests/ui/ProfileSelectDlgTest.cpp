@@ -1,8 +1,8 @@
 #include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
+#include "ProfileScreenTest.h"
 #include "SETUP_SIP_ProfileListBase.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
-#include "SetupScreenTest.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -14,7 +14,7 @@ using namespace ScreenDriver;
 namespace {
 
 // Uses the library as another program does.
-class ProfileSelectDlg : public SetupScreenTest
+class ProfileSelectDlg : public ProfileScreenTest
 {
 protected:
     void makeDialog(const QString& profile)

@@ -1,4 +1,5 @@
 #include "DaemonTest.h"
+#include "ProfileScreenTest.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
@@ -6,7 +7,6 @@
 #include "SETUP_SIP_ProfileListBase.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
-#include "SetupScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 

@@ -1,5 +1,5 @@
-#ifndef SETUPSCREENTEST_H
-#define SETUPSCREENTEST_H
+#ifndef PROFILESCREENTEST_H
+#define PROFILESCREENTEST_H
 
 #include "OrmuMainWidget.h"
 #include "OrmuMessageBox.h"
@@ -140,11 +140,11 @@ struct EditForm
     UTIL_CST* softKeys;
 };
 
-// A test of a screen, with a store of its own.
-class SetupScreenTest : public SettingsTest
+// A test of a screen that needs no daemon, with a store of its own.
+class ProfileScreenTest : public SettingsTest
 {
 protected:
-    ~SetupScreenTest() override { SETUP_SIP_Agent::cleanup(); }
+    ~ProfileScreenTest() override { SETUP_SIP_Agent::cleanup(); }
 
     // The names in the settings file, in the order of the store that reads it next.
     static QStringList namesInFile()
