@@ -488,8 +488,8 @@ TEST_F(ConnectDlgDeath, AbortsOnAnAckThatIsNotDefined)
 TEST_F(ConnectDlgDeath, AbortsWhenTheDaemonSendsSuchAnAck)
 {
     play("ack:5");
-    begin(CONNECT);
-    // The child that dies has no event loop to wait in: it shares its parent's.
+    // Not shown: the child that dies has neither the threads to paint nor an event loop of its own.
+    make(CONNECT)->startConnect();
     const auto tickUntilItIsThere = [this] {
         while (QMetaObject::invokeMethod(dialog, "slotProgress"))
             usleep(1000);

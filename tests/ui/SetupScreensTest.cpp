@@ -1,9 +1,11 @@
 #include "SetupScreensTest.h"
 
 #include "OrmuMessageBox.h"
+#include "OrmuMultiLineEdit.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ConnectDlg.h"
+#include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
@@ -88,6 +90,7 @@ SIP_PROFILE_CONTENT SetupScreensTest::record(const QString& name)
     record.displayName = name;
     record.network = "internet";
     record.server = name + ".example.org";
+    record.network = "internet";
     record.userID = "me";
     record.password = "secret";
     record.needUserIDPass = false;
@@ -179,6 +182,11 @@ void SetupScreensTest::finishConnecting()
 
 void SetupScreensTest::fillPrompt(const QString& user, const QString& password)
 {
+    auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
+    ASSERT_NE(prompt, nullptr);
+    const auto* first = prompt->findChild<OrmuMultiLineEdit*>();
+    for (int i = 0; i < 3 && !first->hasFocus(); ++i)
+        press(Qt::Key_Up);
     press(Qt::Key_A, Qt::ControlModifier);
     press(Qt::Key_Delete);
     type(user);
