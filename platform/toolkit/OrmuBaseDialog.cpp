@@ -77,11 +77,6 @@ void OrmuBaseDialog::keyPressEvent(QKeyEvent* event)
     }
 }
 
-void OrmuBaseDialog::mousePressEvent(QMouseEvent* event)
-{
-    event->accept(); // not for what lies beneath
-}
-
 void OrmuBaseDialog::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);

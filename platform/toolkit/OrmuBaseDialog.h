@@ -32,7 +32,6 @@ protected:
     UTIL_CST* softKeys() const { return bar_; }
 
     void keyPressEvent(QKeyEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -109,6 +109,16 @@ TEST(Form, MovesTheFocusByTabToEntriesOnlyAndShowsThem)
     }
 }
 
+TEST(Form, ShowsTheWholeOfAHalfHiddenEntryThatGetsTheFocus)
+{
+    const Form form;
+    form.entries[2]->setFocus();
+    form.content->verticalScrollBar()->setValue(120 * 3 + 22 - form.content->viewport()->height());
+    EXPECT_FALSE(form.shows(form.entries[3]));
+    press(Qt::Key_Down);
+    EXPECT_TRUE(form.shows(form.entries[3]));
+}
+
 TEST(Form, ScrollsAnEntryThatIsClickedIntoView)
 {
     const Form form;
