@@ -33,7 +33,7 @@ SETUP_SIP_ProfileEdit::SETUP_SIP_ProfileEdit(const QString& profileName, QWidget
         SETUP_SIP_Agent::instance()->getProfileInfo(record, profileName);
     createComponent();
     createSoftKeys();
-    modified = false; // filling the entries has raised it
+    modified = false; // whatever filling the form has signalled
 }
 
 void SETUP_SIP_ProfileEdit::createSoftKeys()

@@ -12,6 +12,7 @@
 #include <QComboBox>
 #include <QImage>
 #include <QMetaMethod>
+#include <QTimer>
 
 // A profile that can be saved as it stands.
 inline SIP_PROFILE_CONTENT usableRecord(const QString& name)
@@ -79,6 +80,26 @@ struct Message
     QString text;
     QStringList buttons;
     QImage icon;
+};
+
+// Fails the test for each message box that opens while this lives, and closes it: nobody waits for its
+// answer.
+class NoMessage
+{
+public:
+    NoMessage()
+    {
+        QObject::connect(&timer_, &QTimer::timeout, [] {
+            if (auto* box = ScreenDriver::open<OrmuMessageBox>()) {
+                ADD_FAILURE() << qPrintable(box->text());
+                box->reject();
+            }
+        });
+        timer_.start(1);
+    }
+
+private:
+    QTimer timer_;
 };
 
 // The parts of an open edit screen, each found by its place on the form.
