@@ -176,11 +176,12 @@ TEST_F(ConnectDlg, LooksForTheAckOnceASecondAndShowsNothingBefore)
     EXPECT_EQ(timerOf(dialog)->interval(), 1000);
     EXPECT_FALSE(timerOf(dialog)->isSingleShot());
     EXPECT_EQ(timerOf(dialog)->parent(), dialog);
-    int ticksInVain = 0; // those after which the timer is still there
-    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [&ticksInVain] { ++ticksInVain; });
+    int ticks = 0;
+    QObject::connect(timerOf(dialog), &QTimer::timeout, screen.get(), [&ticks] { ++ticks; });
+    ASSERT_TRUE(daemon().waitForRequests(1));
     ASSERT_TRUE(waitFor([this] { return dialog == nullptr; }));
     EXPECT_GE(clock.elapsed(), 950);
-    EXPECT_EQ(ticksInVain, 0) << "an ack that is there is taken at the first tick";
+    EXPECT_LE(ticks, 1) << "an ack that is there is taken at the first tick";
     EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
 }
 
