@@ -243,12 +243,9 @@ void OrmuMainWidget::customEvent(QCustomEvent*) {}
 
 void OrmuMainWidget::customEvent(QEvent* event)
 {
-    if (auto* custom = dynamic_cast<QCustomEvent*>(event)) {
-        customEvent(custom);
-        return;
-    }
     QCustomEvent plain(event->type());
-    customEvent(&plain);
+    auto* custom = dynamic_cast<QCustomEvent*>(event);
+    customEvent(custom != nullptr ? custom : &plain);
 }
 
 void OrmuMainWidget::keyPressEvent(QKeyEvent* event)
