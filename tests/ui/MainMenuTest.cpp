@@ -167,8 +167,11 @@ TEST_F(MainMenu, DeletesTheEditScreenAtOnceHoweverItEnds)
         const QPointer<SETUP_SIP_ProfileEdit> edit = open<SETUP_SIP_ProfileEdit>();
         const EditForm form(edit);
         form.enterAll("Home " + QString::number(list->count()));
+        bool outlivesItsSignal = false;
+        QObject::connect(edit, &SETUP_SIP_ProfileEdit::editDone, [&] { outlivesItsSignal = true; });
         end(form.softKeys);
         EXPECT_TRUE(edit.isNull());
+        EXPECT_FALSE(outlivesItsSignal);
     }
     EXPECT_EQ(list->count(), 2);
     for (const auto end : {+[](UTIL_CST*) { press(Qt::Key_F3); }, +[](UTIL_CST*) { press(Qt::Key_Escape); },
