@@ -59,7 +59,7 @@ private:
     void click(QListBoxItem* item, const QPoint& globalPos);
     void longPress();
 
-    QTimer longPressTimer_;
+    QTimer longPressTimer_{this};
     QPoint pressPos_;                     // in the viewport
     QListBoxItem* pressedItem_ = nullptr; // only ever compared: it may be deleted meanwhile
     bool pressed_ = false;

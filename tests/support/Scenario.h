@@ -18,6 +18,8 @@ struct Scenario
     uint32_t connectAck = 0;
     uint32_t disconnectAck = 0;
     uint32_t setNameAck = 0;
+    // When there are any, each request is acknowledged with the next of these instead, over and over.
+    std::vector<uint32_t> acksInTurn;
     // How long after a request its ack is sent.
     std::chrono::milliseconds ackDelay{0};
     // Reported for every profile; otherwise 2 for a connected one and 0 for the rest.

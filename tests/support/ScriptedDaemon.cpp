@@ -289,17 +289,17 @@ void ScriptedDaemon::acknowledge(const Due& due)
     const std::string name = nameIn(due.request);
     switch (due.request.request) {
     case PROFILE_CTRL_CONNECT:
-        ack = scenario.connectAck;
+        ack = nextAck(scenario.connectAck);
         if (ack == SIPD_ACK_SUCCESS)
             connectedProfiles.insert(name);
         break;
     case PROFILE_CTRL_DISCONNECT:
-        ack = scenario.disconnectAck;
+        ack = nextAck(scenario.disconnectAck);
         if (ack == SIPD_ACK_SUCCESS)
             connectedProfiles.erase(name);
         break;
     case PROFILE_CTRL_SET_NAME:
-        ack = scenario.setNameAck;
+        ack = nextAck(scenario.setNameAck);
         if (ack == SIPD_ACK_SUCCESS)
             nameOfApplication[due.request.appId] = name;
         break;
@@ -309,6 +309,12 @@ void ScriptedDaemon::acknowledge(const Due& due)
     const auto client = clients.find(due.client);
     if (client != clients.end())
         client->second.out += disguise(encodeAck(ack));
+}
+
+uint32_t ScriptedDaemon::nextAck(uint32_t usual)
+{
+    const std::vector<uint32_t>& turns = scenario.acksInTurn;
+    return turns.empty() ? usual : turns[acksTaken++ % turns.size()];
 }
 
 // With the type and length in its head that the scenario announces.

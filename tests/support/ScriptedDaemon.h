@@ -78,6 +78,7 @@ private:
     void answer(int id, Client& client, const SipdMessage& message);
     void admit(Client& client);
     void acknowledge(const Due& due);
+    uint32_t nextAck(uint32_t usual);
     void answerDue();
     std::string disguise(std::string answer) const;
     _SIPD_MSG_PROFILE_S reportOf(_SIPD_MSG_PROFILE_S query) const;
@@ -92,6 +93,7 @@ private:
     int wakeFd = -1;
     std::map<int, Client> clients;
     std::multimap<Clock::time_point, Due> dues;
+    size_t acksTaken = 0; // of those in turn
     std::set<std::string> connectedProfiles;
     std::map<uint32_t, std::string> nameOfApplication;
 

@@ -1,0 +1,296 @@
+#include "OrmuPhoneWindow.h"
+#include "SETUP_SET_Manager.h"
+#include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ConnectDlg.h"
+#include "SETUP_SIP_ProfileSelectDlg.h"
+#include "SetupScreensTest.h"
+#include "UTIL_ListBox.h"
+#include "qpopupmenu.h"
+
+#include <QPointer>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
+#include <QWindow>
+
+#include <iostream>
+#include <random>
+#include <unistd.h>
+
+using namespace ScreenDriver;
+
+namespace {
+constexpr int ACTIONS = 20000;
+constexpr int ACTIONS_BETWEEN_CHECKS = 100;
+
+int loopLevel()
+{
+    return QThread::currentThread()->loopLevel();
+}
+
+// Somebody who does anything at all, over a daemon that answers with anything. The same number gives the same
+// run; another is taken from the environment variable ORMU_MONKEY_SEED.
+class Monkey : public SetupScreensTest
+{
+protected:
+    Monkey()
+    {
+        const int given = qEnvironmentVariableIntValue("ORMU_MONKEY_SEED");
+        seed = given == 0 ? 20260101U : static_cast<unsigned>(given);
+        std::cout << "ORMU_MONKEY_SEED=" << seed << std::endl;
+        random.seed(seed);
+    }
+    ~Monkey() override { closeAll(); }
+
+    unsigned upTo(unsigned count) { return static_cast<unsigned>(random() % count); }
+    bool oneIn(unsigned count) { return upTo(count) == 0; }
+    template <class T, size_t N>
+    T oneOf(const T (&choices)[N])
+    {
+        return choices[upTo(N)];
+    }
+
+    void playAnything()
+    {
+        Scenario scenario;
+        for (int i = 0; i < 997; ++i)
+            scenario.acksInTurn.push_back(oneIn(2) ? 0 : upTo(5));
+        playScenario(scenario);
+    }
+
+    // The host: it opens the list anew whenever nothing is open, with these profiles.
+    void beginAgain()
+    {
+        closeAll();
+        SETUP_SIP_Agent::cleanup();
+        writeFile("");
+        for (const char* name : {"A", "B & C", "locked", "asks"}) {
+            SIP_PROFILE_CONTENT profile = record(name);
+            profile.locked = profile.displayName == "locked";
+            profile.needUserIDPass = profile.displayName == "asks";
+            store(profile);
+        }
+        SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "secret", true);
+        if (oneIn(4)) {
+            QString group("Profile1");
+            SETUP_SIP_ProfileSelectDlg dialog(group, nullptr, nullptr);
+            actWithin([&dialog] { dialog.exec(); });
+        }
+        openList();
+        ++opened;
+    }
+
+    void closeAll()
+    {
+        list.reset();
+        while (QWidget* left = OrmuPhoneWindow::instance()->topScreen())
+            delete left;
+    }
+
+    // Runs what may wait in an event loop of its own, and goes on acting there.
+    void actWithin(const std::function<void()>& action)
+    {
+        const int level = loopLevel();
+        QTimer inside;
+        QObject::connect(&inside, &QTimer::timeout, [this, level] {
+            if (loopLevel() <= level)
+                return;
+            if (done < ACTIONS)
+                act();
+            else
+                press(Qt::Key_Escape);
+        });
+        inside.start(0);
+        action();
+    }
+
+    void act()
+    {
+        if (++done % ACTIONS_BETWEEN_CHECKS == 0)
+            checkStoreAndFile();
+        actWithin([this] { actOnce(); });
+        if (const QWidget* top = OrmuPhoneWindow::instance()->topScreen())
+            visited += top->metaObject()->className();
+        const auto dialogs = OrmuPhoneWindow::instance()->findChildren<SETUP_SIP_ConnectDlg*>();
+        for (const auto* dialog : dialogs)
+            timerOf(dialog)->stop(); // its ticks are actions too
+        if (dialogs.isEmpty()) {
+            // What the daemon has been asked for is done before anybody looks.
+            EXPECT_TRUE(daemon().waitForClosed(daemon().accepted()));
+        }
+    }
+
+    void actOnce()
+    {
+        const unsigned choice = upTo(1000);
+        if (choice < 2)
+            list.reset(); // the host, at any moment
+        else if (choice < 500)
+            pressAnyKey();
+        else if (choice < 600)
+            type(oneOf({"a", "Z", "19", " ", "&", "<", "%,", "\u00e9"}));
+        else if (choice < 760)
+            clickAnywhere(oneIn(6) ? Qt::RightButton : Qt::LeftButton);
+        else if (choice < 860)
+            chooseAnyEntry();
+        else if (choice < 880)
+            longPressAnywhere();
+        else
+            tick();
+    }
+
+    void pressAnyKey()
+    {
+        const Qt::Key keys[] = {
+            Qt::Key_Up,     Qt::Key_Down,      Qt::Key_Down,  Qt::Key_Down,   Qt::Key_Left, Qt::Key_Right,
+            Qt::Key_Return, Qt::Key_Return,    Qt::Key_Enter, Qt::Key_Select, Qt::Key_F1,   Qt::Key_F1,
+            Qt::Key_F2,     Qt::Key_F2,        Qt::Key_F3,    Qt::Key_Escape, Qt::Key_Menu, Qt::Key_Menu,
+            Qt::Key_Space,  Qt::Key_Backspace, Qt::Key_Home,  Qt::Key_End,    Qt::Key_Tab,  Qt::Key_Delete};
+        press(oneOf(keys));
+    }
+
+    QPoint anywhere(const QWidget* widget)
+    {
+        return {1 + static_cast<int>(upTo(static_cast<unsigned>(widget->width() - 1))),
+                1 + static_cast<int>(upTo(static_cast<unsigned>(widget->height() - 1)))};
+    }
+
+    void clickAnywhere(Qt::MouseButton button)
+    {
+        QWidget* popup = QApplication::activePopupWidget();
+        QWidget* target = popup != nullptr ? popup : OrmuPhoneWindow::instance();
+        clickAt(target, anywhere(target), button);
+    }
+
+    void chooseAnyEntry()
+    {
+        auto* menu = open<QPopupMenu>();
+        if (menu == nullptr) {
+            press(oneIn(2) ? Qt::Key_F1 : Qt::Key_Menu);
+            return;
+        }
+        const auto entries = menu->actions();
+        clickAt(menu, menu->actionGeometry(entries[upTo(static_cast<unsigned>(entries.size()))]).center());
+    }
+
+    void longPressAnywhere()
+    {
+        if (list == nullptr || OrmuPhoneWindow::instance()->topScreen() != list.get() ||
+            QApplication::activePopupWidget() != nullptr)
+            return;
+        QWindow* window = OrmuPhoneWindow::instance()->windowHandle();
+        const QPoint place = listBox->viewport()->mapTo(listBox->window(), anywhere(listBox->viewport()));
+        QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
+        bool over = false;
+        for (auto* timer : listBox->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly))
+            if (timer->isActive() && timer->interval() == QListBox::LONG_PRESS_MS)
+                timer->start(0);
+        QTimer::singleShot(0, [&over] { over = true; });
+        EXPECT_TRUE(waitFor([&over] { return over; }));
+        QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
+    }
+
+    // The daemon's answer comes, whatever it is.
+    void tick()
+    {
+        const QPointer<SETUP_SIP_ConnectDlg> dialog = open<SETUP_SIP_ConnectDlg>();
+        if (dialog == nullptr)
+            return;
+        // Until it is gone, shows a notice, or has begun the second half of a reconnect.
+        for (int i = 0; i < 5000; ++i) {
+            QMetaObject::invokeMethod(dialog, "slotProgress");
+            if (dialog == nullptr || open<SETUP_SIP_ConnectDlg>() != dialog || timerOf(dialog)->isActive())
+                break;
+            usleep(50);
+        }
+        ++answered;
+    }
+
+    void checkStoreAndFile()
+    {
+        // A store that a screen without its list has made may have read a file with gaps in its numbers.
+        if (list == nullptr)
+            return;
+        SCOPED_TRACE(testing::Message() << "action " << done << ", ORMU_MONKEY_SEED=" << seed);
+        SETUP_SIP_Agent* profiles = SETUP_SIP_Agent::instance();
+        const QValueList<QString> names = profiles->displayNames;
+        EXPECT_EQ(names.count(), profiles->profileCount());
+        EXPECT_EQ(totalInFile(), profiles->profileCount());
+        EXPECT_EQ(groupsInFile(), profiles->profileCount());
+        QSet<QString> seen;
+        int defaults = 0;
+        for (const QString& name : names) {
+            QString group;
+            SIP_PROFILE_CONTENT inMemory;
+            SIP_PROFILE_CONTENT inFile;
+            EXPECT_TRUE(profiles->getProfileGroupName(name, group));
+            profiles->getProfileInfo(inMemory, name);
+            EXPECT_TRUE(SETUP_SIP_Agent::getProfileByName(group, inFile));
+            EXPECT_EQ(inFile.displayName, name);
+            EXPECT_EQ(inFile.server, inMemory.server);
+            EXPECT_EQ(inFile.portNum, inMemory.portNum);
+            EXPECT_EQ(inFile.userID, inMemory.userID);
+            EXPECT_EQ(inFile.password, inMemory.password);
+            EXPECT_EQ(inFile.network, inMemory.network);
+            EXPECT_EQ(inFile.autoConnect, inMemory.autoConnect);
+            EXPECT_EQ(inFile.locked, inMemory.locked);
+            EXPECT_EQ(inFile.defaultProfile, inMemory.defaultProfile);
+            EXPECT_EQ(inFile.needUserIDPass, inMemory.needUserIDPass);
+            defaults += inMemory.defaultProfile ? 1 : 0;
+            seen += name;
+        }
+        EXPECT_EQ(seen.size(), names.count());
+        EXPECT_LE(defaults, 1);
+        EXPECT_LE(names.count(), 10);
+        ++checks;
+        if (HasFailure())
+            done = ACTIONS;
+    }
+
+    int totalInFile() const
+    {
+        const SETUP_SET_Manager manager(file(), false);
+        int total = -1;
+        manager.getSettingInfo("ProfileSummary", "TotalProfile", total, -1);
+        return total;
+    }
+
+    int groupsInFile() const
+    {
+        return static_cast<int>(
+            QString(readFile())
+                .count(QRegularExpression("^\\[Profile[0-9]+\\]$", QRegularExpression::MultilineOption)));
+    }
+
+    unsigned seed = 0;
+    std::mt19937 random;
+    QSet<QString> visited;
+    int done = 0;
+    int opened = 0;
+    int answered = 0;
+    int checks = 0;
+};
+
+TEST_F(Monkey, FindsNothing)
+{
+    playAnything();
+    while (done < ACTIONS) {
+        // Screens that their list has left are the user's for a while.
+        if (list == nullptr && (OrmuPhoneWindow::instance()->topScreen() == nullptr || oneIn(30)))
+            beginAgain();
+        act();
+    }
+    checkStoreAndFile();
+    for (const char* screen :
+         {"SETUP_SIP_ProfileList", "SETUP_SIP_ProfileEdit", "SETUP_SIP_ProfileDetail",
+          "SETUP_SIP_UserIDAndPasswordDlg", "SETUP_SIP_ConnectDlg", "SETUP_SIP_ProfileDelConfirmDlg",
+          "SETUP_SIP_ProfileSelectDlg", "OrmuMessageBox"})
+        EXPECT_TRUE(visited.contains(screen)) << screen;
+    EXPECT_GT(answered, 50);
+    EXPECT_GT(checks, ACTIONS / ACTIONS_BETWEEN_CHECKS / 2);
+    std::cout << opened << " lists, " << answered << " answers, " << checks << " checks" << std::endl;
+}
+
+} // namespace
