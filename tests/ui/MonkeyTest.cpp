@@ -7,6 +7,7 @@
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QDialog>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QSet>
@@ -15,9 +16,11 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <functional>
 #include <iostream>
 #include <random>
 #include <unistd.h>
+#include <utility>
 
 using namespace ScreenDriver;
 
@@ -97,13 +100,25 @@ protected:
         QObject::connect(&inside, &QTimer::timeout, [this, level] {
             if (loopLevel() <= level)
                 return;
-            if (done < ACTIONS)
+            if (const auto lift = std::exchange(liftButton, nullptr))
+                lift();
+            else if (done < ACTIONS)
                 act();
             else
-                press(Qt::Key_Escape);
+                giveUp();
         });
         inside.start(0);
         action();
+    }
+
+    // Something on the way out of what is open.
+    void giveUp()
+    {
+        QWidget* top = OrmuPhoneWindow::instance()->topScreen();
+        if (list == nullptr && qobject_cast<QDialog*>(top) == nullptr)
+            delete top;
+        else
+            press(oneIn(2) ? Qt::Key_Escape : Qt::Key_F1);
     }
 
     void act()
@@ -161,7 +176,19 @@ protected:
     {
         QWidget* popup = QApplication::activePopupWidget();
         QWidget* target = popup != nullptr ? popup : OrmuPhoneWindow::instance();
-        clickAt(target, anywhere(target), button);
+        pressAndLift(target->windowHandle(), button, anywhere(target));
+    }
+
+    // A menu that the press opens has the finger lifted before anything else happens.
+    void pressAndLift(QWindow* window, Qt::MouseButton button, const QPoint& place)
+    {
+        liftButton = [window = QPointer<QWindow>(window), button, place] {
+            if (window != nullptr)
+                QTest::mouseRelease(window, button, Qt::NoModifier, place);
+        };
+        QTest::mousePress(window, button, Qt::NoModifier, place);
+        if (const auto lift = std::exchange(liftButton, nullptr))
+            lift();
     }
 
     void chooseAnyEntry()
@@ -172,7 +199,9 @@ protected:
             return;
         }
         const auto entries = menu->actions();
-        clickAt(menu, menu->actionGeometry(entries[upTo(static_cast<unsigned>(entries.size()))]).center());
+        QAction* entry = entries[upTo(static_cast<unsigned>(entries.size()))];
+        const QPoint place = menu->actionGeometry(entry).center();
+        pressAndLift(menu->windowHandle(), Qt::LeftButton, place);
     }
 
     void longPressAnywhere()
@@ -182,14 +211,16 @@ protected:
             return;
         QWindow* window = OrmuPhoneWindow::instance()->windowHandle();
         const QPoint place = listBox->viewport()->mapTo(listBox->window(), anywhere(listBox->viewport()));
-        QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
         bool over = false;
+        liftButton = [window, place] { QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place); };
+        QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
         for (auto* timer : listBox->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly))
             if (timer->isActive() && timer->interval() == QListBox::LONG_PRESS_MS)
                 timer->start(0);
         QTimer::singleShot(0, [&over] { over = true; });
         EXPECT_TRUE(waitFor([&over] { return over; }));
-        QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
+        if (const auto lift = std::exchange(liftButton, nullptr))
+            lift();
     }
 
     // The daemon's answer comes, whatever it is.
@@ -266,6 +297,7 @@ protected:
 
     unsigned seed = 0;
     std::mt19937 random;
+    std::function<void()> liftButton; // set while one is down
     QSet<QString> visited;
     int done = 0;
     int opened = 0;
