@@ -148,11 +148,9 @@ TEST_F(RowMenu, OpensOneDetailScreenAtATime)
     clickFirst();
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
     // Done, but not deleted yet.
-    press(Qt::Key_F3);
-    if (detail != nullptr) {
-        clickFirst();
-        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    }
+    emit detail->detailDone(false);
+    clickFirst();
+    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
     EXPECT_TRUE(waitFor([&detail] { return detail == nullptr; }));
     EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), list.get());
 }
@@ -644,6 +642,7 @@ using RowMenuDeath = RowMenu;
 TEST_F(RowMenuDeath, AbortsOnUnknownMenuIds)
 {
     openList();
+    listBox->setCurrentItem(0);
     for (const char* slot : {"menuItemActivated", "contentMenuItemActivated"})
         for (const int id : {-1, 3, 1000})
             EXPECT_EXIT(QMetaObject::invokeMethod(list.get(), slot, Q_ARG(int, id)),
@@ -656,6 +655,7 @@ TEST_F(RowMenuDeath, AbortsOnUnknownMenuIds)
 TEST_F(RowMenuDeath, AbortsWhenTheDaemonIsGoneWhenTheConnectionIsMade)
 {
     openList();
+    listBox->setCurrentItem(0);
     EXPECT_EXIT(QMetaObject::invokeMethod(list.get(), "contentMenuItemActivated", Q_ARG(int, CONNECT)),
                 testing::KilledBySignal(SIGABRT),
                 "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n");
