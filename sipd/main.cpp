@@ -1,7 +1,7 @@
 // sipd: the SIP daemon. Registers the phone's SIP profiles with their servers, for the clients of its socket.
 
-#include "CertificateDirectory.h"
 #include "DaemonSocket.h"
+#include "Digest.h"
 #include "EventLoop.h"
 #include "Log.h"
 #include "ProfileWatch.h"
@@ -12,6 +12,7 @@
 #include <sofia-sip/su_log.h>
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <csignal>
@@ -87,7 +88,11 @@ CommandLine parseCommandLine(int argc, char** argv)
         switch (choice) {
         case CaFile:
             line.options.caFile = optarg;
-            break;
+            if (access(optarg, R_OK) == 0)
+                break;
+            std::fprintf(stderr, "sipd: %s: %s\n", optarg, std::strerror(errno));
+            line.exitStatus = EXIT_FAILURE;
+            return line;
         case Expires:
             if (const auto seconds = parseExpiry(optarg)) {
                 line.options.expires = *seconds;
@@ -146,10 +151,10 @@ int run(const Options& options)
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    const CertificateDirectory certificates(options.caFile);
-    const SipSettings settings{std::chrono::seconds(options.expires), certificates.path()};
+    const SipSettings settings{std::chrono::seconds(options.expires), options.caFile};
 
     EventLoop loop;
+    installDigest();
     Resolver resolver(loop);
     Registrations registrations({loop, resolver, settings});
     auto server = std::make_unique<Server>(loop, socket.fd(), registrations);
@@ -181,7 +186,6 @@ int run(const Options& options)
         // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
         ORMU_LOG(ORMU_LEVEL_ERROR, "left without a server's answer");
         socket.remove();
-        certificates.remove();
         std::_Exit(EXIT_SUCCESS);
     }
     return EXIT_SUCCESS;
