@@ -2,9 +2,10 @@
 #define NUA_HMAGIC_T class Binding
 #include "Binding.h"
 
+#include "CertificateDirectory.h"
+#include "Digest.h"
 #include "Log.h"
 
-#include <sofia-sip/auth_digest.h>
 #include <sofia-sip/msg_parser.h>
 #include <sofia-sip/nta.h>
 #include <sofia-sip/nta_tag.h>
@@ -18,6 +19,7 @@
 
 #include <array>
 #include <cctype>
+#include <optional>
 #include <string_view>
 
 namespace {
@@ -41,17 +43,6 @@ std::string escaped(std::string_view user)
         result += {'%', digits[byte >> 4U], digits[byte & 0xfU]};
     }
     return result;
-}
-
-std::string quoted(std::string_view text)
-{
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\')
-            result += '\\';
-        result += c;
-    }
-    return result + '"';
 }
 
 bool isRejection(int status)
@@ -135,7 +126,7 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
                         NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
                         NUTAG_KEEPALIVE(0), NUTAG_ENABLEINVITE(0),
-                        TAG_IF(tls, NUTAG_CERTIFICATE_DIR(settings_.certificateDirectory.c_str())),
+                        TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
                         TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
                         TAG_IF(tls, TPTAG_TLS_VERSION(tls12)), TAG_END());
 }
@@ -180,34 +171,27 @@ void Binding::handleRegisterAnswer(int status, const sip_t* sip)
         fail(ackOf(status, sip));
 }
 
-// False when there is nothing that the server has not been told already.
+// Answers the challenge. False when it cannot, or has already.
 bool Binding::authenticate(const sip_t* sip)
 {
-    if (authenticated_ || sip == nullptr)
+    if (sip == nullptr)
         return false;
     const msg_auth_t* challenge =
         sip->sip_www_authenticate != nullptr ? sip->sip_www_authenticate : sip->sip_proxy_authenticate;
-    for (; challenge != nullptr; challenge = challenge->au_next) {
-        const char* realmParameter = msg_header_find_param(challenge->au_common, "realm=");
-        if (strcasecmp(challenge->au_scheme, "Digest") != 0 || realmParameter == nullptr)
-            continue;
-        su_home_t home[1] = {SU_HOME_INIT(home)};
-        const char* const realm = msg_unquote_dup(home, realmParameter);
-        auth_hexmd5_t ha1;
-        // Of the password itself the stack would not take one with a colon.
-        auth_digest_ha1(ha1, profile_.user.c_str(), realm, profile_.password.c_str());
-        const std::string credentials = "HA1+Digest:" + quoted(realm) + ':' + profile_.user + ":HA1+" + ha1;
-        su_home_deinit(home);
-        authenticated_ = true;
-        nua_authenticate(handle_, NUTAG_AUTH(credentials.c_str()), TAG_END());
-        return true;
-    }
-    return false;
+    while (challenge != nullptr && strcasecmp(challenge->au_scheme, "Digest") != 0)
+        challenge = challenge->au_next;
+    const char* const realm =
+        challenge != nullptr ? msg_header_find_param(challenge->au_common, "realm=") : nullptr;
+    if (realm == nullptr || realm == answeredRealm_)
+        return false;
+    answeredRealm_ = realm;
+    const std::string credentials = digestCredentials(realm, profile_.user, profile_.password);
+    nua_authenticate(handle_, NUTAG_AUTH(credentials.c_str()), TAG_END());
+    return true;
 }
 
 void Binding::succeed()
 {
-    authenticated_ = false;
     if (state_ == State::Registered)
         return;
     state_ = State::Registered;

@@ -18,7 +18,7 @@ struct sip_s;
 struct SipSettings
 {
     std::chrono::seconds expires{3600}; // how long a registration is asked for at a time
-    std::string certificateDirectory;   // has "cafile.pem": whom to believe who a TLS server is
+    std::string caFile;                 // the certificates to trust of servers that are reached by TLS
 };
 
 // One attempt to register a profile at one address, and the registration that comes of it, which is kept
@@ -77,8 +77,8 @@ private:
     nua_s* agent_ = nullptr;
     nua_handle_s* handle_ = nullptr;
     State state_ = State::Gone;
-    bool authenticated_ = false; // the server has the credentials
-    Timer limit_;                // of the un-registration
+    std::string answeredRealm_; // that has been given the credentials, as the server quotes it
+    Timer limit_;               // of the un-registration
 };
 
 #endif

@@ -20,10 +20,10 @@ CertificateDirectory::CertificateDirectory(const std::string& caFile)
         error = std::error_code(errno, std::generic_category());
     }
     if (error)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "no server will be reached by TLS: %s", error.message().c_str());
+        ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: %s", error.message().c_str());
 }
 
-void CertificateDirectory::remove() const
+CertificateDirectory::~CertificateDirectory()
 {
     if (path_.empty())
         return;

@@ -14,6 +14,13 @@ constexpr std::string_view groupPrefix = "Profile";
 // may go further.
 constexpr int scannedGroups = 10 * SETUP_SIP_Agent::MAX_SIP_PROFILE;
 
+// Headers of SIP messages are lines.
+bool isUserName(const std::string& user)
+{
+    return !user.empty() &&
+           std::none_of(user.begin(), user.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+}
+
 } // namespace
 
 bool isProfileGroup(const std::string& group)
@@ -33,9 +40,10 @@ std::optional<SipProfile> readProfile(const std::string& group)
     if (!SETUP_SIP_Agent::getProfileByName(name, record))
         return std::nullopt;
     const auto registrar = parseRegistrarAddress(record.server.toStdString(), record.portNum);
-    if (!registrar || record.userID.isEmpty())
+    const std::string user = record.userID.toStdString();
+    if (!registrar || !isUserName(user))
         return std::nullopt;
-    return SipProfile{*registrar, record.userID.toStdString(), record.password.toStdString()};
+    return SipProfile{*registrar, user, record.password.toStdString()};
 }
 
 bool hasProfile(const std::string& group)

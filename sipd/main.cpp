@@ -1,7 +1,7 @@
 // sipd: the SIP daemon. Registers the phone's SIP profiles with their servers, for the clients of its socket.
 
-#include "CertificateDirectory.h"
 #include "DaemonSocket.h"
+#include "Digest.h"
 #include "EventLoop.h"
 #include "Log.h"
 #include "ProfileWatch.h"
@@ -146,10 +146,10 @@ int run(const Options& options)
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    const CertificateDirectory certificates(options.caFile);
-    const SipSettings settings{std::chrono::seconds(options.expires), certificates.path()};
+    const SipSettings settings{std::chrono::seconds(options.expires), options.caFile};
 
     EventLoop loop;
+    installDigest();
     Resolver resolver(loop);
     Registrations registrations({loop, resolver, settings});
     auto server = std::make_unique<Server>(loop, socket.fd(), registrations);
@@ -181,7 +181,6 @@ int run(const Options& options)
         // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
         ORMU_LOG(ORMU_LEVEL_ERROR, "left without a server's answer");
         socket.remove();
-        certificates.remove();
         std::_Exit(EXIT_SUCCESS);
     }
     return EXIT_SUCCESS;
