@@ -121,7 +121,13 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
 void Binding::createAgent(const std::string& localHost, std::chrono::milliseconds patience)
 {
     const bool tls = profile_.registrar.transport == Transport::Tls;
-    const std::string url = "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
+    // No "sips:" in any other place: that would ask for TLS on the whole way to those who call.
+    const std::string url = tls ? "sips:" + localHost + ":*"
+                                : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
+    std::optional<CertificateDirectory> certificates;
+    if (tls)
+        certificates.emplace(settings_.caFile);
+    const std::string trusted = certificates ? certificates->path() : "";
     agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
                         NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 Client::Client(Server& server, int fd, bool isForeign)
     : server_(server), fd_(fd), isForeign_(isForeign),
@@ -18,7 +17,6 @@ Client::Client(Server& server, int fd, bool isForeign)
 Client::~Client()
 {
     close();
-    ::close(fd_);
 }
 
 void Client::close()

@@ -47,7 +47,7 @@ private:
     void flush();
 
     Server& server_;
-    const int fd_;
+    const OwnedFd fd_;
     const bool isForeign_;
     Standing standing_ = Standing::Unregistered;
     bool isWaiting_ = false; // for the ack of a request

@@ -2,6 +2,7 @@
 
 #include "ORMU_Diagnostics.h"
 
+#include <unistd.h>
 #include <utility>
 
 EventLoop::EventLoop()
@@ -23,6 +24,12 @@ void EventLoop::step()
 {
     constexpr su_duration_t longestWait = 60'000;
     su_root_step(root_, longestWait);
+}
+
+OwnedFd::~OwnedFd()
+{
+    if (fd_ >= 0)
+        close(fd_);
 }
 
 FdWatch::FdWatch(EventLoop& loop, int fd, int events, std::function<void(int)> onReady)

@@ -27,6 +27,21 @@ private:
     su_root_t* root_;
 };
 
+// A descriptor, which is closed with its owner. It must outlive whoever watches it.
+class OwnedFd
+{
+public:
+    explicit OwnedFd(int fd) : fd_(fd) {}
+    ~OwnedFd();
+    OwnedFd(const OwnedFd&) = delete;
+    OwnedFd& operator=(const OwnedFd&) = delete;
+
+    operator int() const { return fd_; }
+
+private:
+    const int fd_;
+};
+
 // Calls when a descriptor, which stays its owner's, is ready. Stops with its end.
 class FdWatch
 {

@@ -26,11 +26,6 @@ ProfileWatch::ProfileWatch(EventLoop& loop, std::function<void()> onChanged)
     watchDirectory();
 }
 
-ProfileWatch::~ProfileWatch()
-{
-    close(inotify_);
-}
-
 // The directory, since the file is replaced, and may not be there yet.
 void ProfileWatch::watchDirectory()
 {

@@ -12,7 +12,6 @@ class ProfileWatch
 public:
     // Several changes in a short time are told as one.
     ProfileWatch(EventLoop& loop, std::function<void()> onChanged);
-    ~ProfileWatch();
     ProfileWatch(const ProfileWatch&) = delete;
     ProfileWatch& operator=(const ProfileWatch&) = delete;
 
@@ -21,7 +20,7 @@ private:
     void handleEvents();
 
     std::string fileName_;
-    const int inotify_;
+    const OwnedFd inotify_;
     Timer settled_;
     FdWatch watch_;
 };

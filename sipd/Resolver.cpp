@@ -146,10 +146,6 @@ struct Resolver::Shared
     using Result = std::pair<std::weak_ptr<Lookup>, std::vector<ServerAddress>>;
 
     Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event >= 0); }
-    ~Shared() { close(event); }
-    Shared(const Shared&) = delete;
-    Shared& operator=(const Shared&) = delete;
-
     void post(Result result)
     {
         const std::lock_guard lock(mutex);
@@ -159,7 +155,7 @@ struct Resolver::Shared
         [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
     }
 
-    const int event;
+    const OwnedFd event;
     std::mutex mutex; // of what follows
     std::vector<Result> results;
     int threads = 0;

@@ -12,6 +12,7 @@
 #include <sofia-sip/su_log.h>
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <csignal>
@@ -87,7 +88,11 @@ CommandLine parseCommandLine(int argc, char** argv)
         switch (choice) {
         case CaFile:
             line.options.caFile = optarg;
-            break;
+            if (access(optarg, R_OK) == 0)
+                break;
+            std::fprintf(stderr, "sipd: %s: %s\n", optarg, std::strerror(errno));
+            line.exitStatus = EXIT_FAILURE;
+            return line;
         case Expires:
             if (const auto seconds = parseExpiry(optarg)) {
                 line.options.expires = *seconds;
