@@ -172,13 +172,9 @@ bool TestRegistrar::isAuthorized(const Register& request)
         return false;
     }
     ++usesOfNonce_;
-    const DigestQuestion question{parameter(header, "algorithm"),
-                                  account_->realm,
-                                  nonce(),
-                                  "REGISTER",
-                                  parameter(header, "uri"),
-                                  parameter(header, "cnonce"),
-                                  parameter(header, "nc")};
+    const DigestQuestion question{
+        parameter(header, "algorithm"), account_->realm,        nonce(), "REGISTER", parameter(header, "uri"),
+        parameter(header, "cnonce"),    parameter(header, "nc")};
     return parameter(header, "username") == account_->user && request.user == account_->user &&
            parameter(header, "realm") == account_->realm &&
            question.algorithm == account_->algorithms.front() &&
