@@ -1,17 +1,16 @@
 #include "SETUP_SIP_ProfileDetail.h"
 
 #include "ORMU_Diagnostics.h"
-#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_Question.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
 #include <QLabel>
-#include <QPointer>
 
 namespace {
 constexpr int LINE_WIDTH = 220;
@@ -192,9 +191,6 @@ void SETUP_SIP_ProfileDetail::connectDone(bool ok)
 
 bool SETUP_SIP_ProfileDetail::confirm(const QString& question) const
 {
-    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
-                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
-                       QString(), 1);
-    const QPointer<const SETUP_SIP_ProfileDetail> self(this);
-    return box.exec() == 0 && !self.isNull();
+    return SETUP_SIP_Confirm(this, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                             tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"));
 }

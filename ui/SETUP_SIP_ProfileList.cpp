@@ -3,13 +3,13 @@
 #include "ORMU_Diagnostics.h"
 #include "OrmuApplication.h"
 #include "OrmuGlobal.h"
-#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_Question.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
@@ -272,9 +272,6 @@ void SETUP_SIP_ProfileList::connectDone(bool)
 
 bool SETUP_SIP_ProfileList::confirm(const QString& question) const
 {
-    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
-                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
-                       QString(), 1);
-    const QPointer<const SETUP_SIP_ProfileList> self(this); // the host may delete the screen meanwhile
-    return box.exec() == 0 && !self.isNull();
+    return SETUP_SIP_Confirm(this, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                             tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"));
 }
