@@ -46,9 +46,9 @@ void SETUP_SIP_ProfileDetail::createSoftKeys()
 void SETUP_SIP_ProfileDetail::createMenu()
 {
     menu = new QPopupMenu(this);
-    menu->insertItem(connectText(), MENU_ID_CONNECT);
-    menu->insertItem(tr("Edit", "2.16.0;MENU"), MENU_ID_EDIT);
-    menu->insertItem(tr("Delete Profile", "2.16.0;MENU"), MENU_ID_DELETE);
+    menu->insertItem(connectText(), MENU_ID_CONNECT, -1);
+    menu->insertItem(tr("Edit", "2.16.0;MENU"), MENU_ID_EDIT, -1);
+    menu->insertItem(tr("Delete Profile", "2.16.0;MENU"), MENU_ID_DELETE, -1);
     static_cast<UTIL_CST*>(getCSTWidget())->getLeftBtn()->setPopup(menu);
     connect(menu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileDetail::menuItemActivated);
 }

@@ -136,7 +136,7 @@ void SETUP_SIP_ProfileEdit::slotSave()
     case INPUT_NAME_EXISTS:
         refuse(tr("Profile name already existed, try again.", "99.99.99;DIALOG_ICON_50_WARP"));
         return;
-    default:
+    case INPUT_GOOD:
         saveProfile();
         emit editDone(true);
     }

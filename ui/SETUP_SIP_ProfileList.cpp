@@ -15,8 +15,11 @@
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QPointer>
+
+#include <utility>
 
 namespace {
 enum MenuId { MENU_ID_NEW = 0, MENU_ID_DELETE = 1 };
@@ -187,10 +190,10 @@ void SETUP_SIP_ProfileList::showContentMenu(QListBoxItem* item, const QPoint& po
     auto* rowMenu = new QPopupMenu(listBox);
     selectedConnected = store->isProfileConnected(name);
     rowMenu->insertItem(selectedConnected ? tr("Disconnect", "2.16.0;MENU") : tr("Connect", "2.16.0;MENU"),
-                        ROW_MENU_ID_CONNECT);
-    rowMenu->insertItem(tr("Set as default", "2.16.0;MENU"), ROW_MENU_ID_SET_DEFAULT);
+                        ROW_MENU_ID_CONNECT, -1);
+    rowMenu->insertItem(tr("Set as default", "2.16.0;MENU"), ROW_MENU_ID_SET_DEFAULT, -1);
     rowMenu->setItemEnabled(ROW_MENU_ID_SET_DEFAULT, !store->isProfileDefault(name));
-    rowMenu->insertItem(tr("Delete Profile", "2.16.0;MENU"), ROW_MENU_ID_DELETE);
+    rowMenu->insertItem(tr("Delete Profile", "2.16.0;MENU"), ROW_MENU_ID_DELETE, -1);
     connect(rowMenu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileList::contentMenuItemActivated);
     rowMenu->exec(pos, 0);
 }
