@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int DEFAULT_PORT = 15060;
-
 struct Options
 {
     int port = DEFAULT_PORT;
