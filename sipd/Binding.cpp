@@ -121,7 +121,7 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
 void Binding::createAgent(const std::string& localHost, std::chrono::milliseconds patience)
 {
     const bool tls = profile_.registrar.transport == Transport::Tls;
-    // No "sips:" in any other place: that would ask for TLS on the whole way to those who call.
+    // The stack knows TLS under this scheme alone.
     const std::string url = tls ? "sips:" + localHost + ":*"
                                 : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
     std::optional<CertificateDirectory> certificates;
