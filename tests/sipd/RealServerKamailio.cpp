@@ -148,6 +148,8 @@ void Kamailio::writeConfiguration() const
     if (!options_.certificate.empty())
         file << "enable_tls=yes\nlisten=tls:127.0.0.1:" << tlsPort_ << "\n"
              << "loadmodule \"tls\"\n"
+             // Debian 12's kamailio fails every handshake of TLS 1.3.
+             << "modparam(\"tls\", \"tls_method\", \"TLSv1.2\")\n"
              << "modparam(\"tls\", \"certificate\", " << options_.certificate << ")\n"
              << "modparam(\"tls\", \"private_key\", " << options_.key << ")\n";
     for (const char* module :

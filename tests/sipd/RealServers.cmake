@@ -14,5 +14,6 @@ target_link_libraries(real_servers PUBLIC ormusipsetup_link GTest::gtest)
 add_dependencies(real_servers sipd)
 
 ormu_add_test(real_server_test DAEMON_SOCKET
-    SOURCES RealServerTest.cpp RealServerTest.h RealServerOutcomeTest.cpp RealServerLifeTest.cpp
+    SOURCES RealServerTest.cpp RealServerTest.h
+        RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers ormusipsetup_internals ormu_settings_fixture daemon_test)
