@@ -130,7 +130,7 @@ QByteArray repaired(const QByteArray& bytes)
 // do.
 QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
 {
-    const QByteArray base = path + ".before-repair";
+    const QByteArray base = path + ".old";
     QByteArray copy = base;
     for (int number = 1; number <= MOST_COPIES; ++number) {
         const std::optional<QByteArray> there = readSettingsBytes(copy);

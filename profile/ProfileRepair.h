@@ -23,7 +23,7 @@ struct ProfileRepair
 // profile's under its new number. Groups of profiles that hold switches alone are left out. Comments and
 // everything else in the file stay, and lines that cannot be read become comments.
 //
-// The old file is kept beside it as "ormu_sipsetup.cfg.before-repair", ".before-repair.1" and so on, of mode
+// The old file is kept beside it as "ormu_sipsetup.cfg.old", ".old.1" and so on, of mode
 // 0600; then the repaired one takes its place as one atomic replacement. Blocks for the disk, and for other
 // writers of the settings. The daemon knows profiles by the numbers of their groups, so none should be
 // connected, and no store be open.
