@@ -128,10 +128,14 @@ void ProfileFile::checkLoading(const ProfileKeys& keys)
         checkListing(keys.totalProfile());
         return;
     }
+    const int more = keys.unparsedLines() - 1;
     find(Finding::UnparsedLine, QString(),
-         tr("Line %1 of the settings file cannot be read, nor can %2 others: the whole file counts as empty.")
-             .arg(keys.firstUnparsedLine())
-             .arg(keys.unparsedLines() - 1));
+         more == 0
+             ? tr("Line %1 of the settings file cannot be read: the whole file counts as empty.")
+                   .arg(keys.firstUnparsedLine())
+             : tr("Line %1 and %2 more of the settings file cannot be read: the whole file counts as empty.")
+                   .arg(keys.firstUnparsedLine())
+                   .arg(more));
     checkListing(0);
 }
 
