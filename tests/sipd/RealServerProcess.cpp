@@ -18,7 +18,7 @@ namespace {
 constexpr int FIRST_PORT = 20000;
 constexpr int LAST_PORT = 32000;
 
-bool isFree(int type, int port)
+bool isFreeFor(int type, int port)
 {
     const int fd = socket(AF_INET, type | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
@@ -59,12 +59,17 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
     return true;
 }
 
+bool isPortFree(int port)
+{
+    return isFreeFor(SOCK_STREAM, port) && isFreeFor(SOCK_DGRAM, port);
+}
+
 int freePort()
 {
     static int next = FIRST_PORT + getpid() % (LAST_PORT - FIRST_PORT);
     do {
         next = next == LAST_PORT ? FIRST_PORT : next + 1;
-    } while (!isFree(SOCK_STREAM, next) || !isFree(SOCK_DGRAM, next));
+    } while (!isPortFree(next));
     return next;
 }
 

@@ -15,5 +15,7 @@ add_dependencies(real_servers sipd)
 
 ormu_add_test(real_server_test DAEMON_SOCKET
     SOURCES RealServerTest.cpp RealServerTest.h
-        RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerTlsTest.cpp
+        RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers ormusipsetup_internals ormu_settings_fixture daemon_test)
+target_compile_definitions(real_server_test PRIVATE
+    SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp")
