@@ -19,3 +19,9 @@ ormu_add_test(real_server_test DAEMON_SOCKET
     LIBRARIES real_servers ormusipsetup_internals ormu_settings_fixture daemon_test)
 target_compile_definitions(real_server_test PRIVATE
     SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp")
+
+set(screens ${PROJECT_SOURCE_DIR}/tests/ui)
+ormu_add_test(end_to_end_test QT DAEMON_SOCKET
+    SOURCES EndToEndTest.cpp ${screens}/SetupScreensTest.cpp ${screens}/SetupScreensTest.h
+    LIBRARIES real_servers ormusipsetup_internals ormu_settings_fixture daemon_test)
+target_include_directories(end_to_end_test PRIVATE ${screens})
