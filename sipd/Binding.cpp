@@ -73,7 +73,7 @@ struct BindingCallbacks
     {
         if (event == nua_r_shutdown) {
             if (status >= 200)
-                binding->state_ = Binding::State::Gone;
+                binding->setState(Binding::State::Gone);
             return;
         }
         if (handle == nullptr)
@@ -101,6 +101,7 @@ Binding::Binding(EventLoop& loop, const SipSettings& settings, const SipProfile&
 
 Binding::~Binding()
 {
+    const EventLoop::Hold hold(loop_);
     if (agent_ != nullptr)
         nua_destroy(agent_);
 }
@@ -109,12 +110,13 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
 {
     const std::string localHost = server.localUriHost();
     if (localHost.empty())
-        return errno == ENETUNREACH ? SIPD_ACK_SERVICE_UNAVAILABLE : SIPD_ACK_CONNECT_FAILED;
+        return errno == ENETUNREACH || !isAnyNetworkUp() ? SIPD_ACK_SERVICE_UNAVAILABLE
+                                                         : SIPD_ACK_CONNECT_FAILED;
     createAgent(localHost, patience);
     if (agent_ == nullptr)
         return SIPD_ACK_FAILED;
     sendRegister(server);
-    state_ = State::Registering;
+    setState(State::Registering);
     return SIPD_ACK_SUCCESS;
 }
 
@@ -128,6 +130,7 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
     if (tls)
         certificates.emplace(settings_.caFile);
     const std::string trusted = certificates ? certificates->path() : "";
+    const EventLoop::Hold hold(loop_);
     agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
                         NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
@@ -196,11 +199,18 @@ bool Binding::authenticate(const sip_t* sip)
     return true;
 }
 
+// Its owner looks at it between two steps.
+void Binding::setState(State state)
+{
+    state_ = state;
+    loop_.wake();
+}
+
 void Binding::succeed()
 {
     if (state_ == State::Registered)
         return;
-    state_ = State::Registered;
+    setState(State::Registered);
     onOutcome_(SIPD_ACK_SUCCESS);
 }
 
@@ -217,14 +227,14 @@ void Binding::fail(_SIPD_APP_ACK_E reason)
 void Binding::leave()
 {
     if (state_ == State::Registering)
-        state_ = State::Abandoned;
+        setState(State::Abandoned);
     else if (state_ == State::Registered)
         unregister();
 }
 
 void Binding::unregister()
 {
-    state_ = State::Unregistering;
+    setState(State::Unregistering);
     limit_.set(unregisterLimit);
     nua_unregister(handle_, TAG_END());
 }
@@ -242,7 +252,7 @@ void Binding::close()
     if (state_ == State::Closing || state_ == State::Gone)
         return;
     limit_.stop();
-    state_ = State::Closing;
+    setState(State::Closing);
     nua_handle_bind(handle_, nullptr);
     nua_handle_destroy(handle_);
     handle_ = nullptr;

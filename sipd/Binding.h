@@ -62,6 +62,7 @@ private:
     void handleRegisterAnswer(int status, const sip_s* sip);
     void handleUnregisterAnswer(int status, const sip_s* sip);
     bool authenticate(const sip_s* sip);
+    void setState(State state);
     void succeed();
     void fail(_SIPD_APP_ACK_E reason);
     void unregister();
