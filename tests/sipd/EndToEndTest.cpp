@@ -1,11 +1,11 @@
 // The phone's screens, driven by keys, over the real daemon and a real registrar: every text of the connect
 // dialog has its true cause.
-#include "RealServerDaemon.h"
 #include "RealServerKamailio.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SetupScreensTest.h"
+#include "SipdProcess.h"
 
 #include <QPointer>
 
@@ -34,7 +34,8 @@ protected:
         SetupScreensTest::SetUp();
         ASSERT_EQ(chmod(qPrintable(workplace_.path()), 0755), 0);
         server.start();
-        sipd.start();
+        daemon_ = std::make_unique<SipdProcess>(workplace_.filePath("sipd.log").toStdString(),
+                                                std::vector<std::string>{});
     }
 
     // A profile that connects without asking.
@@ -67,6 +68,13 @@ protected:
         type(user);
     }
 
+    static uint32_t status()
+    {
+        SipdClient client;
+        client.introduce();
+        return client.status("Profile0");
+    }
+
     // What is shown when the profile is connected from its row's menu.
     static ShownBox outcomeOfConnecting()
     {
@@ -78,7 +86,9 @@ protected:
 
     QTemporaryDir workplace_;
     Kamailio server{workplace_.path().toStdString()};
-    Sipd sipd{workplace_.path().toStdString()};
+
+private:
+    std::unique_ptr<SipdProcess> daemon_;
 };
 
 } // namespace
@@ -151,10 +161,10 @@ TEST_F(EndToEnd, TheUserCancelsBeforeASilentServer)
     chooseInRowMenu("Connect");
     const QPointer<SETUP_SIP_ConnectDlg> dialog = open<SETUP_SIP_ConnectDlg>();
     ASSERT_NE(dialog, nullptr);
-    EXPECT_EQ(statusOf("Profile0"), 1U);
+    EXPECT_EQ(status(), 1U);
     press(Qt::Key_F3);
     EXPECT_TRUE(dialog.isNull());
-    EXPECT_TRUE(waitFor([] { return statusOf("Profile0") == 0; }, 1000));
+    EXPECT_TRUE(waitFor([] { return status() == 0; }, 1000));
     EXPECT_EQ(open<SETUP_SIP_ProfileListBase>(), list.get());
 }
 
@@ -189,6 +199,6 @@ TEST_F(EndToEnd, ARowsMenuTellsOfAConnectionThatTheServerEnded)
     openListOf(profile);
     EXPECT_EQ(outcomeOfConnecting(), CONNECTED);
     brief.die();
-    EXPECT_TRUE(waitFor([] { return statusOf("Profile0") != SIPD_PROFILE_CONNECTED; }));
+    EXPECT_TRUE(waitFor([] { return status() != SIPD_PROFILE_CONNECTED; }));
     EXPECT_EQ(outcomeOfConnecting(), FAILED);
 }

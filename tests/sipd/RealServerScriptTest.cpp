@@ -74,9 +74,9 @@ protected:
     void start(const std::string& scenario, int calls = 1)
     {
         sipp = std::make_unique<Sipp>(workplace(), scenario, GetParam(), calls);
-        sipd.start();
-        store("the profile",
-              record(QStringLiteral("127.0.0.1;transport=") + GetParam(), sipp->port(), "anna"));
+        startDaemon();
+        writeProfile("Profile0",
+                     profileOf("anna", std::string("127.0.0.1;transport=") + GetParam(), sipp->port()));
     }
     static bool isConnected() { return statusOf("Profile0") == SIPD_PROFILE_CONNECTED; }
 
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(Real, RealServerScript, testing::Values("udp", "tcp"),
 TEST_P(RealServerScript, GivesThePasswordBySha256)
 {
     start("sha256");
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(sipp->isPlayed());
     auto given = lastCredentials(readFile(QString::fromStdString(workplace() / "messages")).toStdString());
     EXPECT_EQ(given["username"], "anna");
@@ -103,14 +103,14 @@ TEST_P(RealServerScript, GivesThePasswordBySha256)
 TEST_P(RealServerScript, GivesThePasswordToAServerThatOffersTwoWays)
 {
     start("sha256-or-md5");
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(sipp->isPlayed());
 }
 
 TEST_P(RealServerScript, GivesThePasswordAgainWhenItsNonceHasRunOut)
 {
     start("stale");
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(sipp->isPlayed());
     EXPECT_TRUE(isConnected());
 }
@@ -118,7 +118,7 @@ TEST_P(RealServerScript, GivesThePasswordAgainWhenItsNonceHasRunOut)
 TEST_P(RealServerScript, IsNotConnectedAfterARefusedRefreshAndGoesOnTrying)
 {
     start("refresh-refused", 2);
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(waitUntil([] { return !isConnected(); }));
     EXPECT_TRUE(waitUntil([] { return isConnected(); }));
 }
@@ -126,9 +126,9 @@ TEST_P(RealServerScript, IsNotConnectedAfterARefusedRefreshAndGoesOnTrying)
 TEST_P(RealServerScript, IsDisconnectedInTimeFromAServerThatNoLongerAnswers)
 {
     start("keeps");
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(disconnectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, milliseconds(3500));
     EXPECT_EQ(statusOf("Profile0"), 0U);
 }
@@ -136,6 +136,6 @@ TEST_P(RealServerScript, IsDisconnectedInTimeFromAServerThatNoLongerAnswers)
 TEST_P(RealServerScript, AsksForAsLongAsTheServerWants)
 {
     start("too-brief");
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(sipp->isPlayed());
 }
