@@ -23,3 +23,7 @@ ormu_add_test(end_to_end_test QT DAEMON_SOCKET
     SOURCES EndToEndTest.cpp ${screens}/SetupScreensTest.cpp ${screens}/SetupScreensTest.h
     LIBRARIES real_servers ormusipsetup_internals LABELS sipd)
 target_include_directories(end_to_end_test PRIVATE ${screens})
+
+ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET)
+target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="$<TARGET_FILE:demo-registrar>")
+add_dependencies(demo_registrar_test demo-registrar)
