@@ -11,21 +11,21 @@ constexpr unsigned int CLOSED_PORT = 9;
 struct Sample
 {
     const char* name;
+    const char* userID;
+    const char* fate;
+    unsigned int portNum;
     bool locked;
     bool needUserIDPass;
-    const char* userID;
-    unsigned int portNum;
-    const char* fate;
 };
 
 // One of each kind that the screens show in its own way, and one for each outcome of connecting.
 constexpr Sample SAMPLES[] = {
-    {"Home", false, true, "anna", DEMO_REGISTRAR_PORT, "connects"},
-    {"Office", true, true, "ben", DEMO_REGISTRAR_PORT, "has a wrong password"},
-    {"Reception desk", true, false, "reception", DEMO_REGISTRAR_PORT, "connects without asking"},
-    {"Conference room on the second floor, east wing", false, true, "anna", CLOSED_PORT,
-     "does not reach its server"},
-    {"Дача у моря", false, true, "busy", DEMO_REGISTRAR_PORT, "finds its server busy"},
+    {"Home", "anna", "connects", DEMO_REGISTRAR_PORT, false, true},
+    {"Office", "ben", "has a wrong password", DEMO_REGISTRAR_PORT, true, true},
+    {"Reception desk", "reception", "connects without asking", DEMO_REGISTRAR_PORT, true, false},
+    {"Conference room on the second floor, east wing", "anna", "does not reach its server", CLOSED_PORT,
+     false, true},
+    {"Дача у моря", "busy", "finds its server busy", DEMO_REGISTRAR_PORT, false, true},
 };
 constexpr char PASSWORD[] = "secret";
 constexpr char DEFAULT_SAMPLE[] = "Home";

@@ -134,7 +134,7 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
     agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
                         NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
-                        NUTAG_KEEPALIVE(0), NUTAG_ENABLEINVITE(0),
+                        NUTAG_KEEPALIVE(0), SIPTAG_ALLOW_STR("OPTIONS"),
                         TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
                         TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
                         TAG_IF(tls, TPTAG_TLS_VERSION(tls12)), TAG_END());

@@ -27,12 +27,14 @@ void Bindings::removeAll(const std::string& user)
 void Bindings::expire(Clock::time_point now)
 {
     for (auto& [user, bound] : users_) {
-        std::erase_if(bound, [&](const auto& binding) {
-            if (binding.second > now)
-                return false;
-            listener_(user, "expired at " + binding.first);
-            return true;
-        });
+        for (auto binding = bound.begin(); binding != bound.end();) {
+            if (binding->second > now) {
+                ++binding;
+                continue;
+            }
+            listener_(user, "expired at " + binding->first);
+            binding = bound.erase(binding);
+        }
     }
 }
 

@@ -43,7 +43,12 @@ protected:
     }
 };
 
+// AddressSanitizer's allocator keeps what was freed for a while.
+#ifdef __SANITIZE_ADDRESS__
+constexpr long someKilobytes = 65536;
+#else
 constexpr long someKilobytes = 2048;
+#endif
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "RealServerKamailio.h"
 
+#include "SipdProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <array>

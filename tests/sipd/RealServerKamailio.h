@@ -3,6 +3,7 @@
 
 #include "RealServerProcess.h"
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>

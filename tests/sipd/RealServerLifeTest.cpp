@@ -9,6 +9,15 @@ using std::chrono::seconds;
 
 namespace {
 
+// A client that has asked for Profile0.
+SipdClient connectingClient()
+{
+    SipdClient client;
+    EXPECT_EQ(client.introduce(), SIPD_ACK_SUCCESS);
+    EXPECT_TRUE(client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0")));
+    return client;
+}
+
 // Over UDP and TCP. The registrar takes the connection for lasting, unless a test says otherwise: what goes
 // from it has been taken back.
 class RealServerLife : public RealServerTest, public testing::WithParamInterface<const char*>
@@ -22,13 +31,13 @@ protected:
     void connectAnna()
     {
         server.start();
-        sipd.start();
-        store("the profile", annasProfile());
-        ASSERT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+        startDaemon();
+        writeProfile("Profile0", annasProfile());
+        ASSERT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     }
-    SIP_PROFILE_CONTENT annasProfile() const
+    TestProfile annasProfile() const
     {
-        return record(QStringLiteral("127.0.0.1;transport=") + GetParam(), server.port(), "anna");
+        return profileOf("anna", std::string("127.0.0.1;transport=") + GetParam(), server.port());
     }
     static bool isConnected() { return statusOf("Profile0") == SIPD_PROFILE_CONNECTED; }
     bool isRegistered() const { return server.registered("anna").has_value(); }
@@ -66,32 +75,32 @@ TEST_P(RealServerShortLife, IsMissedWhenTheRegistrarDiesAndComesBackWithIt)
 TEST_P(RealServerLife, FollowsThePasswordInTheFile)
 {
     connectAnna();
-    SIP_PROFILE_CONTENT wrong = annasProfile();
+    TestProfile wrong = annasProfile();
     wrong.password = "guess";
-    store("the profile", wrong);
+    writeProfile("Profile0", wrong);
     EXPECT_TRUE(waitUntil([this] { return !isConnected() && !isRegistered(); }));
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
-    store("the profile", annasProfile());
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
+    writeProfile("Profile0", annasProfile());
     EXPECT_TRUE(waitUntil([this] { return isConnected() && isRegistered(); }));
 }
 
 TEST_P(RealServerLife, IsRenewedAtOnceByConnectingAgain)
 {
     connectAnna();
-    SIP_PROFILE_CONTENT bob = annasProfile();
-    bob.userID = "bob";
-    store("the profile", bob);
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    TestProfile bob = annasProfile();
+    bob.user = "bob";
+    writeProfile("Profile0", bob);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(server.registered("bob"));
     EXPECT_TRUE(waitUntil([this] { return !isRegistered(); }, milliseconds(1000)));
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(server.registered("bob"));
 }
 
 TEST_P(RealServerLife, EndsWithItsProfile)
 {
     connectAnna();
-    remove("the profile");
+    removeProfile("Profile0");
     EXPECT_TRUE(
         waitUntil([this] { return statusOf("Profile0") == 0 && !isRegistered(); }, milliseconds(1500)));
 }
@@ -100,7 +109,7 @@ TEST_P(RealServerLife, EndsWithTheDaemon)
 {
     connectAnna();
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(sipd.stop(), 0);
+    stopDaemon();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, seconds(4));
     EXPECT_FALSE(isRegistered());
 }
@@ -108,10 +117,10 @@ TEST_P(RealServerLife, EndsWithTheDaemon)
 TEST_P(RealServerLife, BeginsWithTheDaemonWhenTheProfileSaysSo)
 {
     server.start();
-    SIP_PROFILE_CONTENT anna = annasProfile();
+    TestProfile anna = annasProfile();
     anna.autoConnect = true;
-    store("the profile", anna);
-    sipd.start();
+    writeProfile("Profile0", anna);
+    startDaemon();
     EXPECT_TRUE(waitUntil([this] { return isConnected() && isRegistered(); }));
 }
 
@@ -120,13 +129,12 @@ TEST_F(RealServerTest, ARegistrationIsRefreshedForAsLongAsItLasts)
     // Client and server reckon in whole seconds; of a much shorter binding that would leave nothing.
     Kamailio server(workplace(), {.longestBindingSeconds = 6});
     server.start();
-    sipd.start();
-    for (const QString transport : {"udp", "tcp"}) {
-        store(transport, record("127.0.0.1;transport=" + transport, server.port(), transport));
-        const std::string group = transport == "udp" ? "Profile0" : "Profile1";
-        ASSERT_EQ(connectAndWait(group), SIPD_ACK_SUCCESS);
-    }
+    startDaemon();
     const std::map<std::string, std::string> groups = {{"udp", "Profile0"}, {"tcp", "Profile1"}};
+    for (const auto& [transport, group] : groups) {
+        writeProfile(group, profileOf(transport, "127.0.0.1;transport=" + transport, server.port()));
+        ASSERT_EQ(connectProfile(group), SIPD_ACK_SUCCESS);
+    }
     std::map<std::string, std::set<int>> seen;
     EXPECT_TRUE(waitUntil(
         [&] {
@@ -145,19 +153,17 @@ TEST_F(RealServerTest, ARegistrationThatItsClientNoLongerWaitsForIsTakenBack)
 {
     Kamailio server(workplace());
     server.start();
-    sipd.start();
-    for (const QString transport : {"udp", "tcp"}) {
-        store("the profile", record("127.0.0.1;transport=" + transport, server.port(), "late"));
+    startDaemon();
+    for (const std::string transport : {"udp", "tcp"}) {
+        writeProfile("Profile0", profileOf("late", "127.0.0.1;transport=" + transport, server.port()));
         {
-            DaemonClient client;
-            client.connect("Profile0");
-            // The server has the password by now.
-            EXPECT_FALSE(client.ack(Kamailio::LATENESS / 2));
+            const SipdClient client = connectingClient();
+            // In that time the server gets the password.
+            EXPECT_FALSE(waitUntil([] { return statusOf("Profile0") != 1; }, Kamailio::LATENESS / 2));
         }
         EXPECT_TRUE(waitUntil([] { return statusOf("Profile0") == 0; }, milliseconds(500)));
         waitUntil([&] { return server.registered("late").has_value(); }, 2 * Kamailio::LATENESS);
-        EXPECT_TRUE(waitUntil([&] { return !server.registered("late"); }, milliseconds(1000)))
-            << qPrintable(transport);
+        EXPECT_TRUE(waitUntil([&] { return !server.registered("late"); }, milliseconds(1000))) << transport;
         EXPECT_EQ(statusOf("Profile0"), 0U);
     }
 }
@@ -166,14 +172,13 @@ TEST_F(RealServerTest, ACancelledConnectToASilentServerIsForgottenAtOnce)
 {
     Kamailio server(workplace());
     server.start();
-    sipd.start();
-    store("the profile", record("127.0.0.1", server.port(), "silent"));
+    startDaemon();
+    writeProfile("Profile0", profileOf("silent", "127.0.0.1", server.port()));
     {
-        DaemonClient client;
-        client.connect("Profile0");
+        const SipdClient client = connectingClient();
         EXPECT_EQ(statusOf("Profile0"), 1U);
     }
     EXPECT_TRUE(waitUntil([] { return statusOf("Profile0") == 0; }, milliseconds(1000)));
-    store("the profile", record("127.0.0.1", server.port(), "anna"));
-    EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    writeProfile("Profile0", profileOf("anna", "127.0.0.1", server.port()));
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
 }

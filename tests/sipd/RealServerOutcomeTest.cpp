@@ -36,18 +36,18 @@ std::string titleOf(const testing::TestParamInfo<RealServerOutcome::ParamType>& 
     return std::string(outcome.title) + (std::string(transport) == "udp" ? "OverUdp" : "OverTcp");
 }
 
-QString serverOver(const char* transport)
+std::string serverOver(const std::string& transport)
 {
-    return QStringLiteral("127.0.0.1;transport=") + transport;
+    return "127.0.0.1;transport=" + transport;
 }
 
-// One each of the profiles.
-std::vector<std::unique_ptr<DaemonClient>> connectAll(const std::vector<std::string>& groups)
+// A client for each profile.
+std::vector<SipdClient> connectAll(const std::vector<std::string>& groups)
 {
-    std::vector<std::unique_ptr<DaemonClient>> clients;
-    for (const std::string& group : groups) {
-        clients.push_back(std::make_unique<DaemonClient>());
-        clients.back()->connect(group);
+    std::vector<SipdClient> clients(groups.size());
+    for (size_t i = 0; i < groups.size(); ++i) {
+        EXPECT_EQ(clients[i].introduce(), SIPD_ACK_SUCCESS);
+        EXPECT_TRUE(clients[i].send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, groups[i])));
     }
     return clients;
 }
@@ -59,12 +59,12 @@ TEST_P(RealServerOutcome, IsAcknowledged)
     const auto& [transport, outcome] = GetParam();
     Kamailio server(workplace());
     server.start();
-    sipd.start();
-    SIP_PROFILE_CONTENT profile = record(serverOver(transport), server.port(), outcome.user);
+    startDaemon();
+    TestProfile profile = profileOf(outcome.user, serverOver(transport), server.port());
     profile.password = outcome.password;
-    store("the profile", profile);
+    writeProfile("Profile0", profile);
 
-    EXPECT_EQ(connectAndWait("Profile0"), outcome.ack);
+    EXPECT_EQ(connectProfile("Profile0"), outcome.ack);
 
     const auto binding = server.registered(outcome.user);
     const bool isConnected = outcome.ack == SIPD_ACK_SUCCESS;
@@ -76,7 +76,7 @@ TEST_P(RealServerOutcome, IsAcknowledged)
                   std::string(transport) == "tcp")
             << binding->contact;
     }
-    EXPECT_EQ(disconnectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_FALSE(server.registered(outcome.user));
     EXPECT_EQ(statusOf("Profile0"), 0U);
 }
@@ -87,31 +87,31 @@ INSTANTIATE_TEST_SUITE_P(Real, RealServerOutcome,
 
 TEST_F(RealServerTest, AClosedPortAndANameThatNobodyHasAreNotReached)
 {
-    sipd.start();
+    startDaemon();
     const int closed = freePort();
-    store("udp", record(serverOver("udp"), closed, "anna"));
-    store("tcp", record(serverOver("tcp"), closed, "anna"));
-    store("nobody", record("nobody.invalid", 5061, "anna"));
+    writeProfile("Profile0", profileOf("anna", serverOver("udp"), closed));
+    writeProfile("Profile1", profileOf("anna", serverOver("tcp"), closed));
+    writeProfile("Profile2", profileOf("anna", "nobody.invalid", 5061));
     for (const char* group : {"Profile0", "Profile1", "Profile2"})
-        EXPECT_EQ(connectAndWait(group), SIPD_ACK_CONNECT_FAILED) << group;
+        EXPECT_EQ(connectProfile(group), SIPD_ACK_CONNECT_FAILED) << group;
 }
 
 TEST_F(RealServerTest, ASilentServerIsGivenUpInTimeAndNobodyElseWaitsForIt)
 {
     Kamailio server(workplace());
     server.start();
-    sipd.start();
-    store("udp", record(serverOver("udp"), server.port(), "silent"));
-    store("tcp", record(serverOver("tcp"), server.port(), "silent"));
-    store("other", record(serverOver("udp"), server.port(), "anna"));
+    startDaemon();
+    writeProfile("Profile0", profileOf("silent", serverOver("udp"), server.port()));
+    writeProfile("Profile1", profileOf("silent", serverOver("tcp"), server.port()));
+    writeProfile("Profile2", profileOf("anna", serverOver("udp"), server.port()));
 
     const auto begin = std::chrono::steady_clock::now();
-    const auto silent = connectAll({"Profile0", "Profile1"});
+    auto silent = connectAll({"Profile0", "Profile1"});
     EXPECT_EQ(statusOf("Profile0"), 1U);
-    EXPECT_EQ(connectAndWait("Profile2"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
-    for (const auto& client : silent)
-        EXPECT_EQ(client->ack(), SIPD_ACK_CONNECT_FAILED);
+    for (SipdClient& client : silent)
+        EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
     EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(7));
     EXPECT_EQ(statusOf("Profile0"), 0U);
     EXPECT_EQ(statusOf("Profile2"), SIPD_PROFILE_CONNECTED);
@@ -119,34 +119,34 @@ TEST_F(RealServerTest, ASilentServerIsGivenUpInTimeAndNobodyElseWaitsForIt)
 
 TEST_F(RealServerTest, AProfileThatMakesNoSenseIsIncorrect)
 {
-    sipd.start();
-    store("empty", record("", 5060, "anna"));
-    store("malformed", record("127.0.0.1 or so", 5060, "anna"));
-    store("no port", record("127.0.0.1", 0, "anna"));
-    store("a port too far", record("127.0.0.1", 65536, "anna"));
+    startDaemon();
+    writeProfile("Profile0", profileOf("anna", "", 5060));
+    writeProfile("Profile1", profileOf("anna", "127.0.0.1 or so", 5060));
+    writeProfile("Profile2", profileOf("anna", "127.0.0.1", 0));
+    writeProfile("Profile3", profileOf("anna", "127.0.0.1", 65536));
     for (const char* group : {"Profile0", "Profile1", "Profile2", "Profile3", "Profile4"})
-        EXPECT_EQ(connectAndWait(group), SIPD_ACK_INCORRECT_PROFILE) << group;
+        EXPECT_EQ(connectProfile(group), SIPD_ACK_INCORRECT_PROFILE) << group;
 }
 
 TEST_F(RealServerTest, AServerMayBeTypedInManyWays)
 {
     Kamailio server(workplace());
     server.start();
-    sipd.start();
-    QStringList typed = {"127.0.0.1",
-                         "localhost",
-                         "sip:127.0.0.1",
-                         "127.0.0.1  ",
-                         "127.0.0.1;transport=UDP",
-                         "sip:localhost;transport=tcp"};
+    startDaemon();
+    std::vector<std::string> typed = {"127.0.0.1",
+                                      "localhost",
+                                      "sip:127.0.0.1",
+                                      "127.0.0.1  ",
+                                      "127.0.0.1;transport=UDP",
+                                      "sip:localhost;transport=tcp"};
     if (Kamailio::hasIpv6())
-        typed += QStringList{"::1", "[::1]", "sip:[::1];transport=tcp"};
-    for (const QString& address : typed) {
-        store("the profile", record(address, server.port(), "anna"));
-        EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS) << qPrintable(address);
-        EXPECT_TRUE(server.registered("anna")) << qPrintable(address);
-        EXPECT_EQ(disconnectAndWait("Profile0"), SIPD_ACK_SUCCESS) << qPrintable(address);
-        EXPECT_FALSE(server.registered("anna")) << qPrintable(address);
+        typed.insert(typed.end(), {"::1", "[::1]", "sip:[::1];transport=tcp"});
+    for (const std::string& address : typed) {
+        writeProfile("Profile0", profileOf("anna", address, server.port()));
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << address;
+        EXPECT_TRUE(server.registered("anna")) << address;
+        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS) << address;
+        EXPECT_FALSE(server.registered("anna")) << address;
     }
 }
 
@@ -155,33 +155,34 @@ TEST_F(RealServerTest, UserNamesAndPasswordsMayHoldAnyCharacter)
     const char password[] = "p:a\"s\\s %@,;=<>&#ö";
     Kamailio server(workplace(), {.password = password});
     server.start();
-    sipd.start();
+    startDaemon();
     // This server takes names of ASCII alone.
     for (const char* user : {"anna", "o'neil@home", "room 7", "+49 (30) 1234", "100%"}) {
-        SIP_PROFILE_CONTENT profile = record("127.0.0.1", server.port(), QString::fromUtf8(user));
-        profile.password = QString::fromUtf8(password);
-        store("the profile", profile);
-        EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS) << user;
+        TestProfile profile = profileOf(user, "127.0.0.1", server.port());
+        profile.password = password;
+        writeProfile("Profile0", profile);
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << user;
     }
-    EXPECT_EQ(sipd.log().find("p:a"), std::string::npos);
+    EXPECT_EQ(daemon().log().find("p:a"), std::string::npos);
 }
 
 TEST_F(RealServerTest, TenProfilesConnectAtOnce)
 {
     Kamailio server(workplace());
     server.start();
-    sipd.start();
+    startDaemon();
     std::vector<std::string> groups;
     for (int i = 0; i < 10; ++i) {
-        store(QString::number(i),
-              record(serverOver(i % 2 == 0 ? "udp" : "tcp"), server.port(), "user" + QString::number(i)));
         groups.push_back("Profile" + std::to_string(i));
+        writeProfile(groups.back(), profileOf("user" + std::to_string(i),
+                                              serverOver(i % 2 == 0 ? "udp" : "tcp"), server.port()));
     }
-    for (const auto& client : connectAll(groups))
-        EXPECT_EQ(client->ack(), SIPD_ACK_SUCCESS);
+    std::vector<SipdClient> clients = connectAll(groups);
+    for (SipdClient& client : clients)
+        EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
     for (int i = 0; i < 10; ++i)
         EXPECT_TRUE(server.registered("user" + std::to_string(i))) << i;
-    EXPECT_EQ(disconnectAndWait("Profile4"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(disconnectProfile("Profile4"), SIPD_ACK_SUCCESS);
     for (int i = 0; i < 10; ++i)
         EXPECT_EQ(server.registered("user" + std::to_string(i)).has_value(), i != 4) << i;
 }

@@ -9,7 +9,6 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -18,7 +17,7 @@ namespace {
 constexpr int FIRST_PORT = 20000;
 constexpr int LAST_PORT = 32000;
 
-bool isFree(int type, int port)
+bool isFreeFor(int type, int port)
 {
     const int fd = socket(AF_INET, type | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
@@ -48,15 +47,9 @@ bool isFree(int type, int port)
 
 } // namespace
 
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit)
+bool isPortFree(int port)
 {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+    return isFreeFor(SOCK_STREAM, port) && isFreeFor(SOCK_DGRAM, port);
 }
 
 int freePort()
@@ -64,7 +57,7 @@ int freePort()
     static int next = FIRST_PORT + getpid() % (LAST_PORT - FIRST_PORT);
     do {
         next = next == LAST_PORT ? FIRST_PORT : next + 1;
-    } while (!isFree(SOCK_STREAM, next) || !isFree(SOCK_DGRAM, next));
+    } while (!isPortFree(next));
     return next;
 }
 

@@ -1,16 +1,12 @@
 #ifndef REALSERVERPROCESS_H
 #define REALSERVERPROCESS_H
 
-#include <chrono>
-#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
-constexpr std::chrono::seconds PATIENCE(10);
-
-// Looks again and again, until the condition holds or the time is over; whether it held.
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = PATIENCE);
+// Whether nobody has the port of 127.0.0.1, neither for UDP nor for TCP.
+bool isPortFree(int port);
 
 // A port of 127.0.0.1 that nobody has, for UDP and TCP, outside the range from which the kernel gives them
 // out.

@@ -1,45 +1,20 @@
 #include "RealServerTest.h"
 
-#include "SETUP_SIP_Agent.h"
-
 #include <sys/stat.h>
-
-RealServerTest::~RealServerTest()
-{
-    SETUP_SIP_Agent::cleanup();
-}
 
 void RealServerTest::SetUp()
 {
-    ASSERT_EQ(claim.problem(), "") << "this test needs the daemon's socket for itself";
+    SipdTest::SetUp();
     // A server that gives up root's rights still needs its files.
     ASSERT_EQ(chmod(workplace().c_str(), 0755), 0);
 }
 
-std::filesystem::path RealServerTest::workplace() const
+TestProfile RealServerTest::profileOf(const std::string& user, const std::string& server, int port)
 {
-    return workplace_.path().toStdString();
-}
-
-SIP_PROFILE_CONTENT RealServerTest::record(const QString& server, int port, const QString& user)
-{
-    SIP_PROFILE_CONTENT record;
-    SETUP_SIP_Agent::instance()->setDefaultProfileInfo(record);
-    record.server = server;
-    record.portNum = static_cast<unsigned int>(port);
-    record.userID = user;
-    record.password = Kamailio::SECRET;
-    record.autoConnect = false;
-    return record;
-}
-
-void RealServerTest::store(const QString& name, SIP_PROFILE_CONTENT record)
-{
-    record.displayName = name;
-    SETUP_SIP_Agent::instance()->setProfileInfo(record, name);
-}
-
-void RealServerTest::remove(const QString& name)
-{
-    SETUP_SIP_Agent::instance()->deleteProfile(name);
+    return {.server = server,
+            .port = static_cast<unsigned int>(port),
+            .user = user,
+            .password = Kamailio::SECRET,
+            .autoConnect = false,
+            .displayName = "Profile of " + user};
 }

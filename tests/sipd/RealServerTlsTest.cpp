@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <list>
+#include <map>
 #include <utility>
 
 namespace {
@@ -84,7 +85,7 @@ protected:
         server.start();
         return server;
     }
-    void startDaemon() { sipd.start({"--ca-file", workplace() / "authority.pem"}); }
+    void startTrustingDaemon() { startDaemon({"--ca-file", (workplace() / "authority.pem").string()}); }
 
     std::list<Kamailio> servers;
 };
@@ -95,14 +96,14 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
 {
     certificateOf("good").make("../authority", GOOD_NAMES);
     Kamailio& server = startServer("good");
-    startDaemon();
+    startTrustingDaemon();
     for (const char* address : {"localhost;transport=tls", "sip:localhost;transport=TLS "}) {
-        store("the profile", record(address, server.tlsPort(), "anna"));
-        EXPECT_EQ(connectAndWait("Profile0"), SIPD_ACK_SUCCESS) << address;
+        writeProfile("Profile0", profileOf("anna", address, server.tlsPort()));
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << address;
         const auto binding = server.registered("anna");
-        ASSERT_TRUE(binding) << sipd.log();
+        ASSERT_TRUE(binding) << daemon().log();
         EXPECT_EQ(binding->transport, "tls");
-        EXPECT_EQ(disconnectAndWait("Profile0"), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
         EXPECT_FALSE(server.registered("anna"));
     }
 }
@@ -114,22 +115,22 @@ TEST_F(RealServerTls, DoesNotTrustABadCertificateNorAPlainConnection)
     certificateOf("other").make("../authority", OTHER_NAMES);
     certificateOf("expired").makeExpired("../authority", GOOD_NAMES);
     certificateOf("good").make("../authority", GOOD_NAMES);
-    startDaemon();
-    const auto add = [](const char* name, int port) {
-        store(name, record("localhost;transport=tls", port, name));
-    };
-    add("foreign", startServer("foreign").tlsPort());
-    add("other", startServer("other").tlsPort());
-    add("expired", startServer("expired").tlsPort());
-    add("plain", startServer("good").port());
-
-    std::list<DaemonClient> clients(4);
-    int group = 0;
-    for (DaemonClient& client : clients)
-        client.connect("Profile" + std::to_string(group++));
-    for (DaemonClient& client : clients)
+    startTrustingDaemon();
+    const std::map<std::string, int> ports = {{"foreign", startServer("foreign").tlsPort()},
+                                              {"other", startServer("other").tlsPort()},
+                                              {"expired", startServer("expired").tlsPort()},
+                                              {"plain", startServer("good").port()}};
+    std::list<SipdClient> clients;
+    for (const auto& [user, port] : ports) {
+        const std::string group = "Profile" + std::to_string(clients.size());
+        writeProfile(group, profileOf(user, "localhost;transport=tls", port));
+        SipdClient& client = clients.emplace_back();
+        EXPECT_EQ(client.introduce(), SIPD_ACK_SUCCESS);
+        EXPECT_TRUE(client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, group)));
+    }
+    for (SipdClient& client : clients)
         EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
     for (Kamailio& server : servers)
-        for (const char* user : {"foreign", "other", "expired", "plain"})
+        for (const auto& [user, port] : ports)
             EXPECT_FALSE(server.registered(user)) << user;
 }

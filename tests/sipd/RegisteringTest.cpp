@@ -3,11 +3,16 @@
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
+#include <arpa/inet.h>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -383,6 +388,45 @@ TEST_F(Registering, DisconnectsWithinThreeSecondsWhenTheServerIsSilent)
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
     EXPECT_GE(Clock::now() - start, 2900ms);
     EXPECT_LT(Clock::now() - start, 3500ms);
+    stopDaemon();
+}
+
+namespace {
+
+// The status of the answer to a request that somebody sends to a registered phone; "nothing" without one.
+std::string answerTo(const std::string& method, const std::string& contact)
+{
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    const timeval patience = {5, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    sockaddr_in phone = {};
+    phone.sin_family = AF_INET;
+    phone.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    phone.sin_port =
+        htons(static_cast<uint16_t>(std::stoi(contact.substr(contact.rfind(':', contact.find(';')) + 1))));
+    const std::string request =
+        method + " sip:anna@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" + method +
+        "\r\nFrom: <sip:x@y>;tag=1\r\nTo: <sip:anna@127.0.0.1>\r\nCall-ID: " + method + "\r\nCSeq: 1 " +
+        method + "\r\nContact: <sip:x@127.0.0.1>\r\nContent-Length: 0\r\n\r\n";
+    sendto(fd, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&phone), sizeof(phone));
+    std::array<char, 4096> answer{};
+    const ssize_t size = recv(fd, answer.data(), answer.size(), 0);
+    close(fd);
+    return size < 12 ? "nothing" : std::string(answer.data(), 12);
+}
+
+} // namespace
+
+TEST_F(Registering, TakesNoCallsAndNoMessages)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const std::string contact = *registrar.contacts().begin();
+    for (const char* method : {"INVITE", "MESSAGE", "REFER", "SUBSCRIBE", "NOTIFY", "INFO"})
+        EXPECT_EQ(answerTo(method, contact), "SIP/2.0 405 ") << method;
+    EXPECT_EQ(answerTo("OPTIONS", contact), "SIP/2.0 200 ");
+    EXPECT_EQ(statusOf("Profile0"), 2U);
     stopDaemon();
 }
 

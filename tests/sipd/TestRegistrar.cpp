@@ -15,9 +15,6 @@
 
 namespace {
 
-const std::string realm = R"(the "realm")";
-const std::string quotedRealm = R"("the \"realm\"")";
-
 std::vector<std::string> linesOf(const std::string& message)
 {
     std::vector<std::string> lines;
@@ -59,6 +56,14 @@ std::string unescaped(const std::string& text)
         i += 2;
     }
     return result;
+}
+
+std::string quoted(const std::string& text)
+{
+    std::string result;
+    for (const char c : text)
+        result += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
+    return '"' + result + '"';
 }
 
 // The value of a parameter of an Authorization header, without its quotation marks.
@@ -167,15 +172,12 @@ bool TestRegistrar::isAuthorized(const Register& request)
         return false;
     }
     ++usesOfNonce_;
-    const DigestQuestion question{parameter(header, "algorithm"),
-                                  realm,
-                                  nonce(),
-                                  "REGISTER",
-                                  parameter(header, "uri"),
-                                  parameter(header, "cnonce"),
-                                  parameter(header, "nc")};
+    const DigestQuestion question{
+        parameter(header, "algorithm"), account_->realm,        nonce(), "REGISTER", parameter(header, "uri"),
+        parameter(header, "cnonce"),    parameter(header, "nc")};
     return parameter(header, "username") == account_->user && request.user == account_->user &&
-           parameter(header, "realm") == realm && question.algorithm == account_->algorithms.front() &&
+           parameter(header, "realm") == account_->realm &&
+           question.algorithm == account_->algorithms.front() &&
            parameter(header, "response") == digestResponse(question, account_->user, account_->password);
 }
 
@@ -183,7 +185,7 @@ std::string TestRegistrar::challenges()
 {
     std::string headers;
     for (const std::string& algorithm : account_->algorithms)
-        headers += "WWW-Authenticate: Digest realm=" + quotedRealm + ", nonce=\"" + nonce() +
+        headers += "WWW-Authenticate: Digest realm=" + quoted(account_->realm) + ", nonce=\"" + nonce() +
                    "\", algorithm=" + algorithm + ", qop=\"auth\", opaque=\"o\"\r\n";
     return headers;
 }

@@ -20,6 +20,7 @@ public:
         std::string user;
         std::string password;
         std::vector<std::string> algorithms = {"MD5"}; // that it asks for, in this order
+        std::string realm = R"(the "realm")";
     };
 
     struct Register
