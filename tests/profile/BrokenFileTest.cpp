@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -306,9 +307,14 @@ TEST_F(Repair, WaitsForAWriterThatIsAtWork)
     const int directoryFd = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(directoryFd, LOCK_EX), 0);
     resetCallCounts();
-    std::thread repairing([this] { repairProfileFile(file()); });
-    while (callCount(SystemCall::Flock) == 0)
+    std::atomic<bool> done = false;
+    std::thread repairing([&] {
+        repairProfileFile(file());
+        done = true;
+    });
+    while (callCount(SystemCall::Flock) == 0 && !done)
         std::this_thread::yield();
+    EXPECT_FALSE(done);
     // What the writer stores is repaired, too.
     writeFile(broken_ + "[Profile3]\nDisplayName=C\n");
     close(directoryFd);
