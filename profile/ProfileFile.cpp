@@ -111,8 +111,16 @@ void ProfileFile::check(const QByteArray& bytes)
 {
     const ProfileKeys keys(bytes);
     canRepair_ = keys.isParsed();
-    for (const QString& group : keys.profileGroups())
-        profiles_.append({group, keys.text(group, DISPLAY_NAME_KEY)});
+    for (const QString& group : keys.profileGroups()) {
+        const Profile profile = {group, keys.text(group, DISPLAY_NAME_KEY)};
+        const QString shared = keys.sharedGroup(group);
+        if (shared.isEmpty())
+            profiles_.append(profile);
+        else
+            find(Finding::Hidden, shared,
+                 tr("%1 is not listed: there is another %2 below.")
+                     .arg(describe({shared, profile.name}), shared));
+    }
     checkLoading(keys);
     checkNames();
     checkNumbers();

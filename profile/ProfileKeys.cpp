@@ -81,6 +81,34 @@ bool isProfileGroup(const QString& group)
            std::all_of(number.begin(), number.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
+QString firstFree(const QSet<QString>& groups)
+{
+    int number = 0;
+    while (groups.contains(GROUP_STEM + QString::number(number)))
+        ++number;
+    return GROUP_STEM + QString::number(number);
+}
+
+struct Section
+{
+    qsizetype line; // of its header
+    QString group;
+    bool isNamed = false;
+};
+
+QList<Section> sectionsOf(const QList<QByteArray>& lines)
+{
+    QList<Section> sections;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QByteArray line = lines[i].trimmed();
+        if (line.startsWith('['))
+            sections.append({i, QString::fromUtf8(line.sliced(1).chopped(1))});
+        else if (!sections.isEmpty() && line.left(line.indexOf('=')).trimmed() == DISPLAY_NAME_KEY)
+            sections.last().isNamed = true;
+    }
+    return sections;
+}
+
 // Their numbers may be longer than any integer.
 bool isBefore(const QString& a, const QString& b)
 {
@@ -91,15 +119,36 @@ bool isBefore(const QString& a, const QString& b)
 
 ProfileKeys::ProfileKeys(const QByteArray& bytes) : keys_(g_key_file_new())
 {
-    if (parseSettings(keys_.get(), bytes))
-        return;
-    const Mended mended = mend(bytes);
+    Mended mended = {bytes};
+    if (!parses(bytes))
+        mended = mend(bytes);
     unparsedLines_ = mended.lines;
     firstUnparsedLine_ = mended.firstLine;
-    keys_.reset(g_key_file_new());
-    isParsed_ = parseSettings(keys_.get(), mended.bytes);
+    isParsed_ = parseSettings(keys_.get(), separateGroups(mended.bytes));
     if (!isParsed_)
         keys_.reset(g_key_file_new());
+}
+
+QByteArray ProfileKeys::separateGroups(const QByteArray& bytes)
+{
+    QList<QByteArray> lines = bytes.split('\n');
+    const QList<Section> sections = sectionsOf(lines);
+    QSet<QString> groups;
+    QHash<QString, qsizetype> lastLines;
+    for (const Section& section : sections) {
+        groups.insert(section.group);
+        if (section.isNamed)
+            lastLines.insert(section.group, section.line);
+    }
+    for (const Section& section : sections) {
+        if (!section.isNamed || !isProfileGroup(section.group) || section.line == lastLines[section.group])
+            continue;
+        const QString own = firstFree(groups);
+        groups.insert(own);
+        sharedGroups_.insert(own, section.group);
+        lines[section.line] = '[' + own.toUtf8() + ']';
+    }
+    return lines.join('\n');
 }
 
 QList<QString> ProfileKeys::numberedGroups() const

@@ -3,6 +3,7 @@
 
 #include "SettingsFile.h"
 
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -23,6 +24,8 @@ public:
     // The groups that hold a profile, by their numbers. One without a name, which is no profile to the store,
     // counts when anything but switches stands in it.
     QList<QString> profileGroups() const;
+    // The name in the file of a group that has one of its own here; "" for the others.
+    QString sharedGroup(const QString& group) const { return sharedGroups_.value(group); }
     // The groups of such a name that hold switches at most.
     QSet<QString> remnantGroups() const;
 
@@ -42,7 +45,10 @@ private:
     QList<QString> numberedGroups() const;
     bool isRemnant(const QString& group) const;
 
+    QByteArray separateGroups(const QByteArray& bytes);
+
     KeyFile keys_;
+    QHash<QString, QString> sharedGroups_;
     int unparsedLines_ = 0;
     int firstUnparsedLine_ = 0;
     bool isParsed_ = true;

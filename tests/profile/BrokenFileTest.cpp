@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -117,6 +118,22 @@ const Broken FILES[] = {
      {"A", "B"},
      "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n\n"
      "[Profile1]\nDisplayName=B\nDefaultProfile=1\n\n[SystemDefault]\nProfile=Profile1\n"},
+    {"GroupsOfOneNumber",
+     "[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=A\nUserID=a\n[Profile1]\nDisplayName=B\n"
+     "[Profile0]\nUserID=b\n DisplayName = C\n[Other]\nDisplayName=X\n[Profile0]\nDisplayName=D\n[Profile2]\n"
+     "DisplayName=E\n[Other]\nDisplayName=Y\n[SystemDefault]\nProfile=Profile0\n",
+     {"“A” (Profile0) is not listed: there is another Profile0 below.",
+      "“C” (Profile0) is not listed: there is another Profile0 below."},
+     {"D", "B", "E", "A", "C"},
+     "[ProfileSummary]\nTotalProfile=5\n\n[Profile3]\nDisplayName=A\nUserID=a\n\n[Profile1]\nDisplayName="
+     "B\n\n"
+     "[Profile4]\nUserID=b\nDisplayName=C\n\n[Other]\nDisplayName=X\nDisplayName=Y\n\n[Profile0]"
+     "\nDisplayName=D\n\n"
+     "[Profile2]\nDisplayName=E\n\n[SystemDefault]\nProfile=Profile0\n"},
+    {"GroupInTwoPieces",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\n[Other]\n[Profile0]\nUserID=a\n",
+     {},
+     {"A"}},
     {"NumbersWithZeros",
      "[ProfileSummary]\nTotalProfile=1\n[Profile00]\nDisplayName=X\n[Profile0]\nDisplayName=A\n"
      "[Profile]\nDisplayName=Y\n[Profile-1]\nDisplayName=Z\n[profile1]\nDisplayName=W\n[Profile1 "
@@ -290,9 +307,14 @@ TEST_F(Repair, WaitsForAWriterThatIsAtWork)
     const int directoryFd = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(directoryFd, LOCK_EX), 0);
     resetCallCounts();
-    std::thread repairing([this] { repairProfileFile(file()); });
-    while (callCount(SystemCall::Flock) == 0)
+    std::atomic<bool> done = false;
+    std::thread repairing([&] {
+        repairProfileFile(file());
+        done = true;
+    });
+    while (callCount(SystemCall::Flock) == 0 && !done)
         std::this_thread::yield();
+    EXPECT_FALSE(done);
     // What the writer stores is repaired, too.
     writeFile(broken_ + "[Profile3]\nDisplayName=C\n");
     close(directoryFd);

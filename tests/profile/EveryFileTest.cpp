@@ -318,6 +318,9 @@ protected:
             ASSERT_TRUE(store().getProfileGroupName(record.displayName, group));
             ASSERT_EQ(group, QStringLiteral("Profile%1").arg(i));
             marked += record.defaultProfile;
+            if (before[i].record.userID == formerDefault) {
+                ASSERT_EQ(record.defaultProfile, before[i].record.defaultProfile);
+            }
         }
         ASSERT_LE(marked, 1);
         ASSERT_EQ(defaultUser(after), formerDefault);

@@ -82,19 +82,6 @@ QString refusal()
     return text;
 }
 
-TEST_F(MainMenu, BelongsToAScreenWithNineProtectedSlots)
-{
-    openScreen();
-    EXPECT_EQ(
-        ownMethods(*screen->metaObject()),
-        QStringList({"protected slot menuItemActivated(int)", "protected slot contentMenuItemActivated(int)",
-                     "protected slot editDone(bool)", "protected slot detailDone(bool)",
-                     "protected slot itemClicked(int,QListBoxItem*,QPoint)",
-                     "protected slot showContentMenu(QListBoxItem*,QPoint)",
-                     "protected slot userIDPasswordDone(bool)", "protected slot connectDone(bool)",
-                     "protected slot customEvent(QCustomEvent*)"}));
-}
-
 TEST_F(MainMenu, OpensAnEmptyEditScreenOfItsOwnForANewProfile)
 {
     storeProfile("A");

@@ -69,14 +69,6 @@ protected:
     UTIL_DlgCST* softKeys = nullptr;
 };
 
-TEST_F(ProfileDelConfirmDlg, HasTheMetaObjectOfADialogWithTwoSlots)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileDelConfirmDlg::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "SETUP_SIP_ProfileDelConfirmDlg");
-    EXPECT_STREQ(meta.superClass()->className(), "UTIL_Dialog");
-    EXPECT_EQ(ownMethods(meta), QStringList({"public slot deleteProfiles()", "public slot selectAll(bool)"}));
-}
-
 TEST_F(ProfileDelConfirmDlg, ShowsItsTitleOnTheTitleStrip)
 {
     makeDialog();

@@ -21,17 +21,8 @@ namespace {
 enum MenuId { CONNECT = 0, EDIT = 1, DELETE = 2 };
 enum Entry { NAME_ENTRY = 0, SERVER_ENTRY = 1, PASSWORD_ENTRY = 4 }; // in the order of the edit screen
 
-const ShownBox DELETE_QUESTION("Delete the profile?", "Dialog_Question_Mark.jpg", {"OK", "Cancel"});
-const ShownBox DISCONNECT_QUESTION("Disconnect current connection?", "Dialog_Question_Mark.jpg",
-                                   {"OK", "Cancel"});
 const ShownBox RECONNECT_QUESTION("Do you want to re-connect this profile?", "Dialog_Question_Mark.jpg",
                                   {"OK", "Cancel"});
-const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
-const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
-const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server", "Dialog_Exclamatory_Mark.gif",
-                         {"OK"});
 
 // A daemon for whose status queries every profile is connected, whatever is asked of it.
 Scenario connectedFromTheStart(uint32_t disconnectAck = 0, uint32_t connectAck = 0)

@@ -154,15 +154,6 @@ protected:
     std::optional<bool> lastResult;
 };
 
-TEST_F(ProfileEdit, HasTheMetaObjectOfAFullScreenForm)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileEdit::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "SETUP_SIP_ProfileEdit");
-    EXPECT_STREQ(meta.superClass()->className(), "OrmuMainWidget");
-    EXPECT_EQ(ownMethods(meta), QStringList({"signal editDone(bool)", "protected slot slotSave()",
-                                             "protected slot slotQuit()", "protected slot textChanged()"}));
-}
-
 TEST_F(ProfileEdit, OpensWithTheDefaultsOfANewProfile)
 {
     openScreen();

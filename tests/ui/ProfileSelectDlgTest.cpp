@@ -58,14 +58,6 @@ protected:
     UTIL_DlgCST* softKeys = nullptr;
 };
 
-TEST_F(ProfileSelectDlg, HasTheMetaObjectOfAPlainDialog)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileSelectDlg::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "SETUP_SIP_ProfileSelectDlg");
-    EXPECT_STREQ(meta.superClass()->className(), "UTIL_Dialog");
-    EXPECT_EQ(ownMethods(meta), QStringList());
-}
-
 TEST_F(ProfileSelectDlg, LaysOutItsTitleAndItsList)
 {
     makeDialog("");

@@ -22,16 +22,6 @@ using namespace ScreenDriver;
 namespace {
 constexpr int CONNECT = 0;
 
-const ShownBox DELETE_QUESTION("Delete the profile?", "Dialog_Question_Mark.jpg", {"OK", "Cancel"});
-const ShownBox DISCONNECT_QUESTION("Disconnect current connection?", "Dialog_Question_Mark.jpg",
-                                   {"OK", "Cancel"});
-const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
-const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
-const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server", "Dialog_Exclamatory_Mark.gif",
-                         {"OK"});
-
 // The list of "A", "B" and "C" in the groups Profile0 to Profile2.
 class RowMenu : public SetupScreensTest
 {
