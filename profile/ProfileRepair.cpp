@@ -102,7 +102,7 @@ QByteArray renameGroups(const QByteArray& bytes, const NewNames& newNames, const
     bool isLeftOut = false;
     for (QByteArray line : bytes.split('\n')) {
         if (line.startsWith('[') && line.endsWith(']')) {
-            const QString group = QString::fromUtf8(line.sliced(1).chopped(1));
+            const QString group = QString::fromLatin1(line.sliced(1).chopped(1));
             isLeftOut = leftOut.contains(group);
             if (newNames.contains(group))
                 line = '[' + newNames[group].toUtf8() + ']';
