@@ -158,7 +158,8 @@ ProfileRepair repairProfileFile(const QString& path)
     if (ProfileFile(*bytes).findings().isEmpty())
         return {};
 
-    const QByteArray mended = repaired(*bytes);
+    // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
+    const QByteArray mended = repaired(repaired(*bytes));
     if (!ProfileFile(mended).findings().isEmpty())
         return failed(ProfileFile::tr("The settings file is beyond repair."));
     const QByteArray copy = keepCopy(file, *bytes);

@@ -169,6 +169,12 @@ const Broken FILES[] = {
      {"“A” (Profile0) is not listed.",
       "Line 5 of the settings file cannot be read: the whole file counts as empty."},
      {"A"}},
+    {"KeyThatAFirstGroupMustNotHold",
+     "[Profile1]\nLocked=false\n[Profile7]\nDisplayName=A\nEncoding=latin1\n[ProfileSummary]\nTotalProfile="
+     "1\n",
+     {"There is Profile7, but no Profile0."},
+     {"A"},
+     "\n[Profile0]\nDisplayName=A\n# Encoding=latin1\n\n[ProfileSummary]\nTotalProfile=1\n"},
     {"RandomBytes",
      QByteArray::fromHex("00ff17d8a2c35b5d0a3d0d0a80fe0a5b"),
      {"Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty."},
