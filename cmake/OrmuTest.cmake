@@ -1,31 +1,45 @@
-# ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET] [VALGRIND [FILTER pattern]])
+# ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET] [VALGRIND [FILTER pattern]]
+#               [NOT_EMULATED pattern reason])
 #
 # A GoogleTest program, each of its tests known to CTest by its own name.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
 #   DAEMON_SOCKET  it uses the daemon's fixed socket: no two such tests run at once
 #   VALGRIND       it is run a second time as a whole under Memcheck, which must find no error
 #   FILTER         the tests that the valgrind run is narrowed to
+#   NOT_EMULATED   the tests that the emulator of the phone's processor cannot run, and why. Built for that
+#                  processor they get the label "not emulated: reason", with which the preset leaves them out
 include(GoogleTest)
 find_package(GTest REQUIRED)
 find_program(ORMU_VALGRIND valgrind)
 
 set(ORMU_TEST_TIMEOUT 120)
+set(ORMU_VALGRIND_LABELS valgrind)
+if(CMAKE_CROSSCOMPILING)
+    set(ORMU_TEST_TIMEOUT 600)
+    list(APPEND ORMU_VALGRIND_LABELS "not emulated: Valgrind knows this machine's instructions alone")
+endif()
 
 function(ormu_add_test name)
-    cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     ormu_common_options(${name})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock
         $<IF:$<BOOL:${ARG_QT}>,ormu_qt_test_main,GTest::gmock_main>)
-    set(properties TIMEOUT ${ORMU_TEST_TIMEOUT})
-    if(ARG_LABELS)
-        list(APPEND properties LABELS "${ARG_LABELS}")
-    endif()
+    set(discovery TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${ORMU_TEST_TIMEOUT})
     if(ARG_DAEMON_SOCKET)
-        list(APPEND properties RESOURCE_LOCK daemon_socket)
+        list(APPEND discovery RESOURCE_LOCK daemon_socket)
     endif()
-    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES ${properties})
+    set(left_out "")
+    if(CMAKE_CROSSCOMPILING AND ARG_NOT_EMULATED)
+        list(GET ARG_NOT_EMULATED 0 left_out)
+        list(GET ARG_NOT_EMULATED 1 reason)
+        gtest_discover_tests(${name} TEST_FILTER "${left_out}" ${discovery} LABELS "not emulated: ${reason}")
+    endif()
+    if(ARG_LABELS)
+        list(APPEND discovery LABELS "${ARG_LABELS}")
+    endif()
+    gtest_discover_tests(${name} TEST_FILTER "-${left_out}" ${discovery})
     # Valgrind and AddressSanitizer do not go together.
     if(ARG_VALGRIND AND ORMU_VALGRIND AND NOT ORMU_SANITIZE)
         if(NOT ARG_FILTER)
@@ -35,7 +49,7 @@ function(ormu_add_test name)
             COMMAND ${ORMU_VALGRIND} --quiet --error-exitcode=99 --leak-check=no --num-callers=30
                 --suppressions=${PROJECT_SOURCE_DIR}/tests/support/valgrind.supp
                 $<TARGET_FILE:${name}> --gtest_filter=${ARG_FILTER} --gtest_brief=1)
-        set_tests_properties(valgrind.${name} PROPERTIES TIMEOUT 900 LABELS valgrind)
+        set_tests_properties(valgrind.${name} PROPERTIES TIMEOUT 900 LABELS "${ORMU_VALGRIND_LABELS}")
         if(ARG_DAEMON_SOCKET)
             set_tests_properties(valgrind.${name} PROPERTIES RESOURCE_LOCK daemon_socket)
         endif()

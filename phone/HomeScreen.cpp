@@ -70,8 +70,8 @@ void HomeScreen::openProfileList()
     }
     profileList_ = create(this);
     profileList_->createScreen();
-    connect(profileList_, SIGNAL(SIPClose()), this, SLOT(closeProfileList()));
     profileList_->show();
+    connect(profileList_, SIGNAL(SIPClose()), this, SLOT(closeProfileList()));
 }
 
 void HomeScreen::chooseProfile()

@@ -21,7 +21,7 @@ int main(int argc, char** argv)
     options.addOption(screenshot);
     options.process(application);
 
-    OrmuPhoneWindow::instance()->setWindowTitle("Phone");
+    OrmuPhoneWindow::instance()->setWindowTitle(HomeScreen::tr("Phone", "99.99.99;WINDOW_TITLE"));
     HomeScreen home;
     home.show();
     if (options.isSet(screenshot))

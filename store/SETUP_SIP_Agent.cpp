@@ -1,5 +1,6 @@
 #include "SETUP_SIP_Agent.h"
 
+#include "ORMU_Diagnostics.h"
 #include "OrmuConfig.h"
 #include "SETUP_SET_Manager.h"
 #include "SIP_COMM_Controler.h"
@@ -124,7 +125,6 @@ int SETUP_SIP_Agent::indexOf(const QString& name) const
     return index < std::min(groupNames.count(), profiles.count()) ? index : -1;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     const int index = indexOf(name);
@@ -132,7 +132,6 @@ void SETUP_SIP_Agent::getProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
         record = *profiles.at(index);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void SETUP_SIP_Agent::setProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 {
     SETUP_SET_Manager manager(settingsPath, false);
@@ -264,9 +263,9 @@ void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
 }
 
 void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
-                                             // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                              QString group)
 {
+    ORMU_ASSERT(manager != nullptr);
     const SIP_PROFILE_CONTENT fresh = newProfile();
     manager->getSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, fresh.displayName, false);
     manager->getSettingInfo(group, SERVER_KEY, record.server, fresh.server, false);

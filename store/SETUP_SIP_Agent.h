@@ -26,7 +26,7 @@ class ORMU_SIPSETUP_EXPORT SETUP_SIP_Agent
 {
 public:
     // The most profiles that the user may create. It is the list screen that holds to it, not the store.
-    static const int MAX_SIP_PROFILE = 10;
+    static constexpr int MAX_SIP_PROFILE = 10;
 
     SETUP_SIP_Agent(const SETUP_SIP_Agent&) = delete;
     SETUP_SIP_Agent& operator=(const SETUP_SIP_Agent&) = delete;
@@ -72,7 +72,7 @@ public:
 
     // Sets path to that of the settings file.
     static void getSIPSetupPath(QString& path);
-    // Reads the group into record, every field of it.
+    // Reads the group into record, every field of it. Aborts the process when manager is null.
     static void getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
                                        QString group);
     // Reads the group into record; false when the file has no such profile. record is overwritten either way.

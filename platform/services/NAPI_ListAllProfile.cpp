@@ -34,8 +34,8 @@ bool continuesCharacter(char byte)
 void writeRecord(char* record, const QByteArray& name)
 {
     qsizetype length = name.size();
-    if (length > NAPI_PROFILE_RECORD_SIZE) {
-        length = NAPI_PROFILE_RECORD_SIZE;
+    if (length >= NAPI_PROFILE_RECORD_SIZE) {
+        length = NAPI_PROFILE_RECORD_SIZE - 1;
         while (continuesCharacter(name.at(length)))
             --length;
     }
@@ -53,8 +53,9 @@ int NAPI_ListAllProfile(void* buffer, int* count)
     if (!names)
         return -1;
     const int room = buffer == nullptr ? 0 : *count;
-    for (int i = 0; i < room && i < names->size(); ++i)
-        writeRecord(static_cast<char*>(buffer) + i * NAPI_PROFILE_RECORD_SIZE, names->at(i).toUtf8());
+    auto* record = static_cast<char*>(buffer);
+    for (int i = 0; i < room && i < names->size(); ++i, record += NAPI_PROFILE_RECORD_SIZE)
+        writeRecord(record, names->at(i).toUtf8());
     *count = static_cast<int>(names->size());
     return 0;
 }

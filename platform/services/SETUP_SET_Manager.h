@@ -12,8 +12,8 @@
 // changes included. In its destructor, if it changed anything, it reads the file anew, makes its changes
 // there, and puts the result in the file's place as one atomic replacement that is on the disk when the
 // destructor returns: a reader sees the old file or the new one whole. Managers at work at the same time, in
-// this process or in others, so keep each other's keys; the later one wins a key that both wrote. A manager
-// that changed nothing writes nothing.
+// this process or in others, so keep each other's keys; the one destroyed later wins a key that both wrote. A
+// manager that changed nothing writes nothing.
 //
 // Groups, keys and comments that the program does not know stay as they are, but for blanks around "=" and
 // between lines. The file has mode 0600.

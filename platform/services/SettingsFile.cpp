@@ -60,6 +60,8 @@ bool readWhole(const QByteArray& path, Bytes& bytes)
     while (length < bytes.size()) {
         const ssize_t got =
             read(file.get(), bytes.data() + length, static_cast<size_t>(bytes.size() - length));
+        if (got < 0 && errno == EINTR)
+            continue;
         if (got < 0)
             return false;
         if (got == 0)

@@ -43,6 +43,8 @@ void OrmuBaseDialog::setVisible(bool visible)
 
 void OrmuBaseDialog::setSoftKeys(UTIL_CST* bar)
 {
+    if (bar == bar_ || bar == nullptr)
+        return;
     delete bar_;
     bar_ = bar;
     bar->setParent(this);

@@ -213,6 +213,8 @@ OrmuMainWidget::~OrmuMainWidget()
 
 void OrmuMainWidget::setCSTWidget(QWidget* bar)
 {
+    if (bar == bar_)
+        return;
     delete bar_;
     bar_ = qobject_cast<UTIL_CST*>(bar);
     bar->setParent(this);
@@ -243,7 +245,7 @@ void OrmuMainWidget::customEvent(QCustomEvent*) {}
 
 void OrmuMainWidget::customEvent(QEvent* event)
 {
-    QCustomEvent plain(event->type());
+    QCustomEvent plain(event->type()); // Qt hands an event of any class here that has such a type
     auto* custom = dynamic_cast<QCustomEvent*>(event);
     customEvent(custom != nullptr ? custom : &plain);
 }

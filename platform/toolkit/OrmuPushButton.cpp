@@ -19,9 +19,9 @@ void OrmuPushButton::setResourceID(const QString& id)
 {
     resourceID_ = id;
     if (id == QLatin1String("CST_Menu"))
-        setText(tr("Menu"));
+        setText(tr("Menu", "3.3.1;CST_3BUTTON"));
     else if (id == QLatin1String("CST_Back"))
-        setText(tr("Back"));
+        setText(tr("Back", "3.3.1;CST_3BUTTON"));
 }
 
 void OrmuPushButton::setPopup(QPopupMenu* menu)

@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <vector>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -114,6 +115,42 @@ TEST(Channel, HasItsVirtualOperationsInTheirOrder)
 #endif
     static_assert(std::has_virtual_destructor_v<SIP_COMM_Channel>);
     EXPECT_EQ(sizeof(SIP_COMM_Channel), sizeof(void*) + 16);
+}
+
+TEST(Channel, HasItsFieldsInTheirOrder)
+{
+    TestChannel channel(0x11, static_cast<_SIPD_APPID_E>(0x22));
+    channel.setPending(static_cast<_SIPD_MSG_TYPE_E>(0x33), 0x44);
+    uint32_t fields[4];
+    std::memcpy(fields, reinterpret_cast<const char*>(&channel) + sizeof(void*), sizeof fields);
+    EXPECT_THAT(fields, ElementsAre(0x11, 0x22, 0x33, 0x44));
+    channel.setFd(-1);
+}
+
+TEST(Channel, ReadsAPendingBodyEvenWhenClosed)
+{
+    TestChannel channel;
+    channel.setPending(SIPD_MSG_ACK, 4);
+    _SIPD_APP_ACK_E ack = SIPD_ACK_SUCCESS;
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.recvAckMsg(&ack), 2); }),
+                Contains("{1} SIP_COMM_Channel.cpp\tbad fd -1"));
+    EXPECT_EQ(channel.pendingMessageType(), SIPD_MSG_NONE);
+}
+
+TEST(Channel, SendsOnAnyDescriptorButMinusOne)
+{
+    TestChannel channel(-2);
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.sendControlMsg(SIPD_MSG_REGISTER), 2); }),
+                Contains("{1} SIP_COMM_Channel.cpp\tbad fd -2"));
+}
+
+TEST(Channel, HasNothingPendingAfterABodyThatCouldNotBeRead)
+{
+    TestChannel channel;
+    channel.setPending(SIPD_MSG_PROFILE, sizeof(_SIPD_MSG_PROFILE_S));
+    _SIPD_MSG_PROFILE_S profile;
+    EXPECT_EQ(channel.recvProfileMsg(&profile), 2);
+    EXPECT_EQ(channel.recvProfileMsg(&profile), 1);
 }
 
 TEST(Channel, DisconnectsAsOftenAsOneLikes)

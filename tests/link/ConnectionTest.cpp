@@ -36,6 +36,15 @@ sockaddr_un socketAddress()
     return address;
 }
 
+template <typename Value>
+Value optionOf(int fd, int option)
+{
+    Value value = {};
+    socklen_t size = sizeof value;
+    EXPECT_EQ(getsockopt(fd, SOL_SOCKET, option, &value, &size), 0);
+    return value;
+}
+
 // A socket at the daemon's path that nobody accepts from by itself.
 class Listener
 {
@@ -242,6 +251,21 @@ TEST_F(Connection, LeavesTheSocketBlocking)
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     ASSERT_EQ(channel.connectDaemon(), 0);
     EXPECT_EQ(fcntl(channel.getFd(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(Connection, IsAPlainStreamSocketWithoutOptions)
+{
+    play("admit");
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    ASSERT_EQ(channel.connectDaemon(), 0);
+    EXPECT_EQ(optionOf<int>(channel.getFd(), SO_DOMAIN), AF_UNIX);
+    EXPECT_EQ(optionOf<int>(channel.getFd(), SO_TYPE), SOCK_STREAM);
+    EXPECT_EQ(optionOf<int>(channel.getFd(), SO_PROTOCOL), 0);
+    EXPECT_EQ(optionOf<int>(channel.getFd(), SO_PASSCRED), 0);
+    for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+        const auto limit = optionOf<timeval>(channel.getFd(), option);
+        EXPECT_EQ(limit.tv_sec + limit.tv_usec, 0);
+    }
 }
 
 TEST_F(Connection, FailsWithoutASocketFile)

@@ -232,11 +232,11 @@ TEST_F(Controler, SendsEachRequestByteForByte)
 TEST_F(Controler, SendsANameOf127CharactersWholeAndCutsALongerOne)
 {
     construct("admit");
-    for (const size_t length : {0UL, 127UL, 128UL, 1000UL}) {
+    for (const size_t length : {0U, 127U, 128U, 1000U}) {
         const std::string name(length, 'n');
         EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(handle, name.c_str(), &status), 0);
         const std::string sent(lastRequest().name, 128);
-        EXPECT_EQ(sent, name.substr(0, 127) + std::string(128 - std::min(length, 127UL), '\0'));
+        EXPECT_EQ(sent, name.substr(0, 127) + std::string(128 - std::min<size_t>(length, 127), '\0'));
     }
 }
 

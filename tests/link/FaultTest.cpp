@@ -115,13 +115,17 @@ private:
 } // namespace
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept
-{
+try {
     return allocationFails() ? nullptr : ::operator new(size);
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 void* operator new[](size_t size, const std::nothrow_t&) noexcept
-{
+try {
     return allocationFails() ? nullptr : ::operator new[](size);
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 class Faults : public DaemonTest

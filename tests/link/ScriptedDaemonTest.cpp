@@ -121,7 +121,9 @@ TEST_F(Program, LeavesARunningDaemonAlone)
     ChildProgram program({SCRIPTED_SIPD, "admit"});
     EXPECT_EQ(program.readRest(), "scripted-sipd: a daemon is already listening on /tmp/sipd_us\n");
     EXPECT_EQ(program.wait(), 1);
-    EXPECT_EQ(SIP_COMM_ControlerDestruct(nullptr), 0);
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+    EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    SIP_COMM_ControlerDestruct(&handle);
     EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "a daemon is already listening on /tmp/sipd_us");
 }
 

@@ -78,6 +78,12 @@ int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
     return returned;
 }
 
+// What fcntl() is called with file offsets of 64 bits in 32.
+int __wrap_fcntl64(int fd, int command, long argument)
+{
+    return __wrap_fcntl(fd, command, argument);
+}
+
 ssize_t __wrap_read(int fd, void* buffer, size_t length)
 {
     const auto result = SystemCalls::before("read", fd, length);

@@ -6,6 +6,9 @@
 #include "UTIL_Dialog.h"
 #include "UTIL_ListBox.h"
 
+#include <iostream>
+#include <link.h>
+
 using namespace ScreenDriver;
 
 namespace {
@@ -53,6 +56,26 @@ TEST_F(Phone, OpensTheProfileListTimeAndAgain)
         press(Qt::Key_F3);
         ASSERT_EQ(open<HomeScreen>(), &home);
     }
+}
+
+TEST_F(Phone, HasLoadedSixtyLibrariesAtMostWithAllItsScreens)
+{
+    press(Qt::Key_Return);
+    press(Qt::Key_F3);
+    press(Qt::Key_Down);
+    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) { press(Qt::Key_F3); });
+    press(Qt::Key_Return);
+    QStringList loaded;
+    dl_iterate_phdr(
+        [](dl_phdr_info* object, size_t, void* names) {
+            static_cast<QStringList*>(names)->append(QString::fromLocal8Bit(object->dlpi_name));
+            return 0;
+        },
+        &loaded);
+    const auto libraries = loaded.filter(QStringLiteral(".so"));
+    std::cout << libraries.size() << " libraries\n";
+    EXPECT_EQ(libraries.filter(QStringLiteral("libormusipsetup-xscale-r.so.1")).size(), 1);
+    EXPECT_LE(libraries.size(), 60) << libraries.join('\n').toStdString();
 }
 
 TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)

@@ -88,11 +88,12 @@ TEST_F(DataConnections, FillUpTheirRecordsWithNuls)
     EXPECT_EQ(list(1).records, std::string("wap") + std::string(RECORD - 3, '\0'));
 }
 
-TEST_F(DataConnections, WithANameAsLongAsARecordHaveNoTerminator)
+TEST_F(DataConnections, AlwaysEndWithANul)
 {
     write(QByteArray(63, 'a') + "\n" + QByteArray(64, 'b') + "\n" + QByteArray(65, 'c'));
     const Listing listing = list(3);
-    EXPECT_EQ(listing.records, std::string(63, 'a') + '\0' + std::string(64, 'b') + std::string(64, 'c'));
+    EXPECT_EQ(listing.records,
+              std::string(63, 'a') + '\0' + std::string(63, 'b') + '\0' + std::string(63, 'c') + '\0');
     EXPECT_EQ(listing.behind, UNTOUCHED);
 }
 

@@ -37,6 +37,23 @@ TEST_F(ConnectionState, AsksForTheGroupName)
     EXPECT_STREQ(daemon().requests()[0].name, "Profile1");
 }
 
+TEST_F(ConnectionState, SendsTheGroupNameAsLatin1)
+{
+    play("status:2");
+    EXPECT_TRUE(isConnected(QString::fromUtf8("Büro")));
+    ASSERT_EQ(daemon().requests().size(), 1u);
+    EXPECT_STREQ(daemon().requests()[0].name, "B\xFCro");
+}
+
+TEST_F(ConnectionState, AskingTheDaemonForAGroupNeedsNoStore)
+{
+    SETUP_SIP_Agent::cleanup();
+    // The store would never come to an end with this file.
+    writeFile("[ProfileSummary]\nTotalProfile=99\n");
+    play("status:2");
+    EXPECT_TRUE(isConnected("Profile0"));
+}
+
 TEST_F(ConnectionState, EveryOtherStatusIsNotConnected)
 {
     for (const char* scenario : {"status:0", "status:1", "status:3", "status:4294967295"}) {

@@ -3,6 +3,7 @@
 #include "StoreTest.h"
 
 #include <QFile>
+#include <QTemporaryDir>
 
 #include <cstddef>
 #include <fcntl.h>
@@ -18,8 +19,25 @@ static_assert(!std::is_polymorphic_v<SETUP_SIP_Agent> && !std::is_polymorphic_v<
 static_assert(std::is_copy_constructible_v<SIP_PROFILE_CONTENT> &&
               std::is_copy_assignable_v<SIP_PROFILE_CONTENT>);
 static_assert(sizeof SIP_PROFILE_CONTENT::portNum == 4);
-// The booleans follow the other fields, a byte each.
-static_assert(offsetof(SIP_PROFILE_CONTENT, remPassword) == offsetof(SIP_PROFILE_CONTENT, autoConnect) + 4);
+
+TEST(ProfileRecord, HasItsFieldsInTheirOrder)
+{
+    constexpr size_t text = sizeof(QString);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, displayName), 0U);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, server), text);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, portNum), 2 * text);
+    EXPECT_LT(offsetof(SIP_PROFILE_CONTENT, portNum), offsetof(SIP_PROFILE_CONTENT, userID));
+    const size_t afterPort = offsetof(SIP_PROFILE_CONTENT, userID);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, password), afterPort + text);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, registerValue), afterPort + 2 * text);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, network), afterPort + 3 * text);
+    const size_t booleans = afterPort + 4 * text;
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, autoConnect), booleans);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, locked), booleans + 1);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, defaultProfile), booleans + 2);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, needUserIDPass), booleans + 3);
+    EXPECT_EQ(offsetof(SIP_PROFILE_CONTENT, remPassword), booleans + 4);
+}
 
 const QByteArray NEW_PROFILE_LINES = "Server=\n"
                                      "PortNum=5060\n"
@@ -111,6 +129,14 @@ TEST_F(ProfileStore, ReadsEveryFieldOfAMissingGroupAsANewProfiles)
     expectEqual(record, newRecord(QString()));
 }
 
+TEST_F(ProfileStore, AbortsWithoutAManagerToReadFrom)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    SIP_PROFILE_CONTENT record;
+    EXPECT_EXIT(SETUP_SIP_Agent::getProfileInfoFromFile(nullptr, record, "Profile0"),
+                testing::KilledBySignal(SIGABRT), "SETUP_SIP_Agent.cpp:[0-9]+\tormu assert failed !");
+}
+
 TEST_F(ProfileStore, ReadsTheMissingKeysOfAGroupAsANewProfiles)
 {
     writeFile("[Profile7]\nDisplayName=A\nLocked=true\nPortNum=none\n");
@@ -160,6 +186,34 @@ TEST_F(ProfileStore, TheStaticsNeitherNeedNorMakeTheStore)
     bool remember = false;
     EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
     SETUP_SIP_Agent::cleanup();
+}
+
+TEST_F(ProfileStore, EveryStaticFollowsTheSettingDirectory)
+{
+    writeFile(group(0, "A") + "[SystemDefault]\nProfile=Profile0\n");
+    QString first = "Profile0";
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(first), "A");
+    const QByteArray old = qgetenv("ORMU_SETTING_DIR");
+    const QTemporaryDir other;
+    qputenv("ORMU_SETTING_DIR", other.path().toLocal8Bit());
+    SIP_PROFILE_CONTENT record;
+    EXPECT_FALSE(SETUP_SIP_Agent::getProfileByName(first, record));
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(first), "");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "");
+    SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true);
+    EXPECT_TRUE(QFile::exists(other.filePath("ormu_sipsetup.cfg")));
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    EXPECT_EQ(path, other.filePath("ormu_sipsetup.cfg"));
+    qputenv("ORMU_SETTING_DIR", old);
+}
+
+TEST_F(ProfileStore, LoadingReturnsTheCountOfTheSummary)
+{
+    addProfile("A");
+    addProfile("B");
+    // The lists grow by what is loaded anew.
+    EXPECT_EQ(reopenedStore().getSIPProfileList(), 2);
 }
 
 TEST_F(ProfileStore, TheStaticsReadTheFileAndNotTheStore)

@@ -30,13 +30,6 @@ constexpr Operation RECONNECT = SETUP_SIP_ConnectDlg::OP_RECONNECT;
 const char ASSERTION[] = "[{]1[}] SETUP_SIP_ConnectDlg[.]cpp:[0-9]+\tormu assert failed !\n\n";
 const char HANDLE_ASSERTION[] = "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n";
 
-const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
-const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
-const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server", "Dialog_Exclamatory_Mark.gif",
-                         {"OK"});
-
 // The dialog over a screen, as its openers have it, for the profile "A" of the group Profile1.
 class ConnectDlg : public SetupScreensTest
 {
@@ -407,6 +400,25 @@ TEST_F(ConnectDlg, CountsADaemonThatDiesWhileItWaitsAsAFailure)
     finishConnecting();
     EXPECT_EQ(answers.boxes(), QList<ShownBox>({FAILED}));
     EXPECT_EQ(results, QList<bool>({false}));
+}
+
+TEST_F(ConnectDlg, KeptAfterItsConnectionBrokeFailsAgainHoweverItIsAsked)
+{
+    play("never-answer");
+    QString name("A");
+    SETUP_SIP_ConnectDlg kept(CONNECT, name, screen.get(), nullptr);
+    const QSignalSpy done(&kept, &SETUP_SIP_ConnectDlg::connectDone);
+    kept.startConnect();
+    stopDaemon();
+    const BoxAnswers answers({Qt::Key_F2, Qt::Key_F2});
+    QMetaObject::invokeMethod(&kept, "slotProgress");
+    QMetaObject::invokeMethod(&kept, "slotProgress");
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({FAILED, FAILED}));
+    kept.startConnect();
+    EXPECT_FALSE(timerOf(&kept)->isActive());
+    ASSERT_EQ(done.count(), 3);
+    for (const auto& result : done)
+        EXPECT_EQ(result[0], false);
 }
 
 TEST_F(ConnectDlg, CountsAnAckThatCannotBeReadAsAFailure)

@@ -82,19 +82,6 @@ QString refusal()
     return text;
 }
 
-TEST_F(MainMenu, BelongsToAScreenWithNineProtectedSlots)
-{
-    openScreen();
-    EXPECT_EQ(
-        ownMethods(*screen->metaObject()),
-        QStringList({"protected slot menuItemActivated(int)", "protected slot contentMenuItemActivated(int)",
-                     "protected slot editDone(bool)", "protected slot detailDone(bool)",
-                     "protected slot itemClicked(int,QListBoxItem*,QPoint)",
-                     "protected slot showContentMenu(QListBoxItem*,QPoint)",
-                     "protected slot userIDPasswordDone(bool)", "protected slot connectDone(bool)",
-                     "protected slot customEvent(QCustomEvent*)"}));
-}
-
 TEST_F(MainMenu, OpensAnEmptyEditScreenOfItsOwnForANewProfile)
 {
     storeProfile("A");
@@ -240,6 +227,23 @@ TEST_F(MainMenu, OffersNoDeletionOnceAllAreDeleted)
         chooseByPointer(DELETE_PROFILES);
     }
     EXPECT_EQ(rows(), QStringList());
+    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(MainMenu, ShowsNoRowsAndOffersNoDeletionWhileTheCountIsNothing)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
+    openScreen();
+    storeProfile("A");
+    ASSERT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 0);
+    ASSERT_EQ(profileNames(), QStringList({"A"}));
+    const auto look = onceOpen<SETUP_SIP_ProfileDelConfirmDlg>([](SETUP_SIP_ProfileDelConfirmDlg& dialog) {
+        EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->count(), 0);
+        press(Qt::Key_F1);
+    });
+    choose(DELETE_PROFILES);
+    EXPECT_EQ(list->count(), 0);
     EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
     EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
 }

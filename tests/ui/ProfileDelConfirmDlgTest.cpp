@@ -69,14 +69,6 @@ protected:
     UTIL_DlgCST* softKeys = nullptr;
 };
 
-TEST_F(ProfileDelConfirmDlg, HasTheMetaObjectOfADialogWithTwoSlots)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileDelConfirmDlg::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "SETUP_SIP_ProfileDelConfirmDlg");
-    EXPECT_STREQ(meta.superClass()->className(), "UTIL_Dialog");
-    EXPECT_EQ(ownMethods(meta), QStringList({"public slot deleteProfiles()", "public slot selectAll(bool)"}));
-}
-
 TEST_F(ProfileDelConfirmDlg, ShowsItsTitleOnTheTitleStrip)
 {
     makeDialog();
@@ -89,15 +81,38 @@ TEST_F(ProfileDelConfirmDlg, ShowsItsTitleOnTheTitleStrip)
     EXPECT_EQ(title->parentWidget(), dialog->getDlgContent());
 }
 
-TEST_F(ProfileDelConfirmDlg, HasTheAllBoxAtTheRightEndOfTheTitleStripInItsColours)
+TEST_F(ProfileDelConfirmDlg, HasTheAllBoxAtTheRightEndOfTheTitleStrip)
 {
     makeDialog();
     const auto* title = dialog->getDlgContent()->findChild<QLabel*>();
     EXPECT_EQ(all->text(), "All");
     EXPECT_EQ(all->geometry(), QRect(155, 0, title->width() - 155, OrmuGlobal::getDlgTitleLR().height()));
-    EXPECT_EQ(all->palette(), title->palette());
     EXPECT_EQ(all->parentWidget(), dialog->getDlgContent());
     EXPECT_FALSE(all->isChecked());
+}
+
+// Gives labels a colour of their own as soon as they have a sibling.
+class LabelPainter : public QObject
+{
+public:
+    LabelPainter() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::ChildAdded)
+            for (auto* label : watched->findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly))
+                label->setPalette(QPalette(Qt::darkCyan));
+        return false;
+    }
+};
+
+TEST_F(ProfileDelConfirmDlg, HasTheAllBoxInTheColoursOfTheTitle)
+{
+    const LabelPainter painter;
+    makeDialog();
+    const auto* title = dialog->getDlgContent()->findChild<QLabel*>();
+    ASSERT_NE(title->palette(), dialog->palette());
+    EXPECT_EQ(all->palette(), title->palette());
 }
 
 TEST_F(ProfileDelConfirmDlg, FillsTheContentBelowTheTitleWithTheList)
@@ -207,6 +222,22 @@ TEST_F(ProfileDelConfirmDlg, DeletesLockedAndDefaultProfilesToo)
               QDialog::Accepted);
     EXPECT_EQ(namesInFile(), QStringList());
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "true") << "names no profile";
+}
+
+TEST_F(ProfileDelConfirmDlg, DeletesAProfileThatIsShownTwiceOnce)
+{
+    for (const char* name : {"A", "B", "C", "D"})
+        storeProfile(name);
+    SETUP_SIP_Agent::instance()->deleteProfile("B");
+    EXPECT_EQ(run([this] {
+                  EXPECT_EQ(rows(), QStringList({"A", "C", "C"}));
+                  tick(1);
+                  tick(2);
+                  press(Qt::Key_F1);
+              }),
+              QDialog::Accepted);
+    EXPECT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 2);
+    EXPECT_EQ(namesInFile(), QStringList({"A", "D"}));
 }
 
 TEST_F(ProfileDelConfirmDlg, DeletesAfterTheLastRowWasTickedFarDownTheList)

@@ -154,15 +154,6 @@ protected:
     std::optional<bool> lastResult;
 };
 
-TEST_F(ProfileEdit, HasTheMetaObjectOfAFullScreenForm)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileEdit::staticMetaObject;
-    EXPECT_STREQ(meta.className(), "SETUP_SIP_ProfileEdit");
-    EXPECT_STREQ(meta.superClass()->className(), "OrmuMainWidget");
-    EXPECT_EQ(ownMethods(meta), QStringList({"signal editDone(bool)", "protected slot slotSave()",
-                                             "protected slot slotQuit()", "protected slot textChanged()"}));
-}
-
 TEST_F(ProfileEdit, OpensWithTheDefaultsOfANewProfile)
 {
     openScreen();
@@ -539,6 +530,17 @@ TEST_F(ProfileEdit, RenamesByDeletingAndWritingAnew)
     EXPECT_EQ(profileInFile("Profile1").displayName, "");
     EXPECT_EQ(profileInFile("Profile2").displayName, "C");
     EXPECT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 2);
+}
+
+TEST_F(ProfileEdit, ASecondSaveDeletesTheNameOfTheFirst)
+{
+    openProfile(usableRecord("A"));
+    for (const char* name : {"B", "C"}) {
+        form->enter(form->name, name);
+        EXPECT_EQ(save().displayName, name);
+        done->clear();
+    }
+    EXPECT_EQ(namesInFile(), QStringList({"C"}));
 }
 
 TEST_F(ProfileEdit, TakesAChangeOfCaseForAnotherName)

@@ -1,17 +1,14 @@
 #include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
+#include "ProfileScreenTest.h"
 #include "RES_ICON_Reader.h"
-#include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileListBase.h"
-#include "ScreenDriver.h"
-#include "SettingsFixture.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
 #include <QApplication>
 #include <QLabel>
-#include <QMetaMethod>
 #include <QSignalSpy>
 
 using namespace ScreenDriver;
@@ -19,25 +16,9 @@ using namespace ScreenDriver;
 namespace {
 enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
 
-void addProfile(const QString& name, bool locked = false)
-{
-    SIP_PROFILE_CONTENT record;
-    record.displayName = name;
-    record.locked = locked;
-    SETUP_SIP_Agent::instance()->setProfileInfo(record, name);
-}
-
-void addProfiles(int count)
-{
-    for (int i = 0; i < count; ++i)
-        addProfile(QStringLiteral("Profile number %1").arg(i));
-}
-
-class ProfileList : public SettingsTest
+class ProfileList : public ProfileScreenTest
 {
 protected:
-    ~ProfileList() override { SETUP_SIP_Agent::cleanup(); }
-
     // Opens the screen as a host does. What the test stored before is read from the file.
     void openScreen()
     {
@@ -66,6 +47,13 @@ protected:
     UTIL_CST* softKeys = nullptr;
 };
 
+void storeLockedProfile(const QString& name)
+{
+    SIP_PROFILE_CONTENT record = usableRecord(name);
+    record.locked = true;
+    store(record);
+}
+
 bool showsIcon(const UTIL_ListBoxItem* row, const char* fileName)
 {
     const QPixmap icon = RES_ICON_Reader().getIcon(fileName);
@@ -85,23 +73,6 @@ TEST_F(ProfileList, IsOwnedByTheParentItIsGiven)
 {
     QWidget parent;
     EXPECT_EQ(SETUP_SIP_CreateProfileList(&parent)->parentWidget(), &parent);
-}
-
-TEST_F(ProfileList, HasTheMetaObjectThatHostsRelyOn)
-{
-    openScreen();
-    const QMetaObject* meta = screen->metaObject();
-    EXPECT_STREQ(meta->className(), "SETUP_SIP_ProfileList");
-    EXPECT_STREQ(meta->superClass()->className(), "SETUP_SIP_ProfileListBase");
-    EXPECT_STREQ(meta->superClass()->superClass()->className(), "OrmuMainWidget");
-}
-
-TEST_F(ProfileList, BaseDeclaresOneSignalAndNoSlots)
-{
-    const QMetaObject& meta = SETUP_SIP_ProfileListBase::staticMetaObject;
-    ASSERT_EQ(meta.methodCount() - meta.methodOffset(), 1);
-    EXPECT_EQ(meta.method(meta.methodOffset()).methodSignature(), "SIPClose()");
-    EXPECT_EQ(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
 }
 
 TEST_F(ProfileList, ShowsItsTitleAsALabelAtTheTopOfTheContent)
@@ -134,7 +105,7 @@ TEST_F(ProfileList, HasMenuAndBackOnItsSoftKeys)
 TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
 {
     for (const char* name : {"Zoe", "anna", "Mike"})
-        addProfile(name);
+        storeProfile(name);
     openScreen();
     EXPECT_EQ(rows(), QStringList({"Zoe", "anna", "Mike"}));
     EXPECT_EQ(row(0)->text(), "Zoe");
@@ -143,9 +114,9 @@ TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
 
 TEST_F(ProfileList, MarksTheDefaultProfileEvenWhenItIsLocked)
 {
-    addProfile("plain");
-    addProfile("locked", true);
-    addProfile("default and locked", true);
+    storeProfile("plain");
+    storeLockedProfile("locked");
+    storeLockedProfile("default and locked");
     SETUP_SIP_Agent::instance()->setDefaultProfile("default and locked");
     openScreen();
     EXPECT_TRUE(row(0)->pixmap(0).isNull());
@@ -163,7 +134,7 @@ TEST_F(ProfileList, OffersNoDeletionOfNoProfiles)
 
 TEST_F(ProfileList, OffersANewProfileUpToNine)
 {
-    addProfiles(9);
+    storeProfiles(9);
     openScreen();
     EXPECT_EQ(list->count(), 9);
     EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
@@ -172,11 +143,29 @@ TEST_F(ProfileList, OffersANewProfileUpToNine)
 
 TEST_F(ProfileList, OffersNoNewProfileAtTen)
 {
-    addProfiles(10);
+    storeProfiles(10);
     openScreen();
     EXPECT_EQ(list->count(), 10);
     EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
     EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(ProfileList, OffersNoNewProfileBeyondTen)
+{
+    storeProfiles(11);
+    openScreen();
+    EXPECT_EQ(list->count(), 11);
+    EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
+}
+
+TEST_F(ProfileList, ShowsTheSecondOfThreeTwiceOnceTheFirstIsDeletedAndTheListReopened)
+{
+    for (const char* name : {"A", "B", "C"})
+        storeProfile(name);
+    openScreen();
+    SETUP_SIP_Agent::instance()->deleteProfile("A");
+    openScreen();
+    EXPECT_EQ(rows(), QStringList({"B", "B"}));
 }
 
 TEST_F(ProfileList, CountsBelowNothingAsNoProfilesButLetsThemBeDeleted)
@@ -190,7 +179,7 @@ TEST_F(ProfileList, CountsBelowNothingAsNoProfilesButLetsThemBeDeleted)
 
 TEST_F(ProfileList, ShowsTenRowsWithoutScrolling)
 {
-    addProfiles(10);
+    storeProfiles(10);
     openScreen();
     EXPECT_TRUE(list->viewport()->rect().contains(list->visualItemRect(list->item(9))));
 }
@@ -235,7 +224,7 @@ TEST_F(ProfileList, MayBeDeletedInTheSlotThatAnswersItsClose)
 
 TEST_F(ProfileList, ReadsTheFileAnewEachTimeItIsOpened)
 {
-    addProfile("first");
+    storeProfile("first");
     openScreen();
     EXPECT_EQ(rows(), QStringList({"first"}));
     screen.reset();
@@ -258,7 +247,7 @@ TEST_F(ProfileList, LoadsTheStoreWhenItIsMadeAndDropsItWhenItIsDeleted)
 
 TEST_F(ProfileList, IgnoresCustomEventsThatAreNotItsOwn)
 {
-    addProfiles(2);
+    storeProfiles(2);
     openScreen();
     const QSignalSpy closed(screen.get(), SIGNAL(SIPClose()));
     const QObjectList before = screen->children();
@@ -274,7 +263,7 @@ TEST_F(ProfileList, IgnoresCustomEventsThatAreNotItsOwn)
 
 TEST_F(ProfileList, HasTheKeysAndAVisibleCurrentRowOnceItIsShown)
 {
-    addProfiles(2);
+    storeProfiles(2);
     openScreen();
     EXPECT_TRUE(list->hasFocus());
     EXPECT_EQ(list->currentItem(), 0);

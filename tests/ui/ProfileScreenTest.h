@@ -11,7 +11,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QImage>
-#include <QMetaMethod>
 #include <QTimer>
 
 // A profile that can be saved as it stands.
@@ -53,20 +52,6 @@ inline SIP_PROFILE_CONTENT profileInFile(QString group)
     SIP_PROFILE_CONTENT record;
     SETUP_SIP_Agent::getProfileByName(group, record);
     return record;
-}
-
-// "void deleteProfiles()", one line for each method that the class itself declares.
-inline QStringList ownMethods(const QMetaObject& meta)
-{
-    QStringList methods;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        const QMetaMethod method = meta.method(i);
-        const char* kind = method.methodType() == QMetaMethod::Signal  ? "signal "
-                           : method.access() == QMetaMethod::Protected ? "protected slot "
-                                                                       : "public slot ";
-        methods += kind + QString::fromLatin1(method.methodSignature());
-    }
-    return methods;
 }
 
 // What a message box showed.

@@ -88,7 +88,6 @@ SIP_PROFILE_CONTENT SetupScreensTest::record(const QString& name)
 {
     SIP_PROFILE_CONTENT record;
     record.displayName = name;
-    record.network = "internet";
     record.server = name + ".example.org";
     record.network = "internet";
     record.userID = "me";

@@ -32,6 +32,16 @@ struct ShownBox
     QStringList buttons;
 };
 
+inline const ShownBox DELETE_QUESTION("Delete the profile?", "Dialog_Question_Mark.jpg", {"OK", "Cancel"});
+inline const ShownBox DISCONNECT_QUESTION("Disconnect current connection?", "Dialog_Question_Mark.jpg",
+                                          {"OK", "Cancel"});
+inline const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
+inline const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
+inline const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
+inline const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
+inline const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server",
+                                "Dialog_Exclamatory_Mark.gif", {"OK"});
+
 // Collects the message boxes that open while it lives, and answers each with the next of the keys.
 class BoxAnswers
 {

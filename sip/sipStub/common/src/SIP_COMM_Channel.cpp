@@ -59,6 +59,24 @@ char* bytesOf(const void* object)
     return static_cast<char*>(const_cast<void*>(object));
 }
 
+// The result code for one read or write of at most asked bytes that returned count.
+int checkTransfer(SIP_COMM_Channel& channel, ssize_t count, size_t asked)
+{
+    if (count < 0) {
+        channel.printSocketErrno();
+        return 2;
+    }
+    if (count == 0) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "socket has been closed");
+        return 5;
+    }
+    if (static_cast<size_t>(count) > asked) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "unpossiable");
+        return 2;
+    }
+    return 0;
+}
+
 } // namespace
 
 SIP_COMM_Channel::SIP_COMM_Channel(_SIPD_APPID_E senderId)
@@ -299,7 +317,7 @@ int SIP_COMM_Channel::readSocket(char* buf, unsigned int len)
             ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "EINTR happen in read");
             continue;
         }
-        result = checkTransfer(count, remaining);
+        result = checkTransfer(*this, count, remaining);
         if (result != 0)
             break;
         buf += count;
@@ -321,7 +339,7 @@ int SIP_COMM_Channel::writeSocket(char* buf, unsigned int len)
             ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "EINTR happen in write");
             continue;
         }
-        result = checkTransfer(count, remaining);
+        result = checkTransfer(*this, count, remaining);
         if (result != 0)
             break;
         buf += count;
@@ -330,23 +348,6 @@ int SIP_COMM_Channel::writeSocket(char* buf, unsigned int len)
     if (result != 0)
         disconnectDaemon();
     return result;
-}
-
-int SIP_COMM_Channel::checkTransfer(ssize_t count, size_t asked)
-{
-    if (count < 0) {
-        printSocketErrno();
-        return 2;
-    }
-    if (count == 0) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "socket has been closed");
-        return 5;
-    }
-    if (static_cast<size_t>(count) > asked) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "unpossiable");
-        return 2;
-    }
-    return 0;
 }
 
 int SIP_COMM_Channel::clearReadSocket(unsigned int len)

@@ -4,8 +4,6 @@
 #include "ORMU_Export.h"
 #include "SIPD_Messages.h"
 
-#include <sys/types.h>
-
 // One client connection to the SIP daemon: its local stream socket and the framing of its messages.
 //
 // To be used from one thread. Every call blocks until the daemon has acted, without a time limit; whoever
@@ -31,7 +29,8 @@ public:
     SIP_COMM_Channel& operator=(const SIP_COMM_Channel&) = delete;
 
     // Connects and registers. The daemon's ack to the registration is the next message to receive. An open
-    // channel changes to the new connection when there is one, and otherwise stays on the old. A signal that
+    // channel changes to the new connection when there is one, and otherwise stays on the old. A message that
+    // was pending on the last connection is forgotten. A signal that
     // interrupts the wait for a busy daemon ends it with 1.
     virtual int connectDaemon();
     // Always 0, connected or not.
@@ -74,10 +73,6 @@ protected:
     // Of the header whose body is still unread, as announced; SIPD_MSG_NONE when there is none.
     _SIPD_MSG_TYPE_E pendingType;
     uint32_t pendingLength;
-
-private:
-    // The result code for one read or write of at most asked bytes that returned count.
-    ORMU_SIPSETUP_INTERNAL int checkTransfer(ssize_t count, size_t asked);
 };
 
 #endif

@@ -117,12 +117,14 @@ int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
     created->channel = channel.release();
     created->connected = 1;
     created->waitAck = 1;
-    *handle = created.release();
+    Handle* made = created.release();
     _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
-    if (SIP_COMM_ControlerGetAck(*handle, &ack) == 0 && ack != SIPD_ACK_FAILED)
-        return 0;
-    SIP_COMM_ControlerDestruct(handle);
-    return 1;
+    if (SIP_COMM_ControlerGetAck(made, &ack) != 0 || ack == SIPD_ACK_FAILED) {
+        SIP_COMM_ControlerDestruct(&made);
+        return 1;
+    }
+    *handle = made;
+    return 0;
 }
 
 int SIP_COMM_ControlerDestruct(_SIP_COMM_PROFILE_CONTROL_S** handle)

@@ -1,0 +1,29 @@
+# The daemon with real SIP servers, each started by its test on ports of its own.
+find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin REQUIRED)
+find_program(ORMU_SIPP sipp REQUIRED)
+
+add_library(real_servers STATIC
+    RealServerKamailio.cpp RealServerKamailio.h
+    RealServerProcess.cpp RealServerProcess.h)
+ormu_common_options(real_servers)
+set_target_properties(real_servers PROPERTIES AUTOMOC OFF)
+target_include_directories(real_servers PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_compile_definitions(real_servers PRIVATE KAMAILIO_PROGRAM="${ORMU_KAMAILIO}")
+target_link_libraries(real_servers PUBLIC sipd_test_support)
+
+ormu_add_test(real_server_test DAEMON_SOCKET
+    SOURCES RealServerTest.cpp RealServerTest.h
+        RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
+    LIBRARIES real_servers LABELS sipd)
+target_compile_definitions(real_server_test PRIVATE
+    SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp")
+
+set(screens ${PROJECT_SOURCE_DIR}/tests/ui)
+ormu_add_test(end_to_end_test QT DAEMON_SOCKET
+    SOURCES EndToEndTest.cpp ${screens}/SetupScreensTest.cpp ${screens}/SetupScreensTest.h
+    LIBRARIES real_servers ormusipsetup_internals LABELS sipd)
+target_include_directories(end_to_end_test PRIVATE ${screens})
+
+ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET)
+target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="$<TARGET_FILE:demo-registrar>")
+add_dependencies(demo_registrar_test demo-registrar)
