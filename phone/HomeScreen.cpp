@@ -6,6 +6,7 @@
 #include "OrmuPushButton.h"
 #include "ProfileChooser.h"
 #include "RES_ICON_Reader.h"
+#include "RepairOffer.h"
 #include "SETUP_SIP_ProfileListBase.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
@@ -58,7 +59,7 @@ void HomeScreen::entryClicked(int, QListBoxItem* entry, const QPoint&)
 
 void HomeScreen::openProfileList()
 {
-    if (profileList_ != nullptr)
+    if (profileList_ != nullptr || !mayOpenProfiles())
         return;
     QString error;
     const auto create = reinterpret_cast<decltype(&SETUP_SIP_CreateProfileList)>(
@@ -75,6 +76,8 @@ void HomeScreen::openProfileList()
 
 void HomeScreen::chooseProfile()
 {
+    if (!mayOpenProfiles())
+        return;
     QString error;
     const auto choose = reinterpret_cast<decltype(&chooseSipProfile)>(
         resolveLibraryFunction(CHOOSER_LIBRARY, "chooseSipProfile", error));
@@ -83,6 +86,16 @@ void HomeScreen::chooseProfile()
     else if (choose(chosenGroup_))
         tell("Dialog_Complete.gif",
              chosenGroup_.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : chosenGroup_);
+}
+
+bool HomeScreen::mayOpenProfiles()
+{
+    QString error;
+    const auto offer = reinterpret_cast<decltype(&offerProfileRepair)>(
+        resolveLibraryFunction(REPAIR_LIBRARY, "offerProfileRepair", error));
+    if (offer == nullptr)
+        tell("Dialog_Exclamatory_Mark.gif", error);
+    return offer != nullptr && offer();
 }
 
 void HomeScreen::tell(const char* icon, const QString& text)

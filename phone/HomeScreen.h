@@ -23,6 +23,7 @@ private:
     void addEntry(const QString& text);
     void openProfileList();
     void chooseProfile();
+    bool mayOpenProfiles();
     void tell(const char* icon, const QString& text);
 
     UTIL_ListBox* entries_ = nullptr;

@@ -1,22 +1,33 @@
-// sample-profiles: writes five profiles into the settings directory, as far as they are not there yet.
+// sample-profiles: writes five profiles into the settings directory, as far as they are not there yet, and
+// prints how each fares with the demo registrar.
 #include "SETUP_SIP_Agent.h"
 
 #include <cstdio>
 
 namespace {
+constexpr char DEMO_REGISTRAR[] = "127.0.0.1";
+constexpr unsigned int CLOSED_PORT = 9;
+
 struct Sample
 {
     const char* name;
     bool locked;
     bool needUserIDPass;
+    const char* userID;
+    unsigned int portNum;
+    const char* fate;
 };
 
-// One of each kind that the screens show in its own way.
+// One of each kind that the screens show in its own way, and one for each outcome of connecting.
 constexpr Sample SAMPLES[] = {
-    {"Home", false, true},           {"Office", true, true},
-    {"Reception desk", true, false}, {"Conference room on the second floor, east wing", false, true},
-    {"Дача у моря", false, true},
+    {"Home", false, true, "anna", DEMO_REGISTRAR_PORT, "connects"},
+    {"Office", true, true, "ben", DEMO_REGISTRAR_PORT, "has a wrong password"},
+    {"Reception desk", true, false, "reception", DEMO_REGISTRAR_PORT, "connects without asking"},
+    {"Conference room on the second floor, east wing", false, true, "anna", CLOSED_PORT,
+     "does not reach its server"},
+    {"Дача у моря", false, true, "busy", DEMO_REGISTRAR_PORT, "finds its server busy"},
 };
+constexpr char PASSWORD[] = "secret";
 constexpr char DEFAULT_SAMPLE[] = "Home";
 
 void add(SETUP_SIP_Agent* store, const Sample& sample)
@@ -27,12 +38,22 @@ void add(SETUP_SIP_Agent* store, const Sample& sample)
     SIP_PROFILE_CONTENT record;
     store->setDefaultProfileInfo(record);
     record.displayName = name;
-    record.server = "sip.example.com";
-    record.userID = "anna";
-    record.password = "secret";
+    record.server = DEMO_REGISTRAR;
+    record.portNum = sample.portNum;
+    record.userID = sample.userID;
+    record.password = PASSWORD;
+    record.autoConnect = false;
     record.locked = sample.locked;
     record.needUserIDPass = sample.needUserIDPass;
     store->setProfileInfo(record, name);
+}
+
+void describe(const Sample& sample)
+{
+    std::printf("  %s: %s", sample.name, sample.fate);
+    if (sample.needUserIDPass)
+        std::printf(" (user %s, password %s)", sample.userID, PASSWORD);
+    std::puts("");
 }
 } // namespace
 
@@ -43,5 +64,7 @@ int main()
         add(store, sample);
     store->setDefaultProfile(DEFAULT_SAMPLE);
     SETUP_SIP_Agent::cleanup();
+    for (const Sample& sample : SAMPLES)
+        describe(sample);
     return 0;
 }

@@ -230,6 +230,35 @@ void tourChoice(Tour& tour)
     tour.await("HomeScreen");
 }
 
+// Without the first profile the list would show the second one twice.
+void tourRepair(Tour& tour)
+{
+    tour.press(Qt::Key_Up);
+    tour.press(Qt::Key_Return);
+    tour.await("SETUP_SIP_ProfileList");
+    tour.press(Qt::Key_F1);
+    tour.await("QPopupMenu");
+    tour.press(Qt::Key_Down);
+    tour.press(Qt::Key_Return);
+    tour.await("SETUP_SIP_ProfileDelConfirmDlg");
+    tour.press(Qt::Key_Return);
+    tour.press(Qt::Key_F1);
+    tour.await("SETUP_SIP_ProfileList");
+    tour.press(Qt::Key_F3);
+    tour.await("HomeScreen");
+    tour.press(Qt::Key_Return);
+    tour.await("OrmuMessageBox");
+    tour.picture("profiles-need-repair");
+    tour.press(Qt::Key_F1);
+    tour.await("OrmuMessageBox");
+    tour.picture("profiles-repaired");
+    tour.press(Qt::Key_Return);
+    tour.await("SETUP_SIP_ProfileList");
+    tour.picture("profiles-after-repair");
+    tour.press(Qt::Key_F3);
+    tour.await("HomeScreen");
+}
+
 } // namespace
 
 bool takeScreenTour(const QString& directory)
@@ -241,5 +270,6 @@ bool takeScreenTour(const QString& directory)
     tourConnection(tour);
     tourDetail(tour);
     tourChoice(tour);
+    tourRepair(tour);
     return tour.take();
 }

@@ -75,7 +75,7 @@ bool SETUP_SIP_ConnectDlg::answerIsThere() const
 {
     const int fd = SIP_COMM_ControlerGetFd(controller);
     if (fd < 0)
-        return true; // nothing more will come: reading it fails at once
+        return true; // an earlier answer could not be read: nothing more will come, and reading fails at once
     // As many sets in a row as the descriptor needs: a host may have more files open than one set holds.
     std::vector<fd_set> readable(static_cast<size_t>(fd) / FD_SETSIZE + 1);
     FD_SET(fd % FD_SETSIZE, &readable.back());
@@ -89,7 +89,7 @@ void SETUP_SIP_ConnectDlg::slotProgress()
     if (!answerIsThere())
         return;
     timer->stop();
-    _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
+    _SIPD_APP_ACK_E ack{};
     if (SIP_COMM_ControlerGetAck(controller, &ack) != 0)
         ack = SIPD_ACK_FAILED;
     processResult(ack);
@@ -130,11 +130,9 @@ void SETUP_SIP_ConnectDlg::processResult(_SIPD_APP_ACK_E ack)
     }
 }
 
-// The notices run event loops of their own, in which the host may delete the list screen and this dialog with
-// it.
-
 void SETUP_SIP_ConnectDlg::showSuccess(const QString& text)
 {
+    // A notice runs an event loop of its own, in which the host may delete the list screen and this with it.
     const QPointer<SETUP_SIP_ConnectDlg> self(this);
     OrmuMessageBox::timerMessage(nullptr, RES_ICON_Reader().getIcon("Dialog_Complete.gif"), text, 1, 1);
     if (!self.isNull())
@@ -143,7 +141,7 @@ void SETUP_SIP_ConnectDlg::showSuccess(const QString& text)
 
 void SETUP_SIP_ConnectDlg::showFailure(const QString& text)
 {
-    const QPointer<SETUP_SIP_ConnectDlg> self(this);
+    const QPointer<SETUP_SIP_ConnectDlg> self(this); // as above
     OrmuMessageBox::timerInformation(nullptr, RES_ICON_Reader().getIcon("Dialog_Exclamatory_Mark.gif"), text,
                                      2, tr("OK", "2.3.9.2.6;SOFTKEY_1BUTTON"), QString(), QString(), 1);
     if (!self.isNull())

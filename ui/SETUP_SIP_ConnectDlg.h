@@ -19,13 +19,13 @@ public:
     enum Operation { OP_CONNECT = 0, OP_DISCONNECT = 1, OP_RECONNECT = 2 };
 
     // profile is a display name; one that no profile has is taken for a group name. It is only read. Opens a
-    // connection to the daemon, and blocks until the daemon has admitted it.
+    // connection to the daemon, and blocks until the daemon has admitted or refused it, without a time limit.
     SETUP_SIP_ConnectDlg(Operation op, QString& profile, QWidget* parent, const char* name);
     ~SETUP_SIP_ConnectDlg() override;
 
     // Sends the request and begins to wait for its answer. To be called once, after connectDone() is
     // connected: a request that cannot be sent ends with connectDone(false) before this returns. Aborts the
-    // process when the constructor found no daemon.
+    // process when the constructor got no connection: no daemon, or one that refused.
     void startConnect();
 
     // Shows the outcome for ack and emits connectDone(); after the first half of a reconnect it sends the

@@ -9,6 +9,8 @@
 #include <QCheckBox>
 #include <QLabel>
 
+#include <utility>
+
 namespace {
 constexpr int TITLE_INDENT = 5;
 constexpr int ALL_LEFT = 155;

@@ -1,17 +1,16 @@
 #include "SETUP_SIP_ProfileDetail.h"
 
 #include "ORMU_Diagnostics.h"
-#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_Question.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
 #include <QLabel>
-#include <QPointer>
 
 namespace {
 constexpr int LINE_WIDTH = 220;
@@ -47,9 +46,9 @@ void SETUP_SIP_ProfileDetail::createSoftKeys()
 void SETUP_SIP_ProfileDetail::createMenu()
 {
     menu = new QPopupMenu(this);
-    menu->insertItem(connectText(), MENU_ID_CONNECT);
-    menu->insertItem(tr("Edit", "2.16.0;MENU"), MENU_ID_EDIT);
-    menu->insertItem(tr("Delete Profile", "2.16.0;MENU"), MENU_ID_DELETE);
+    menu->insertItem(connectText(), MENU_ID_CONNECT, -1);
+    menu->insertItem(tr("Edit", "2.16.0;MENU"), MENU_ID_EDIT, -1);
+    menu->insertItem(tr("Delete Profile", "2.16.0;MENU"), MENU_ID_DELETE, -1);
     static_cast<UTIL_CST*>(getCSTWidget())->getLeftBtn()->setPopup(menu);
     connect(menu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileDetail::menuItemActivated);
 }
@@ -192,9 +191,6 @@ void SETUP_SIP_ProfileDetail::connectDone(bool ok)
 
 bool SETUP_SIP_ProfileDetail::confirm(const QString& question) const
 {
-    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
-                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
-                       QString(), 1);
-    const QPointer<const SETUP_SIP_ProfileDetail> self(this);
-    return box.exec() == 0 && !self.isNull();
+    return SETUP_SIP_Confirm(this, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                             tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"));
 }

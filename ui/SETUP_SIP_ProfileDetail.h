@@ -12,13 +12,14 @@ class SETUP_SIP_UserIDAndPasswordDlg;
 // Shows one stored profile, as it was when the screen opened, and lets the user connect, edit, delete it or
 // make it the default. It never deletes itself: whoever made it deletes it after detailDone(), once this
 // screen's own code has returned. The screens that it opens are its own; those still open when it is deleted
-// stay.
+// stay, but for the connect dialog, which is its child.
 class SETUP_SIP_ProfileDetail : public OrmuMainWidget
 {
     Q_OBJECT
 
 public:
-    // Asks the daemon whether the profile is connected, and blocks until it has answered.
+    // Asks the daemon whether the profile is connected, and blocks until it has answered, without a time
+    // limit.
     explicit SETUP_SIP_ProfileDetail(const QString& profileName, QWidget* parent = nullptr,
                                      const char* name = nullptr);
 

@@ -6,13 +6,13 @@
 #include "OrmuPushButton.h"
 #include "OrmuSkin.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_Question.h"
 #include "UTIL_CST.h"
 #include "qregexp.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
-#include <QPointer>
 
 #include <algorithm>
 #include <cstring>
@@ -136,7 +136,7 @@ void SETUP_SIP_ProfileEdit::slotSave()
     case INPUT_NAME_EXISTS:
         refuse(tr("Profile name already existed, try again.", "99.99.99;DIALOG_ICON_50_WARP"));
         return;
-    default:
+    case INPUT_GOOD:
         saveProfile();
         emit editDone(true);
     }
@@ -171,12 +171,9 @@ void SETUP_SIP_ProfileEdit::slotQuit()
         emit editDone(false);
         return;
     }
-    OrmuMessageBox question(nullptr, OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark"),
-                            tr("Exit without saving?", "99.99.99;DIALOG_ICON_50_WARP"),
-                            tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
-                            QString(), 1);
-    const QPointer<SETUP_SIP_ProfileEdit> self(this);
-    if (question.exec() == 0 && !self.isNull())
+    if (SETUP_SIP_Confirm(this, OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark"),
+                          tr("Exit without saving?", "99.99.99;DIALOG_ICON_50_WARP"),
+                          tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON")))
         emit editDone(false);
 }
 

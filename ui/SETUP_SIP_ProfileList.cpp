@@ -3,20 +3,23 @@
 #include "ORMU_Diagnostics.h"
 #include "OrmuApplication.h"
 #include "OrmuGlobal.h"
-#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_Question.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QPointer>
+
+#include <utility>
 
 namespace {
 enum MenuId { MENU_ID_NEW = 0, MENU_ID_DELETE = 1 };
@@ -187,10 +190,10 @@ void SETUP_SIP_ProfileList::showContentMenu(QListBoxItem* item, const QPoint& po
     auto* rowMenu = new QPopupMenu(listBox);
     selectedConnected = store->isProfileConnected(name);
     rowMenu->insertItem(selectedConnected ? tr("Disconnect", "2.16.0;MENU") : tr("Connect", "2.16.0;MENU"),
-                        ROW_MENU_ID_CONNECT);
-    rowMenu->insertItem(tr("Set as default", "2.16.0;MENU"), ROW_MENU_ID_SET_DEFAULT);
+                        ROW_MENU_ID_CONNECT, -1);
+    rowMenu->insertItem(tr("Set as default", "2.16.0;MENU"), ROW_MENU_ID_SET_DEFAULT, -1);
     rowMenu->setItemEnabled(ROW_MENU_ID_SET_DEFAULT, !store->isProfileDefault(name));
-    rowMenu->insertItem(tr("Delete Profile", "2.16.0;MENU"), ROW_MENU_ID_DELETE);
+    rowMenu->insertItem(tr("Delete Profile", "2.16.0;MENU"), ROW_MENU_ID_DELETE, -1);
     connect(rowMenu, &QPopupMenu::activated, this, &SETUP_SIP_ProfileList::contentMenuItemActivated);
     rowMenu->exec(pos, 0);
 }
@@ -272,9 +275,6 @@ void SETUP_SIP_ProfileList::connectDone(bool)
 
 bool SETUP_SIP_ProfileList::confirm(const QString& question) const
 {
-    OrmuMessageBox box(nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
-                       tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"),
-                       QString(), 1);
-    const QPointer<const SETUP_SIP_ProfileList> self(this); // the host may delete the screen meanwhile
-    return box.exec() == 0 && !self.isNull();
+    return SETUP_SIP_Confirm(this, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
+                             tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"));
 }

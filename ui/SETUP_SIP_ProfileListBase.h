@@ -24,7 +24,8 @@ signals:
 };
 
 // Makes the profile list screen; parent, which may be null, owns it. It has no widgets until createScreen().
-// Reads the settings file; the profiles stay in memory until the screen is deleted. Never null.
+// Reads the settings file; the profiles stay in memory until the screen is deleted. Never null; never returns
+// when the file's "TotalProfile" counts more profiles than there are (see SETUP_SIP_Agent::instance()).
 extern "C" ORMU_SIPSETUP_EXPORT SETUP_SIP_ProfileListBase* SETUP_SIP_CreateProfileList(QWidget* parent);
 
 #endif

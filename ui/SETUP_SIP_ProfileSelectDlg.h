@@ -20,7 +20,7 @@ public:
     SETUP_SIP_ProfileSelectDlg(QString& profile, QWidget* parent, const char* name);
     ~SETUP_SIP_ProfileSelectDlg() override;
 
-    // Fills the list. Called by the constructor.
+    // Fills the list. Called by the constructor; not to be called again.
     void initChoice();
 
     // The group name of the marked profile; the constructor's when none is marked.

@@ -72,19 +72,6 @@ bool readWhole(const QByteArray& path, Bytes& bytes)
     return true;
 }
 
-bool parse(GKeyFile* keys, QByteArrayView bytes)
-{
-    if (bytes.startsWith(BYTE_ORDER_MARK))
-        bytes = bytes.sliced(sizeof BYTE_ORDER_MARK - 1);
-    // The key file would silently drop the rest of such a line.
-    if (bytes.contains('\0'))
-        return false;
-    // Without the last flag it would drop the translations that this user's language has no use for.
-    const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-    return g_key_file_load_from_data(keys, bytes.constData(), static_cast<gsize>(bytes.size()), flags,
-                                     nullptr);
-}
-
 bool areSameFile(const QByteArray& first, const QByteArray& second)
 {
     struct stat a = {};
@@ -104,6 +91,27 @@ bool giveSecondName(const QByteArray& path, const QByteArray& name)
 
 } // namespace
 
+std::optional<QByteArray> readSettingsBytes(const QByteArray& path)
+{
+    Bytes bytes;
+    if (!readWhole(path, bytes))
+        return std::nullopt;
+    return QByteArray(bytes.constData(), bytes.size());
+}
+
+bool parseSettings(GKeyFile* keys, QByteArrayView bytes)
+{
+    if (bytes.startsWith(BYTE_ORDER_MARK))
+        bytes = bytes.sliced(sizeof BYTE_ORDER_MARK - 1);
+    // The key file would silently drop the rest of such a line.
+    if (bytes.contains('\0'))
+        return false;
+    // Without the last flag it would drop the translations that this user's language has no use for.
+    const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+    return g_key_file_load_from_data(keys, bytes.constData(), static_cast<gsize>(bytes.size()), flags,
+                                     nullptr);
+}
+
 SettingsFile readSettingsFile(const QByteArray& path)
 {
     SettingsFile file{KeyFile(g_key_file_new())};
@@ -112,7 +120,7 @@ SettingsFile readSettingsFile(const QByteArray& path)
         file.damaged = errno != ENOENT;
         if (file.damaged)
             qWarning("settings file %s cannot be read: %s", path.constData(), std::strerror(errno));
-    } else if (!parse(file.keys.get(), bytes)) {
+    } else if (!parseSettings(file.keys.get(), bytes)) {
         qWarning("settings file %s cannot be parsed", path.constData());
         file = {KeyFile(g_key_file_new()), true};
     }
@@ -138,16 +146,23 @@ bool keepDamagedFile(const QByteArray& path)
     return true;
 }
 
-void replaceSettingsFile(const QByteArray& path, GKeyFile* keys)
+bool replaceSettingsFile(const QByteArray& path, GKeyFile* keys)
 {
     gsize length = 0;
     const Text data(g_key_file_to_data(keys, &length, nullptr));
+    return replaceSettingsBytes(path, QByteArrayView(data.get(), static_cast<qsizetype>(length)));
+}
+
+bool replaceSettingsBytes(const QByteArray& path, QByteArrayView bytes)
+{
     const auto flags =
         static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE);
     GError* error = nullptr;
-    if (!g_file_set_contents_full(path.constData(), data.get(), static_cast<gssize>(length), flags, 0600,
-                                  &error))
-        qWarning("settings file %s cannot be written: %s", path.constData(), Error(error)->message);
+    if (g_file_set_contents_full(path.constData(), bytes.constData(), static_cast<gssize>(bytes.size()),
+                                 flags, 0600, &error))
+        return true;
+    qWarning("settings file %s cannot be written: %s", path.constData(), Error(error)->message);
+    return false;
 }
 
 SettingsLock::SettingsLock(const QByteArray& path)

@@ -92,7 +92,7 @@ TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
 
 TEST_F(Phone, ChoosesAProfileAndShowsItsGroupName)
 {
-    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile3]\nDisplayName=B\n");
+    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n");
     const auto choose = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) {
         press(Qt::Key_Down);
         press(Qt::Key_Return);
@@ -105,13 +105,13 @@ TEST_F(Phone, ChoosesAProfileAndShowsItsGroupName)
     });
     press(Qt::Key_Down);
     press(Qt::Key_Return);
-    EXPECT_EQ(told, "Profile3");
+    EXPECT_EQ(told, "Profile1");
     EXPECT_EQ(open<HomeScreen>(), &home);
 }
 
 TEST_F(Phone, MarksTheProfileThatWasChosenLast)
 {
-    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile3]\nDisplayName=B\n");
+    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n");
     press(Qt::Key_Down);
     for (const bool marked : {false, true}) {
         const auto choose = onceOpen<UTIL_Dialog>([marked](UTIL_Dialog& dialog) {

@@ -409,6 +409,25 @@ TEST_F(ConnectDlg, CountsADaemonThatDiesWhileItWaitsAsAFailure)
     EXPECT_EQ(results, QList<bool>({false}));
 }
 
+TEST_F(ConnectDlg, KeptAfterItsConnectionBrokeFailsAgainHoweverItIsAsked)
+{
+    play("never-answer");
+    QString name("A");
+    SETUP_SIP_ConnectDlg kept(CONNECT, name, screen.get(), nullptr);
+    const QSignalSpy done(&kept, &SETUP_SIP_ConnectDlg::connectDone);
+    kept.startConnect();
+    stopDaemon();
+    const BoxAnswers answers({Qt::Key_F2, Qt::Key_F2});
+    QMetaObject::invokeMethod(&kept, "slotProgress");
+    QMetaObject::invokeMethod(&kept, "slotProgress");
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({FAILED, FAILED}));
+    kept.startConnect();
+    EXPECT_FALSE(timerOf(&kept)->isActive());
+    ASSERT_EQ(done.count(), 3);
+    for (const auto& result : done)
+        EXPECT_EQ(result[0], false);
+}
+
 TEST_F(ConnectDlg, CountsAnAckThatCannotBeReadAsAFailure)
 {
     // The registration's answer has 16 bytes, and so has the ack.

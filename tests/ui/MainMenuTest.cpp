@@ -244,6 +244,23 @@ TEST_F(MainMenu, OffersNoDeletionOnceAllAreDeleted)
     EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
 }
 
+TEST_F(MainMenu, ShowsNoRowsAndOffersNoDeletionWhileTheCountIsNothing)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
+    openScreen();
+    storeProfile("A");
+    ASSERT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 0);
+    ASSERT_EQ(profileNames(), QStringList({"A"}));
+    const auto look = onceOpen<SETUP_SIP_ProfileDelConfirmDlg>([](SETUP_SIP_ProfileDelConfirmDlg& dialog) {
+        EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->count(), 0);
+        press(Qt::Key_F1);
+    });
+    choose(DELETE_PROFILES);
+    EXPECT_EQ(list->count(), 0);
+    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
+    EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
 TEST_F(MainMenu, RefreshesTheListWhenTheDeleteDialogIsAcceptedOnly)
 {
     storeProfiles(2);

@@ -16,6 +16,8 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <gmock/gmock.h>
+
 #include <functional>
 #include <iostream>
 #include <random>
@@ -266,10 +268,16 @@ protected:
             EXPECT_EQ(inFile.password, inMemory.password);
             EXPECT_EQ(inFile.network, inMemory.network);
             EXPECT_EQ(inFile.autoConnect, inMemory.autoConnect);
+            EXPECT_EQ(inFile.registerValue, inMemory.registerValue);
             EXPECT_EQ(inFile.locked, inMemory.locked);
             EXPECT_EQ(inFile.defaultProfile, inMemory.defaultProfile);
             EXPECT_EQ(inFile.needUserIDPass, inMemory.needUserIDPass);
-            defaults += inMemory.defaultProfile ? 1 : 0;
+            EXPECT_EQ(inFile.remPassword, inMemory.remPassword);
+            if (inMemory.defaultProfile) {
+                ++defaults;
+                // A default profile that was renamed keeps its flag alone.
+                EXPECT_THAT(SETUP_SIP_Agent::getDefaultProfile(), testing::AnyOf(group, "true"));
+            }
             seen += name;
         }
         EXPECT_EQ(seen.size(), names.count());

@@ -89,15 +89,38 @@ TEST_F(ProfileDelConfirmDlg, ShowsItsTitleOnTheTitleStrip)
     EXPECT_EQ(title->parentWidget(), dialog->getDlgContent());
 }
 
-TEST_F(ProfileDelConfirmDlg, HasTheAllBoxAtTheRightEndOfTheTitleStripInItsColours)
+TEST_F(ProfileDelConfirmDlg, HasTheAllBoxAtTheRightEndOfTheTitleStrip)
 {
     makeDialog();
     const auto* title = dialog->getDlgContent()->findChild<QLabel*>();
     EXPECT_EQ(all->text(), "All");
     EXPECT_EQ(all->geometry(), QRect(155, 0, title->width() - 155, OrmuGlobal::getDlgTitleLR().height()));
-    EXPECT_EQ(all->palette(), title->palette());
     EXPECT_EQ(all->parentWidget(), dialog->getDlgContent());
     EXPECT_FALSE(all->isChecked());
+}
+
+// Gives labels a colour of their own as soon as they have a sibling.
+class LabelPainter : public QObject
+{
+public:
+    LabelPainter() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::ChildAdded)
+            for (auto* label : watched->findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly))
+                label->setPalette(QPalette(Qt::darkCyan));
+        return false;
+    }
+};
+
+TEST_F(ProfileDelConfirmDlg, HasTheAllBoxInTheColoursOfTheTitle)
+{
+    const LabelPainter painter;
+    makeDialog();
+    const auto* title = dialog->getDlgContent()->findChild<QLabel*>();
+    ASSERT_NE(title->palette(), dialog->palette());
+    EXPECT_EQ(all->palette(), title->palette());
 }
 
 TEST_F(ProfileDelConfirmDlg, FillsTheContentBelowTheTitleWithTheList)
@@ -207,6 +230,22 @@ TEST_F(ProfileDelConfirmDlg, DeletesLockedAndDefaultProfilesToo)
               QDialog::Accepted);
     EXPECT_EQ(namesInFile(), QStringList());
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "true") << "names no profile";
+}
+
+TEST_F(ProfileDelConfirmDlg, DeletesAProfileThatIsShownTwiceOnce)
+{
+    for (const char* name : {"A", "B", "C", "D"})
+        storeProfile(name);
+    SETUP_SIP_Agent::instance()->deleteProfile("B");
+    EXPECT_EQ(run([this] {
+                  EXPECT_EQ(rows(), QStringList({"A", "C", "C"}));
+                  tick(1);
+                  tick(2);
+                  press(Qt::Key_F1);
+              }),
+              QDialog::Accepted);
+    EXPECT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 2);
+    EXPECT_EQ(namesInFile(), QStringList({"A", "D"}));
 }
 
 TEST_F(ProfileDelConfirmDlg, DeletesAfterTheLastRowWasTickedFarDownTheList)

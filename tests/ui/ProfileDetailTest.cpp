@@ -10,6 +10,7 @@
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
+#include <QCheckBox>
 #include <QLabel>
 #include <QPointer>
 #include <QScrollBar>
@@ -18,6 +19,7 @@ using namespace ScreenDriver;
 
 namespace {
 enum MenuId { CONNECT = 0, EDIT = 1, DELETE = 2 };
+enum Entry { NAME_ENTRY = 0, SERVER_ENTRY = 1, PASSWORD_ENTRY = 4 }; // in the order of the edit screen
 
 const ShownBox DELETE_QUESTION("Delete the profile?", "Dialog_Question_Mark.jpg", {"OK", "Cancel"});
 const ShownBox DISCONNECT_QUESTION("Disconnect current connection?", "Dialog_Question_Mark.jpg",
@@ -74,13 +76,15 @@ protected:
         return texts;
     }
 
-    // Opens the edit screen and saves it with another server.
-    static void editAndSave()
+    // Opens the edit screen, types the text over an entry and saves.
+    static void editAndSave(int entry = SERVER_ENTRY, const QString& text = "2")
     {
         chooseInMenu("Edit");
         ASSERT_NE(open<SETUP_SIP_ProfileEdit>(), nullptr);
-        press(Qt::Key_Down);
-        type("2");
+        for (int i = 0; i < entry; ++i)
+            press(Qt::Key_Down);
+        press(Qt::Key_A, Qt::ControlModifier);
+        type(text);
         press(Qt::Key_F2);
     }
 
@@ -365,6 +369,49 @@ TEST_F(ProfileDetail, ReconnectsAfterAnEditAndThenTakesTheProfileForDisconnected
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
 }
 
+// What the screen does after a rename goes by the former name, which is no profile's any more.
+TEST_F(ProfileDetail, ReconnectsByTheNameOfItsOpeningAfterARename)
+{
+    playScenario(connectedFromTheStart());
+    openDetail(record("A"));
+    const BoxAnswers answers({Qt::Key_F1, Qt::Key_F2});
+    editAndSave(NAME_ENTRY, "B");
+    finishConnecting();
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION, CONNECTED}));
+    ASSERT_EQ(daemon().requests().size(), 3u);
+    EXPECT_STREQ(daemon().requests()[1].name, "A") << "a name that no profile has is taken for a group's";
+    EXPECT_STREQ(daemon().requests()[2].name, "A");
+}
+
+TEST_F(ProfileDetail, SetsNoDefaultAfterARenameAndStillTellsAChange)
+{
+    play("status:2");
+    store(record("A"));
+    SETUP_SIP_Agent::instance()->setDefaultProfile("other");
+    openDetail("A");
+    const BoxAnswers answers({Qt::Key_F3});
+    editAndSave(NAME_ENTRY, "B");
+    press(Qt::Key_F2);
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileDefault("other"));
+    EXPECT_FALSE(SETUP_SIP_Agent::instance()->isProfileDefault("B"));
+    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
+    press(Qt::Key_F3);
+    EXPECT_EQ(results, QList<bool>({true}));
+}
+
+TEST_F(ProfileDetail, DeletesNothingAfterARenameAndStillTellsAChange)
+{
+    play("status:2");
+    openDetail(record("A"));
+    const BoxAnswers answers({Qt::Key_F3, Qt::Key_F1});
+    editAndSave(NAME_ENTRY, "B");
+    chooseInMenu("Delete Profile");
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION, DELETE_QUESTION}));
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("B"));
+    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("other"));
+    EXPECT_EQ(results, QList<bool>({true}));
+}
+
 TEST_F(ProfileDetail, KeepsTheProfileConnectedWhenEitherHalfOfAReconnectFails)
 {
     struct Half
@@ -512,6 +559,41 @@ TEST_F(ProfileDetail, AsksForCredentialsWithWhatWasTypedLast)
     finishConnecting();
     EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
+}
+
+TEST_F(ProfileDetail, OpensThePromptWithRememberTickedAsItWasLast)
+{
+    openDetail(guardedRecord("A"));
+    for (const bool remember : {true, false}) {
+        SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "", remember);
+        chooseInMenu("Connect");
+        auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
+        ASSERT_NE(prompt, nullptr);
+        EXPECT_EQ(prompt->findChild<QCheckBox*>()->isChecked(), remember);
+        press(Qt::Key_F3);
+    }
+}
+
+TEST_F(ProfileDetail, ComparesCredentialsWithTheProfileOfItsOpeningAfterAnEdit)
+{
+    playScenario(connectedFromTheStart());
+    openDetail(guardedRecord("A"));
+    {
+        const BoxAnswers answers({Qt::Key_F3});
+        editAndSave(PASSWORD_ENTRY, "changed");
+        EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION}));
+    }
+    {
+        const BoxAnswers answers({Qt::Key_F1, Qt::Key_F2});
+        chooseInMenu("Disconnect");
+        finishConnecting();
+    }
+    chooseInMenu("Connect");
+    fillPrompt("me", "secret");
+    const BoxAnswers answers({Qt::Key_F3}); // which ends any message;
+    press(Qt::Key_F2);
+    finishConnecting();
+    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
 }
 
 TEST_F(ProfileDetail, EndsTheAttemptSilentlyWhenThePromptIsCancelled)

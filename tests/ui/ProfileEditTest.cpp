@@ -541,6 +541,17 @@ TEST_F(ProfileEdit, RenamesByDeletingAndWritingAnew)
     EXPECT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 2);
 }
 
+TEST_F(ProfileEdit, ASecondSaveDeletesTheNameOfTheFirst)
+{
+    openProfile(usableRecord("A"));
+    for (const char* name : {"B", "C"}) {
+        form->enter(form->name, name);
+        EXPECT_EQ(save().displayName, name);
+        done->clear();
+    }
+    EXPECT_EQ(namesInFile(), QStringList({"C"}));
+}
+
 TEST_F(ProfileEdit, TakesAChangeOfCaseForAnotherName)
 {
     storeProfile("A");

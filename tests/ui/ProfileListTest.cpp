@@ -179,6 +179,24 @@ TEST_F(ProfileList, OffersNoNewProfileAtTen)
     EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
 }
 
+TEST_F(ProfileList, OffersNoNewProfileBeyondTen)
+{
+    addProfiles(11);
+    openScreen();
+    EXPECT_EQ(list->count(), 11);
+    EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
+}
+
+TEST_F(ProfileList, ShowsTheSecondOfThreeTwiceOnceTheFirstIsDeletedAndTheListReopened)
+{
+    for (const char* name : {"A", "B", "C"})
+        addProfile(name);
+    openScreen();
+    SETUP_SIP_Agent::instance()->deleteProfile("A");
+    openScreen();
+    EXPECT_EQ(rows(), QStringList({"B", "B"}));
+}
+
 TEST_F(ProfileList, CountsBelowNothingAsNoProfilesButLetsThemBeDeleted)
 {
     writeFile("[ProfileSummary]\nTotalProfile=-1\n");

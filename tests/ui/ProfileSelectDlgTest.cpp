@@ -136,6 +136,17 @@ TEST_F(ProfileSelectDlg, IsEmptyWithoutProfilesAndStillAccepts)
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile3");
 }
 
+TEST_F(ProfileSelectDlg, IsEmptyWhileTheCountIsNothing)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
+    storeProfile("A");
+    ASSERT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 0);
+    ASSERT_EQ(profileNames(), QStringList({"A"}));
+    makeDialog("Profile0");
+    EXPECT_EQ(rows(), QStringList());
+    EXPECT_EQ(dialog->getSelectedProfile(), "Profile0");
+}
+
 TEST_F(ProfileSelectDlg, GivesTheGroupOfTheProfileChosenByKeysAlone)
 {
     for (const char* name : {"A", "B", "C"})
@@ -178,6 +189,19 @@ TEST_F(ProfileSelectDlg, NeedsAMarkNotJustACurrentRow)
     });
     EXPECT_EQ(list->currentItem(), 1);
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile0");
+}
+
+TEST_F(ProfileSelectDlg, LooksAtAsManyRowsAsTheStoreCounts)
+{
+    for (const char* name : {"A", "B", "C"})
+        storeProfile(name);
+    makeDialog("Profile0");
+    list->checkItem(2, true);
+    SETUP_SIP_Agent::instance()->deleteProfile("A");
+    EXPECT_EQ(dialog->getSelectedProfile(), "Profile0") << "the third row is out of its sight";
+    storeProfile("D");
+    storeProfile("E"); // more than there are rows
+    EXPECT_EQ(dialog->getSelectedProfile(), "Profile2");
 }
 
 TEST_F(ProfileSelectDlg, KeepsOneMarkAtATime)

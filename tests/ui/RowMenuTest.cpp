@@ -12,6 +12,8 @@
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QCheckBox>
+#include <QLabel>
 #include <QPointer>
 #include <QTimer>
 
@@ -111,6 +113,17 @@ TEST_F(RowMenu, EveryButtonOfAClickIsAlike)
     }
 }
 
+TEST_F(RowMenu, AClickOpensTheRowThatWasClickedNotTheCurrentOne)
+{
+    openList();
+    ASSERT_EQ(listBox->currentItem(), 0);
+    QMetaObject::invokeMethod(list.get(), "itemClicked", Q_ARG(int, 1),
+                              Q_ARG(QListBoxItem*, listBox->item(2)), Q_ARG(QPoint, QPoint()));
+    const auto* detail = open<SETUP_SIP_ProfileDetail>();
+    ASSERT_NE(detail, nullptr);
+    EXPECT_EQ(detail->getContentWidget()->findChild<QLabel*>()->text(), "Profile name:C");
+}
+
 TEST_F(RowMenu, AClickBesideTheRowsDoesNothing)
 {
     openList();
@@ -166,6 +179,24 @@ TEST_F(RowMenu, DeletesTheDetailScreenOnlyAfterItsCodeHasReturned)
     EXPECT_TRUE(waitFor([&detail] { return detail == nullptr; }));
     press(Qt::Key_Return);
     EXPECT_NE(open<SETUP_SIP_ProfileDetail>(), nullptr) << "the next one can be opened";
+}
+
+TEST_F(RowMenu, LeavesTheDetailScreenOpenAtAnyOtherCustomEvent)
+{
+    openList();
+    press(Qt::Key_Return);
+    const QPointer<SETUP_SIP_ProfileDetail> detail = open<SETUP_SIP_ProfileDetail>();
+    ASSERT_NE(detail, nullptr);
+    const auto send = [this](int type) {
+        QCustomEvent event(type);
+        QApplication::sendEvent(list.get(), &event);
+    };
+    for (const int type : {1001, 1999}) {
+        send(type);
+        EXPECT_NE(detail, nullptr) << type;
+    }
+    send(1000);
+    EXPECT_EQ(detail, nullptr);
 }
 
 TEST_F(RowMenu, ShowsTheListAnewWhenTheDetailScreenTellsAChange)
@@ -267,6 +298,36 @@ TEST_F(RowMenu, OpensByItsKeyByALongPressAndByTheRightButtonOnTheRowTouched)
     EXPECT_EQ(opening([] { press(Qt::Key_Menu); }), 2);
     EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), list.get()) << "none of them is a click";
     EXPECT_EQ(listBox->findChildren<QPopupMenu*>().size(), 3) << "each stays as long as the list does";
+}
+
+TEST_F(RowMenu, OpensAtThePlaceThatWasTouched)
+{
+    openList();
+    const QPoint place = listBox->visualItemRect(listBox->item(1)).topLeft() + QPoint(37, 5);
+    QPoint corner;
+    const auto looked = onceOpen<QPopupMenu>([&corner](QPopupMenu& menu) {
+        corner = menu.mapToGlobal(QPoint());
+        press(Qt::Key_F3);
+    });
+    clickAt(listBox->viewport(), place, Qt::RightButton);
+    EXPECT_EQ(corner, listBox->viewport()->mapToGlobal(place));
+}
+
+TEST_F(RowMenu, AsksAboutTheRowTouchedAndActsOnTheCurrentOne)
+{
+    play("status:2");
+    openList();
+    goToRow(2);
+    {
+        const auto chosen = onceOpen<QPopupMenu>([](QPopupMenu&) { chooseEntry("Disconnect"); });
+        const BoxAnswers answers({Qt::Key_F1});
+        QMetaObject::invokeMethod(list.get(), "showContentMenu", Q_ARG(QListBoxItem*, listBox->item(0)),
+                                  Q_ARG(QPoint, QPoint()));
+    }
+    ASSERT_TRUE(daemon().waitForRequests(2));
+    EXPECT_EQ(requests(), QList<int>({3, 1}));
+    EXPECT_STREQ(daemon().requests()[0].name, "Profile0");
+    EXPECT_STREQ(daemon().requests()[1].name, "Profile2");
 }
 
 TEST_F(RowMenu, ActsOnTheRowThatIsCurrentWhenAnEntryIsChosen)
@@ -430,6 +491,45 @@ TEST_F(RowMenu, AsksForCredentialsWithWhatWasTypedLastForAnyProfile)
     press(Qt::Key_F2);
     EXPECT_EQ(dismissNotice(), QList<ShownBox>({CONNECTED}));
     EXPECT_EQ(lastName(), "Profile4");
+}
+
+TEST_F(RowMenu, OpensThePromptWithRememberTickedAsItWasLast)
+{
+    store(guardedRecord("D"));
+    openList();
+    goToRow(3);
+    for (const bool remember : {true, false}) {
+        SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "", remember);
+        chooseInRowMenu("Connect");
+        auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
+        ASSERT_NE(prompt, nullptr);
+        EXPECT_EQ(prompt->findChild<QCheckBox*>()->isChecked(), remember);
+        press(Qt::Key_F3);
+    }
+}
+
+TEST_F(RowMenu, OpensANewPromptEvenWhileOneIsHeld)
+{
+    store(guardedRecord("D"));
+    for (const bool secondAnswers : {false, true}) {
+        openList();
+        goToRow(3);
+        const auto connect = [this] {
+            QMetaObject::invokeMethod(list.get(), "contentMenuItemActivated", Q_ARG(int, CONNECT));
+            return QPointer(open<SETUP_SIP_UserIDAndPasswordDlg>());
+        };
+        const auto first = connect();
+        const auto second = connect();
+        ASSERT_NE(second, nullptr);
+        ASSERT_NE(first, second);
+        QMetaObject::invokeMethod(secondAnswers ? second : first, "slotQuit");
+        EXPECT_EQ(second, nullptr) << "it is the one that the list holds";
+        ASSERT_EQ(open<SETUP_SIP_UserIDAndPasswordDlg>(), first);
+        type("x");
+        press(Qt::Key_F3);
+        EXPECT_NE(first, nullptr);
+        closeAll();
+    }
 }
 
 TEST_F(RowMenu, EndsTheAttemptSilentlyWhenThePromptIsLeft)

@@ -1,0 +1,327 @@
+#include "Commands.h"
+
+#include "DaemonLink.h"
+#include "ProfileFile.h"
+#include "ProfileRepair.h"
+#include "SETUP_SIP_Agent.h"
+
+#include <QJsonArray>
+
+namespace {
+
+using Profile = ProfileFile::Profile;
+
+constexpr int PROGRESS_STEP_MS = 1000;
+
+Outcome failure(int code, const QString& error)
+{
+    return {code, QString(), error, QJsonObject(), QString()};
+}
+
+QJsonObject toJson(const Profile& profile)
+{
+    return {{"name", profile.name}, {"group", profile.group}};
+}
+
+// Several lines of columns that stand below each other; blanks at a line's end are left out.
+QString toColumns(const QList<QStringList>& rows)
+{
+    QList<qsizetype> widths;
+    for (const QStringList& row : rows) {
+        widths.resize(qMax(widths.size(), row.size()));
+        for (qsizetype i = 0; i < row.size(); ++i)
+            widths[i] = qMax(widths[i], row[i].size());
+    }
+    QString text;
+    for (const QStringList& row : rows) {
+        QString line;
+        for (qsizetype i = 0; i < row.size(); ++i)
+            line += printable(row[i]).leftJustified(widths[i] + 2);
+        while (line.endsWith(u' '))
+            line.chop(1);
+        text += line + u'\n';
+    }
+    return text;
+}
+
+QString noteOn(const ProfileFile& file)
+{
+    if (file.findings().isEmpty())
+        return QString();
+    return QStringLiteral("The settings file needs repair: see sip-profile check.");
+}
+
+bool isUnreadable(const ProfileFile& file)
+{
+    return file.has(ProfileFile::Finding::CannotRead);
+}
+
+Outcome unreadable(const ProfileFile& file)
+{
+    return failure(EXIT_FILE, file.findings().first().text);
+}
+
+// The profile that goes by this name; otherwise why says why there is not just one.
+std::optional<Profile> findProfile(const QString& name, Outcome& why)
+{
+    const ProfileFile file(ProfileFile::path());
+    if (isUnreadable(file)) {
+        why = unreadable(file);
+        return std::nullopt;
+    }
+    QList<Profile> found;
+    for (const Profile& profile : file.profiles()) {
+        if (profile.name == name || profile.group == name)
+            found += profile;
+    }
+    if (found.size() == 1)
+        return found.first();
+    if (found.isEmpty()) {
+        why = failure(EXIT_NO_PROFILE, QStringLiteral("There is no profile “%1”.").arg(printable(name)));
+        return std::nullopt;
+    }
+    QStringList descriptions;
+    for (const Profile& profile : found)
+        descriptions += describe(profile);
+    why = failure(EXIT_NO_PROFILE, QStringLiteral("“%1” may be %2: say it by the name that no other has.")
+                                       .arg(printable(name), descriptions.join(QStringLiteral(" or "))));
+    return std::nullopt;
+}
+
+QString wordsFor(uint32_t status)
+{
+    switch (status) {
+    case 0:
+        return QStringLiteral("not connected");
+    case 1:
+        return QStringLiteral("working on it");
+    case SIPD_PROFILE_CONNECTED:
+        return QStringLiteral("connected");
+    default:
+        return QStringLiteral("not connected (status %1)").arg(status);
+    }
+}
+
+Outcome statusOf(const QList<Profile>& profiles)
+{
+    DaemonLink link;
+    QList<QStringList> rows;
+    QJsonArray json;
+    bool allConnected = true;
+    for (const Profile& profile : profiles) {
+        const auto status = link.state() == DaemonLink::Open ? link.status(profile.group) : std::nullopt;
+        if (!status)
+            return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+        rows += {profile.name, profile.group, wordsFor(*status)};
+        QJsonObject entry = toJson(profile);
+        entry["connected"] = *status == SIPD_PROFILE_CONNECTED;
+        entry["status"] = static_cast<qint64>(*status);
+        entry["message"] = wordsFor(*status);
+        json.append(entry);
+        allConnected = allConnected && *status == SIPD_PROFILE_CONNECTED;
+    }
+    if (link.state() != DaemonLink::Open)
+        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+    return {
+        allConnected ? EXIT_DONE : EXIT_NOT_SO, toColumns(rows), QString(), {{"profiles", json}}, QString()};
+}
+
+QString wordsFor(DaemonLink::Request request, _SIPD_APP_ACK_E ack)
+{
+    switch (ack) {
+    case SIPD_ACK_SUCCESS:
+        return request == DaemonLink::Connect ? QStringLiteral("connected") : QStringLiteral("disconnected");
+    case SIPD_ACK_FAILED:
+        return QStringLiteral("the SIP daemon could not do it");
+    case SIPD_ACK_SERVICE_UNAVAILABLE:
+        return QStringLiteral("the SIP service is not available");
+    case SIPD_ACK_INCORRECT_PROFILE:
+        return QStringLiteral("the profile is not right: server, port, user name or password");
+    case SIPD_ACK_CONNECT_FAILED:
+        return QStringLiteral("the SIP server cannot be reached");
+    }
+    return QStringLiteral("the SIP daemon gave an answer without meaning (%1)").arg(ack);
+}
+
+Outcome ask(DaemonLink::Request request, const QString& name, const Progress& progress)
+{
+    Outcome why;
+    const std::optional<Profile> profile = findProfile(name, why);
+    if (!profile)
+        return why;
+
+    const QString what = (request == DaemonLink::Connect ? QStringLiteral("Connecting %1")
+                                                         : QStringLiteral("Disconnecting %1"))
+                             .arg(describe(*profile));
+    progress(what, 0);
+    DaemonLink link;
+    if (link.state() != DaemonLink::Open || !link.send(request, profile->group))
+        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+    for (int seconds = 0; !link.waitForAck(PROGRESS_STEP_MS);)
+        progress(what, ++seconds);
+    const std::optional<_SIPD_APP_ACK_E> ack = link.readAck();
+    if (!ack)
+        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+
+    const QString words = wordsFor(request, *ack);
+    QJsonObject json = toJson(*profile);
+    json["ack"] = static_cast<qint64>(*ack);
+    json["message"] = words;
+    const QString line = QStringLiteral("%1: %2").arg(describe(*profile), words);
+    if (*ack == SIPD_ACK_SUCCESS)
+        return {EXIT_DONE, line + u'\n', QString(), json, QString()};
+    const bool isKnown = *ack <= SIPD_ACK_CONNECT_FAILED;
+    return {isKnown ? EXIT_ACK + static_cast<int>(*ack) : EXIT_NO_DAEMON, QString(), line, json, QString()};
+}
+
+} // namespace
+
+Outcome listProfiles()
+{
+    const ProfileFile file(ProfileFile::path());
+    if (isUnreadable(file))
+        return unreadable(file);
+    const QString defaultGroup = SETUP_SIP_Agent::getDefaultProfile();
+    QList<QStringList> rows;
+    QJsonArray profiles;
+    for (const Profile& profile : file.profiles()) {
+        SIP_PROFILE_CONTENT record;
+        QString group = profile.group;
+        SETUP_SIP_Agent::getProfileByName(group, record);
+        const bool isDefault = group == defaultGroup;
+        rows += {profile.name, group, QStringLiteral("%1:%2").arg(record.server).arg(record.portNum),
+                 record.userID, isDefault ? QStringLiteral("default") : QString()};
+        QJsonObject entry = toJson(profile);
+        entry["server"] = record.server;
+        entry["port"] = static_cast<qint64>(record.portNum);
+        entry["user"] = record.userID;
+        entry["default"] = isDefault;
+        entry["autoConnect"] = record.autoConnect;
+        profiles.append(entry);
+    }
+    return {EXIT_DONE, toColumns(rows), QString(), {{"profiles", profiles}}, noteOn(file)};
+}
+
+Outcome showStatus()
+{
+    const ProfileFile file(ProfileFile::path());
+    if (isUnreadable(file))
+        return unreadable(file);
+    Outcome outcome = statusOf(file.profiles());
+    if (outcome.code == EXIT_NOT_SO)
+        outcome.code = EXIT_DONE;
+    outcome.note = noteOn(file);
+    return outcome;
+}
+
+Outcome showStatusOf(const QString& name)
+{
+    Outcome why;
+    const std::optional<Profile> profile = findProfile(name, why);
+    return profile ? statusOf({*profile}) : why;
+}
+
+Outcome connectProfile(const QString& name, const Progress& progress)
+{
+    return ask(DaemonLink::Connect, name, progress);
+}
+
+Outcome disconnectProfile(const QString& name, const Progress& progress)
+{
+    return ask(DaemonLink::Disconnect, name, progress);
+}
+
+namespace {
+
+QString nameOf(ProfileFile::Finding::Kind kind)
+{
+    using Finding = ProfileFile::Finding;
+    switch (kind) {
+    case Finding::CannotRead:
+        return QStringLiteral("cannot-read");
+    case Finding::UnparsedLine:
+        return QStringLiteral("unparsed-line");
+    case Finding::Endless:
+        return QStringLiteral("endless");
+    case Finding::Hidden:
+        return QStringLiteral("hidden");
+    case Finding::Doubled:
+        return QStringLiteral("doubled");
+    case Finding::NoName:
+        return QStringLiteral("no-name");
+    case Finding::SameName:
+        return QStringLiteral("same-name");
+    case Finding::Gap:
+        return QStringLiteral("gap");
+    case Finding::WrongCount:
+        return QStringLiteral("wrong-count");
+    case Finding::SeveralDefaults:
+        return QStringLiteral("several-defaults");
+    }
+    return QString();
+}
+
+QJsonArray toJson(const QList<ProfileFile::Finding>& findings)
+{
+    QJsonArray array;
+    for (const ProfileFile::Finding& finding : findings)
+        array.append(
+            QJsonObject{{"kind", nameOf(finding.kind)}, {"group", finding.group}, {"message", finding.text}});
+    return array;
+}
+
+QString toLines(const QList<ProfileFile::Finding>& findings)
+{
+    QString lines;
+    for (const ProfileFile::Finding& finding : findings)
+        lines += finding.text + u'\n';
+    return lines;
+}
+
+QString nothingWrong()
+{
+    return QStringLiteral("Nothing is wrong with %1.\n").arg(ProfileFile::path());
+}
+
+} // namespace
+
+Outcome checkFile()
+{
+    const ProfileFile file(ProfileFile::path());
+    if (isUnreadable(file))
+        return unreadable(file);
+    const QJsonObject json = {{"file", ProfileFile::path()},
+                              {"findings", toJson(file.findings())},
+                              {"loadEnds", !file.has(ProfileFile::Finding::Endless)}};
+    if (file.findings().isEmpty())
+        return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
+    return {EXIT_NOT_SO, toLines(file.findings()), QString(), json, QString()};
+}
+
+Outcome repairFile()
+{
+    const ProfileFile file(ProfileFile::path());
+    if (isUnreadable(file))
+        return unreadable(file);
+    QJsonObject json = {{"file", ProfileFile::path()}, {"findings", toJson(file.findings())}};
+    json["repaired"] = false;
+    if (file.findings().isEmpty())
+        return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
+
+    const auto connected = connectedProfiles(file.profiles());
+    if (!connected)
+        return failure(EXIT_NO_DAEMON,
+                       QStringLiteral("The SIP daemon does not say whether a profile is connected."));
+    if (!connected->isEmpty())
+        return failure(
+            EXIT_IS_CONNECTED,
+            QStringLiteral("%1 is connected: disconnect it first.").arg(describe(connected->first())));
+
+    const ProfileRepair repair = repairProfileFile(ProfileFile::path());
+    if (repair.outcome == ProfileRepair::Failed)
+        return failure(EXIT_FILE, repair.error);
+    json["repaired"] = repair.outcome == ProfileRepair::Repaired;
+    json["copy"] = repair.copy;
+    const QString done = QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy);
+    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, QString()};
+}

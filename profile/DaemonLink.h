@@ -1,0 +1,54 @@
+#ifndef DAEMONLINK_H
+#define DAEMONLINK_H
+
+#include "ProfileFile.h"
+#include "SIP_COMM_Controler.h"
+
+#include <memory>
+#include <optional>
+
+// One client of the SIP daemon, which knows profiles by their group names. Blocks as SIP_COMM_Controler.h
+// says: without a time limit, while the daemon does not answer.
+class DaemonLink
+{
+    Q_DECLARE_TR_FUNCTIONS(DaemonLink)
+
+public:
+    enum State {
+        Open,
+        NoDaemon,
+        Refused, // there is a daemon, but it does not admit this client
+        Lost,    // it went away, or makes no sense
+    };
+    enum Request { Connect, Disconnect };
+
+    // Connects, and waits until the daemon has admitted or refused this client.
+    DaemonLink();
+
+    State state() const { return state_; }
+    // For the user, in a sentence.
+    static QString describe(State state);
+
+    // These need an open link and give nothing when it is lost.
+    std::optional<_SIPD_PROFILE_STATUS_E> status(const QString& group);
+    // Sends the request. Its ack is to be read before anything else is asked.
+    bool send(Request request, const QString& group);
+    // Waits so long for the ack of the request, or for the link's loss; false when neither has come.
+    bool waitForAck(int milliseconds);
+    std::optional<_SIPD_APP_ACK_E> readAck();
+
+private:
+    struct Closer
+    {
+        void operator()(_SIP_COMM_PROFILE_CONTROL_S* handle) const { SIP_COMM_ControlerDestruct(&handle); }
+    };
+
+    State state_ = Open;
+    std::unique_ptr<_SIP_COMM_PROFILE_CONTROL_S, Closer> handle_;
+};
+
+// Those of the profiles that the daemon says are connected. Without a daemon none is; nothing when the daemon
+// is there, but cannot be asked.
+std::optional<QList<ProfileFile::Profile>> connectedProfiles(const QList<ProfileFile::Profile>& profiles);
+
+#endif

@@ -1,0 +1,186 @@
+#include "ProfileKeys.h"
+
+#include "SettingsText.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+struct GLibDeleter
+{
+    void operator()(gchar* text) const { g_free(text); }
+    void operator()(gchar** texts) const { g_strfreev(texts); }
+};
+using Text = std::unique_ptr<gchar, GLibDeleter>;
+using Texts = std::unique_ptr<gchar*, GLibDeleter>;
+
+const char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
+
+const QString GROUP_STEM = QStringLiteral("Profile");
+// Nobody typed these: the store writes them by itself.
+constexpr std::array SWITCH_KEYS = {"AutoConnect", "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
+                                    "RemPassword"};
+
+bool parses(QByteArrayView bytes)
+{
+    const KeyFile keys(g_key_file_new());
+    return parseSettings(keys.get(), bytes);
+}
+
+struct Mended
+{
+    QByteArray bytes;
+    int lines = 0;
+    int firstLine = 0;
+};
+
+// A line that was to begin a group still does, lest the keys below it count to the group above.
+QByteArray mendLine(const QByteArray& line, int number)
+{
+    const QByteArray text = line.trimmed();
+    if (!text.startsWith('[') && !text.endsWith(']'))
+        return "# " + line;
+    QByteArray name = text;
+    name.replace('[', "").replace(']', "");
+    const QByteArray header = '[' + name.trimmed() + ']';
+    return parses(header) ? header : "# " + line + "\n[Line " + QByteArray::number(number) + ']';
+}
+
+// Mends each line that is neither blank, a comment, a group nor a key of a group.
+Mended mend(QByteArrayView bytes)
+{
+    if (bytes.startsWith(BYTE_ORDER_MARK))
+        bytes = bytes.sliced(qstrlen(BYTE_ORDER_MARK));
+    Mended mended;
+    bool inGroup = false;
+    int number = 0;
+    for (const QByteArray& line : bytes.toByteArray().split('\n')) {
+        ++number;
+        QByteArray good = line;
+        good.replace('\0', "");
+        if (good.startsWith(BYTE_ORDER_MARK))
+            good = good.sliced(qstrlen(BYTE_ORDER_MARK));
+        if (!parses(good) && !(inGroup && parses("[group]\n" + good)))
+            good = mendLine(good, number);
+        if (good != line && mended.lines++ == 0)
+            mended.firstLine = number;
+        inGroup = inGroup || parses(good + "\nkey=value");
+        mended.bytes += good + '\n';
+    }
+    mended.bytes.chop(1);
+    return mended;
+}
+
+bool isProfileGroup(const QString& group)
+{
+    if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
+        return false;
+    const QStringView number = QStringView(group).sliced(GROUP_STEM.size());
+    return (number[0] != u'0' || number.size() == 1) &&
+           std::all_of(number.begin(), number.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
+
+// Their numbers may be longer than any integer.
+bool isBefore(const QString& a, const QString& b)
+{
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+
+} // namespace
+
+ProfileKeys::ProfileKeys(const QByteArray& bytes) : keys_(g_key_file_new())
+{
+    if (parseSettings(keys_.get(), bytes))
+        return;
+    const Mended mended = mend(bytes);
+    unparsedLines_ = mended.lines;
+    firstUnparsedLine_ = mended.firstLine;
+    keys_.reset(g_key_file_new());
+    isParsed_ = parseSettings(keys_.get(), mended.bytes);
+    if (!isParsed_)
+        keys_.reset(g_key_file_new());
+}
+
+QList<QString> ProfileKeys::numberedGroups() const
+{
+    QList<QString> groups;
+    const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
+    for (gchar** name = names.get(); *name != nullptr; ++name) {
+        const QString group = QString::fromUtf8(*name);
+        if (isProfileGroup(group))
+            groups += group;
+    }
+    std::sort(groups.begin(), groups.end(), isBefore);
+    return groups;
+}
+
+bool ProfileKeys::isRemnant(const QString& group) const
+{
+    const Texts keys(g_key_file_get_keys(keys_.get(), group.toUtf8().constData(), nullptr, nullptr));
+    for (gchar** key = keys.get(); *key != nullptr; ++key) {
+        const auto isThis = [key](const char* name) { return qstrcmp(name, *key) == 0; };
+        if (std::none_of(SWITCH_KEYS.begin(), SWITCH_KEYS.end(), isThis))
+            return false;
+    }
+    return true;
+}
+
+QList<QString> ProfileKeys::profileGroups() const
+{
+    QList<QString> groups = numberedGroups();
+    groups.removeIf([this](const QString& group) { return isRemnant(group); });
+    return groups;
+}
+
+QSet<QString> ProfileKeys::remnantGroups() const
+{
+    QList<QString> groups = numberedGroups();
+    groups.removeIf([this](const QString& group) { return !isRemnant(group); });
+    return QSet<QString>(groups.begin(), groups.end());
+}
+
+QByteArray ProfileKeys::value(const QString& group, const char* key) const
+{
+    return QByteArray(
+        Text(g_key_file_get_value(keys_.get(), group.toUtf8().constData(), key, nullptr)).get());
+}
+
+QString ProfileKeys::text(const QString& group, const char* key) const
+{
+    return decodeSettingsText(value(group, key)).value_or(QString());
+}
+
+QString ProfileKeys::readableText(const QString& group, const char* key) const
+{
+    const QByteArray stored = value(group, key);
+    return decodeSettingsText(stored).value_or(QString::fromLatin1(stored));
+}
+
+bool ProfileKeys::isOn(const QString& group, const char* key) const
+{
+    const QByteArray stored = value(group, key);
+    return stored == "true" || stored == "1";
+}
+
+int ProfileKeys::totalProfile() const
+{
+    return value(SUMMARY_GROUP, TOTAL_KEY).toInt();
+}
+
+void ProfileKeys::setText(const QString& group, const char* key, const QString& text)
+{
+    setValue(group, key, encodeSettingsText(text));
+}
+
+void ProfileKeys::setValue(const QString& group, const char* key, const QByteArray& value)
+{
+    g_key_file_set_value(keys_.get(), group.toUtf8().constData(), key, value.constData());
+}
+
+QByteArray ProfileKeys::toBytes() const
+{
+    gsize length = 0;
+    const Text data(g_key_file_to_data(keys_.get(), &length, nullptr));
+    return QByteArray(data.get(), static_cast<qsizetype>(length));
+}

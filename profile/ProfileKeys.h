@@ -1,0 +1,58 @@
+#ifndef PROFILEKEYS_H
+#define PROFILEKEYS_H
+
+#include "SettingsFile.h"
+
+#include <QList>
+#include <QSet>
+#include <QString>
+
+// The keys of the settings file of the SIP profiles, as the store finds them; for the check and the repair
+// alone. Where the store cannot parse the file, and so takes it for empty, the lines that stand in the way
+// are made comments first, and counted.
+class ProfileKeys
+{
+public:
+    explicit ProfileKeys(const QByteArray& bytes);
+
+    int unparsedLines() const { return unparsedLines_; }
+    int firstUnparsedLine() const { return firstUnparsedLine_; } // counted from 1; 0 when there is none
+    // False when the file cannot be parsed even so; it then holds no keys.
+    bool isParsed() const { return isParsed_; }
+
+    // The groups that hold a profile, by their numbers. One without a name, which is no profile to the store,
+    // counts when anything but switches stands in it.
+    QList<QString> profileGroups() const;
+    // The groups of such a name that hold switches at most.
+    QSet<QString> remnantGroups() const;
+
+    // "" when it is missing or cannot be decoded.
+    QString text(const QString& group, const char* key) const;
+    // The same, but a text that is not UTF-8 is read as Latin-1.
+    QString readableText(const QString& group, const char* key) const;
+    bool isOn(const QString& group, const char* key) const;
+    int totalProfile() const;
+
+    void setText(const QString& group, const char* key, const QString& text);
+    void setValue(const QString& group, const char* key, const QByteArray& value);
+    QByteArray toBytes() const;
+
+private:
+    QByteArray value(const QString& group, const char* key) const;
+    QList<QString> numberedGroups() const;
+    bool isRemnant(const QString& group) const;
+
+    KeyFile keys_;
+    int unparsedLines_ = 0;
+    int firstUnparsedLine_ = 0;
+    bool isParsed_ = true;
+};
+
+inline constexpr char SUMMARY_GROUP[] = "ProfileSummary";
+inline constexpr char TOTAL_KEY[] = "TotalProfile";
+inline constexpr char DEFAULT_GROUP[] = "SystemDefault";
+inline constexpr char DEFAULT_KEY[] = "Profile";
+inline constexpr char DISPLAY_NAME_KEY[] = "DisplayName";
+inline constexpr char DEFAULT_PROFILE_KEY[] = "DefaultProfile";
+
+#endif

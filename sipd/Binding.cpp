@@ -1,0 +1,260 @@
+#define NUA_MAGIC_T class Binding
+#define NUA_HMAGIC_T class Binding
+#include "Binding.h"
+
+#include "CertificateDirectory.h"
+#include "Digest.h"
+#include "Log.h"
+
+#include <sofia-sip/msg_parser.h>
+#include <sofia-sip/nta.h>
+#include <sofia-sip/nta_tag.h>
+#include <sofia-sip/nua.h>
+#include <sofia-sip/nua_tag.h>
+#include <sofia-sip/sip_protos.h>
+#include <sofia-sip/sip_tag.h>
+#include <sofia-sip/tport_tag.h>
+#include <sofia-sip/url.h>
+#include <utility>
+
+#include <array>
+#include <cctype>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+constexpr std::chrono::milliseconds unregisterLimit{3000};
+
+// The bit of the stack's TPTAG_TLS_VERSION for TLS 1.2; later versions are always on.
+constexpr unsigned int tls12 = 8;
+
+std::string escaped(std::string_view user)
+{
+    constexpr std::string_view plain = "-_.!~*'()";
+    std::string result;
+    for (const char c : user) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80 && (std::isalnum(byte) != 0 || plain.find(c) != std::string_view::npos)) {
+            result += c;
+            continue;
+        }
+        constexpr std::string_view digits = "0123456789ABCDEF";
+        result += {'%', digits[byte >> 4U], digits[byte & 0xfU]};
+    }
+    return result;
+}
+
+bool isRejection(int status)
+{
+    return status == 401 || status == 403 || status == 404 || status == 407;
+}
+
+// The stack answers 408 and 503 in the name of a server that it could not reach.
+_SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
+{
+    const bool fromServer = sip != nullptr && !nta_sip_is_internal(sip);
+    if (isRejection(status))
+        return SIPD_ACK_INCORRECT_PROFILE;
+    if (status == 503)
+        return fromServer ? SIPD_ACK_SERVICE_UNAVAILABLE : SIPD_ACK_CONNECT_FAILED;
+    if (status == 408 && !fromServer)
+        return SIPD_ACK_CONNECT_FAILED;
+    return SIPD_ACK_FAILED;
+}
+
+} // namespace
+
+struct BindingCallbacks
+{
+    static void onEvent(nua_event_t event, int status, const char* /*phrase*/, nua_t* /*nua*/,
+                        Binding* binding, nua_handle_t* handle, Binding* /*owner*/, const sip_t* sip,
+                        tagi_t* /*tags*/)
+    {
+        if (event == nua_r_shutdown) {
+            if (status >= 200)
+                binding->setState(Binding::State::Gone);
+            return;
+        }
+        if (handle == nullptr)
+            return;
+        if (handle != binding->handle_) {
+            // A request from outside, which the stack has answered; or the last of a handle that is gone.
+            if (nua_handle_magic(handle) == nullptr && event < nua_r_set_params)
+                nua_handle_destroy(handle);
+            return;
+        }
+        if (event == nua_r_register)
+            binding->handleRegisterAnswer(status, sip);
+        else if (event == nua_r_unregister)
+            binding->handleUnregisterAnswer(status, sip);
+        else if (event == nua_r_authenticate && status >= 300)
+            binding->fail(SIPD_ACK_FAILED);
+    }
+};
+
+Binding::Binding(EventLoop& loop, const SipSettings& settings, const SipProfile& profile, OnOutcome onOutcome)
+    : loop_(loop), settings_(settings), profile_(profile), onOutcome_(std::move(onOutcome)),
+      limit_(loop, [this] { close(); })
+{
+}
+
+Binding::~Binding()
+{
+    const EventLoop::Hold hold(loop_);
+    if (agent_ != nullptr)
+        nua_destroy(agent_);
+}
+
+_SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::milliseconds patience)
+{
+    const std::string localHost = server.localUriHost();
+    if (localHost.empty())
+        return errno == ENETUNREACH || !isAnyNetworkUp() ? SIPD_ACK_SERVICE_UNAVAILABLE
+                                                         : SIPD_ACK_CONNECT_FAILED;
+    createAgent(localHost, patience);
+    if (agent_ == nullptr)
+        return SIPD_ACK_FAILED;
+    sendRegister(server);
+    setState(State::Registering);
+    return SIPD_ACK_SUCCESS;
+}
+
+void Binding::createAgent(const std::string& localHost, std::chrono::milliseconds patience)
+{
+    const bool tls = profile_.registrar.transport == Transport::Tls;
+    // The stack knows TLS under this scheme alone.
+    const std::string url = tls ? "sips:" + localHost + ":*"
+                                : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
+    std::optional<CertificateDirectory> certificates;
+    if (tls)
+        certificates.emplace(settings_.caFile);
+    const std::string trusted = certificates ? certificates->path() : "";
+    const EventLoop::Hold hold(loop_);
+    agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
+                        NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
+                        NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
+                        NUTAG_KEEPALIVE(0), NUTAG_ENABLEINVITE(0),
+                        TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
+                        TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
+                        TAG_IF(tls, TPTAG_TLS_VERSION(tls12)), TAG_END());
+}
+
+void Binding::sendRegister(const ServerAddress& server)
+{
+    const RegistrarAddress& registrar = profile_.registrar;
+    const std::string user = escaped(profile_.user);
+    const std::string transport = std::string("transport=") + nameOf(registrar.transport);
+    const std::string identity = "<sip:" + user + '@' + registrar.uriHost() + '>';
+    const std::string registrarUrl =
+        "sip:" + registrar.uriHost() + ':' + std::to_string(registrar.port) + ';' + transport;
+    // The name stays there for TLS to be verified against; the packets go to the address.
+    const std::string proxyUrl = "sip:" + registrar.uriHost() + ':' + std::to_string(server.port()) + ';' +
+                                 transport + (registrar.numeric ? "" : ";maddr=" + server.uriHost());
+    const bool udp = registrar.transport == Transport::Udp;
+
+    handle_ = nua_handle(agent_, this, SIPTAG_TO_STR(identity.c_str()), SIPTAG_FROM_STR(identity.c_str()),
+                         TAG_END());
+    ORMU_ASSERT(handle_ != nullptr);
+    nua_register(handle_, NUTAG_REGISTRAR(registrarUrl.c_str()), NUTAG_PROXY(proxyUrl.c_str()),
+                 NUTAG_M_USERNAME(user.c_str()), TAG_IF(!udp, NUTAG_M_PARAMS(transport.c_str())),
+                 SIPTAG_EXPIRES_STR(std::to_string(settings_.expires.count()).c_str()), TAG_END());
+}
+
+void Binding::handleRegisterAnswer(int status, const sip_t* sip)
+{
+    if (status < 200)
+        return;
+    if (state_ == State::Abandoned) {
+        if (status < 300)
+            unregister();
+        else
+            close();
+        return;
+    }
+    if (state_ != State::Registering && state_ != State::Registered)
+        return;
+    if (status < 300)
+        succeed();
+    else if ((status != 401 && status != 407) || !authenticate(sip))
+        fail(ackOf(status, sip));
+}
+
+// Answers the challenge. False when it cannot, or has already.
+bool Binding::authenticate(const sip_t* sip)
+{
+    if (sip == nullptr)
+        return false;
+    const msg_auth_t* challenge =
+        sip->sip_www_authenticate != nullptr ? sip->sip_www_authenticate : sip->sip_proxy_authenticate;
+    while (challenge != nullptr && strcasecmp(challenge->au_scheme, "Digest") != 0)
+        challenge = challenge->au_next;
+    const char* const realm =
+        challenge != nullptr ? msg_header_find_param(challenge->au_common, "realm=") : nullptr;
+    if (realm == nullptr || realm == answeredRealm_)
+        return false;
+    answeredRealm_ = realm;
+    const std::string credentials = digestCredentials(realm, profile_.user, profile_.password);
+    nua_authenticate(handle_, NUTAG_AUTH(credentials.c_str()), TAG_END());
+    return true;
+}
+
+// Its owner looks at it between two steps.
+void Binding::setState(State state)
+{
+    state_ = state;
+    loop_.wake();
+}
+
+void Binding::succeed()
+{
+    if (state_ == State::Registered)
+        return;
+    setState(State::Registered);
+    onOutcome_(SIPD_ACK_SUCCESS);
+}
+
+void Binding::fail(_SIPD_APP_ACK_E reason)
+{
+    if (state_ == State::Closing || state_ == State::Gone)
+        return;
+    const bool isWanted = state_ == State::Registering || state_ == State::Registered;
+    close();
+    if (isWanted)
+        onOutcome_(reason);
+}
+
+void Binding::leave()
+{
+    if (state_ == State::Registering)
+        setState(State::Abandoned);
+    else if (state_ == State::Registered)
+        unregister();
+}
+
+void Binding::unregister()
+{
+    setState(State::Unregistering);
+    limit_.set(unregisterLimit);
+    nua_unregister(handle_, TAG_END());
+}
+
+void Binding::handleUnregisterAnswer(int status, const sip_t* sip)
+{
+    if (status < 200 || state_ != State::Unregistering)
+        return;
+    if ((status != 401 && status != 407) || !authenticate(sip))
+        close();
+}
+
+void Binding::close()
+{
+    if (state_ == State::Closing || state_ == State::Gone)
+        return;
+    limit_.stop();
+    setState(State::Closing);
+    nua_handle_bind(handle_, nullptr);
+    nua_handle_destroy(handle_);
+    handle_ = nullptr;
+    nua_shutdown(agent_);
+}

@@ -1,0 +1,165 @@
+#include "Client.h"
+
+#include "Log.h"
+#include "Server.h"
+
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+
+Client::Client(Server& server, int fd, bool isForeign)
+    : server_(server), fd_(fd), isForeign_(isForeign),
+      watch_(server.loop_, fd, POLLIN, [this](int) { handleReady(); })
+{
+}
+
+Client::~Client()
+{
+    close();
+}
+
+void Client::close()
+{
+    if (isClosed_)
+        return;
+    isClosed_ = true;
+    server_.hasClosedClients_ = true;
+    server_.registrations_.forget(this);
+}
+
+void Client::handleReady()
+{
+    flush();
+    handleUnread();
+    if (unsent_.empty() && !isClosed_)
+        receive();
+}
+
+void Client::receive()
+{
+    const ssize_t count = recv(fd_, received_.data(), received_.size(), 0);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (count <= 0) {
+        close();
+        return;
+    }
+    unread_ = std::span(received_).first(static_cast<size_t>(count));
+    handleUnread();
+}
+
+void Client::handleUnread()
+{
+    while (!unread_.empty() && unsent_.empty() && !isClosed_) {
+        switch (reader_.take(unread_)) {
+        case MessageReader::State::Incomplete:
+            break;
+        case MessageReader::State::Complete:
+            handleMessage(reader_.message());
+            break;
+        case MessageReader::State::Violated:
+            ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends what no client may send");
+            close();
+            break;
+        }
+    }
+}
+
+void Client::handleMessage(const MessageReader::Message& message)
+{
+    if (message.type == SIPD_MSG_REGISTER && standing_ == Standing::Unregistered)
+        handleRegister();
+    else if (message.type == SIPD_MSG_PROFILE && standing_ == Standing::Admitted)
+        handleProfile(message.profile);
+    else if (message.type != SIPD_MSG_COMMAND || standing_ == Standing::Unregistered) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends message type %d out of turn",
+                 static_cast<int>(message.type));
+        close();
+    }
+}
+
+void Client::handleRegister()
+{
+    if (!server_.isRefused(*this)) {
+        standing_ = Standing::Admitted;
+        acknowledge(SIPD_ACK_SUCCESS);
+        return;
+    }
+    acknowledge(SIPD_ACK_FAILED);
+    close();
+}
+
+void Client::handleProfile(const _SIPD_MSG_PROFILE_S& request)
+{
+    _SIPD_MSG_PROFILE_S answer = request;
+    if (request.request == PROFILE_CTRL_GET_STATUS) {
+        answer.status = static_cast<_SIPD_PROFILE_STATUS_E>(server_.registrations_.status(request.name));
+        send(SIPD_MSG_PROFILE, answer);
+        return;
+    }
+    if (request.request == PROFILE_CTRL_GET_NAME) {
+        const auto found = server_.names_.find(request.appId);
+        const std::string name = found == server_.names_.end() ? "" : found->second;
+        std::memset(answer.name, 0, sizeof(answer.name));
+        name.copy(answer.name, SIPD_PROFILE_NAME_MAX);
+        send(SIPD_MSG_PROFILE, answer);
+        return;
+    }
+    if (isWaiting_) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a client does not wait for its last request's end");
+        close();
+        return;
+    }
+    handleRequest(request);
+}
+
+void Client::handleRequest(const _SIPD_MSG_PROFILE_S& request)
+{
+    isWaiting_ = true;
+    switch (request.request) {
+    case PROFILE_CTRL_CONNECT:
+        server_.registrations_.connect(request.name, this);
+        return;
+    case PROFILE_CTRL_DISCONNECT:
+        server_.registrations_.disconnect(request.name, this);
+        return;
+    case PROFILE_CTRL_SET_NAME:
+        acknowledge(server_.setName(request.appId, request.name));
+        return;
+    default:
+        acknowledge(SIPD_ACK_FAILED);
+        return;
+    }
+}
+
+void Client::acknowledge(_SIPD_APP_ACK_E ack)
+{
+    isWaiting_ = false;
+    send(SIPD_MSG_ACK, ack);
+}
+
+template <class Body>
+void Client::send(_SIPD_MSG_TYPE_E type, const Body& body)
+{
+    const _SIPD_MSG_HEAD_S head = {sizeof(body), type, {}};
+    std::array<char, sizeof(head) + sizeof(body)> bytes;
+    std::memcpy(bytes.data(), &head, sizeof(head));
+    std::memcpy(bytes.data() + sizeof(head), &body, sizeof(body));
+    unsent_.append(bytes.data(), bytes.size());
+    flush();
+}
+
+void Client::flush()
+{
+    if (isClosed_ || unsent_.empty())
+        return;
+    const ssize_t count = ::send(fd_, unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
+    if (count < 0 && errno != EAGAIN && errno != EINTR) {
+        close();
+        return;
+    }
+    if (count > 0)
+        unsent_.erase(0, static_cast<size_t>(count));
+    watch_.setEvents(unsent_.empty() ? POLLIN : POLLOUT);
+}

@@ -1,0 +1,241 @@
+#define SOFIA_EXTEND_AUTH_CLIENT 1
+#include "Digest.h"
+
+#include "ORMU_Diagnostics.h"
+
+#include <sofia-sip/auth_client.h>
+#include <sofia-sip/auth_client_plugin.h>
+#include <sofia-sip/auth_digest.h>
+#include <sofia-sip/msg_header.h>
+#include <sofia-sip/url.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <sys/random.h>
+
+#include <QByteArray>
+#include <QCryptographicHash>
+
+namespace {
+
+struct Algorithm
+{
+    const char* name;
+    QCryptographicHash::Algorithm hash;
+    bool isSession;
+};
+
+// The weaker ones first.
+constexpr std::array algorithms = {Algorithm{"MD5", QCryptographicHash::Md5, false},
+                                   Algorithm{"MD5-sess", QCryptographicHash::Md5, true},
+                                   Algorithm{"SHA-256", QCryptographicHash::Sha256, false},
+                                   Algorithm{"SHA-256-sess", QCryptographicHash::Sha256, true}};
+
+// The place in the table of the algorithm that a challenge names, or does not name.
+std::optional<size_t> findAlgorithm(const char* name)
+{
+    if (name == nullptr || *name == '\0')
+        return 0;
+    for (size_t i = 0; i < algorithms.size(); ++i) {
+        if (strcasecmp(name, algorithms[i].name) == 0)
+            return i;
+    }
+    return std::nullopt;
+}
+
+std::string hashOf(const Algorithm& algorithm, const std::string& text)
+{
+    return QCryptographicHash::hash(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())),
+                                    algorithm.hash)
+        .toHex()
+        .toStdString();
+}
+
+std::string toHex(std::string_view bytes)
+{
+    return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())).toHex().toStdString();
+}
+
+std::string fromHex(const char* digits)
+{
+    return QByteArray::fromHex(digits).toStdString();
+}
+
+std::string quoted(std::string_view text)
+{
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result + '"';
+}
+
+std::string randomNonce()
+{
+    std::array<char, 16> bytes{};
+    ORMU_ASSERT(getrandom(bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+    return toHex({bytes.data(), bytes.size()});
+}
+
+// The stack's record of one realm that asks for credentials, and ours behind it. The stack makes it of zeros,
+// and frees it with all that is allocated in its home.
+struct Client
+{
+    auth_client_t stack;
+    size_t algorithm;
+    bool isNamed; // the algorithm was
+    bool hasQop;
+    const char* realm;
+    const char* nonce; // null before the first challenge
+    const char* opaque;
+    unsigned int count; // of answers with that nonce
+};
+
+Client& clientOf(auth_client_t* stack)
+{
+    return *reinterpret_cast<Client*>(stack);
+}
+
+constexpr int ignored = 1;
+constexpr int toBeAnswered = 2;
+
+void keep(su_home_t* home, const char*& kept, const char* text)
+{
+    su_free(home, const_cast<char*>(kept));
+    kept = su_strdup(home, text);
+}
+
+int takeChallenge(auth_client_t* stack, const msg_auth_t* header)
+{
+    Client& client = clientOf(stack);
+    su_home_t* const home = stack->ca_home;
+    auth_challenge_t challenge = {};
+    challenge.ac_size = sizeof(challenge);
+    if (auth_digest_challenge_get(home, &challenge, header->au_params) < 0)
+        return -1;
+    const auto algorithm = findAlgorithm(challenge.ac_algorithm);
+    const bool isUsable = algorithm && challenge.ac_realm != nullptr && challenge.ac_nonce != nullptr &&
+                          (challenge.ac_qop == nullptr || challenge.ac_auth != 0);
+    const bool isKnown = client.nonce != nullptr;
+    int result = ignored;
+    if (isUsable && (!isKnown || *algorithm >= client.algorithm)) {
+        // A nonce that has been good more than once has run out, whether the server says so or not.
+        const bool isRenewed =
+            !isKnown || *algorithm > client.algorithm || challenge.ac_stale != 0 || client.count > 1;
+        if (isRenewed && (!isKnown || std::strcmp(client.nonce, challenge.ac_nonce) != 0))
+            result = toBeAnswered;
+        client.algorithm = *algorithm;
+        client.isNamed = challenge.ac_algorithm != nullptr;
+        client.hasQop = challenge.ac_qop != nullptr;
+        client.count = 0;
+        keep(home, client.realm, challenge.ac_realm);
+        keep(home, client.nonce, challenge.ac_nonce);
+        keep(home, client.opaque, challenge.ac_opaque);
+    }
+    auth_digest_challenge_free_params(home, &challenge);
+    return result;
+}
+
+std::string headerOf(Client& client, const char* method, const std::string& uri)
+{
+    DigestQuestion question{client.isNamed ? algorithms[client.algorithm].name : "",
+                            client.realm,
+                            client.nonce,
+                            method,
+                            uri,
+                            {},
+                            {}};
+    ++client.count;
+    if (client.hasQop || algorithms[client.algorithm].isSession)
+        question.clientNonce = randomNonce();
+    if (client.hasQop) {
+        std::array<char, 9> count{};
+        std::snprintf(count.data(), count.size(), "%08x", client.count);
+        question.count = count.data();
+    }
+    const std::string user = fromHex(client.stack.ca_user);
+    std::string header = "Digest username=" + quoted(user) + ", realm=" + quoted(question.realm) +
+                         ", nonce=" + quoted(question.nonce) + ", uri=" + quoted(uri) + ", response=\"" +
+                         digestResponse(question, user, fromHex(client.stack.ca_pass)) + '"';
+    if (client.isNamed)
+        header += ", algorithm=" + question.algorithm;
+    if (!question.clientNonce.empty())
+        header += ", cnonce=\"" + question.clientNonce + '"';
+    if (client.opaque != nullptr)
+        header += ", opaque=" + quoted(client.opaque);
+    if (client.hasQop)
+        header += ", qop=auth, nc=" + question.count;
+    return header;
+}
+
+int authorize(auth_client_t* stack, su_home_t* home, const char* method, const url_t* url,
+              const msg_payload_t* /*body*/, msg_header_t** header)
+{
+    Client& client = clientOf(stack);
+    if (client.nonce == nullptr || stack->ca_user == nullptr || stack->ca_pass == nullptr)
+        return -1;
+    char* const uri = url_as_string(home, url);
+    if (uri == nullptr)
+        return -1;
+    *header = msg_header_make(home, stack->ca_credential_class, headerOf(client, method, uri).c_str());
+    su_free(home, uri);
+    return *header != nullptr ? 0 : -1;
+}
+
+int clearCredentials(auth_client_t* stack)
+{
+    stack->ca_clear = 1;
+    return 1;
+}
+
+auth_client_plugin_t pluginNamed(const char* name)
+{
+    auth_client_plugin_t plugin = {};
+    plugin.auc_plugin_size = sizeof(plugin);
+    plugin.auc_size = sizeof(Client);
+    plugin.auc_name = name;
+    plugin.auc_challenge = takeChallenge;
+    plugin.auc_authorize = authorize;
+    plugin.auc_clear = clearCredentials;
+    return plugin;
+}
+
+} // namespace
+
+void installDigest()
+{
+    static const auth_client_plugin_t placeholder = pluginNamed("x-none");
+    static const auth_client_plugin_t digest = pluginNamed("Digest");
+    // The stack replaces the first plugin of another name, rather than that of the same: this one goes where
+    // its own Digest is, and ours goes there after it.
+    auc_register_plugin(&placeholder);
+    auc_register_plugin(&digest);
+}
+
+std::string digestCredentials(std::string_view quotedRealm, std::string_view user, std::string_view password)
+{
+    // In hexadecimal digits, since the stack cuts at colons.
+    return "Digest:" + std::string(quotedRealm) + ':' + toHex(user) + ':' + toHex(password);
+}
+
+std::string digestResponse(const DigestQuestion& question, std::string_view user, std::string_view password)
+{
+    const auto index = findAlgorithm(question.algorithm.c_str());
+    if (!index)
+        return {};
+    const Algorithm& algorithm = algorithms[*index];
+    std::string secret =
+        hashOf(algorithm, std::string(user) + ':' + question.realm + ':' + std::string(password));
+    if (algorithm.isSession)
+        secret = hashOf(algorithm, secret + ':' + question.nonce + ':' + question.clientNonce);
+    const std::string request = hashOf(algorithm, question.method + ':' + question.uri);
+    std::string nonce = question.nonce;
+    if (!question.count.empty())
+        nonce += ':' + question.count + ':' + question.clientNonce + ":auth";
+    return hashOf(algorithm, secret + ':' + nonce + ':' + request);
+}

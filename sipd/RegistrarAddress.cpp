@@ -1,0 +1,171 @@
+#include "RegistrarAddress.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cctype>
+#include <charconv>
+
+#include <QString>
+#include <QUrl>
+
+namespace {
+
+constexpr unsigned int sipPort = 5060;
+constexpr unsigned int sipsPort = 5061;
+constexpr unsigned int highestPort = 65535;
+constexpr size_t longestName = 253;
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    const size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool isAlike(std::string_view a, std::string_view b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+bool takePrefix(std::string_view& text, std::string_view prefix)
+{
+    if (!isAlike(text.substr(0, prefix.size()), prefix))
+        return false;
+    text.remove_prefix(prefix.size());
+    return true;
+}
+
+std::optional<Transport> transportOf(std::string_view name)
+{
+    for (const Transport transport : {Transport::Udp, Transport::Tcp, Transport::Tls}) {
+        if (isAlike(name, nameOf(transport)))
+            return transport;
+    }
+    return std::nullopt;
+}
+
+// What stands behind the first ";": nothing, or one transport.
+std::optional<Transport> parseParameters(std::string_view text)
+{
+    text = trimmed(text);
+    if (text.empty())
+        return Transport::Udp;
+    if (!takePrefix(text, "transport="))
+        return std::nullopt;
+    return transportOf(trimmed(text));
+}
+
+std::optional<unsigned int> parsePort(std::string_view text)
+{
+    unsigned int port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return port;
+}
+
+bool isIpAddress(int family, const std::string& text)
+{
+    in6_addr address;
+    return inet_pton(family, text.c_str(), &address) == 1;
+}
+
+bool isHostName(std::string_view name)
+{
+    if (name.empty() || name.size() > longestName || name.front() == '.' ||
+        name.find("..") != std::string_view::npos)
+        return false;
+    const auto isAllowed = [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '-' || c == '.' || c == '_';
+    };
+    // Of digits and dots alone it would be a mistyped IPv4 address.
+    return std::all_of(name.begin(), name.end(), isAllowed) &&
+           name.find_first_not_of("0123456789.") != std::string_view::npos;
+}
+
+// The form that DNS knows of a name in any script; empty when it has none.
+std::string asciiName(std::string_view name)
+{
+    if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x80; }))
+        return std::string(name);
+    return QUrl::toAce(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()))).toStdString();
+}
+
+struct HostAndPort
+{
+    std::string_view host;
+    std::optional<std::string_view> port;
+    bool bracketed = false;
+};
+
+std::optional<HostAndPort> splitPort(std::string_view text)
+{
+    if (text.starts_with('[')) {
+        const size_t end = text.find(']');
+        if (end == std::string_view::npos)
+            return std::nullopt;
+        HostAndPort split{text.substr(1, end - 1), std::nullopt, true};
+        text.remove_prefix(end + 1);
+        if (text.starts_with(':'))
+            split.port = text.substr(1);
+        else if (!text.empty())
+            return std::nullopt;
+        return split;
+    }
+    const size_t colon = text.find(':');
+    // An IPv6 address has more than one.
+    if (colon == std::string_view::npos || text.find(':', colon + 1) != std::string_view::npos)
+        return HostAndPort{text, std::nullopt, false};
+    return HostAndPort{text.substr(0, colon), text.substr(colon + 1), false};
+}
+
+} // namespace
+
+const char* nameOf(Transport transport)
+{
+    switch (transport) {
+    case Transport::Tcp:
+        return "tcp";
+    case Transport::Tls:
+        return "tls";
+    case Transport::Udp:
+        break;
+    }
+    return "udp";
+}
+
+std::string RegistrarAddress::uriHost() const
+{
+    return host.find(':') == std::string::npos ? host : '[' + host + ']';
+}
+
+std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port)
+{
+    server = trimmed(server);
+    takePrefix(server, "sip:");
+    const size_t semicolon = std::min(server.find(';'), server.size());
+    const auto transport = parseParameters(server.substr(std::min(semicolon + 1, server.size())));
+    const auto split = splitPort(trimmed(server.substr(0, semicolon)));
+    if (!transport || !split)
+        return std::nullopt;
+
+    RegistrarAddress address;
+    address.transport = *transport;
+    address.host = asciiName(split->host);
+    const bool v6 = isIpAddress(AF_INET6, address.host);
+    address.numeric = v6 || isIpAddress(AF_INET, address.host);
+    if ((split->bracketed && !v6) || (!address.numeric && !isHostName(address.host)))
+        return std::nullopt;
+
+    address.defaultPort = !split->port && port == sipPort;
+    if (address.defaultPort && address.transport == Transport::Tls)
+        port = sipsPort;
+    const auto typedPort = split->port ? parsePort(*split->port) : port;
+    if (!typedPort || *typedPort < 1 || *typedPort > highestPort)
+        return std::nullopt;
+    address.port = static_cast<uint16_t>(*typedPort);
+    return address;
+}

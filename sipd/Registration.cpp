@@ -1,0 +1,269 @@
+#include "Registration.h"
+
+#include "Log.h"
+
+#include <algorithm>
+#include <utility>
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr milliseconds connectLimit{8000};
+constexpr milliseconds disconnectLimit{3000};
+constexpr milliseconds shortestPause{1000};
+constexpr milliseconds longestPause{60'000};
+// Whoever comes again with rejected credentials, and soon, is taken for an attacker.
+constexpr milliseconds pauseAfterRejection{300'000};
+// No address gets less, while there is time.
+constexpr milliseconds shortestTry{500};
+
+} // namespace
+
+Registration::Registration(const SipServices& services, std::string group)
+    : services_(services), group_(std::move(group)), pause_(shortestPause),
+      timer_(services.loop, [this] { handleTimer(); }),
+      disconnectLimit_(services.loop, [this] { answer(disconnecting_, SIPD_ACK_SUCCESS); })
+{
+}
+
+Registration::~Registration() = default;
+
+ConnectionStatus Registration::status() const
+{
+    switch (phase_) {
+    case Phase::On:
+        return ConnectionStatus::Connected;
+    case Phase::Clearing:
+    case Phase::Resolving:
+    case Phase::Registering:
+        return ConnectionStatus::Working;
+    case Phase::Off:
+    case Phase::Pausing:
+        break;
+    }
+    return ConnectionStatus::NotConnected;
+}
+
+void Registration::connect(Requester* requester)
+{
+    const bool isUnderWay = status() == ConnectionStatus::Working;
+    auto profile = readProfile(group_);
+    connecting_.push_back(requester);
+    if (isUnderWay && profile == profile_)
+        return;
+    profile_ = std::move(profile);
+    begin();
+}
+
+void Registration::keepConnected()
+{
+    isKept_ = true;
+    profile_ = readProfile(group_);
+    begin();
+}
+
+void Registration::reviewProfile()
+{
+    if (!isKept_ && status() == ConnectionStatus::NotConnected)
+        return;
+    auto profile = readProfile(group_);
+    if (profile == profile_)
+        return;
+    if (!profile && !hasProfile(group_)) {
+        SIPD_DETAIL("%s has been deleted", group_.c_str());
+        end();
+        return;
+    }
+    SIPD_DETAIL("%s has changed", group_.c_str());
+    profile_ = std::move(profile);
+    pause_ = shortestPause;
+    begin();
+}
+
+void Registration::begin()
+{
+    dropAttempt();
+    deadline_ = steady_clock::now() + connectLimit;
+    if (!profile_) {
+        fail(SIPD_ACK_INCORRECT_PROFILE);
+        return;
+    }
+    phase_ = Phase::Clearing;
+    timer_.set(connectLimit);
+    if (!isUnregistering())
+        resolve();
+}
+
+void Registration::resolve()
+{
+    phase_ = Phase::Resolving;
+    const RegistrarAddress& registrar = profile_->registrar;
+    if (const auto address = ServerAddress::parse(registrar.host, registrar.port)) {
+        addresses_ = {*address};
+        tryAddresses();
+        return;
+    }
+    lookup_ = services_.resolver.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
+        lookup_.reset();
+        addresses_.assign(found.rbegin(), found.rend());
+        if (found.empty()) {
+            ORMU_LOG(ORMU_LEVEL_INFO, "%s: no address of %s", group_.c_str(),
+                     profile_->registrar.host.c_str());
+            fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
+            return;
+        }
+        tryAddresses();
+    });
+}
+
+// Begins with the next address to which there is a way.
+void Registration::tryAddresses()
+{
+    phase_ = Phase::Registering;
+    _SIPD_APP_ACK_E reason = SIPD_ACK_CONNECT_FAILED;
+    while (!addresses_.empty()) {
+        const auto share = timeLeft() / static_cast<int>(addresses_.size());
+        const ServerAddress address = addresses_.back();
+        addresses_.pop_back();
+        binding_ = std::make_unique<Binding>(services_.loop, services_.settings, *profile_,
+                                             [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
+        reason = binding_->registerAt(address, std::max(share, shortestTry));
+        if (reason == SIPD_ACK_SUCCESS)
+            return;
+        binding_.reset();
+    }
+    fail(reason);
+}
+
+void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
+{
+    if (outcome == SIPD_ACK_SUCCESS) {
+        ORMU_LOG(ORMU_LEVEL_INFO, "%s is registered with %s", group_.c_str(),
+                 profile_->registrar.host.c_str());
+        timer_.stop();
+        addresses_.clear();
+        phase_ = Phase::On;
+        isKept_ = true;
+        pause_ = shortestPause;
+        answer(connecting_, SIPD_ACK_SUCCESS);
+        return;
+    }
+    former_.push_back(std::move(binding_));
+    if (outcome == SIPD_ACK_CONNECT_FAILED && phase_ == Phase::Registering && !addresses_.empty())
+        tryAddresses();
+    else
+        fail(outcome);
+}
+
+void Registration::fail(_SIPD_APP_ACK_E reason)
+{
+    ORMU_LOG(ORMU_LEVEL_INFO, "%s is not connected: %d", group_.c_str(), static_cast<int>(reason));
+    dropAttempt();
+    if (isKept_ && profile_)
+        pauseAfter(reason);
+    answer(connecting_, reason);
+}
+
+void Registration::pauseAfter(_SIPD_APP_ACK_E reason)
+{
+    phase_ = Phase::Pausing;
+    if (reason == SIPD_ACK_INCORRECT_PROFILE) {
+        timer_.set(pauseAfterRejection);
+        return;
+    }
+    timer_.set(pause_);
+    pause_ = std::min(2 * pause_, longestPause);
+}
+
+void Registration::handleTimer()
+{
+    if (phase_ == Phase::Pausing)
+        keepConnected();
+    else
+        fail(SIPD_ACK_CONNECT_FAILED);
+}
+
+void Registration::disconnect(Requester* requester)
+{
+    disconnecting_.push_back(requester);
+    end();
+}
+
+void Registration::end()
+{
+    isKept_ = false;
+    profile_.reset();
+    dropAttempt();
+    answer(connecting_, SIPD_ACK_FAILED);
+    if (isLeaving())
+        disconnectLimit_.set(disconnectLimit);
+    else
+        answer(disconnecting_, SIPD_ACK_SUCCESS);
+}
+
+void Registration::forget(Requester* requester)
+{
+    std::erase(disconnecting_, requester);
+    const bool wasConnecting = std::erase(connecting_, requester) > 0;
+    if (!wasConnecting || !connecting_.empty() || isKept_)
+        return;
+    SIPD_DETAIL("%s: nobody waits for it any more", group_.c_str());
+    dropAttempt();
+}
+
+// Leaves what there is of an attempt or a registration.
+void Registration::dropAttempt()
+{
+    timer_.stop();
+    lookup_.reset();
+    addresses_.clear();
+    if (binding_) {
+        binding_->leave();
+        former_.push_back(std::move(binding_));
+    }
+    phase_ = Phase::Off;
+}
+
+void Registration::answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack)
+{
+    for (Requester* requester : std::exchange(requesters, {}))
+        requester->acknowledge(ack);
+}
+
+bool Registration::isUnregistering() const
+{
+    return std::any_of(former_.begin(), former_.end(),
+                       [](const auto& binding) { return binding->state() == Binding::State::Unregistering; });
+}
+
+bool Registration::isLeaving() const
+{
+    return std::any_of(former_.begin(), former_.end(), [](const auto& binding) {
+        return binding->state() == Binding::State::Unregistering ||
+               binding->state() == Binding::State::Abandoned;
+    });
+}
+
+milliseconds Registration::timeLeft() const
+{
+    return std::chrono::duration_cast<milliseconds>(deadline_ - steady_clock::now());
+}
+
+void Registration::reap()
+{
+    std::erase_if(former_, [](const auto& binding) { return binding->isGone(); });
+    if (phase_ == Phase::Clearing && !isUnregistering())
+        resolve();
+    if (!disconnecting_.empty() && !isLeaving()) {
+        disconnectLimit_.stop();
+        answer(disconnecting_, SIPD_ACK_SUCCESS);
+    }
+}
+
+bool Registration::isIdle() const
+{
+    return phase_ == Phase::Off && !isKept_ && former_.empty() && connecting_.empty() &&
+           disconnecting_.empty();
+}

@@ -1,0 +1,112 @@
+#ifndef REGISTRATION_H
+#define REGISTRATION_H
+
+#include "Binding.h"
+#include "Resolver.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Someone who waits for the end of a request.
+class Requester
+{
+public:
+    virtual ~Requester() = default;
+    virtual void acknowledge(_SIPD_APP_ACK_E ack) = 0;
+};
+
+// What registrations work with.
+struct SipServices
+{
+    EventLoop& loop;
+    Resolver& resolver;
+    const SipSettings& settings;
+};
+
+// What a status query is answered with.
+enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connected = SIPD_PROFILE_CONNECTED };
+
+// One profile's connection: brings it about, keeps it, and ends it.
+//
+// A profile is kept connected once it has been, or when it is to be from the start: what breaks is tried
+// again, with growing pauses, until somebody disconnects it; rarely when the server rejected the profile, and
+// not at all when it makes no sense. A change of the profile is tried at once.
+//
+// Requesters are told the end of their request once; they must outlive that, or be forgotten.
+class Registration
+{
+public:
+    Registration(const SipServices& services, std::string group);
+    ~Registration();
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+    ConnectionStatus status() const;
+
+    // Registers with the settings file's present values, anew if need be. Ends within 8 seconds.
+    void connect(Requester* requester);
+    // Takes the registration back. Ends within 3 seconds, always with success.
+    void disconnect(Requester* requester);
+    // The requester has gone. What was begun for nobody else is given up.
+    void forget(Requester* requester);
+
+    // Connects it and keeps it so, without a requester.
+    void keepConnected();
+    // Reads the profile again: connects anew when it has changed, disconnects when it is gone.
+    void reviewProfile();
+    // As disconnect(), without a requester.
+    void end();
+
+    // Between two steps of the loop: deletes what has come to its end, and goes on where that was waited for.
+    void reap();
+    // There is nothing to do for it, and nothing to remember.
+    bool isIdle() const;
+
+private:
+    enum class Phase {
+        Off,
+        Clearing, // the former registration is being taken back, before the next is begun
+        Resolving,
+        Registering,
+        On,
+        Pausing // until the next try
+    };
+
+    void begin();
+    void resolve();
+    void tryAddresses();
+    void handleOutcome(_SIPD_APP_ACK_E outcome);
+    void fail(_SIPD_APP_ACK_E reason);
+    void pauseAfter(_SIPD_APP_ACK_E reason);
+    void dropAttempt();
+    void answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack);
+    bool isUnregistering() const;
+    bool isLeaving() const;
+    void handleTimer();
+    std::chrono::milliseconds timeLeft() const;
+
+    const SipServices services_;
+    const std::string group_;
+
+    Phase phase_ = Phase::Off;
+    bool isKept_ = false;
+    std::optional<SipProfile> profile_; // as it was last read
+    std::chrono::steady_clock::time_point deadline_;
+    std::chrono::milliseconds pause_;
+
+    Resolver::Ticket lookup_;
+    std::vector<ServerAddress> addresses_;         // that are still to be tried, the next one last
+    std::unique_ptr<Binding> binding_;             // the present attempt or registration
+    std::vector<std::unique_ptr<Binding>> former_; // on their way out
+
+    std::vector<Requester*> connecting_;
+    std::vector<Requester*> disconnecting_;
+
+    Timer timer_; // of the attempt, or of the pause
+    Timer disconnectLimit_;
+};
+
+#endif

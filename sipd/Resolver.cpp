@@ -1,0 +1,211 @@
+#include "Resolver.h"
+
+#include "Log.h"
+
+#include <algorithm>
+#include <arpa/nameser.h>
+#include <array>
+#include <cstring>
+#include <mutex>
+#include <netdb.h>
+#include <poll.h>
+#include <resolv.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+// A name server that does not answer keeps a thread for seconds; clients that ask again and again do not get
+// more of them than this.
+constexpr int mostThreads = 16;
+constexpr size_t mostTargets = 8;
+
+struct Target
+{
+    std::string host;
+    uint16_t port = 0;
+    int priority = 0;
+    int weight = 0;
+};
+
+std::string serviceOf(const RegistrarAddress& registrar)
+{
+    switch (registrar.transport) {
+    case Transport::Tcp:
+        return "_sip._tcp." + registrar.host;
+    case Transport::Tls:
+        return "_sips._tcp." + registrar.host;
+    case Transport::Udp:
+        break;
+    }
+    return "_sip._udp." + registrar.host;
+}
+
+std::vector<Target> parseServices(const unsigned char* answer, int length)
+{
+    std::vector<Target> targets;
+    ns_msg message;
+    if (ns_initparse(answer, length, &message) != 0)
+        return targets;
+    for (int i = 0; i < ns_msg_count(message, ns_s_an) && targets.size() < mostTargets; ++i) {
+        ns_rr record;
+        std::array<char, NS_MAXDNAME> name{};
+        constexpr int fixedPart = 6;
+        if (ns_parserr(&message, ns_s_an, i, &record) != 0 || ns_rr_type(record) != ns_t_srv ||
+            ns_rr_rdlen(record) <= fixedPart)
+            continue;
+        const unsigned char* data = ns_rr_rdata(record);
+        if (dn_expand(answer, answer + length, data + fixedPart, name.data(), name.size()) < 0)
+            continue;
+        targets.push_back({name.data(), static_cast<uint16_t>(ns_get16(data + 4)),
+                           static_cast<int>(ns_get16(data)), static_cast<int>(ns_get16(data + 2))});
+    }
+    return targets;
+}
+
+// By priority, and those of one priority by their weight.
+std::vector<Target> findServices(const RegistrarAddress& registrar)
+{
+    struct __res_state state = {};
+    if (res_ninit(&state) != 0)
+        return {};
+    // Most domains have no such record, and some servers never say so: there must be time for the plain name.
+    state.retrans = 2;
+    state.retry = 1;
+    std::array<unsigned char, 4096> answer{};
+    const int length = res_nquery(&state, serviceOf(registrar).c_str(), ns_c_in, ns_t_srv, answer.data(),
+                                  static_cast<int>(answer.size()));
+    res_nclose(&state);
+    if (length < 0)
+        return {};
+    auto targets = parseServices(answer.data(), std::min(length, static_cast<int>(answer.size())));
+    std::stable_sort(targets.begin(), targets.end(), [](const Target& a, const Target& b) {
+        return a.priority != b.priority ? a.priority < b.priority : a.weight > b.weight;
+    });
+    return targets;
+}
+
+void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& host, uint16_t port)
+{
+    addrinfo hints = {};
+    hints.ai_socktype = SOCK_DGRAM;
+    hints.ai_flags = AI_ADDRCONFIG;
+    addrinfo* first = nullptr;
+    const int error = getaddrinfo(host.c_str(), nullptr, &hints, &first);
+    if (error != 0) {
+        SIPD_DETAIL("%s: %s", host.c_str(), gai_strerror(error));
+        return;
+    }
+    for (const addrinfo* i = first; i != nullptr && addresses.size() < mostTargets; i = i->ai_next) {
+        if (i->ai_family == AF_INET) {
+            sockaddr_in v4;
+            std::memcpy(&v4, i->ai_addr, sizeof(v4));
+            v4.sin_port = htons(port);
+            addresses.emplace_back(v4);
+        } else if (i->ai_family == AF_INET6) {
+            sockaddr_in6 v6;
+            std::memcpy(&v6, i->ai_addr, sizeof(v6));
+            v6.sin6_port = htons(port);
+            addresses.emplace_back(v6);
+        }
+    }
+    freeaddrinfo(first);
+}
+
+std::vector<ServerAddress> lookUp(const RegistrarAddress& registrar)
+{
+    std::vector<Target> targets;
+    // A name without a dot is of this machine or its network, not of a domain.
+    if (registrar.defaultPort && registrar.host.find('.') != std::string::npos)
+        targets = findServices(registrar);
+    if (targets.empty())
+        targets.push_back({registrar.host, registrar.port});
+    std::vector<ServerAddress> addresses;
+    for (const Target& target : targets)
+        appendAddresses(addresses, target.host, target.port);
+    return addresses;
+}
+
+} // namespace
+
+class Resolver::Lookup
+{
+public:
+    explicit Lookup(OnResolved onResolved) : onResolved_(std::move(onResolved)) {}
+    void finish(const std::vector<ServerAddress>& addresses) { onResolved_(addresses); }
+
+private:
+    const OnResolved onResolved_;
+};
+
+struct Resolver::Shared
+{
+    using Result = std::pair<std::weak_ptr<Lookup>, std::vector<ServerAddress>>;
+
+    Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event >= 0); }
+    void post(Result result)
+    {
+        const std::lock_guard lock(mutex);
+        results.push_back(std::move(result));
+        const uint64_t one = 1;
+        // It cannot fail short of 2^64 results.
+        [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
+    }
+
+    const OwnedFd event;
+    std::mutex mutex; // of what follows
+    std::vector<Result> results;
+    int threads = 0;
+};
+
+Resolver::Resolver(EventLoop& loop)
+    : shared_(std::make_shared<Shared>()), watch_(loop, shared_->event, POLLIN, [this](int) { deliver(); })
+{
+}
+
+Resolver::~Resolver() = default;
+
+Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
+{
+    auto ticket = std::make_shared<Lookup>(std::move(onResolved));
+    {
+        const std::lock_guard lock(shared_->mutex);
+        if (shared_->threads < mostThreads) {
+            ++shared_->threads;
+            std::thread([shared = shared_, lookup = std::weak_ptr(ticket), registrar] {
+                auto addresses = lookUp(registrar);
+                shared->post({lookup, std::move(addresses)});
+                const std::lock_guard end(shared->mutex);
+                --shared->threads;
+            }).detach();
+            return ticket;
+        }
+    }
+    ORMU_LOG(ORMU_LEVEL_ERROR, "%s is not looked up: too many names are", registrar.host.c_str());
+    shared_->post({ticket, {}});
+    return ticket;
+}
+
+bool Resolver::isBusy() const
+{
+    const std::lock_guard lock(shared_->mutex);
+    return shared_->threads > 0;
+}
+
+void Resolver::deliver()
+{
+    uint64_t count = 0;
+    [[maybe_unused]] const ssize_t taken = read(shared_->event, &count, sizeof(count));
+    std::vector<Shared::Result> results;
+    {
+        const std::lock_guard lock(shared_->mutex);
+        results.swap(shared_->results);
+    }
+    for (const auto& [lookup, addresses] : results) {
+        if (const Ticket ticket = lookup.lock())
+            ticket->finish(addresses);
+    }
+}

@@ -1,0 +1,116 @@
+#include "Server.h"
+
+#include "Client.h"
+#include "Log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+// The phone has a handful. Beyond the second number connections are not even kept until they have been
+// refused in due form.
+constexpr std::ptrdiff_t mostAdmitted = 200;
+constexpr size_t mostConnections = 256;
+constexpr size_t mostNames = 256;
+
+int openSpare()
+{
+    return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+bool isForeign(int fd)
+{
+    ucred peer = {};
+    socklen_t size = sizeof(peer);
+    return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != geteuid();
+}
+
+} // namespace
+
+Server::Server(EventLoop& loop, int fd, Registrations& registrations)
+    : loop_(loop), registrations_(registrations), listenFd_(fd), spareFd_(openSpare()),
+      watch_(loop, fd, POLLIN, [this](int) { acceptClients(); })
+{
+}
+
+Server::~Server()
+{
+    close(spareFd_);
+}
+
+void Server::acceptClients()
+{
+    const int fd = accept4(listenFd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (fd >= 0) {
+        admitConnection(fd);
+        return;
+    }
+    if (errno != EMFILE && errno != ENFILE)
+        return;
+    ORMU_LOG(ORMU_LEVEL_ERROR, "a client is turned away: %s", std::strerror(errno));
+    close(spareFd_);
+    close(accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC));
+    spareFd_ = openSpare();
+}
+
+void Server::admitConnection(int fd)
+{
+    if (!makeRoom()) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a client is turned away: there are too many");
+        close(fd);
+        return;
+    }
+    clients_.push_back(std::make_unique<Client>(*this, fd, isForeign(fd)));
+}
+
+// Who has been here longest without saying anything goes first.
+bool Server::makeRoom()
+{
+    reap();
+    if (clients_.size() < mostConnections)
+        return true;
+    const auto silent = std::find_if(clients_.begin(), clients_.end(), [](const auto& client) {
+        return client->standing() == Client::Standing::Unregistered;
+    });
+    if (silent == clients_.end())
+        return false;
+    clients_.erase(silent);
+    return true;
+}
+
+bool Server::isRefused(const Client& client) const
+{
+    const auto admitted = std::count_if(clients_.begin(), clients_.end(), [](const auto& other) {
+        return other->standing() == Client::Standing::Admitted && !other->isClosed();
+    });
+    const char* reason = nullptr;
+    if (client.isForeign())
+        reason = "it is another user's";
+    else if (admitted >= mostAdmitted)
+        reason = "there are too many";
+    if (reason != nullptr)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a client is refused: %s", reason);
+    return reason != nullptr;
+}
+
+_SIPD_APP_ACK_E Server::setName(uint32_t application, const std::string& name)
+{
+    if (names_.size() >= mostNames && !names_.contains(application))
+        return SIPD_ACK_FAILED;
+    names_[application] = name;
+    return SIPD_ACK_SUCCESS;
+}
+
+void Server::reap()
+{
+    if (!std::exchange(hasClosedClients_, false))
+        return;
+    std::erase_if(clients_, [](const auto& client) { return client->isClosed(); });
+}

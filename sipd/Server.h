@@ -1,0 +1,51 @@
+#ifndef SERVER_H
+#define SERVER_H
+
+#include "EventLoop.h"
+#include "Registrations.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+class Client;
+
+// The daemon's side of its socket: admits clients and carries out what they ask for.
+//
+// Refused, with ack 1, are processes of another user and clients beyond a limit. A client that breaks the
+// rules of the protocol is disconnected; whatever a client does or leaves undone, the others are served.
+class Server
+{
+public:
+    // Listens on the non-blocking fd, which stays its owner's, and must last as long.
+    Server(EventLoop& loop, int fd, Registrations& registrations);
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    // Between two steps of the loop: deletes the clients that have gone.
+    void reap();
+
+private:
+    friend class Client;
+
+    void acceptClients();
+    void admitConnection(int fd);
+    bool makeRoom();
+    bool isRefused(const Client& client) const;
+    _SIPD_APP_ACK_E setName(uint32_t application, const std::string& name);
+
+    EventLoop& loop_;
+    Registrations& registrations_;
+    const int listenFd_;
+    int spareFd_; // given up for a moment to be rid of a connection when there are no descriptors left
+    std::vector<std::unique_ptr<Client>> clients_; // the oldest first
+    bool hasClosedClients_ = false;
+    std::map<uint32_t, std::string> names_; // the profile names of the applications
+    FdWatch watch_;
+};
+
+#endif

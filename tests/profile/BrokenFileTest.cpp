@@ -1,0 +1,304 @@
+// The check and the repair of files that people broke by hand, and of disks that fail.
+#include "BoundedListing.h"
+#include "ProfileFile.h"
+#include "ProfileRepair.h"
+#include "SETUP_SIP_Agent.h"
+#include "SettingsFixture.h"
+#include "SystemCallFault.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <ostream>
+#include <sys/file.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// Where there is such a place, the files are written to memory.
+const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
+
+struct Broken
+{
+    const char* name;
+    QByteArray bytes;
+    QStringList found;                  // what the check says
+    QStringList listed;                 // the names that the store lists once it is repaired
+    QByteArray repaired = QByteArray(); // the whole file, where it is told
+};
+
+void PrintTo(const Broken& broken, std::ostream* out)
+{
+    *out << broken.name;
+}
+
+const char ONE[] = "[Profile0]\nDisplayName=A\n";
+
+const Broken FILES[] = {
+    {"CountMissing",
+     ONE,
+     {"“A” (Profile0) is not listed.", "The settings file counts 0 profiles and holds 1."},
+     {"A"},
+     "[Profile0]\nDisplayName=A\n\n[ProfileSummary]\nTotalProfile=1\n"},
+    {"CountNoNumber",
+     QByteArray("[ProfileSummary]\nTotalProfile=one\n") + ONE,
+     {"“A” (Profile0) is not listed.", "The settings file counts 0 profiles and holds 1."},
+     {"A"}},
+    {"CountNegative",
+     QByteArray("[ProfileSummary]\nTotalProfile=-1\n") + ONE,
+     {"“A” (Profile0) is not listed.", "The settings file counts -1 profiles and holds 1."},
+     {"A"}},
+    {"CountOfNothing",
+     "[ProfileSummary]\nTotalProfile=2\n",
+     {"The list of profiles never opens: it searches from Profile0 on without end.",
+      "The settings file counts 2 profiles and holds 0."},
+     {}},
+    {"CountHuge",
+     QByteArray("[ProfileSummary]\nTotalProfile=2147483647\n") + ONE,
+     {"The list of profiles never opens: it searches from Profile1 on without end.",
+      "The settings file counts 2147483647 profiles and holds 1."},
+     {"A"}},
+    {"NumberHuge",
+     "[ProfileSummary]\nTotalProfile=2\n[Profile4000000000]\nDisplayName=A\n"
+     "[Profile99999999999999999999999999]\nDisplayName=B\n",
+     {"The list of profiles never opens: it searches from Profile0 on without end.",
+      "There is Profile4000000000, but no Profile0.",
+      "There is Profile99999999999999999999999999, but no Profile4000000001."},
+     {"A", "B"}},
+    {"GapsAndTheirDefault",
+     "# of mine\n[ProfileSummary]\nTotalProfile=3\n[SystemDefault]\nProfile=Profile10\n"
+     "[Profile10]\n# the last\nDisplayName=C\nDefaultProfile=true\nUnknown=kept\n"
+     "[Profile2]\nDisplayName=A\n[Other]\nProfile2=untouched\n[Profile9]\nDisplayName=B\n",
+     {"“B” (Profile9) is not listed.", "“C” (Profile10) is not listed.", "“A” (Profile2) is listed 3 times.",
+      "There is Profile2, but no Profile0.", "There is Profile9, but no Profile3."},
+     {"A", "B", "C"},
+     "# of mine\n\n[ProfileSummary]\nTotalProfile=3\n\n[SystemDefault]\nProfile=Profile2\n\n"
+     "[Profile2]\n# the last\nDisplayName=C\nDefaultProfile=true\nUnknown=kept\n\n"
+     "[Profile0]\nDisplayName=A\n\n[Other]\nProfile2=untouched\n\n[Profile1]\nDisplayName=B\n"},
+    {"NamesDoubledOverAndOver",
+     "[ProfileSummary]\nTotalProfile=4\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=A\n"
+     "[Profile2]\nDisplayName=A (2)\n[Profile3]\nDisplayName=A\n",
+     {"“A” (Profile1) has the name of Profile0 and cannot be reached.",
+      "“A” (Profile3) has the name of Profile0 and cannot be reached."},
+     {"A", "A (3)", "A (2)", "A (4)"}},
+    {"NamesMissing",
+     "[ProfileSummary]\nTotalProfile=5\n[Profile0]\nDisplayName=\nUserID=anna\nServer=example.com\n"
+     "[Profile1]\nUserID=anna\n[Profile2]\nServer=example.com\n[Profile3]\nPassword=secret\n"
+     "[Profile4]\nDisplayName=anna\n",
+     {"“anna” (Profile4) is listed 5 times.", "Profile0 has no name and is not listed.",
+      "Profile1 has no name and is not listed.", "Profile2 has no name and is not listed.",
+      "Profile3 has no name and is not listed."},
+     {"anna@example.com", "anna (2)", "example.com", "Profile3", "anna"}},
+    {"NameInLatin1",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=B\xfcro\n",
+     {"The list of profiles never opens: it searches from Profile0 on without end.",
+      "Profile0 has no name and is not listed."},
+     {"Büro"}},
+    {"SwitchesAlone",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\n# of the first\nDefaultProfile=false\n"
+     "# of the second\n[Profile1]\nDisplayName=B\n[SystemDefault]\nProfile=Profile0\n",
+     {"There is Profile1, but no Profile0."},
+     {"B"},
+     "[ProfileSummary]\nTotalProfile=1\n\n# of the first\n# of the second\n\n[Profile0]\nDisplayName=B\n\n"
+     "[SystemDefault]\nProfile=true\n"},
+    {"DefaultThatIsNoProfile",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile1]\nDisplayName=B\n[SystemDefault]\nProfile=Profile7\n",
+     {"There is Profile1, but no Profile0."},
+     {"B"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=B\n\n[SystemDefault]\nProfile=Profile7\n"},
+    {"DefaultsOfWhichOneIsNamed",
+     "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=1\n[SystemDefault]\nProfile=Profile1\n",
+     {"More than one profile is the default: “A” (Profile0), “B” (Profile1)."},
+     {"A", "B"},
+     "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=1\n\n[SystemDefault]\nProfile=Profile1\n"},
+    {"NumbersWithZeros",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile00]\nDisplayName=X\n[Profile0]\nDisplayName=A\n"
+     "[Profile]\nDisplayName=Y\n[Profile-1]\nDisplayName=Z\n[profile1]\nDisplayName=W\n[Profile1 "
+     "]\nDisplayName=V\n",
+     {},
+     {"A"}},
+    {"LineOfRubbish",
+     QByteArray("[ProfileSummary]\nTotalProfile=1\n") + ONE + "oops\r\n  \nServer=s\n",
+     {"“A” (Profile0) is not listed.",
+      "Line 5 of the settings file cannot be read: the whole file counts as empty."},
+     {"A"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\n# oops\n  \nServer=s\n"},
+    {"KeysBeforeTheFirstGroup",
+     QByteArray("A=b\n\n[ProfileSummary]\nTotalProfile=1\n") + ONE,
+     {"“A” (Profile0) is not listed.",
+      "Line 1 of the settings file cannot be read: the whole file counts as empty."},
+     {"A"}},
+    {"HeadersHalfWritten",
+     "[ProfileSummary]\nTotalProfile=3\n[Profile0\nDisplayName=A\nProfile1]\nDisplayName=B\n"
+     "[[Profile2]\nDisplayName=C\n",
+     {"“A” (Profile0) is not listed.", "“B” (Profile1) is not listed.", "“C” (Profile2) is not listed.",
+      "Line 3 and 2 more of the settings file cannot be read: the whole file counts as empty."},
+     {"A", "B", "C"}},
+    {"HeaderBeyondRepair",
+     QByteArray("[ProfileSummary]\nTotalProfile=1\n") + ONE + "[\x01]\nDisplayName=B\n",
+     {"“A” (Profile0) is not listed.",
+      "Line 5 of the settings file cannot be read: the whole file counts as empty."},
+     {"A"}},
+    {"ZeroBytes",
+     QByteArray("[ProfileSummary]\nTotalProfile=1\n") + ONE + QByteArray(20, '\0'),
+     {"“A” (Profile0) is not listed.",
+      "Line 5 of the settings file cannot be read: the whole file counts as empty."},
+     {"A"}},
+    {"RandomBytes",
+     QByteArray::fromHex("00ff17d8a2c35b5d0a3d0d0a80fe0a5b"),
+     {"Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty."},
+     {}},
+};
+
+class BrokenFile : public SettingsTest, public testing::WithParamInterface<Broken>
+{
+protected:
+    ~BrokenFile() override { SETUP_SIP_Agent::cleanup(); }
+};
+
+TEST_P(BrokenFile, IsToldInWordsAndListsEveryProfileOnceRepaired)
+{
+    const WarningLog warnings;
+    writeFile(GetParam().bytes);
+    QStringList found;
+    const ProfileFile checked(file());
+    for (const ProfileFile::Finding& finding : checked.findings())
+        found += finding.text;
+    EXPECT_EQ(found.join('\n').toStdString(), GetParam().found.join('\n').toStdString());
+
+    const ProfileRepair repair = repairProfileFile(file());
+    EXPECT_EQ(repair.outcome, found.isEmpty() ? ProfileRepair::NothingToDo : ProfileRepair::Repaired);
+    if (!found.isEmpty()) {
+        EXPECT_EQ(readFile(repair.copy), GetParam().bytes);
+    }
+    EXPECT_TRUE(ProfileFile(file()).findings().isEmpty());
+    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
+    if (!GetParam().repaired.isEmpty()) {
+        EXPECT_EQ(readFile().toStdString(), GetParam().repaired.toStdString());
+    }
+
+    ASSERT_TRUE(boundedListing(file())) << "the store's loading would not end";
+    QStringList listed;
+    for (const QString& name : std::as_const(SETUP_SIP_Agent::instance()->displayNames))
+        listed += name;
+    EXPECT_EQ(listed.join('\n').toStdString(), GetParam().listed.join('\n').toStdString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, BrokenFile, testing::ValuesIn(FILES),
+                         [](const auto& broken) { return std::string(broken.param.name); });
+
+// Every cut of a good file, and every byte of it lost.
+TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
+{
+    const QByteArray good = "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nPassword=x\n\n"
+                            "[Profile1]\nDisplayName=B\n\n[SystemDefault]\nProfile=Profile1\n";
+    const SettingsDirectory settings;
+    int repaired = 0;
+    for (qsizetype i = 0; i < 2 * good.size(); ++i) {
+        QByteArray bytes = good;
+        if (i < good.size())
+            bytes.truncate(i);
+        else
+            bytes.remove(i - good.size(), 1);
+        SCOPED_TRACE(bytes.toStdString());
+        settings.writeFile(bytes);
+        const qsizetype profiles = ProfileFile(settings.file()).profiles().size();
+        const ProfileRepair repair = repairProfileFile(settings.file());
+        ASSERT_NE(repair.outcome, ProfileRepair::Failed);
+        repaired += repair.outcome == ProfileRepair::Repaired;
+        const auto listed = boundedListing(settings.file());
+        ASSERT_TRUE(listed);
+        ASSERT_EQ(listed->size(), profiles);
+    }
+    EXPECT_GT(repaired, good.size() / 2);
+}
+
+class Repair : public SettingsTest
+{
+protected:
+    const QByteArray broken_ = "[ProfileSummary]\nTotalProfile=1\n[Profile1]\nDisplayName=B\n";
+};
+
+TEST_F(Repair, LeavesAFileWithNothingWrongAndAMissingOneAsTheyAre)
+{
+    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
+    EXPECT_TRUE(entries().isEmpty());
+    writeFile("[ProfileSummary]\nTotalProfile = 1\n[Profile0]\nDisplayName=A\n");
+    const FileIdentity before(file());
+    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
+    EXPECT_EQ(FileIdentity(file()), before);
+}
+
+TEST_F(Repair, KeepsACopyOfEachOldFileUnderAnotherName)
+{
+    for (const char* copy : {".old", ".old.1", ".old.2"}) {
+        const QByteArray bytes = broken_ + "Server=" + copy + '\n';
+        writeFile(bytes);
+        ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0644), 0);
+        const ProfileRepair repair = repairProfileFile(file());
+        EXPECT_EQ(repair.copy, file() + copy);
+        EXPECT_EQ(readFile(repair.copy), bytes);
+        EXPECT_EQ(FileIdentity(repair.copy).mode & 07777, 0600u);
+        EXPECT_EQ(FileIdentity(file()).mode & 07777, 0600u);
+    }
+    ASSERT_EQ(entries().size(), 4);
+}
+
+TEST_F(Repair, LeavesTheOldFileOnAFullDisk)
+{
+    const WarningLog warnings;
+    writeFile(broken_);
+    {
+        const SystemCallFault fault(SystemCall::Write, ENOSPC);
+        const ProfileRepair repair = repairProfileFile(file());
+        ASSERT_GT(fault.fired(), 0);
+        EXPECT_EQ(repair.outcome, ProfileRepair::Failed);
+        EXPECT_EQ(repair.error, "No copy of the settings file can be kept.");
+    }
+    EXPECT_EQ(readFile(), broken_);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    {
+        const SystemCallFault fault(SystemCall::Rename, EIO, 1);
+        const ProfileRepair repair = repairProfileFile(file());
+        ASSERT_GT(fault.fired(), 0);
+        EXPECT_EQ(repair.outcome, ProfileRepair::Failed);
+        EXPECT_EQ(repair.error, "The settings file cannot be written.");
+    }
+    EXPECT_EQ(readFile(), broken_);
+    EXPECT_EQ(readFile(file() + ".old"), broken_);
+}
+
+TEST_F(Repair, OfAFileThatCannotBeReadFails)
+{
+    ASSERT_TRUE(QDir().mkpath(file() + "/inside"));
+    const ProfileFile checked(file());
+    EXPECT_TRUE(checked.has(ProfileFile::Finding::CannotRead));
+    EXPECT_FALSE(checked.canRepair());
+    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::Failed);
+    EXPECT_TRUE(QDir(file() + "/inside").exists());
+}
+
+TEST_F(Repair, WaitsForAWriterThatIsAtWork)
+{
+    writeFile(broken_);
+    const int directoryFd = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(directoryFd, LOCK_EX), 0);
+    resetCallCounts();
+    std::thread repairing([this] { repairProfileFile(file()); });
+    while (callCount(SystemCall::Flock) == 0)
+        std::this_thread::yield();
+    // What the writer stores is repaired, too.
+    writeFile(broken_ + "[Profile3]\nDisplayName=C\n");
+    close(directoryFd);
+    repairing.join();
+    EXPECT_EQ(ProfileFile(file()).profiles().size(), 2);
+    EXPECT_TRUE(ProfileFile(file()).findings().isEmpty());
+}
+
+} // namespace

@@ -1,0 +1,449 @@
+// The command sip-profile, run as people and scripts run it.
+#include "DaemonTest.h"
+#include "SettingsFixture.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <pty.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const QByteArray FILE_OF_THREE = "[ProfileSummary]\nTotalProfile=3\n"
+                                 "[Profile0]\nDisplayName=Home\nServer=sip.example.com\nUserID=anna\n"
+                                 "Password=secret\nPortNum=5070\n"
+                                 "[Profile1]\nDisplayName=Büro 2\nServer=2001:db8::1\nPassword=geheim\n"
+                                 "AutoConnect=false\n"
+                                 "[Profile2]\nDisplayName=C\n"
+                                 "[SystemDefault]\nProfile=Profile1\n";
+const QByteArray ENDLESS_FILE = "[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=A\n"
+                                "[Profile1]\nDisplayName=B\n";
+const QByteArray DOUBLED_FILE = "[ProfileSummary]\nTotalProfile=2\n[Profile1]\nDisplayName=B\n"
+                                "[Profile2]\nDisplayName=C\n[SystemDefault]\nProfile=Profile2\n";
+
+struct Result
+{
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+// A terminal, and what was written to it.
+class Terminal
+{
+public:
+    Terminal() { EXPECT_EQ(openpty(&mine_, &its_, nullptr, nullptr, nullptr), 0); }
+    ~Terminal()
+    {
+        close(mine_);
+        closeIts();
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    int its() const { return its_; }
+
+    std::string readAll()
+    {
+        closeIts();
+        std::string text;
+        char buffer[256];
+        for (ssize_t got = 0; (got = read(mine_, buffer, sizeof buffer)) > 0;)
+            text.append(buffer, static_cast<size_t>(got));
+        return text;
+    }
+
+private:
+    void closeIts()
+    {
+        if (its_ >= 0)
+            close(its_);
+        its_ = -1;
+    }
+
+    int mine_ = -1;
+    int its_ = -1;
+};
+
+class SipProfile : public DaemonTest, protected SettingsDirectory
+{
+protected:
+    SipProfile() { writeFile(FILE_OF_THREE); }
+
+    // errorTo: the descriptor that its standard error goes to; -1 for a pipe. outputTo: a file, for a pipe
+    // "".
+    static Result run(const QStringList& arguments, int errorTo = -1, const QString& outputTo = QString())
+    {
+        QProcess process;
+        if (errorTo >= 0)
+            process.setChildProcessModifier([errorTo] { dup2(errorTo, STDERR_FILENO); });
+        if (!outputTo.isEmpty())
+            process.setStandardOutputFile(outputTo);
+        process.start(SIP_PROFILE, arguments);
+        EXPECT_TRUE(process.waitForFinished(60000)) << qPrintable(arguments.join(' '));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+                process.readAllStandardError().toStdString()};
+    }
+
+    static void expectFailure(const QStringList& arguments, int code, const std::string& words)
+    {
+        SCOPED_TRACE(arguments.join(' ').toStdString());
+        const Result result = run(arguments);
+        EXPECT_EQ(result.code, code);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "sip-profile: " + words + "\n");
+        const QJsonObject json = runJson(arguments, code);
+        EXPECT_EQ(json["error"].toString().toStdString(), words);
+    }
+
+    static QJsonObject runJson(const QStringList& arguments, int code)
+    {
+        const Result result = run(QStringList("--json") + arguments);
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(result.out), &error);
+        EXPECT_EQ(error.error, QJsonParseError::NoError) << result.out;
+        EXPECT_EQ(result.code, code) << result.out;
+        EXPECT_EQ(document.object()["exitCode"].toInt(-1), code);
+        EXPECT_EQ(result.err, "");
+        return document.object();
+    }
+
+    std::vector<std::string> requested(uint32_t request)
+    {
+        std::vector<std::string> names;
+        for (const _SIPD_MSG_PROFILE_S& message : daemon().requests()) {
+            if (message.request == request)
+                names.emplace_back(message.name);
+        }
+        return names;
+    }
+};
+
+TEST_F(SipProfile, ListsEachProfileAndNoPassword)
+{
+    const Result result = run({"list"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "Home    Profile0  sip.example.com:5070  anna\n"
+                          "Büro 2  Profile1  2001:db8::1:5060            default\n"
+                          "C       Profile2  :5060\n");
+    EXPECT_EQ(result.err, "");
+
+    const QJsonArray profiles = runJson({"list"}, 0)["profiles"].toArray();
+    ASSERT_EQ(profiles.size(), 3);
+    EXPECT_EQ(profiles[1].toObject(), QJsonObject({{"name", "Büro 2"},
+                                                   {"group", "Profile1"},
+                                                   {"server", "2001:db8::1"},
+                                                   {"port", 5060},
+                                                   {"user", ""},
+                                                   {"default", true},
+                                                   {"autoConnect", false}}));
+}
+
+TEST_F(SipProfile, ListsWhatTheStoreHidesAndWhatItWouldNeverFinish)
+{
+    const std::string note = "sip-profile: The settings file needs repair: see sip-profile check.\n";
+    writeFile(DOUBLED_FILE);
+    Result result = run({"list"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "B  Profile1  :5060\nC  Profile2  :5060    default\n");
+    EXPECT_EQ(result.err, note);
+    writeFile(ENDLESS_FILE);
+    result = run({"list"});
+    EXPECT_EQ(result.out, "A  Profile0  :5060\nB  Profile1  :5060\n");
+    EXPECT_EQ(result.err, note);
+}
+
+TEST_F(SipProfile, ListsNothingWithoutAFile)
+{
+    QFile::remove(file());
+    EXPECT_EQ(run({"list"}).out, "");
+    EXPECT_EQ(runJson({"list"}, 0)["profiles"].toArray().size(), 0);
+    EXPECT_EQ(run({"check"}).code, 0);
+}
+
+TEST_F(SipProfile, PrintsNoCharacterThatATerminalWouldObey)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\\n\\u001b[2J\\u202eB\n");
+    EXPECT_EQ(run({"list"}).out, "A��[2J�B  Profile0  :5060\n");
+    EXPECT_EQ(runJson({"list"}, 0)["profiles"][0]["name"].toString(),
+              QString::fromUtf16(u"A\n\u001b[2J\u202eB"));
+}
+
+TEST_F(SipProfile, TellsTheStatusOfEveryProfile)
+{
+    play("admit");
+    ASSERT_EQ(run({"connect", "Home"}).code, 0);
+    const Result result = run({"status"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "Home    Profile0  connected\n"
+                          "Büro 2  Profile1  not connected\n"
+                          "C       Profile2  not connected\n");
+    EXPECT_EQ(result.err, "");
+    const QJsonArray profiles = runJson({"status"}, 0)["profiles"].toArray();
+    ASSERT_EQ(profiles.size(), 3);
+    EXPECT_EQ(profiles[0].toObject(), QJsonObject({{"name", "Home"},
+                                                   {"group", "Profile0"},
+                                                   {"connected", true},
+                                                   {"status", 2},
+                                                   {"message", "connected"}}));
+    EXPECT_FALSE(profiles[1]["connected"].toBool(true));
+}
+
+TEST_F(SipProfile, TellsOneProfilesStatusByItsExitCode)
+{
+    play("admit");
+    ASSERT_EQ(run({"connect", "Profile1"}).code, 0);
+    EXPECT_EQ(run({"status", "Büro 2"}).code, 0);
+    EXPECT_EQ(run({"status", "Profile1"}).code, 0);
+    const Result result = run({"status", "Home"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "Home  Profile0  not connected\n");
+    EXPECT_FALSE(runJson({"status", "Home"}, 1).contains("error"));
+}
+
+TEST_F(SipProfile, TakesNoStatusButConnectedForConnected)
+{
+    for (const auto& [status, words] :
+         {std::pair(1, "working on it"), std::pair(7, "not connected (status 7)")}) {
+        play("status:" + std::to_string(status));
+        const Result result = run({"status", "Home"});
+        EXPECT_EQ(result.code, 1);
+        EXPECT_THAT(result.out, HasSubstr(words));
+        EXPECT_FALSE(runJson({"status", "Home"}, 1)["profiles"][0]["connected"].toBool(true));
+    }
+}
+
+TEST_F(SipProfile, ConnectsAndDisconnectsByEitherName)
+{
+    play("admit");
+    Result result = run({"connect", "Büro 2"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "“Büro 2” (Profile1): connected\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(run({"connect", "Profile2"}).out, "“C” (Profile2): connected\n");
+    EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile1", "Profile2"}));
+    result = run({"disconnect", "Büro 2"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "“Büro 2” (Profile1): disconnected\n");
+    EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>({"Profile1"}));
+    EXPECT_EQ(runJson({"connect", "Home"}, 0), QJsonObject({{"name", "Home"},
+                                                            {"group", "Profile0"},
+                                                            {"ack", 0},
+                                                            {"message", "connected"},
+                                                            {"exitCode", 0}}));
+}
+
+TEST_F(SipProfile, SaysWhatEachAckMeansAndEndsWithItsCode)
+{
+    const char* const words[] = {"the SIP daemon could not do it", "the SIP service is not available",
+                                 "the profile is not right: server, port, user name or password",
+                                 "the SIP server cannot be reached"};
+    for (int ack = 1; ack <= 4; ++ack) {
+        play("ack:" + std::to_string(ack));
+        for (const char* command : {"connect", "disconnect"})
+            expectFailure({command, "Home"}, 10 + ack, std::string("“Home” (Profile0): ") + words[ack - 1]);
+        EXPECT_EQ(runJson({"connect", "Home"}, 10 + ack)["ack"].toInt(), ack);
+    }
+    play("ack:7");
+    expectFailure({"connect", "Home"}, 4,
+                  "“Home” (Profile0): the SIP daemon gave an answer without meaning (7)");
+}
+
+TEST_F(SipProfile, SaysWhenThereIsNoDaemonToTalkTo)
+{
+    const QList<QStringList> commands = {
+        {"status"}, {"status", "Home"}, {"connect", "Home"}, {"disconnect", "C"}};
+    for (const QStringList& command : commands)
+        expectFailure(command, 4, "The SIP daemon is not running.");
+    play("refuse");
+    for (const QStringList& command : commands)
+        expectFailure(command, 4, "The SIP daemon refuses to answer.");
+    play("reset");
+    for (const QStringList& command : commands)
+        expectFailure(command, 4, "The connection to the SIP daemon was lost.");
+    play("close-after:20");
+    expectFailure({"connect", "Home"}, 4, "The connection to the SIP daemon was lost.");
+}
+
+TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)
+{
+    play("admit");
+    writeFile("[ProfileSummary]\nTotalProfile=4\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n"
+              "[Profile2]\nDisplayName=A\n[Profile3]\nDisplayName=Profile1\n");
+    expectFailure({"connect", "a"}, 3, "There is no profile “a”.");
+    expectFailure({"status", "Profile4"}, 3, "There is no profile “Profile4”.");
+    expectFailure({"disconnect", ""}, 3, "There is no profile “”.");
+    expectFailure({"connect", "A"}, 3,
+                  "“A” may be “A” (Profile0) or “A” (Profile2): say it by the name that no other has.");
+    expectFailure(
+        {"connect", "Profile1"}, 3,
+        "“Profile1” may be “B” (Profile1) or “Profile1” (Profile3): say it by the name that no other "
+        "has.");
+    EXPECT_EQ(daemon().accepted(), 0);
+    EXPECT_EQ(run({"connect", "Profile2"}).code, 0);
+    EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2"}));
+}
+
+TEST_F(SipProfile, TakesANameThatLooksLikeAnOptionAfterTwoDashes)
+{
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=--json\n");
+    play("admit");
+    EXPECT_EQ(run({"connect", "--", "--json"}).out, "“--json” (Profile0): connected\n");
+}
+
+TEST_F(SipProfile, ConnectsAProfileOfAFileThatTheStoreWouldNeverFinishLoading)
+{
+    writeFile(ENDLESS_FILE);
+    play("admit");
+    EXPECT_EQ(run({"connect", "B"}).out, "“B” (Profile1): connected\n");
+}
+
+TEST_F(SipProfile, ShowsItsProgressOnATerminalAlone)
+{
+    play("late:1300");
+    Terminal terminal;
+    EXPECT_EQ(run({"connect", "Home"}, terminal.its()).code, 0);
+    EXPECT_THAT(terminal.readAll(),
+                testing::MatchesRegex("\rConnecting “Home” \\(Profile0\\) \\.\\.\\."
+                                      "(\rConnecting “Home” \\(Profile0\\) \\.\\.\\. [0-9]+ s)+\r\033\\[K"));
+    Terminal other;
+    EXPECT_EQ(run({"--json", "disconnect", "Home"}, other.its()).code, 0);
+    EXPECT_EQ(other.readAll(), "");
+}
+
+TEST_F(SipProfile, PrintsTheLinksDiagnosticsOnDemandAlone)
+{
+    play("admit");
+    EXPECT_EQ(run({"status"}).err, "");
+    EXPECT_THAT(run({"-v", "status"}).err, HasSubstr("{4} SIP_COMM_Channel.cpp"));
+    stopDaemon();
+    EXPECT_THAT(run({"--verbose", "status"}).err, HasSubstr("connect fail path /tmp/sipd_us"));
+}
+
+TEST_F(SipProfile, ChecksTheFileAndSaysWhatItFoundByItsExitCode)
+{
+    Result result = run({"check"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "Nothing is wrong with " + file().toStdString() + ".\n");
+    EXPECT_EQ(
+        runJson({"check"}, 0),
+        QJsonObject({{"file", file()}, {"findings", QJsonArray()}, {"loadEnds", true}, {"exitCode", 0}}));
+    writeFile(ENDLESS_FILE);
+    result = run({"check"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "The list of profiles never opens: it searches from Profile2 on without end.\n"
+                          "The settings file counts 3 profiles and holds 2.\n");
+    const QJsonObject json = runJson({"check"}, 1);
+    EXPECT_FALSE(json["loadEnds"].toBool(true));
+    EXPECT_EQ(json["findings"][0]["kind"].toString(), "endless");
+    EXPECT_EQ(json["findings"][1]["kind"].toString(), "wrong-count");
+    EXPECT_EQ(readFile(), ENDLESS_FILE);
+}
+
+TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
+{
+    writeFile(DOUBLED_FILE);
+    const Result result = run({"repair"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "“C” (Profile2) is not listed.\n“B” (Profile1) is listed 2 times.\n"
+                          "There is Profile1, but no Profile0.\n"
+                          "Repaired. The old file is kept as " +
+                              file().toStdString() + ".old.\n");
+    EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
+    EXPECT_EQ(run({"list"}).out, "B  Profile0  :5060\nC  Profile1  :5060    default\n");
+    const QByteArray repaired = readFile();
+    EXPECT_EQ(run({"repair"}).out, "Nothing is wrong with " + file().toStdString() + ".\n");
+    EXPECT_FALSE(runJson({"repair"}, 0)["repaired"].toBool(true));
+    EXPECT_EQ(readFile(), repaired);
+    writeFile(DOUBLED_FILE);
+    const QJsonObject json = runJson({"repair"}, 0);
+    EXPECT_TRUE(json["repaired"].toBool());
+    EXPECT_EQ(json["copy"].toString(), file() + ".old");
+    EXPECT_EQ(json["findings"].toArray().size(), 3);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhileTheDaemonHasAProfileConnected)
+{
+    writeFile(DOUBLED_FILE);
+    play("admit");
+    ASSERT_EQ(run({"connect", "C"}).code, 0);
+    expectFailure({"repair"}, 6, "“C” (Profile2) is connected: disconnect it first.");
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
+    ASSERT_EQ(run({"disconnect", "C"}).code, 0);
+    EXPECT_EQ(run({"repair"}).code, 0);
+    EXPECT_NE(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhileTheDaemonDoesNotSay)
+{
+    writeFile(DOUBLED_FILE);
+    for (const char* scenario : {"refuse", "reset", "close-after:20"}) {
+        play(scenario);
+        expectFailure({"repair"}, 4, "The SIP daemon does not say whether a profile is connected.");
+    }
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
+TEST_F(SipProfile, SaysWhenTheFileCannotBeRead)
+{
+    QFile::remove(file());
+    ASSERT_TRUE(QDir().mkpath(file()));
+    for (const QStringList& command :
+         QList<QStringList>{{"list"}, {"status"}, {"status", "A"}, {"connect", "A"}, {"check"}, {"repair"}})
+        expectFailure(command, 5,
+                      "The settings file cannot be read (Invalid argument): no profile is listed.");
+}
+
+TEST_F(SipProfile, SaysWhenItsOutputCannotBeWritten)
+{
+    const Result result = run({"list"}, -1, "/dev/full");
+    EXPECT_EQ(result.code, 5);
+    EXPECT_EQ(result.err, "sip-profile: The output cannot be written.\n");
+}
+
+TEST_F(SipProfile, RefusesWrongUsage)
+{
+    for (const QStringList& arguments : QList<QStringList>{{},
+                                                           {"lists"},
+                                                           {"list", "A"},
+                                                           {"status", "A", "B"},
+                                                           {"connect"},
+                                                           {"disconnect"},
+                                                           {"connect", "A", "B"},
+                                                           {"check", "A"},
+                                                           {"repair", "A"},
+                                                           {"list", "--jason"},
+                                                           {"-x"}}) {
+        SCOPED_TRACE(arguments.join(' ').toStdString());
+        const Result result = run(arguments);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, HasSubstr("See sip-profile --help.\n"));
+        EXPECT_NE(runJson(arguments, 2)["error"].toString(), "");
+    }
+}
+
+TEST_F(SipProfile, ExplainsItself)
+{
+    const Result help = run({"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.err, "");
+    for (const char* word :
+         {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair", "--json"})
+        EXPECT_THAT(help.out, HasSubstr(word));
+    EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("sip-profile [0-9.]+\n"));
+}
+
+} // namespace

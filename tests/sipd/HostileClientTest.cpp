@@ -1,0 +1,208 @@
+// Clients that break the rules. Whatever they do, the daemon serves the next one, and takes no memory for it.
+
+#include "SipdProcess.h"
+#include "TestRegistrar.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace {
+
+class HostileClient : public SipdTest
+{
+protected:
+    void SetUp() override
+    {
+        SipdTest::SetUp();
+        startDaemon();
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(statusOf("Profile0"), 0U);
+        stopDaemon();
+    }
+
+    // Of the daemon, in kilobytes.
+    static long memoryInUse()
+    {
+        std::ifstream status("/proc/" + std::to_string(SipdClient().daemon()) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("VmRSS:"))
+                return std::stol(line.substr(6));
+        }
+        ADD_FAILURE() << "no such process";
+        return 0;
+    }
+
+    static SipdClient admitted()
+    {
+        SipdClient client;
+        EXPECT_EQ(client.introduce(), SIPD_ACK_SUCCESS);
+        return client;
+    }
+};
+
+constexpr long someKilobytes = 2048;
+
+} // namespace
+
+TEST_F(HostileClient, MayCloseBehindEachByte)
+{
+    const std::string session = SipdClient::registerMessage() +
+                                SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0") +
+                                SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
+    for (size_t length = 0; length <= session.size(); ++length) {
+        const SipdClient client;
+        ASSERT_TRUE(client.send(session.substr(0, length))) << length;
+    }
+}
+
+TEST_F(HostileClient, MaySendSingleBytes)
+{
+    SipdClient client;
+    const std::string session =
+        SipdClient::registerMessage() + SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
+    for (const char byte : session)
+        ASSERT_TRUE(client.send(std::string(1, byte)));
+    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(client.receive()->type, SIPD_MSG_PROFILE);
+}
+
+TEST_F(HostileClient, IsClosedForALengthThatItsTypeDoesNotHaveAndGetsNoMemory)
+{
+    const long before = memoryInUse();
+    for (const uint32_t type : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 0xffffffffU}) {
+        for (const uint32_t length : {5U, 1U << 20U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
+            SipdClient client = admitted();
+            client.send(encodeHead(length, type, 100));
+            EXPECT_TRUE(client.isClosedByDaemon()) << type << ' ' << length;
+        }
+    }
+    EXPECT_LT(memoryInUse() - before, someKilobytes);
+}
+
+TEST_F(HostileClient, IsClosedForATypeThatNoClientSends)
+{
+    for (const uint32_t type : {0U, 2U, 5U, 6U, 7U, 8U, 100U, 0xffffffffU}) {
+        SipdClient client = admitted();
+        client.send(encodeHead(0, type, 100));
+        EXPECT_TRUE(client.isClosedByDaemon()) << type;
+    }
+}
+
+TEST_F(HostileClient, IsToldThatAnUnknownRequestFails)
+{
+    SipdClient client = admitted();
+    for (const uint32_t code : {2U, 6U, 100U, 0xffffffffU}) {
+        client.send(SipdClient::profileMessage(code, "Profile0"));
+        EXPECT_EQ(client.ack(), SIPD_ACK_FAILED) << code;
+    }
+    EXPECT_EQ(client.status("Profile0"), 0U);
+}
+
+TEST_F(HostileClient, GetsNowhereWithANameWithoutAnEnd)
+{
+    SipdClient client = admitted();
+    const std::string name = "Profile0" + std::string(120, '0');
+    EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, name), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, name), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(client.status(name), 0U);
+    for (const char* other : {"", "Profile", "Profile00", "Profile-1", "profile0", "InputSettings",
+                              "../Profile0", "Profile0\n", "Profile 0", "Profile4294967296"})
+        EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, other), SIPD_ACK_INCORRECT_PROFILE) << other;
+}
+
+TEST_F(HostileClient, IsClosedForARequestBeforeItsIntroduction)
+{
+    SipdClient client;
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0"));
+    EXPECT_TRUE(client.isClosedByDaemon());
+    SipdClient commander;
+    commander.send(encodeMessage({SIPD_MSG_COMMAND, 100, std::string(266, '\0')}));
+    EXPECT_TRUE(commander.isClosedByDaemon());
+}
+
+TEST_F(HostileClient, IsClosedForASecondIntroduction)
+{
+    SipdClient client = admitted();
+    client.send(SipdClient::registerMessage());
+    EXPECT_TRUE(client.isClosedByDaemon());
+}
+
+TEST_F(HostileClient, IsClosedAndItsRequestCancelledForARequestBeforeTheAckOfTheLast)
+{
+    TestRegistrar registrar;
+    registrar.setAnswer(0);
+    writeProfile("Profile0", {.port = registrar.port()});
+    for (const auto second : {PROFILE_CTRL_CONNECT, PROFILE_CTRL_DISCONNECT, PROFILE_CTRL_SET_NAME}) {
+        SipdClient client = admitted();
+        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        EXPECT_EQ(client.status("Profile0"), 1U) << "a question is answered all the same";
+        client.send(SipdClient::profileMessage(second, "Profile0"));
+        EXPECT_TRUE(client.isClosedByDaemon());
+        EXPECT_EQ(statusOf("Profile0"), 0U);
+    }
+}
+
+TEST_F(HostileClient, WaitsInVainForTheOthersToWaitUntilItReads)
+{
+    const long before = memoryInUse();
+    SipdClient client = admitted();
+    std::string questions;
+    for (int i = 0; i < 1000; ++i)
+        questions += SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
+    size_t sent = 0;
+    // Until it is not read any more either.
+    EXPECT_TRUE(waitUntil([&] {
+        const size_t count = client.sendSome(questions.substr(sent % questions.size()));
+        sent += count;
+        return count == 0 && sent > questions.size() / 4;
+    }));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_LT(memoryInUse() - before, someKilobytes);
+    // It is served again, in order, when it reads.
+    for (size_t answered = 0; answered < sent / 152; ++answered)
+        ASSERT_EQ(client.receive()->type, SIPD_MSG_PROFILE) << answered;
+}
+
+TEST_F(HostileClient, IsRefusedWhenThereAreTooMany)
+{
+    std::vector<SipdClient> clients;
+    for (int i = 0; i < 200; ++i)
+        clients.push_back(admitted());
+    SipdClient oneMore;
+    EXPECT_EQ(oneMore.introduce(), SIPD_ACK_FAILED);
+    EXPECT_TRUE(oneMore.isClosedByDaemon());
+    EXPECT_EQ(clients.front().status("Profile0"), 0U);
+    clients.pop_back();
+    EXPECT_TRUE(waitUntil([] { return SipdClient().introduce() == SIPD_ACK_SUCCESS; }));
+}
+
+TEST_F(HostileClient, KeepsNobodyOutByAThousandConnections)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, std::min<rlim_t>(limit.rlim_max, 4096));
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const long before = memoryInUse();
+    std::vector<SipdClient> silent(1000);
+    for (const SipdClient& client : silent)
+        ASSERT_TRUE(client.isConnected());
+    // All of them are there still, and say nothing.
+    EXPECT_EQ(admitted().status("Profile0"), 0U);
+    EXPECT_LT(memoryInUse() - before, someKilobytes);
+}
+
+TEST_F(HostileClient, KeepsNobodyOutWhenDescriptorsRunOut)
+{
+    const pid_t process = SipdClient().daemon();
+    const rlimit few = {32, 32};
+    ASSERT_EQ(prlimit(process, RLIMIT_NOFILE, &few, nullptr), 0);
+    {
+        std::vector<SipdClient> silent(100);
+        for (SipdClient& client : silent)
+            ASSERT_TRUE(client.isConnected());
+    }
+    EXPECT_TRUE(waitUntil([] { return SipdClient().introduce() == SIPD_ACK_SUCCESS; }));
+}

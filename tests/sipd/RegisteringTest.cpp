@@ -1,0 +1,486 @@
+// How the daemon brings registrations about, keeps and ends them, with a registrar of the test's own.
+
+#include "SipdProcess.h"
+#include "TestRegistrar.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+class Registering : public SipdTest
+{
+protected:
+    static bool waitForStatus(const std::string& group, uint32_t status,
+                              std::chrono::milliseconds patience = 10s)
+    {
+        return waitUntil([&] { return statusOf(group) == status; }, patience);
+    }
+
+    TestProfile profile(const std::string& user = "anna") const
+    {
+        return {.port = registrar.port(), .user = user};
+    }
+
+    TestRegistrar registrar;
+};
+
+} // namespace
+
+TEST_F(Registering, MakesABindingAndTakesItBack)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    SipdClient client;
+    client.introduce();
+    registrar.hold();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    EXPECT_EQ(statusOf("Profile0"), 1U);
+    registrar.release();
+    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(client.status("Profile0"), 2U);
+    EXPECT_THAT(registrar.contacts(), testing::ElementsAre(testing::StartsWith("<sip:anna@127.0.0.1:")));
+    client.close();
+    EXPECT_EQ(statusOf("Profile0"), 2U) << "it outlives the client";
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_EQ(registrar.contacts().size(), 0U);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS) << "though it was not connected";
+    stopDaemon();
+}
+
+TEST_F(Registering, TellsWhyItFailed)
+{
+    startDaemon();
+    writeProfile("Profile0", profile());
+    const std::vector<std::pair<int, uint32_t>> outcomes = {{503, SIPD_ACK_SERVICE_UNAVAILABLE},
+                                                            {401, SIPD_ACK_INCORRECT_PROFILE},
+                                                            {403, SIPD_ACK_INCORRECT_PROFILE},
+                                                            {404, SIPD_ACK_INCORRECT_PROFILE},
+                                                            {500, SIPD_ACK_FAILED},
+                                                            {603, SIPD_ACK_FAILED},
+                                                            {408, SIPD_ACK_FAILED},
+                                                            {302, SIPD_ACK_FAILED}};
+    for (const auto& [status, ack] : outcomes) {
+        registrar.setAnswer(status);
+        EXPECT_EQ(connectProfile("Profile0"), ack) << status;
+        EXPECT_EQ(statusOf("Profile0"), 0U) << status;
+    }
+    stopDaemon();
+}
+
+TEST_F(Registering, FailsAtProfilesThatMakeNoSense)
+{
+    writeProfile("Profile0", {.server = ""});
+    writeProfile("Profile1", {.server = "two words"});
+    writeProfile("Profile2", {.port = 0});
+    writeProfile("Profile3", {.port = 65536});
+    writeProfile("Profile4", {.user = ""});
+    writeProfile("Profile5", {.user = "anna\r\nVia: x"});
+    writeProfile("Profile6", {.displayName = ""});
+    startDaemon();
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(connectProfile("Profile" + std::to_string(i)), SIPD_ACK_INCORRECT_PROFILE) << i;
+    stopDaemon();
+}
+
+TEST_F(Registering, GivesUpOnASilentServerAfterEightSeconds)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile());
+    startDaemon();
+    const auto start = Clock::now();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_GE(Clock::now() - start, 7500ms);
+    EXPECT_LT(Clock::now() - start, 9s);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, TellsThatThePhoneHasNoNetwork)
+{
+    if (system("unshare -n true 2>/dev/null") != 0)
+        GTEST_SKIP() << "a network of one's own is not to be had";
+    writeProfile("Profile0", {.server = "192.0.2.1"});
+    writeProfile("Profile1", {.server = "2001:db8::1"});
+    writeProfile("Profile2", {.server = "sip.example.com"});
+    startDaemon({}, {"/usr/bin/unshare", "-n"});
+    for (const char* group : {"Profile0", "Profile1", "Profile2"})
+        EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
+    stopDaemon();
+}
+
+TEST_F(Registering, AuthenticatesWithAnyUserNameAndPassword)
+{
+    startDaemon();
+    const std::vector<std::pair<std::string, std::string>> accounts = {
+        {"anna", "with:colon"},
+        {"anna", ""},
+        {"anna", R"(quo"te back\slash)"},
+        {"an:na", "x"},
+        {R"(an"na\)", "x"},
+        {"an na@%41;?&=+$,/", "%20"},
+        {"\xd0\x94\xd0\xb0\xd1\x87\xd0\xb0", "\xe7\x94\xb5\xe8\xaf\x9d"},
+        {"anna", " blanks "},
+        {"anna", "line\nbreak"},
+        {"<sip:x@y>", "HA1+x"}};
+    for (const auto& [user, password] : accounts) {
+        registrar.setAccount({user, password});
+        writeProfile("Profile0", {.port = registrar.port(), .user = user, .password = password});
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << user << ' ' << password;
+        EXPECT_EQ(registrar.requests().back().user, user);
+        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(registrar.contacts().size(), 0U) << user;
+        writeProfile("Profile0", {.port = registrar.port(), .user = user, .password = password + '.'});
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE) << user << ' ' << password;
+    }
+    stopDaemon();
+}
+
+TEST_F(Registering, AnswersTheStrongestChallengeThatItKnows)
+{
+    startDaemon();
+    writeProfile("Profile0", profile());
+    for (const std::vector<std::string>& algorithms :
+         {std::vector<std::string>{"SHA-256"}, {"SHA-256", "MD5"}, {"MD5"}, {"MD5-sess"}, {"SHA-256-sess"}}) {
+        registrar.setAccount({"anna", "secret", algorithms});
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << algorithms.front();
+        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    }
+    registrar.setAccount({"anna", "secret", {"SHA-512-256"}});
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_FAILED);
+    stopDaemon();
+}
+
+TEST_F(Registering, StaysRegisteredWhereANonceRunsOutWithoutAWord)
+{
+    registrar.setAccount({"anna", "secret"});
+    registrar.setNonceUses(2);
+    writeProfile("Profile0", profile());
+    startDaemon({"--expires", "2"});
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() >= 8; }, 20s));
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    EXPECT_THAT(daemon().log(), testing::Not(testing::HasSubstr("not connected")));
+    stopDaemon();
+    EXPECT_EQ(registrar.contacts().size(), 0U);
+}
+
+TEST_F(Registering, ConnectsAtTheStartWhatIsToBeConnectedThen)
+{
+    writeProfile("Profile0", profile("anna"));
+    TestProfile automatic = profile("bert");
+    automatic.autoConnect = true;
+    writeProfile("Profile1", automatic);
+    automatic.user = "cleo";
+    writeProfile("Profile9", automatic);
+    startDaemon();
+    EXPECT_TRUE(waitForStatus("Profile1", 2));
+    EXPECT_TRUE(waitForStatus("Profile9", 2));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_EQ(disconnectProfile("Profile1"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(statusOf("Profile1"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, TriesAgainAfterGrowingPausesUntilTheServerIsThere)
+{
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    writeProfile("Profile0", automatic);
+    registrar.setAnswer(503);
+    startDaemon();
+    const auto start = Clock::now();
+    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() >= 3; }));
+    EXPECT_GE(Clock::now() - start, 2900ms) << "1 and 2 seconds";
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    registrar.setAnswer(std::nullopt);
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    stopDaemon();
+}
+
+TEST_F(Registering, SaysNotConnectedWhenARefreshFailsAndGoesOnTrying)
+{
+    writeProfile("Profile0", profile());
+    startDaemon({"--expires", "2"});
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    registrar.setAnswer(500);
+    EXPECT_TRUE(waitForStatus("Profile0", 0));
+    registrar.setAnswer(std::nullopt);
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    stopDaemon();
+}
+
+TEST_F(Registering, AProfileThatAClientConnectedInVainIsNotTriedAgain)
+{
+    registrar.setAnswer(500);
+    writeProfile("Profile0", profile());
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_FAILED);
+    const size_t count = registrar.requests().size();
+    registrar.setAnswer(std::nullopt);
+    EXPECT_FALSE(waitUntil([&] { return registrar.requests().size() > count; }, 1500ms));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, RegistersAfreshWithTheFilesPresentValues)
+{
+    writeProfile("Profile0", profile("anna"));
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const auto first = registrar.contacts();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrar.contacts().size(), 1U) << "the former one is taken back";
+    EXPECT_NE(registrar.contacts(), first);
+    registrar.setAnswer(403);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, RenewsAProfileThatChanges)
+{
+    writeProfile("Profile0", profile("anna"));
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    writeProfile("Profile0", profile("bert"));
+    EXPECT_TRUE(waitUntil([this] {
+        const auto contacts = registrar.contacts();
+        return contacts.size() == 1 && contacts.begin()->starts_with("<sip:bert@");
+    }));
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    stopDaemon();
+}
+
+TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
+{
+    TestProfile same = profile();
+    writeProfile("Profile0", same);
+    startDaemon({"-v"});
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const size_t count = registrar.requests().size();
+    same.displayName = "Another";
+    writeProfile("Profile0", same);
+    writeProfile("Profile1", profile("bert"));
+    EXPECT_FALSE(waitUntil([&] { return registrar.requests().size() > count; }, 500ms));
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    stopDaemon();
+}
+
+TEST_F(Registering, EndsTheRegistrationOfADeletedProfile)
+{
+    writeProfile("Profile0", profile("anna"));
+    writeProfile("Profile1", profile("bert"));
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
+    removeProfile("Profile0");
+    EXPECT_TRUE(waitUntil([this] { return registrar.contacts().size() == 1; }));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_EQ(statusOf("Profile1"), 2U);
+    writeProfile("Profile0", profile("cleo"));
+    EXPECT_FALSE(waitForStatus("Profile0", 2, 500ms)) << "it is another one now";
+    std::filesystem::remove(file().toStdString());
+    EXPECT_TRUE(waitForStatus("Profile1", 0));
+    EXPECT_EQ(registrar.contacts().size(), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
+{
+    registrar.setAccount({"anna", "right"});
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    automatic.password = "wrong";
+    writeProfile("Profile0", automatic);
+    startDaemon();
+    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() >= 2; }));
+    EXPECT_FALSE(waitUntil([this] { return registrar.requests().size() > 2; }, 1500ms)) << "nor before that";
+    automatic.password = "right";
+    writeProfile("Profile0", automatic);
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    stopDaemon();
+}
+
+TEST_F(Registering, AClientThatGoesAwayCancelsItsConnect)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    registrar.hold();
+    {
+        SipdClient client;
+        client.introduce();
+        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 1; }));
+    }
+    EXPECT_TRUE(waitForStatus("Profile0", 0));
+    registrar.release();
+    // The server accepts it all the same, and has to be told.
+    EXPECT_TRUE(waitUntil([this] {
+        const auto requests = registrar.requests();
+        return requests.back().expires == 0 && registrar.contacts().empty();
+    }));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, AClientThatGoesAwayLeavesTheOthersTheirConnect)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    registrar.hold();
+    SipdClient stays;
+    stays.introduce();
+    {
+        SipdClient goes;
+        goes.introduce();
+        goes.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 1; }));
+        stays.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        EXPECT_EQ(stays.status("Profile0"), 1U);
+    }
+    registrar.release();
+    EXPECT_EQ(stays.ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrar.contacts().size(), 1U);
+    stopDaemon();
+}
+
+TEST_F(Registering, ADisconnectEndsTheConnectOfAnother)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile());
+    startDaemon();
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(client.ack(), SIPD_ACK_FAILED);
+    EXPECT_EQ(client.status("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(Registering, DisconnectsWithinThreeSecondsWhenTheServerIsSilent)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    registrar.setAnswer(0);
+    const auto start = Clock::now();
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_DISCONNECT, "Profile0"));
+    EXPECT_EQ(statusOf("Profile0"), 0U) << "at once";
+    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
+    EXPECT_GE(Clock::now() - start, 2900ms);
+    EXPECT_LT(Clock::now() - start, 3500ms);
+    stopDaemon();
+}
+
+TEST_F(Registering, NeverTouchesTheSettingsFile)
+{
+    writeProfile("Profile0", profile());
+    const FileIdentity before(file());
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    stopDaemon();
+    EXPECT_TRUE(FileIdentity(file()) == before);
+    EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", "sipd.log"}));
+}
+
+namespace {
+
+long memoryOf(pid_t process)
+{
+    std::ifstream statm("/proc/" + std::to_string(process) + "/statm");
+    long total = 0;
+    long resident = 0;
+    statm >> total >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+std::ptrdiff_t descriptorsOf(pid_t process)
+{
+    const std::filesystem::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+}
+
+// AddressSanitizer's allocator never gives memory back, and is slow.
+#ifdef __SANITIZE_ADDRESS__
+constexpr int manyCycles = 1000;
+constexpr long allowedGrowth = 100'000;
+#else
+constexpr int manyCycles = 10'000;
+constexpr long allowedGrowth = 1024;
+#endif
+
+} // namespace
+
+TEST_F(Registering, TenThousandTimesLeavesNeitherMemoryNorDescriptorsBehind)
+{
+    registrar.setAccount({"anna", "secret"});
+    writeProfile("Profile0", profile());
+    startDaemon();
+    SipdClient client;
+    client.introduce();
+    const auto cycle = [&client](int count) {
+        int succeeded = 0;
+        for (int i = 0; i < count; ++i)
+            succeeded += client.request(PROFILE_CTRL_CONNECT, "Profile0") == SIPD_ACK_SUCCESS &&
+                                 client.request(PROFILE_CTRL_DISCONNECT, "Profile0") == SIPD_ACK_SUCCESS
+                             ? 1
+                             : 0;
+        return succeeded;
+    };
+    // What is allocated once and for all is there after some.
+    ASSERT_EQ(cycle(500), 500);
+    const pid_t process = client.daemon();
+    const long memory = memoryOf(process);
+    EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) <= 16; }));
+    const auto descriptors = descriptorsOf(process);
+    EXPECT_EQ(cycle(manyCycles), manyCycles);
+    EXPECT_LT(memoryOf(process) - memory, allowedGrowth);
+    EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) == descriptors; }))
+        << descriptorsOf(process) << " after " << descriptors;
+    stopDaemon();
+}
+
+#ifdef VALGRIND
+TEST_F(Registering, IsCleanUnderMemcheck)
+{
+    registrar.setAccount({"anna", "secret"});
+    writeProfile("Profile0", profile());
+    writeProfile("Profile1", {.server = "localhost;transport=tcp", .port = 1});
+    startDaemon({}, {VALGRIND, "--quiet", "--error-exitcode=99", "--leak-check=full", "--num-callers=30",
+                     "--show-leak-kinds=definite", "--errors-for-leak-kinds=definite",
+                     "--suppressions=" VALGRIND_SUPPRESSIONS});
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_CONNECT_FAILED);
+        EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_INCORRECT_PROFILE);
+        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    }
+    registrar.setAnswer(403);
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
+    registrar.setAnswer(std::nullopt);
+    SipdClient leaver;
+    leaver.introduce();
+    leaver.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    leaver.close();
+    SipdClient liar;
+    liar.send(encodeHead(0xffffffff, 3, 0));
+    EXPECT_TRUE(liar.isClosedByDaemon());
+    writeProfile("Profile0", profile("bert"));
+    stopDaemon();
+}
+#endif

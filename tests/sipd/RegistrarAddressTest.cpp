@@ -1,0 +1,112 @@
+#include "RegistrarAddress.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+namespace {
+
+// "host port transport", with a "*" behind a port that nobody chose; "-" when it makes no sense.
+std::string parsed(std::string_view server, unsigned int port = 5070)
+{
+    const auto address = parseRegistrarAddress(server, port);
+    if (!address)
+        return "-";
+    return address->uriHost() + ' ' + std::to_string(address->port) + (address->defaultPort ? "* " : " ") +
+           nameOf(address->transport);
+}
+
+} // namespace
+
+TEST(RegistrarAddress, IsANameOrAnIpAddress)
+{
+    EXPECT_EQ(parsed("sip.example.com"), "sip.example.com 5070 udp");
+    EXPECT_EQ(parsed("localhost"), "localhost 5070 udp");
+    EXPECT_EQ(parsed("a_b-c.example.com."), "a_b-c.example.com. 5070 udp");
+    EXPECT_EQ(parsed("192.0.2.7"), "192.0.2.7 5070 udp");
+    EXPECT_EQ(parsed("2001:db8::1"), "[2001:db8::1] 5070 udp");
+    EXPECT_EQ(parsed("[2001:db8::1]"), "[2001:db8::1] 5070 udp");
+    EXPECT_TRUE(parseRegistrarAddress("[::1]", 1)->numeric);
+    EXPECT_TRUE(parseRegistrarAddress("127.0.0.1", 1)->numeric);
+    EXPECT_FALSE(parseRegistrarAddress("localhost", 1)->numeric);
+}
+
+TEST(RegistrarAddress, MayBeInAnyScript)
+{
+    EXPECT_EQ(parsed("b\xc3\xbc"
+                     "cher.example"),
+              "xn--bcher-kva.example 5070 udp");
+    EXPECT_EQ(parsed("b\xc3"), "-");
+}
+
+TEST(RegistrarAddress, MayHaveWhatPeopleTypeAroundIt)
+{
+    EXPECT_EQ(parsed("  example.com \t\r\n"), "example.com 5070 udp");
+    EXPECT_EQ(parsed("sip:example.com"), "example.com 5070 udp");
+    EXPECT_EQ(parsed("SIP:[::1]"), "[::1] 5070 udp");
+    EXPECT_EQ(parsed("sip:::1"), "[::1] 5070 udp");
+    EXPECT_EQ(parsed("example.com;transport=tcp"), "example.com 5070 tcp");
+    EXPECT_EQ(parsed(" sip:example.com ; Transport=TLS "), "example.com 5070 tls");
+    EXPECT_EQ(parsed("::1;transport=udp"), "[::1] 5070 udp");
+    EXPECT_EQ(parsed("example.com;"), "example.com 5070 udp");
+}
+
+TEST(RegistrarAddress, TakesATypedPortBeforeTheProfiles)
+{
+    EXPECT_EQ(parsed("example.com:5080"), "example.com 5080 udp");
+    EXPECT_EQ(parsed("[::1]:5080;transport=tcp"), "[::1] 5080 tcp");
+    EXPECT_EQ(parsed("192.0.2.7:5060", 5070), "192.0.2.7 5060 udp");
+    EXPECT_EQ(parsed("192.0.2.7:5080", 0), "192.0.2.7 5080 udp");
+}
+
+TEST(RegistrarAddress, KnowsThePortThatNobodyChose)
+{
+    EXPECT_EQ(parsed("example.com", 5060), "example.com 5060* udp");
+    EXPECT_EQ(parsed("example.com;transport=tls", 5060), "example.com 5061* tls");
+    EXPECT_EQ(parsed("example.com:5060;transport=tls", 5060), "example.com 5060 tls");
+}
+
+TEST(RegistrarAddress, HasAPortThatThereIs)
+{
+    EXPECT_EQ(parsed("example.com", 0), "-");
+    EXPECT_EQ(parsed("example.com", 1), "example.com 1 udp");
+    EXPECT_EQ(parsed("example.com", 65535), "example.com 65535 udp");
+    EXPECT_EQ(parsed("example.com", 65536), "-");
+    EXPECT_EQ(parsed("example.com", 0xffffffff), "-");
+    for (const char* server : {"example.com:0", "example.com:65536", "example.com:", "example.com:x",
+                               "example.com:-1", "example.com:4294967297", "[::1]:", "[::1]5080"})
+        EXPECT_EQ(parsed(server), "-") << server;
+}
+
+TEST(RegistrarAddress, IsNothingElse)
+{
+    for (const char* server : {"",
+                               " ",
+                               "sip:",
+                               ";transport=udp",
+                               "two words",
+                               "anna@example.com",
+                               "sips:example.com",
+                               ".example.com",
+                               "example..com",
+                               "example.com/x",
+                               "example.com;transport=sctp",
+                               "example.com;transport=",
+                               "example.com;lr",
+                               "example.com;transport=udp;lr",
+                               "1.2.3",
+                               "1.2.3.4.5",
+                               "256.1.1.1",
+                               "[::1",
+                               "::1]",
+                               "[example.com]",
+                               "[127.0.0.1]",
+                               "1:2:3",
+                               ":::",
+                               "http://example.com",
+                               "exa\nmple.com",
+                               "a\"b",
+                               "%41"})
+        EXPECT_EQ(parsed(server), "-") << server;
+    EXPECT_EQ(parsed(std::string(254, 'a')), "-");
+    EXPECT_EQ(parsed(std::string_view("a\0b", 3)), "-");
+}

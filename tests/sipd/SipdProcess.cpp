@@ -1,0 +1,111 @@
+#include "SipdProcess.h"
+
+#include "SETUP_SET_Manager.h"
+#include "SETUP_SIP_Agent.h"
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+namespace {
+
+// Its log goes to a file, where it neither fills a pipe nor is lost. The shell is replaced by the daemon.
+std::vector<std::string> commandOf(const std::string& logFile, const std::vector<std::string>& options,
+                                   const std::vector<std::string>& wrapper)
+{
+    std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec \"$@\" 2>>\"$log\"", "sh",
+                                        logFile};
+    command.insert(command.end(), wrapper.begin(), wrapper.end());
+    command.emplace_back(SIPD);
+    command.insert(command.end(), options.begin(), options.end());
+    return command;
+}
+
+QString settingsPath()
+{
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    return path;
+}
+
+} // namespace
+
+SipdProcess::SipdProcess(const std::string& logFile, std::vector<std::string> options,
+                         std::vector<std::string> wrapper)
+    : logFile_(logFile), program_(commandOf(logFile, options, wrapper))
+{
+    EXPECT_EQ(program_.readLine(), "listening on " SIPD_SOCKET_PATH) << log();
+}
+
+std::string SipdProcess::log() const
+{
+    std::ifstream stream(logFile_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void SipdTest::SetUp()
+{
+    ASSERT_EQ(claim_.problem(), "") << "this test needs the daemon's socket for itself";
+}
+
+void SipdTest::startDaemon(const std::vector<std::string>& options, const std::vector<std::string>& wrapper)
+{
+    daemon_ = std::make_unique<SipdProcess>(logFile(), options, wrapper);
+}
+
+void SipdTest::stopDaemon()
+{
+    daemon_->signal(SIGTERM);
+    EXPECT_EQ(daemon_->wait(), 0) << daemon_->log();
+    daemon_.reset();
+}
+
+void SipdTest::writeProfile(const std::string& group, const TestProfile& profile)
+{
+    SETUP_SET_Manager manager(settingsPath(), false);
+    const QString name = QString::fromStdString(group);
+    manager.setSettingInfo(name, "DisplayName", QString::fromStdString(profile.displayName), false);
+    manager.setSettingInfo(name, "Server", QString::fromStdString(profile.server), false);
+    manager.setSettingInfo(name, "PortNum", profile.port);
+    manager.setSettingInfo(name, "UserID", QString::fromStdString(profile.user), false);
+    manager.setSettingInfo(name, "Password", QString::fromStdString(profile.password), false);
+    manager.setSettingInfo(name, "AutoConnect", profile.autoConnect);
+}
+
+void SipdTest::removeProfile(const std::string& group)
+{
+    SETUP_SET_Manager(settingsPath(), false).clearGroup(QString::fromStdString(group));
+}
+
+uint32_t SipdTest::connectProfile(const std::string& group)
+{
+    SipdClient client;
+    client.introduce();
+    return client.request(PROFILE_CTRL_CONNECT, group);
+}
+
+uint32_t SipdTest::disconnectProfile(const std::string& group)
+{
+    SipdClient client;
+    client.introduce();
+    return client.request(PROFILE_CTRL_DISCONNECT, group);
+}
+
+uint32_t SipdTest::statusOf(const std::string& group)
+{
+    SipdClient client;
+    client.introduce();
+    return client.status(group);
+}
+
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}

@@ -1,0 +1,73 @@
+#ifndef SIPD_PROCESS_H
+#define SIPD_PROCESS_H
+
+#include "ChildProgram.h"
+#include "DaemonSocketClaim.h"
+#include "SettingsFixture.h"
+#include "SipdClient.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+// What a test writes into the settings file of one profile; as it stands, one that no server knows yet.
+struct TestProfile
+{
+    std::string server = "127.0.0.1";
+    unsigned int port = 5060;
+    std::string user = "anna";
+    std::string password = "secret";
+    bool autoConnect = false;
+    std::string displayName = "Home";
+};
+
+// A running daemon of the built program, with its log.
+class SipdProcess
+{
+public:
+    // wrapper: a command to run it by, valgrind for one. Fails the test unless the daemon gets ready.
+    SipdProcess(const std::string& logFile, std::vector<std::string> options,
+                std::vector<std::string> wrapper = {});
+
+    void signal(int number) const { program_.signal(number); }
+    // Its exit status, or minus the signal that killed it.
+    int wait() { return program_.wait(); }
+    std::string log() const;
+
+private:
+    const std::string logFile_;
+    ChildProgram program_;
+};
+
+// A test of the daemon as a process, with settings of its own.
+class SipdTest : public SettingsTest
+{
+protected:
+    void SetUp() override;
+
+    void startDaemon(const std::vector<std::string>& options = {},
+                     const std::vector<std::string>& wrapper = {});
+    // By SIGTERM; fails the test unless it ends well.
+    void stopDaemon();
+    SipdProcess& daemon() { return *daemon_; }
+    std::string logFile() const { return directory().toStdString() + "/sipd.log"; }
+
+    static void writeProfile(const std::string& group, const TestProfile& profile);
+    static void removeProfile(const std::string& group);
+
+    static uint32_t connectProfile(const std::string& group);
+    static uint32_t disconnectProfile(const std::string& group);
+    static uint32_t statusOf(const std::string& group);
+
+private:
+    DaemonSocketClaim claim_;
+    std::unique_ptr<SipdProcess> daemon_;
+};
+
+// Waits until the condition holds; false when it does not in time.
+bool waitUntil(const std::function<bool()>& condition,
+               std::chrono::milliseconds patience = std::chrono::seconds(10));
+
+#endif

@@ -1,0 +1,262 @@
+// The daemon as a program: its options, its socket, its end.
+
+#include "ChildProcess.h"
+#include "SipdProcess.h"
+#include "TestRegistrar.h"
+
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <regex>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class SipdProgram : public SipdTest
+{
+protected:
+    // What it writes when it is run to its end, and how it ends.
+    static std::pair<std::string, int> outcomeOf(const std::vector<std::string>& options)
+    {
+        std::vector<std::string> command = {SIPD};
+        command.insert(command.end(), options.begin(), options.end());
+        ChildProgram program(command);
+        std::string output = program.readRest();
+        return {output, program.wait()};
+    }
+
+    static int bindSocket(bool isListening)
+    {
+        const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, SIPD_SOCKET_PATH, sizeof(SIPD_SOCKET_PATH));
+        EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_TRUE(!isListening || listen(fd, 5) == 0);
+        return fd;
+    }
+
+    static bool isThere() { return access(SIPD_SOCKET_PATH, F_OK) == 0; }
+
+    // As a service manager starts it.
+    void startWithSocket(int fd)
+    {
+        startDaemon(
+            {}, {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=1 exec \"$0\" \"$@\" 3<&" + std::to_string(fd)});
+    }
+};
+
+} // namespace
+
+TEST_F(SipdProgram, ExplainsItself)
+{
+    EXPECT_THAT(outcomeOf({"--help"}), testing::Pair(StartsWith("usage: sipd [OPTION]..."), 0));
+    EXPECT_THAT(outcomeOf({"--version"}), testing::Pair("sipd " ORMU_VERSION "\n", 0));
+    EXPECT_THAT(outcomeOf({"--nonsense"}), testing::Pair(HasSubstr("usage: sipd"), 2));
+    EXPECT_THAT(outcomeOf({"word"}), testing::Pair(StartsWith("usage: sipd"), 2));
+    for (const char* seconds : {"0", "-1", "x", "", "86401", "60s"})
+        EXPECT_THAT(outcomeOf({"--expires", seconds}), testing::Pair(HasSubstr("1 to 86400"), 2));
+    EXPECT_THAT(outcomeOf({"--ca-file", "/no/such"}),
+                testing::Pair("sipd: /no/such: No such file or directory\n", 1));
+    EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, ItsSocketIsForItsOwnerAlone)
+{
+    startDaemon({}, {"/bin/sh", "-c", "umask 0; exec \"$0\" \"$@\""});
+    struct stat status;
+    ASSERT_EQ(stat(SIPD_SOCKET_PATH, &status), 0);
+    EXPECT_EQ(status.st_mode, static_cast<mode_t>(S_IFSOCK | 0600));
+    stopDaemon();
+    EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, ASecondOneSaysSoAndEnds)
+{
+    startDaemon();
+    EXPECT_EQ(outcomeOf({}),
+              std::pair(std::string("sipd: a daemon is already listening on " SIPD_SOCKET_PATH "\n"), 1));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(SipdProgram, OfManyThatStartAtOnceOneListens)
+{
+    close(bindSocket(false));
+    std::vector<std::unique_ptr<ChildProgram>> programs;
+    for (int i = 0; i < 8; ++i)
+        programs.push_back(std::make_unique<ChildProgram>(std::vector<std::string>{SIPD}));
+    int listening = 0;
+    for (const auto& program : programs)
+        listening += program->readLine() == "listening on " SIPD_SOCKET_PATH ? 1 : 0;
+    EXPECT_EQ(listening, 1);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    for (const auto& program : programs)
+        program->signal(SIGTERM);
+    for (const auto& program : programs)
+        program->wait();
+    EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, ReplacesASocketThatNobodyListensOn)
+{
+    close(bindSocket(true));
+    ASSERT_TRUE(isThere());
+    startDaemon();
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(SipdProgram, ReplacesTheSocketOfOneThatWasKilled)
+{
+    startDaemon();
+    daemon().signal(SIGKILL);
+    EXPECT_EQ(daemon().wait(), -SIGKILL);
+    ASSERT_TRUE(isThere());
+    startDaemon();
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(SipdProgram, LeavesAFileInTheSocketsPlaceAlone)
+{
+    std::ofstream(SIPD_SOCKET_PATH) << "mine";
+    EXPECT_EQ(outcomeOf({}),
+              std::pair(std::string("sipd: " SIPD_SOCKET_PATH " is there and is not a socket\n"), 1));
+    std::string text;
+    std::ifstream(SIPD_SOCKET_PATH) >> text;
+    EXPECT_EQ(text, "mine");
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(SipdProgram, DoesNotRemoveTheSocketOfItsSuccessor)
+{
+    startDaemon();
+    unlink(SIPD_SOCKET_PATH);
+    const int successor = bindSocket(true);
+    stopDaemon();
+    EXPECT_TRUE(isThere());
+    close(successor);
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(SipdProgram, ServesTheSocketThatAServiceManagerHandsOver)
+{
+    const int fd = bindSocket(true);
+    startWithSocket(fd);
+    close(fd);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+    EXPECT_TRUE(isThere()) << "it is the service manager's";
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(SipdProgram, DoesNotTakeWhatIsNoListeningSocketForOne)
+{
+    const int fd = bindSocket(false);
+    ChildProgram program(
+        {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=1 exec " SIPD " 3<&" + std::to_string(fd)});
+    EXPECT_EQ(program.readRest(),
+              "sipd: what the service manager handed over is no listening local stream socket\n");
+    EXPECT_EQ(program.wait(), 1);
+    close(fd);
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(SipdProgram, IgnoresAHandOverToAnotherProcess)
+{
+    startDaemon({}, {"/usr/bin/env", "LISTEN_PID=1", "LISTEN_FDS=1"});
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    stopDaemon();
+}
+
+TEST_F(SipdProgram, RefusesAnotherUsersProcess)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    const int fd = bindSocket(true);
+    ASSERT_EQ(chmod(SIPD_SOCKET_PATH, 0666), 0);
+    startWithSocket(fd);
+    close(fd);
+    const int foreign = runInChild([] {
+        constexpr uid_t nobody = 65534;
+        if (setuid(nobody) != 0)
+            return 100;
+        SipdClient client;
+        const uint32_t ack = client.introduce();
+        return ack == SIPD_ACK_FAILED && client.isClosedByDaemon() ? 0 : 1;
+    });
+    EXPECT_EQ(foreign, 0);
+    EXPECT_EQ(SipdClient().introduce(), SIPD_ACK_SUCCESS);
+    stopDaemon();
+    unlink(SIPD_SOCKET_PATH);
+}
+
+TEST_F(SipdProgram, EndsByEachOfTheUsualSignalsAndTakesItsRegistrationsBack)
+{
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        TestRegistrar registrar;
+        writeProfile("Profile0", {.port = registrar.port()});
+        writeProfile("Profile1", {.port = registrar.port(), .user = "bert"});
+        startDaemon();
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(registrar.contacts().size(), 2U);
+        daemon().signal(signal);
+        EXPECT_EQ(daemon().wait(), 0);
+        EXPECT_EQ(registrar.contacts().size(), 0U);
+        EXPECT_FALSE(isThere());
+    }
+}
+
+TEST_F(SipdProgram, EndsWithinFourSecondsWhenNoServerAnswersAnyMore)
+{
+    TestRegistrar registrar;
+    writeProfile("Profile0", {.port = registrar.port()});
+    writeProfile("Profile1", {.port = registrar.port(), .user = "bert"});
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    registrar.setAnswer(0);
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile1"));
+    ASSERT_TRUE(waitUntil([&] { return registrar.requests().size() >= 2; }));
+    const auto start = std::chrono::steady_clock::now();
+    daemon().signal(SIGTERM);
+    EXPECT_EQ(daemon().wait(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, LogsInTheLibrarysFormatAndNeverAPassword)
+{
+    TestRegistrar registrar;
+    registrar.setAccount({"anna", "Geheim:4711"});
+    writeProfile("Profile0", {.port = registrar.port(), .password = "Geheim:4711"});
+    writeProfile("Profile1", {.port = registrar.port(), .password = "GeheimFalsch"});
+    writeProfile("Profile2", {.server = "Geheim Falsch"});
+    startDaemon({"-v"});
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(connectProfile("Profile3"), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    daemon().signal(SIGTERM);
+    EXPECT_EQ(daemon().wait(), 0);
+    const std::string log = daemon().log();
+    EXPECT_THAT(log, HasSubstr("Profile0 is registered with 127.0.0.1"));
+    EXPECT_THAT(log, testing::Not(HasSubstr("Geheim")));
+    std::istringstream lines(log);
+    const std::regex form(R"(\{[14]\} [A-Za-z]+\.cpp:\d+(, \w+\(\))?\t.+)");
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_TRUE(std::regex_match(line, form)) << line;
+}
