@@ -20,9 +20,10 @@ constexpr std::chrono::milliseconds settleTime{100};
 } // namespace
 
 ProfileWatch::ProfileWatch(EventLoop& loop, std::function<void()> onChanged)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), settled_(loop, std::move(onChanged)),
-      watch_(loop, inotify_, POLLIN, [this](int) { handleEvents(); })
+    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), settled_(loop, std::move(onChanged))
 {
+    if (inotify_ >= 0)
+        watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
     watchDirectory();
 }
 
