@@ -15,14 +15,6 @@ using namespace ScreenDriver;
 
 namespace {
 
-const ShownBox CONNECTED("connect to server successfully", "Dialog_Complete.gif", {});
-const ShownBox DISCONNECTED("disconnect from server successfully", "Dialog_Complete.gif", {});
-const ShownBox FAILED("Failed to connect to server", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamatory_Mark.gif", {"OK"});
-const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server", "Dialog_Exclamatory_Mark.gif",
-                         {"OK"});
-const ShownBox DISCONNECT_QUESTION("Disconnect current connection?", "Dialog_Question_Mark.jpg",
-                                   {"OK", "Cancel"});
 const ShownBox RECONNECT_QUESTION("Do you want to re-connect this profile?", "Dialog_Question_Mark.jpg",
                                   {"OK", "Cancel"});
 
