@@ -12,6 +12,8 @@ namespace {
 
 using Profile = ProfileFile::Profile;
 
+constexpr int DISCONNECT_MS = 10000;
+
 // The questions and answers before a list of profiles opens.
 class RepairOffer
 {
@@ -115,7 +117,7 @@ bool RepairOffer::disconnect(const Profile& profile)
 {
     DaemonLink link;
     return link.state() == DaemonLink::Open && link.send(DaemonLink::Disconnect, profile.group) &&
-           link.readAck() == SIPD_ACK_SUCCESS;
+           link.waitForAck(DISCONNECT_MS) && link.readAck() == SIPD_ACK_SUCCESS;
 }
 
 void RepairOffer::tell(const char* icon, const QString& text)

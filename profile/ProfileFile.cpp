@@ -22,7 +22,7 @@ constexpr quint64 MOST_GROUPS_LOOKED_AT = 100000;
 quint64 numberOf(const QString& group)
 {
     bool fits = false;
-    const quint64 number = QStringView(group).sliced(qstrlen("Profile")).toULongLong(&fits);
+    const quint64 number = QStringView(group).sliced(sizeof "Profile" - 1).toULongLong(&fits);
     return fits ? number : std::numeric_limits<quint64>::max();
 }
 

@@ -22,6 +22,11 @@ const QString GROUP_STEM = QStringLiteral("Profile");
 constexpr std::array SWITCH_KEYS = {"AutoConnect", "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
                                     "RemPassword"};
 
+QByteArrayView withoutMark(QByteArrayView text)
+{
+    return text.startsWith(BYTE_ORDER_MARK) ? text.sliced(sizeof BYTE_ORDER_MARK - 1) : text;
+}
+
 bool parses(QByteArrayView bytes)
 {
     const KeyFile keys(g_key_file_new());
@@ -50,17 +55,13 @@ QByteArray mendLine(const QByteArray& line, int number)
 // Mends each line that is neither blank, a comment, a group nor a key of a group.
 Mended mend(QByteArrayView bytes)
 {
-    if (bytes.startsWith(BYTE_ORDER_MARK))
-        bytes = bytes.sliced(qstrlen(BYTE_ORDER_MARK));
     Mended mended;
     bool inGroup = false;
     int number = 0;
-    for (const QByteArray& line : bytes.toByteArray().split('\n')) {
+    for (const QByteArray& line : withoutMark(bytes).toByteArray().split('\n')) {
         ++number;
-        QByteArray good = line;
+        QByteArray good = withoutMark(line).toByteArray();
         good.replace('\0', "");
-        if (good.startsWith(BYTE_ORDER_MARK))
-            good = good.sliced(qstrlen(BYTE_ORDER_MARK));
         if (!parses(good) && !(inGroup && parses("[group]\n" + good)))
             good = mendLine(good, number);
         if (good != line && mended.lines++ == 0)
@@ -72,6 +73,7 @@ Mended mend(QByteArrayView bytes)
     return mended;
 }
 
+// Group names are read as Latin-1 here: UTF-8 would lose a byte order mark, and take the group for another.
 bool isProfileGroup(const QString& group)
 {
     if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
@@ -102,7 +104,7 @@ QList<Section> sectionsOf(const QList<QByteArray>& lines)
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QByteArray line = lines[i].trimmed();
         if (line.startsWith('['))
-            sections.append({i, QString::fromUtf8(line.sliced(1).chopped(1))});
+            sections.append({i, QString::fromLatin1(line.mid(1, line.size() - 2))});
         else if (!sections.isEmpty() && line.left(line.indexOf('=')).trimmed() == DISPLAY_NAME_KEY)
             sections.last().isNamed = true;
     }
@@ -156,7 +158,7 @@ QList<QString> ProfileKeys::numberedGroups() const
     QList<QString> groups;
     const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
     for (gchar** name = names.get(); *name != nullptr; ++name) {
-        const QString group = QString::fromUtf8(*name);
+        const QString group = QString::fromLatin1(*name);
         if (isProfileGroup(group))
             groups += group;
     }

@@ -102,7 +102,7 @@ QByteArray renameGroups(const QByteArray& bytes, const NewNames& newNames, const
     bool isLeftOut = false;
     for (QByteArray line : bytes.split('\n')) {
         if (line.startsWith('[') && line.endsWith(']')) {
-            const QString group = QString::fromUtf8(line.sliced(1).chopped(1));
+            const QString group = QString::fromLatin1(line.sliced(1).chopped(1));
             isLeftOut = leftOut.contains(group);
             if (newNames.contains(group))
                 line = '[' + newNames[group].toUtf8() + ']';
@@ -158,7 +158,8 @@ ProfileRepair repairProfileFile(const QString& path)
     if (ProfileFile(*bytes).findings().isEmpty())
         return {};
 
-    const QByteArray mended = repaired(*bytes);
+    // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
+    const QByteArray mended = repaired(repaired(*bytes));
     if (!ProfileFile(mended).findings().isEmpty())
         return failed(ProfileFile::tr("The settings file is beyond repair."));
     const QByteArray copy = keepCopy(file, *bytes);

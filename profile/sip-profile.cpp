@@ -119,7 +119,7 @@ Outcome run(const Options& options)
     if (command == u"status" && names <= 1)
         return names == 0 ? showStatus() : showStatusOf(name);
     if ((command == u"connect" || command == u"disconnect") && names == 1) {
-        const Outcome outcome =
+        Outcome outcome =
             command == u"connect" ? connectProfile(name, progress) : disconnectProfile(name, progress);
         if (showsProgress)
             clearProgress();

@@ -13,7 +13,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <iterator>
 #include <ostream>
+#include <random>
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
@@ -167,6 +169,12 @@ const Broken FILES[] = {
      {"“A” (Profile0) is not listed.",
       "Line 5 of the settings file cannot be read: the whole file counts as empty."},
      {"A"}},
+    {"KeyThatAFirstGroupMustNotHold",
+     "[Profile1]\nLocked=false\n[Profile7]\nDisplayName=A\nEncoding=latin1\n[ProfileSummary]\nTotalProfile="
+     "1\n",
+     {"There is Profile7, but no Profile0."},
+     {"A"},
+     "\n[Profile0]\nDisplayName=A\n# Encoding=latin1\n\n[ProfileSummary]\nTotalProfile=1\n"},
     {"RandomBytes",
      QByteArray::fromHex("00ff17d8a2c35b5d0a3d0d0a80fe0a5b"),
      {"Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty."},
@@ -234,6 +242,71 @@ TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
         ASSERT_EQ(listed->size(), profiles);
     }
     EXPECT_GT(repaired, good.size() / 2);
+}
+
+// Pieces of files in any order: whatever they make up, the check and the repair agree on it.
+TEST(BrokenFiles, OfPiecesInAnyOrderAreWholeOnceRepaired)
+{
+    const QByteArray pieces[] = {"[ProfileSummary]\n",
+                                 "TotalProfile=",
+                                 "2\n",
+                                 "-1\n",
+                                 "99999999999\n",
+                                 "[Profile0]\n",
+                                 "[Profile1]\n",
+                                 "[Profile2]",
+                                 "[Profile7]\r\n",
+                                 "[Profile18446744073709551616]\n",
+                                 "[",
+                                 "]\n",
+                                 "[]\n",
+                                 "[Profile",
+                                 "\n",
+                                 "DisplayName=",
+                                 "DisplayName=A\n",
+                                 "DisplayName=A (2)\n",
+                                 "DisplayName = \xff\n",
+                                 "DisplayName\n",
+                                 "DisplayName[de]=B\n",
+                                 "DefaultProfile=true\n",
+                                 "Locked=false\n",
+                                 "Server=s\n",
+                                 "UserID=\\u0000\n",
+                                 "[SystemDefault]\n",
+                                 "Profile=Profile1\n",
+                                 "Profile=true\n",
+                                 "# note\n",
+                                 " # [Profile0]\n",
+                                 "=\n",
+                                 "Encoding=latin1\n",
+                                 QByteArray(1, '\0'),
+                                 "\xEF\xBB\xBF",
+                                 "A",
+                                 "\x01"};
+    constexpr int FILES_OF_PIECES = 3000;
+    std::mt19937 random(20);
+    const SettingsDirectory settings;
+    int repaired = 0;
+    for (int i = 0; i < FILES_OF_PIECES; ++i) {
+        QByteArray bytes;
+        for (auto count = random() % 25; count > 0; --count)
+            bytes += pieces[random() % std::size(pieces)];
+        SCOPED_TRACE(bytes.toHex().toStdString() + '\n' + bytes.toStdString());
+        settings.writeFile(bytes);
+        const WarningLog warnings;
+        const bool isGood = ProfileFile(settings.file()).findings().isEmpty();
+        const ProfileRepair repair = repairProfileFile(settings.file());
+        ASSERT_EQ(repair.outcome, isGood ? ProfileRepair::NothingToDo : ProfileRepair::Repaired);
+        repaired += !isGood;
+        const ProfileFile after(settings.file());
+        ASSERT_TRUE(after.findings().isEmpty());
+        const auto listed = boundedListing(settings.file(), 30);
+        ASSERT_TRUE(listed);
+        ASSERT_EQ(listed->size(), after.profiles().size());
+        for (const QString& name : settings.entries())
+            QFile::remove(settings.directory() + "/" + name);
+    }
+    EXPECT_GT(repaired, FILES_OF_PIECES / 2);
 }
 
 class Repair : public SettingsTest

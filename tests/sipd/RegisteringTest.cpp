@@ -510,12 +510,12 @@ TEST_F(Registering, TenThousandTimesLeavesNeitherMemoryNorDescriptorsBehind)
                              : 0;
         return succeeded;
     };
+    const pid_t process = client.daemon();
+    // The stack opens one more once and for all.
+    const auto descriptors = descriptorsOf(process) + 1;
     // What is allocated once and for all is there after some.
     ASSERT_EQ(cycle(500), 500);
-    const pid_t process = client.daemon();
     const long memory = memoryOf(process);
-    EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) <= 16; }));
-    const auto descriptors = descriptorsOf(process);
     EXPECT_EQ(cycle(manyCycles), manyCycles);
     EXPECT_LT(memoryOf(process) - memory, allowedGrowth);
     EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) == descriptors; }))
