@@ -90,10 +90,13 @@ request_route {
         www_challenge("$fd", "0");
         exit;
     }
-    if ($tU == "late" && $hdr(Expires) != "0") {
+    if ($tU =~ "^late-" && $hdr(Expires) != "0") {
         usleep("LATENESS");
     }
     save("location");
+    if ($hdr(Expires) != "0") {
+        xlog("L_WARN", "$tU has registered\n");
+    }
 }
 )";
 
@@ -155,7 +158,7 @@ void Kamailio::writeConfiguration() const
              << "modparam(\"tls\", \"certificate\", " << options_.certificate << ")\n"
              << "modparam(\"tls\", \"private_key\", " << options_.key << ")\n";
     for (const char* module :
-         {"sl", "pv", "textops", "siputils", "auth", "usrloc", "registrar", "cfgutils", "ctl"})
+         {"sl", "pv", "xlog", "textops", "siputils", "auth", "usrloc", "registrar", "cfgutils", "ctl"})
         file << "loadmodule \"" << module << "\"\n";
     file << "modparam(\"ctl\", \"binrpc\", \"" << control() << "\")\n"
          << "modparam(\"usrloc\", \"db_mode\", 0)\n"
@@ -184,6 +187,11 @@ void Kamailio::start()
 void Kamailio::die()
 {
     program_.reset();
+}
+
+bool Kamailio::hasEverRegistered(const std::string& user) const
+{
+    return program_->log().find(user + " has registered\n") != std::string::npos;
 }
 
 std::optional<Kamailio::Registered> Kamailio::registered(const std::string& user) const

@@ -17,7 +17,7 @@
 //   banned    403
 //   broken    500
 //   silent    no answer
-//   late      registers after LATENESS; what ends a registration is carried out at once
+//   late-...  registers after LATENESS; what ends a registration is carried out at once
 //   proxied   asked for its password by 407
 class Kamailio
 {
@@ -59,6 +59,8 @@ public:
     };
     // The user's binding, when there is one. There is never more than one in these tests; two fail the test.
     std::optional<Registered> registered(const std::string& user) const;
+    // Whether it had a binding since the start, if only for a moment.
+    bool hasEverRegistered(const std::string& user) const;
 
 private:
     std::string control() const;
