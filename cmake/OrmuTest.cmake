@@ -19,6 +19,19 @@ if(CMAKE_CROSSCOMPILING)
     list(APPEND ORMU_VALGRIND_LABELS "not emulated: Valgrind knows this machine's instructions alone")
 endif()
 
+# A program of this build as a shell, or any other program of this machine, can start it: what it is told to run
+# for the phone's processor is a script.
+function(ormu_startable variable target)
+    set(${variable} $<TARGET_FILE:${target}> PARENT_SCOPE)
+    if(CMAKE_CROSSCOMPILING)
+        set(script ${PROJECT_BINARY_DIR}/startable/${target})
+        set(${variable} ${script} PARENT_SCOPE)
+        file(GENERATE OUTPUT ${script}
+            CONTENT "#!/bin/sh\nexec ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${target}> \"$@\"\n"
+            FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    endif()
+endfunction()
+
 function(ormu_add_test name)
     cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})

@@ -14,13 +14,13 @@
 #include <sofia-sip/sip_protos.h>
 #include <sofia-sip/sip_tag.h>
 #include <sofia-sip/tport_tag.h>
-#include <sofia-sip/url.h>
-#include <utility>
 
-#include <array>
 #include <cctype>
+#include <cerrno>
 #include <optional>
 #include <string_view>
+#include <strings.h>
+#include <utility>
 
 namespace {
 

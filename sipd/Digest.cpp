@@ -124,10 +124,8 @@ int takeChallenge(auth_client_t* stack, const msg_auth_t* header)
     const bool isKnown = client.nonce != nullptr;
     int result = ignored;
     if (isUsable && (!isKnown || *algorithm >= client.algorithm)) {
-        // A nonce that has been good more than once has run out, whether the server says so or not.
-        const bool isRenewed =
-            !isKnown || *algorithm > client.algorithm || challenge.ac_stale != 0 || client.count > 1;
-        if (isRenewed && (!isKnown || std::strcmp(client.nonce, challenge.ac_nonce) != 0))
+        const bool isStronger = isKnown && *algorithm > client.algorithm;
+        if (!isKnown || isStronger || challenge.ac_stale != 0)
             result = toBeAnswered;
         client.algorithm = *algorithm;
         client.isNamed = challenge.ac_algorithm != nullptr;

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-// Digest authentication for the SIP stack, in the place of the stack's own, which knows MD5 alone, takes no
-// user name with a colon or a quotation mark, and gives up when a server changes its nonce without a word.
-// MD5 and SHA-256 are known, with "-sess" and without; of several challenges the strongest is answered.
+// Digest authentication for the SIP stack, in the place of the stack's own, which knows MD5 alone, and takes
+// no user name or password with a colon and no user name with a quotation mark. MD5 and SHA-256 are known,
+// with "-sess" and without; of several challenges the strongest is answered.
 
 // Once, before the stack makes its first agent.
 void installDigest();

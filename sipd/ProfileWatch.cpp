@@ -20,9 +20,10 @@ constexpr std::chrono::milliseconds settleTime{100};
 } // namespace
 
 ProfileWatch::ProfileWatch(EventLoop& loop, std::function<void()> onChanged)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), settled_(loop, std::move(onChanged)),
-      watch_(loop, inotify_, POLLIN, [this](int) { handleEvents(); })
+    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), settled_(loop, std::move(onChanged))
 {
+    if (inotify_ >= 0)
+        watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
     watchDirectory();
 }
 
@@ -42,14 +43,16 @@ void ProfileWatch::watchDirectory()
 
 void ProfileWatch::handleEvents()
 {
-    alignas(inotify_event) std::array<char, 4096> buffer;
+    std::array<char, 4096> buffer;
     const ssize_t length = read(inotify_, buffer.data(), buffer.size());
     for (ssize_t offset = 0; offset < length;) {
-        const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + offset);
-        offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        if ((event->mask & IN_IGNORED) != 0)
+        inotify_event event = {};
+        std::memcpy(&event, buffer.data() + offset, sizeof(event));
+        const char* name = buffer.data() + offset + sizeof(event);
+        offset += static_cast<ssize_t>(sizeof(event) + event.len);
+        if ((event.mask & IN_IGNORED) != 0)
             watchDirectory(); // The directory was removed; this has made it anew.
-        else if (event->len == 0 || fileName_ != event->name)
+        else if (event.len == 0 || fileName_ != name)
             continue;
         settled_.set(settleTime);
     }

@@ -4,6 +4,7 @@
 #include "EventLoop.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 // Tells when the settings file of the profiles has been replaced, written or removed.
@@ -22,7 +23,7 @@ private:
     std::string fileName_;
     const OwnedFd inotify_;
     Timer settled_;
-    FdWatch watch_;
+    std::optional<FdWatch> watch_;
 };
 
 #endif

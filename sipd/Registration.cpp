@@ -19,6 +19,20 @@ constexpr milliseconds pauseAfterRejection{300'000};
 // No address gets less, while there is time.
 constexpr milliseconds shortestTry{500};
 
+const char* wordsFor(_SIPD_APP_ACK_E reason)
+{
+    switch (reason) {
+    case SIPD_ACK_SERVICE_UNAVAILABLE:
+        return "no service, or no network";
+    case SIPD_ACK_INCORRECT_PROFILE:
+        return "the profile makes no sense, or the server rejects it";
+    case SIPD_ACK_CONNECT_FAILED:
+        return "the server is not reached";
+    default:
+        return "the server refuses";
+    }
+}
+
 } // namespace
 
 Registration::Registration(const SipServices& services, std::string group)
@@ -159,7 +173,7 @@ void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
 
 void Registration::fail(_SIPD_APP_ACK_E reason)
 {
-    ORMU_LOG(ORMU_LEVEL_INFO, "%s is not connected: %d", group_.c_str(), static_cast<int>(reason));
+    ORMU_LOG(ORMU_LEVEL_INFO, "%s is not connected: %s", group_.c_str(), wordsFor(reason));
     dropAttempt();
     if (isKept_ && profile_)
         pauseAfter(reason);
@@ -187,6 +201,8 @@ void Registration::handleTimer()
 
 void Registration::disconnect(Requester* requester)
 {
+    if (disconnecting_.empty())
+        disconnectLimit_.set(disconnectLimit);
     disconnecting_.push_back(requester);
     end();
 }
@@ -197,9 +213,7 @@ void Registration::end()
     profile_.reset();
     dropAttempt();
     answer(connecting_, SIPD_ACK_FAILED);
-    if (isLeaving())
-        disconnectLimit_.set(disconnectLimit);
-    else
+    if (!isLeaving())
         answer(disconnecting_, SIPD_ACK_SUCCESS);
 }
 
@@ -256,10 +270,8 @@ void Registration::reap()
     std::erase_if(former_, [](const auto& binding) { return binding->isGone(); });
     if (phase_ == Phase::Clearing && !isUnregistering())
         resolve();
-    if (!disconnecting_.empty() && !isLeaving()) {
-        disconnectLimit_.stop();
+    if (!disconnecting_.empty() && !isLeaving())
         answer(disconnecting_, SIPD_ACK_SUCCESS);
-    }
 }
 
 bool Registration::isIdle() const

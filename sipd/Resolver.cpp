@@ -171,22 +171,30 @@ Resolver::~Resolver() = default;
 Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
 {
     auto ticket = std::make_shared<Lookup>(std::move(onResolved));
-    {
-        const std::lock_guard lock(shared_->mutex);
-        if (shared_->threads < mostThreads) {
-            ++shared_->threads;
-            std::thread([shared = shared_, lookup = std::weak_ptr(ticket), registrar] {
-                auto addresses = lookUp(registrar);
-                shared->post({lookup, std::move(addresses)});
-                const std::lock_guard end(shared->mutex);
-                --shared->threads;
-            }).detach();
-            return ticket;
-        }
+    if (!startThread(registrar, ticket)) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "%s is not looked up: too many names are", registrar.host.c_str());
+        shared_->post({ticket, {}});
     }
-    ORMU_LOG(ORMU_LEVEL_ERROR, "%s is not looked up: too many names are", registrar.host.c_str());
-    shared_->post({ticket, {}});
     return ticket;
+}
+
+bool Resolver::startThread(const RegistrarAddress& registrar, const Ticket& ticket)
+{
+    const std::lock_guard lock(shared_->mutex);
+    if (shared_->threads >= mostThreads)
+        return false;
+    try {
+        std::thread([shared = shared_, lookup = std::weak_ptr(ticket), registrar] {
+            auto addresses = lookUp(registrar);
+            shared->post({lookup, std::move(addresses)});
+            const std::lock_guard end(shared->mutex);
+            --shared->threads;
+        }).detach();
+    } catch (const std::system_error&) {
+        return false;
+    }
+    ++shared_->threads;
+    return true;
 }
 
 bool Resolver::isBusy() const

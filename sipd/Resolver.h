@@ -36,6 +36,7 @@ public:
 private:
     struct Shared;
 
+    bool startThread(const RegistrarAddress& registrar, const Ticket& ticket);
     void deliver();
 
     const std::shared_ptr<Shared> shared_; // with the threads, which may outlive the rest

@@ -184,7 +184,7 @@ int run(const Options& options)
     }
     if (isLate || resolver.isBusy()) {
         // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
-        ORMU_LOG(ORMU_LEVEL_ERROR, "left without a server's answer");
+        ORMU_LOG(ORMU_LEVEL_ERROR, "left without the answer of a server or of DNS");
         socket.remove();
         std::_Exit(EXIT_SUCCESS);
     }

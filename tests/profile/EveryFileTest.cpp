@@ -27,8 +27,8 @@ const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm
 using Finding = ProfileFile::Finding;
 
 constexpr int MOST_PROFILES = 5;
-#ifdef __SANITIZE_ADDRESS__
-constexpr int MOST_OPERATIONS = 5; // it takes four times as long
+#if defined(__SANITIZE_ADDRESS__) || defined(__arm__)
+constexpr int MOST_OPERATIONS = 5; // it takes four times as long, under emulation twenty times
 #else
 constexpr int MOST_OPERATIONS = 6;
 #endif

@@ -210,6 +210,7 @@ TEST_F(HostileClient, KeepsNobodyOutWhenDescriptorsRunOut)
         std::vector<SipdClient> silent(100);
         for (SipdClient& client : silent)
             ASSERT_TRUE(client.isConnected());
+        EXPECT_TRUE(silent.back().isClosedByDaemon()) << "it is turned away, not left waiting";
     }
     EXPECT_TRUE(waitUntil([] { return SipdClient().introduce() == SIPD_ACK_SUCCESS; }));
 }

@@ -1,19 +1,22 @@
 // Every outcome of connecting, by a real server's answers.
 #include "RealServerTest.h"
 
+#include <ostream>
 #include <tuple>
 
 namespace {
 
 struct Outcome
 {
-    const char* title;
-    const char* user;
-    const char* password;
+    std::string title;
+    std::string user;
+    std::string password;
     _SIPD_APP_ACK_E ack;
+
+    friend void PrintTo(const Outcome& outcome, std::ostream* out) { *out << outcome.title; }
 };
 
-constexpr Outcome OUTCOMES[] = {
+const Outcome OUTCOMES[] = {
     {"ARightPasswordConnects", "anna", "secret", SIPD_ACK_SUCCESS},
     {"ARightPasswordForAProxyConnects", "proxied", "secret", SIPD_ACK_SUCCESS},
     {"AWrongPasswordIsAnIncorrectProfile", "anna", "guess", SIPD_ACK_INCORRECT_PROFILE},
@@ -26,14 +29,14 @@ constexpr Outcome OUTCOMES[] = {
 };
 
 class RealServerOutcome : public RealServerTest,
-                          public testing::WithParamInterface<std::tuple<const char*, Outcome>>
+                          public testing::WithParamInterface<std::tuple<std::string, Outcome>>
 {
 };
 
 std::string titleOf(const testing::TestParamInfo<RealServerOutcome::ParamType>& info)
 {
     const auto& [transport, outcome] = info.param;
-    return std::string(outcome.title) + (std::string(transport) == "udp" ? "OverUdp" : "OverTcp");
+    return outcome.title + (transport == "udp" ? "OverUdp" : "OverTcp");
 }
 
 std::string serverOver(const std::string& transport)
@@ -72,8 +75,7 @@ TEST_P(RealServerOutcome, IsAcknowledged)
     ASSERT_EQ(binding.has_value(), isConnected);
     if (isConnected) {
         EXPECT_EQ(binding->transport, transport);
-        EXPECT_EQ(binding->contact.find(";transport=tcp") != std::string::npos,
-                  std::string(transport) == "tcp")
+        EXPECT_EQ(binding->contact.find(";transport=tcp") != std::string::npos, transport == "tcp")
             << binding->contact;
     }
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
@@ -82,7 +84,8 @@ TEST_P(RealServerOutcome, IsAcknowledged)
 }
 
 INSTANTIATE_TEST_SUITE_P(Real, RealServerOutcome,
-                         testing::Combine(testing::Values("udp", "tcp"), testing::ValuesIn(OUTCOMES)),
+                         testing::Combine(testing::Values<std::string>("udp", "tcp"),
+                                          testing::ValuesIn(OUTCOMES)),
                          titleOf);
 
 TEST_F(RealServerTest, AClosedPortAndANameThatNobodyHasAreNotReached)

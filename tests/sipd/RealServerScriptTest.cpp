@@ -2,9 +2,9 @@
 #include "RealServerTest.h"
 
 #include <QCryptographicHash>
+#include <QRegularExpression>
 
 #include <map>
-#include <regex>
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
@@ -41,14 +41,14 @@ private:
 };
 
 // The parameters of the last Authorization header in the text of messages.
-std::map<std::string, std::string> lastCredentials(const std::string& messages)
+std::map<std::string, std::string> lastCredentials(const QString& messages)
 {
     std::map<std::string, std::string> parameters;
-    const size_t begin = messages.rfind("Authorization: Digest ");
-    const std::string header = messages.substr(begin, messages.find("\r\n", begin) - begin);
-    const std::regex parameter("(\\w+)=\"?([^\",]*)\"?");
-    for (std::sregex_iterator match(header.begin(), header.end(), parameter), end; match != end; ++match)
-        parameters[(*match)[1]] = (*match)[2];
+    const qsizetype begin = messages.lastIndexOf("Authorization: Digest ");
+    const QString header = messages.mid(begin, messages.indexOf("\r\n", begin) - begin);
+    static const QRegularExpression parameter("(\\w+)=\"?([^\",]*)\"?");
+    for (const QRegularExpressionMatch& match : parameter.globalMatch(header))
+        parameters[match.captured(1).toStdString()] = match.captured(2).toStdString();
     return parameters;
 }
 
@@ -95,7 +95,7 @@ TEST_P(RealServerScript, GivesThePasswordBySha256)
     start("sha256");
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(sipp->isPlayed());
-    auto given = lastCredentials(readFile(QString::fromStdString(workplace() / "messages")).toStdString());
+    auto given = lastCredentials(readFile(QString::fromStdString(workplace() / "messages")));
     EXPECT_EQ(given["username"], "anna");
     EXPECT_EQ(given["response"], sha256Response(given));
 }

@@ -266,6 +266,26 @@ TEST_F(Registering, RenewsAProfileThatChanges)
     stopDaemon();
 }
 
+TEST_F(Registering, TakesAChangeInTheMiddleOfAnAttempt)
+{
+    writeProfile("Profile0", profile("anna"));
+    startDaemon();
+    registrar.setAnswer(0);
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+    registrar.setAnswer(std::nullopt);
+    writeProfile("Profile0", profile("bert"));
+    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(client.status("Profile0"), 2U);
+    EXPECT_TRUE(waitUntil([this] {
+        const auto contacts = registrar.contacts();
+        return contacts.size() == 1 && contacts.begin()->starts_with("<sip:bert@");
+    }));
+    stopDaemon();
+}
+
 TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
 {
     TestProfile same = profile();
@@ -368,7 +388,9 @@ TEST_F(Registering, ADisconnectEndsTheConnectOfAnother)
     client.introduce();
     client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
     ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+    const auto start = Clock::now();
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_LT(Clock::now() - start, 3500ms);
     EXPECT_EQ(client.ack(), SIPD_ACK_FAILED);
     EXPECT_EQ(client.status("Profile0"), 0U);
     stopDaemon();
@@ -488,12 +510,12 @@ TEST_F(Registering, TenThousandTimesLeavesNeitherMemoryNorDescriptorsBehind)
                              : 0;
         return succeeded;
     };
+    const pid_t process = client.daemon();
+    // The stack opens one more once and for all.
+    const auto descriptors = descriptorsOf(process) + 1;
     // What is allocated once and for all is there after some.
     ASSERT_EQ(cycle(500), 500);
-    const pid_t process = client.daemon();
     const long memory = memoryOf(process);
-    EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) <= 16; }));
-    const auto descriptors = descriptorsOf(process);
     EXPECT_EQ(cycle(manyCycles), manyCycles);
     EXPECT_LT(memoryOf(process) - memory, allowedGrowth);
     EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) == descriptors; }))

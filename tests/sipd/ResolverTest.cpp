@@ -1,0 +1,200 @@
+// Names and services, the latter with a name server of the test's own.
+
+#include "Resolver.h"
+#include "ChildProcess.h"
+
+#include <arpa/inet.h>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+RegistrarAddress registrar(const std::string& host, uint16_t port = 5070)
+{
+    return *parseRegistrarAddress(host, port);
+}
+
+std::string textOf(const std::vector<ServerAddress>& addresses)
+{
+    std::string text;
+    for (const ServerAddress& address : addresses)
+        text += address.uriHost() + ':' + std::to_string(address.port()) + ' ';
+    return text;
+}
+
+// What the name is resolved to.
+std::string resolved(const RegistrarAddress& address)
+{
+    EventLoop loop;
+    Resolver resolver(loop);
+    std::string result = "nothing yet";
+    const auto ticket = resolver.resolve(
+        address, [&result](const std::vector<ServerAddress>& found) { result = textOf(found); });
+    EXPECT_EQ(result, "nothing yet") << "it may not call at once";
+    while (result == "nothing yet")
+        loop.step();
+    return result;
+}
+
+// A DNS server on port 53 of the loopback. It answers with the records that it has of a name and a type, in
+// the form that they have in a message, and otherwise that there is no such name.
+class NameServer
+{
+public:
+    using Records = std::map<std::pair<std::string, int>, std::vector<std::string>>;
+
+    explicit NameServer(Records records) : records_(std::move(records))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(53);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        isBound_ = bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+        std::thread([this] { serve(); }).detach();
+    }
+    bool isBound() const { return isBound_; }
+
+private:
+    [[noreturn]] void serve() const
+    {
+        for (;;) {
+            std::array<char, 512> query{};
+            sockaddr_in from = {};
+            socklen_t size = sizeof(from);
+            const ssize_t length =
+                recvfrom(fd_, query.data(), query.size(), 0, reinterpret_cast<sockaddr*>(&from), &size);
+            const std::string answer =
+                answerTo({query.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))});
+            sendto(fd_, answer.data(), answer.size(), 0, reinterpret_cast<sockaddr*>(&from), size);
+        }
+    }
+
+    std::string answerTo(const std::string& query) const
+    {
+        constexpr size_t headSize = 12;
+        std::string name;
+        size_t i = headSize;
+        while (i < query.size() && query[i] != '\0') {
+            name += query.substr(i + 1, static_cast<size_t>(query[i])) + '.';
+            i += static_cast<size_t>(query[i]) + 1;
+        }
+        const std::string question = query.substr(headSize, i + 5 - headSize);
+        const auto found = records_.find({name, query[i + 2]});
+        const size_t count = found == records_.end() ? 0 : found->second.size();
+        std::string answer = query.substr(0, 2) + '\x81' + (count == 0 ? '\x83' : '\x80') +
+                             std::string{0, 1, 0, static_cast<char>(count), 0, 0, 0, 0} + question;
+        for (size_t record = 0; record < count; ++record) {
+            const std::string& data = found->second[record];
+            answer += std::string{'\xc0', headSize, 0, query[i + 2], 0, 1, 0, 0, 0, 60, 0} +
+                      static_cast<char>(data.size()) + data;
+        }
+        return answer;
+    }
+
+    const Records records_;
+    const int fd_ = socket(AF_INET, SOCK_DGRAM, 0);
+    bool isBound_ = false;
+};
+
+constexpr int A = 1;
+constexpr int SRV = 33;
+
+std::string service(char priority, char weight, int port, const std::string& label)
+{
+    return std::string{0, priority, 0, weight, static_cast<char>(port >> 8), static_cast<char>(port)} +
+           static_cast<char>(label.size()) + label + '\x07' + "example" + '\0';
+}
+
+// Runs the test in a child that has a network and a name server of its own; 77 where that is not to be had.
+constexpr int notToBeHad = 77;
+int withNameServer(const NameServer::Records& records, const std::function<bool()>& holds)
+{
+    return runInChild([&] {
+        const std::string path = testing::TempDir() + "resolv.conf." + std::to_string(getpid());
+        std::ofstream(path) << "nameserver 127.0.0.1\n";
+        ifreq loopback = {};
+        std::strcpy(loopback.ifr_name, "lo");
+        loopback.ifr_flags = IFF_UP;
+        if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 ||
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(path.c_str(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr) != 0)
+            return notToBeHad;
+        unlink(path.c_str());
+        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+        ioctl(fd, SIOCSIFFLAGS, &loopback);
+        close(fd);
+        static NameServer* const server = new NameServer(records); // its thread stays until the end
+        return server->isBound() && holds() ? 0 : 1;
+    });
+}
+
+} // namespace
+
+TEST(Resolver, KnowsTheNamesOfThisMachine)
+{
+    EXPECT_NE(resolved(registrar("localhost")).find("127.0.0.1:5070 "), std::string::npos);
+}
+
+TEST(Resolver, FindsNoAddressOfANameThatThereIsNot)
+{
+    EXPECT_EQ(resolved(registrar("no-such-name.invalid")), "");
+}
+
+TEST(Resolver, DoesNotCallWhoHasLetGoOfHisTicket)
+{
+    EventLoop loop;
+    Resolver resolver(loop);
+    bool isCalled = false;
+    auto dropped =
+        resolver.resolve(registrar("localhost"), [&](const std::vector<ServerAddress>&) { isCalled = true; });
+    dropped.reset();
+    bool isDone = false;
+    const auto kept =
+        resolver.resolve(registrar("localhost"), [&](const std::vector<ServerAddress>&) { isDone = true; });
+    while (!isDone || resolver.isBusy())
+        loop.step();
+    EXPECT_FALSE(isCalled);
+}
+
+TEST(Resolver, GoesToTheServersThatADomainNamesBestFirst)
+{
+    const NameServer::Records records = {
+        {{"_sip._udp.example.", SRV},
+         {service(20, 0, 5063, "c"), service(10, 1, 5062, "b"), service(10, 9, 5061, "a")}},
+        {{"_sip._tcp.example.", SRV}, {service(0, 0, 5081, "a")}},
+        {{"_sips._tcp.example.", SRV}, {service(0, 0, 5091, "b")}},
+        {{"a.example.", A}, {std::string{10, 0, 0, 1}}},
+        {{"b.example.", A}, {std::string{10, 0, 0, 2}, std::string{10, 0, 0, 3}}},
+        {{"c.example.", A}, {std::string{10, 0, 0, 4}}},
+        {{"sip.example.", A}, {std::string{10, 0, 0, 9}}},
+        {{"example.", A}, {std::string{10, 0, 0, 8}}}};
+    const int outcome = withNameServer(records, [] {
+        // A domain, which has a dot.
+        EXPECT_EQ(resolved(registrar("example.", 5060)),
+                  "10.0.0.1:5061 10.0.0.2:5062 10.0.0.3:5062 10.0.0.4:5063 ");
+        EXPECT_EQ(resolved(registrar("example.;transport=tcp", 5060)), "10.0.0.1:5081 ");
+        EXPECT_EQ(resolved(registrar("example.;transport=tls", 5060)), "10.0.0.2:5091 10.0.0.3:5091 ");
+        EXPECT_EQ(resolved(registrar("example.", 5070)), "10.0.0.8:5070 ") << "a port that somebody chose";
+        EXPECT_EQ(resolved(registrar("example.:5060", 5070)), "10.0.0.8:5060 ");
+        EXPECT_EQ(resolved(registrar("sip.example", 5060)), "10.0.0.9:5060 ") << "it names no servers";
+        EXPECT_EQ(resolved(registrar("other.example", 5060)), "");
+        return !testing::Test::HasFailure();
+    });
+    if (outcome == notToBeHad)
+        GTEST_SKIP() << "a network of one's own is not to be had";
+    EXPECT_EQ(outcome, 0);
+}

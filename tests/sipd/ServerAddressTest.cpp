@@ -1,0 +1,57 @@
+#include "ServerAddress.h"
+#include "ChildProcess.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+// In a network of its own, which has nothing but a loopback that is up.
+int withoutNetwork(const std::function<bool()>& holds)
+{
+    return runInChild([&holds] {
+        constexpr int notToBeHad = 2;
+        ifreq loopback = {};
+        std::strcpy(loopback.ifr_name, "lo");
+        loopback.ifr_flags = IFF_UP;
+        if (unshare(CLONE_NEWNET) != 0)
+            return notToBeHad;
+        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+        const bool isUp = ioctl(fd, SIOCSIFFLAGS, &loopback) == 0;
+        close(fd);
+        return isUp && holds() ? 0 : 1;
+    });
+}
+
+} // namespace
+
+TEST(ServerAddress, IsParsedFromDigitsOnly)
+{
+    EXPECT_EQ(ServerAddress::parse("192.0.2.1", 5070)->uriHost(), "192.0.2.1");
+    EXPECT_EQ(ServerAddress::parse("2001:db8::1", 5070)->uriHost(), "[2001:db8::1]");
+    EXPECT_EQ(ServerAddress::parse("2001:db8::1", 5070)->port(), 5070);
+    EXPECT_EQ(ServerAddress::parse("192.0.2.1", 65535)->port(), 65535);
+    EXPECT_FALSE(ServerAddress::parse("localhost", 5070));
+    EXPECT_FALSE(ServerAddress::parse("[::1]", 5070));
+}
+
+TEST(ServerAddress, KnowsTheWayThere)
+{
+    EXPECT_EQ(ServerAddress::parse("127.0.0.1", 5070)->localUriHost(), "127.0.0.1");
+}
+
+TEST(ServerAddress, KnowsThatThereIsNoWayWithoutANetwork)
+{
+    const int outcome = withoutNetwork([] {
+        return !isAnyNetworkUp() && ServerAddress::parse("192.0.2.1", 5070)->localUriHost().empty() &&
+               errno == ENETUNREACH && ServerAddress::parse("127.0.0.1", 5070)->localUriHost() == "127.0.0.1";
+    });
+    if (outcome == 2)
+        GTEST_SKIP() << "a network of one's own is not to be had";
+    EXPECT_EQ(outcome, 0);
+}
