@@ -1,7 +1,7 @@
 # The daemon with real SIP servers, each started by its test on ports of its own.
 find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin REQUIRED)
 find_program(ORMU_SIPP sipp REQUIRED)
-set(not_emulated NOT_EMULATED * "the SIP servers are this machine's")
+ormu_startable(demo_registrar_program demo-registrar)
 
 add_library(real_servers STATIC
     RealServerKamailio.cpp RealServerKamailio.h
@@ -15,17 +15,16 @@ target_link_libraries(real_servers PUBLIC sipd_test_support)
 ormu_add_test(real_server_test DAEMON_SOCKET
     SOURCES RealServerTest.cpp RealServerTest.h
         RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
-    LIBRARIES real_servers LABELS sipd ${not_emulated})
+    LIBRARIES real_servers LABELS sipd)
 target_compile_definitions(real_server_test PRIVATE
     SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp")
 
 set(screens ${PROJECT_SOURCE_DIR}/tests/ui)
 ormu_add_test(end_to_end_test QT DAEMON_SOCKET
     SOURCES EndToEndTest.cpp ${screens}/SetupScreensTest.cpp ${screens}/SetupScreensTest.h
-    LIBRARIES real_servers ormusipsetup_internals LABELS sipd ${not_emulated})
+    LIBRARIES real_servers ormusipsetup_internals LABELS sipd)
 target_include_directories(end_to_end_test PRIVATE ${screens})
 
-ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET
-    ${not_emulated})
-target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="$<TARGET_FILE:demo-registrar>")
+ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET)
+target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="${demo_registrar_program}")
 add_dependencies(demo_registrar_test demo-registrar)
