@@ -52,7 +52,7 @@ public:
     explicit ProfileFile(const QByteArray& bytes);
 
     // Each profile of the file once, by the numbers of their groups, those that the store does not list as
-    // well.
+    // well; of several groups of one number the last.
     const QList<Profile>& profiles() const { return profiles_; }
     // In the order of Finding::Kind; empty when there is nothing wrong.
     const QList<Finding>& findings() const { return findings_; }

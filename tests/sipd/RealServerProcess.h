@@ -23,7 +23,6 @@ public:
     LoggedProgram(const LoggedProgram&) = delete;
     LoggedProgram& operator=(const LoggedProgram&) = delete;
 
-    pid_t pid() const { return pid_; }
     bool isRunning();
     void signal(int number) const;
     // Ends it and what it started, at once.
