@@ -1,5 +1,5 @@
 # ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET] [VALGRIND [FILTER pattern]]
-#               [NOT_EMULATED pattern reason])
+#               [NOT_EMULATED pattern reason...])
 #
 # A GoogleTest program, each of its tests known to CTest by its own name.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
@@ -44,11 +44,11 @@ function(ormu_add_test name)
         list(APPEND discovery RESOURCE_LOCK daemon_socket)
     endif()
     set(left_out "")
-    if(CMAKE_CROSSCOMPILING AND ARG_NOT_EMULATED)
-        list(GET ARG_NOT_EMULATED 0 left_out)
-        list(GET ARG_NOT_EMULATED 1 reason)
-        gtest_discover_tests(${name} TEST_FILTER "${left_out}" ${discovery} LABELS "not emulated: ${reason}")
-    endif()
+    while(CMAKE_CROSSCOMPILING AND ARG_NOT_EMULATED)
+        list(POP_FRONT ARG_NOT_EMULATED pattern reason)
+        gtest_discover_tests(${name} TEST_FILTER "${pattern}" ${discovery} LABELS "not emulated: ${reason}")
+        string(APPEND left_out "${pattern}:")
+    endwhile()
     if(ARG_LABELS)
         list(APPEND discovery LABELS "${ARG_LABELS}")
     endif()
