@@ -14,7 +14,7 @@ namespace {
 std::vector<std::string> commandOf(const std::string& logFile, const std::vector<std::string>& options,
                                    const std::vector<std::string>& wrapper)
 {
-    std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec \"$@\" 2>>\"$log\"", "sh",
+    std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec $SIPD_UNDER \"$@\" 2>>\"$log\"", "sh",
                                         logFile};
     command.insert(command.end(), wrapper.begin(), wrapper.end());
     command.emplace_back(SIPD);

@@ -609,6 +609,16 @@ TEST_F(ProfileStore, DeletingAProfileThatWasFoundTwiceRemovesBothNames)
     EXPECT_EQ(valueOf(file(), "Profile3", "DisplayName"), "D");
 }
 
+TEST_F(ProfileStore, OnceADoubleIsDeletedANewProfileAnswersWithTheRecordOfTheOther)
+{
+    writeFile(summary(3) + group(0, "A") + group(2, "C") + group(3, "D"));
+    store().deleteProfile("C");
+    addProfile("X");
+    EXPECT_EQ(names(), QStringList({"A", "X"}));
+    EXPECT_EQ(recordOf("X").displayName, "C");
+    EXPECT_EQ(valueOf(file(), "Profile1", "DisplayName"), "X");
+}
+
 TEST_F(ProfileStore, SurvivesListsThatDoublesHavePutOutOfStep)
 {
     // Two profiles of one name, and one that is found three times.

@@ -125,6 +125,25 @@ TEST(ListBox, TakesALongPressForTheRightButtonAndNotForAClick)
     EXPECT_EQ(clicked.size(), 0);
 }
 
+TEST(ListBox, TakesNoPressThatMovesForALongOne)
+{
+    const ListScreen screen("%I%T");
+    const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
+    const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
+    QWidget* viewport = screen.list->viewport();
+    QWindow* window = viewport->window()->windowHandle();
+    const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));
+    const QPoint alongTheRow(QApplication::startDragDistance(), 0);
+    bool over = false;
+    QTimer::singleShot(QListBox::LONG_PRESS_MS + 50, [&over] { over = true; });
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
+    QTest::mouseMove(window, place + alongTheRow);
+    EXPECT_TRUE(waitFor([&over] { return over; }));
+    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place + alongTheRow);
+    EXPECT_EQ(right.size(), 0);
+    EXPECT_EQ(clicked.size(), 1);
+}
+
 TEST(ListBox, TakesTheMenuKeyForTheRightButtonOnTheCurrentRow)
 {
     const ListScreen screen("%I%T");
