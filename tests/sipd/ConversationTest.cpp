@@ -19,7 +19,6 @@ protected:
         SipdTest::SetUp();
         startDaemon();
     }
-    void TearDown() override { stopDaemon(); }
 };
 
 std::string bytesOf(const std::string& name)

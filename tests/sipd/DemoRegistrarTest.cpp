@@ -97,6 +97,7 @@ TEST_F(DemoRegistrar, TellsOfABindingThatIsNotRenewed)
     EXPECT_EQ(connect("anna"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(waitUntil([this] { return says("anna renewed at"); }));
     daemon().signal(SIGKILL);
+    EXPECT_EQ(daemon().wait(), -SIGKILL);
     EXPECT_TRUE(waitUntil([this] { return says("anna expired at"); }));
 }
 

@@ -20,20 +20,11 @@ protected:
     void TearDown() override
     {
         EXPECT_EQ(statusOf("Profile0"), 0U);
-        stopDaemon();
+        SipdTest::TearDown();
     }
 
-    // Of the daemon, in kilobytes.
-    static long memoryInUse()
-    {
-        std::ifstream status("/proc/" + std::to_string(SipdClient().daemon()) + "/status");
-        for (std::string line; std::getline(status, line);) {
-            if (line.starts_with("VmRSS:"))
-                return std::stol(line.substr(6));
-        }
-        ADD_FAILURE() << "no such process";
-        return 0;
-    }
+    // Of the daemon.
+    static long memoryInUse() { return memoryOf(SipdClient().daemon()); }
 
     static SipdClient admitted()
     {

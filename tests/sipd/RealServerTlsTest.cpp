@@ -85,7 +85,13 @@ protected:
         server.start();
         return server;
     }
-    void startTrustingDaemon() { startDaemon({"--ca-file", (workplace() / "authority.pem").string()}); }
+    void startTrustingDaemon()
+    {
+        // LeakSanitizer, if the daemon has it, looks for what is known of the stack in whole call stacks.
+        startDaemon({"--ca-file", (workplace() / "authority.pem").string()},
+                    {"/usr/bin/env", "ASAN_OPTIONS=fast_unwind_on_malloc=0:quarantine_size_mb=1",
+                     "LSAN_OPTIONS=print_suppressions=0:suppressions=" LEAK_SUPPRESSIONS});
+    }
 
     std::list<Kamailio> servers;
 };
@@ -106,6 +112,26 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
         EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
         EXPECT_FALSE(server.registered("anna"));
     }
+}
+
+TEST_F(RealServerTls, LeavesNoMemoryBehind)
+{
+    certificateOf("good").make("../authority", GOOD_NAMES);
+    Kamailio& server = startServer("good");
+    startTrustingDaemon();
+    writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", server.tlsPort()));
+    SipdClient client;
+    client.introduce();
+    const auto cycle = [&client](int count) {
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, "Profile0"), SIPD_ACK_SUCCESS);
+            EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, "Profile0"), SIPD_ACK_SUCCESS);
+        }
+    };
+    cycle(10);
+    const long before = memoryOf(client.daemon());
+    cycle(50);
+    EXPECT_LT(memoryOf(client.daemon()) - before, 1024);
 }
 
 TEST_F(RealServerTls, DoesNotTrustABadCertificateNorAPlainConnection)

@@ -17,13 +17,12 @@ ormu_add_test(real_server_test DAEMON_SOCKET
         RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers LABELS sipd)
 target_compile_definitions(real_server_test PRIVATE
-    SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp")
+    SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp"
+    LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp")
 
-set(screens ${PROJECT_SOURCE_DIR}/tests/ui)
 ormu_add_test(end_to_end_test QT DAEMON_SOCKET
-    SOURCES EndToEndTest.cpp ${screens}/SetupScreensTest.cpp ${screens}/SetupScreensTest.h
-    LIBRARIES real_servers ormusipsetup_internals LABELS sipd)
-target_include_directories(end_to_end_test PRIVATE ${screens})
+    SOURCES EndToEndTest.cpp
+    LIBRARIES real_servers setup_screens_fixture LABELS sipd)
 
 ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET)
 target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="${demo_registrar_program}")

@@ -58,7 +58,6 @@ TEST_F(Registering, MakesABindingAndTakesItBack)
     EXPECT_EQ(statusOf("Profile0"), 0U);
     EXPECT_EQ(registrar.contacts().size(), 0U);
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS) << "though it was not connected";
-    stopDaemon();
 }
 
 TEST_F(Registering, TellsWhyItFailed)
@@ -78,7 +77,6 @@ TEST_F(Registering, TellsWhyItFailed)
         EXPECT_EQ(connectProfile("Profile0"), ack) << status;
         EXPECT_EQ(statusOf("Profile0"), 0U) << status;
     }
-    stopDaemon();
 }
 
 TEST_F(Registering, FailsAtProfilesThatMakeNoSense)
@@ -93,7 +91,6 @@ TEST_F(Registering, FailsAtProfilesThatMakeNoSense)
     startDaemon();
     for (int i = 0; i < 8; ++i)
         EXPECT_EQ(connectProfile("Profile" + std::to_string(i)), SIPD_ACK_INCORRECT_PROFILE) << i;
-    stopDaemon();
 }
 
 TEST_F(Registering, GivesUpOnASilentServerAfterEightSeconds)
@@ -106,7 +103,6 @@ TEST_F(Registering, GivesUpOnASilentServerAfterEightSeconds)
     EXPECT_GE(Clock::now() - start, 7500ms);
     EXPECT_LT(Clock::now() - start, 9s);
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, TellsThatThePhoneHasNoNetwork)
@@ -119,7 +115,6 @@ TEST_F(Registering, TellsThatThePhoneHasNoNetwork)
     startDaemon({}, {"/usr/bin/unshare", "-n"});
     for (const char* group : {"Profile0", "Profile1", "Profile2"})
         EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
-    stopDaemon();
 }
 
 TEST_F(Registering, AuthenticatesWithAnyUserNameAndPassword)
@@ -146,7 +141,6 @@ TEST_F(Registering, AuthenticatesWithAnyUserNameAndPassword)
         writeProfile("Profile0", {.port = registrar.port(), .user = user, .password = password + '.'});
         EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE) << user << ' ' << password;
     }
-    stopDaemon();
 }
 
 TEST_F(Registering, AnswersTheStrongestChallengeThatItKnows)
@@ -161,7 +155,6 @@ TEST_F(Registering, AnswersTheStrongestChallengeThatItKnows)
     }
     registrar.setAccount({"anna", "secret", {"SHA-512-256"}});
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_FAILED);
-    stopDaemon();
 }
 
 TEST_F(Registering, StaysRegisteredWhereANonceRunsOutWithoutAWord)
@@ -192,7 +185,6 @@ TEST_F(Registering, ConnectsAtTheStartWhatIsToBeConnectedThen)
     EXPECT_EQ(statusOf("Profile0"), 0U);
     EXPECT_EQ(disconnectProfile("Profile1"), SIPD_ACK_SUCCESS);
     EXPECT_EQ(statusOf("Profile1"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, TriesAgainAfterGrowingPausesUntilTheServerIsThere)
@@ -208,7 +200,6 @@ TEST_F(Registering, TriesAgainAfterGrowingPausesUntilTheServerIsThere)
     EXPECT_EQ(statusOf("Profile0"), 0U);
     registrar.setAnswer(std::nullopt);
     EXPECT_TRUE(waitForStatus("Profile0", 2));
-    stopDaemon();
 }
 
 TEST_F(Registering, SaysNotConnectedWhenARefreshFailsAndGoesOnTrying)
@@ -221,7 +212,6 @@ TEST_F(Registering, SaysNotConnectedWhenARefreshFailsAndGoesOnTrying)
     registrar.setAnswer(std::nullopt);
     EXPECT_TRUE(waitForStatus("Profile0", 2));
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    stopDaemon();
 }
 
 TEST_F(Registering, AProfileThatAClientConnectedInVainIsNotTriedAgain)
@@ -234,7 +224,6 @@ TEST_F(Registering, AProfileThatAClientConnectedInVainIsNotTriedAgain)
     registrar.setAnswer(std::nullopt);
     EXPECT_FALSE(waitUntil([&] { return registrar.requests().size() > count; }, 1500ms));
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, RegistersAfreshWithTheFilesPresentValues)
@@ -249,7 +238,6 @@ TEST_F(Registering, RegistersAfreshWithTheFilesPresentValues)
     registrar.setAnswer(403);
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, RenewsAProfileThatChanges)
@@ -263,7 +251,6 @@ TEST_F(Registering, RenewsAProfileThatChanges)
         return contacts.size() == 1 && contacts.begin()->starts_with("<sip:bert@");
     }));
     EXPECT_TRUE(waitForStatus("Profile0", 2));
-    stopDaemon();
 }
 
 TEST_F(Registering, TakesAChangeInTheMiddleOfAnAttempt)
@@ -283,7 +270,6 @@ TEST_F(Registering, TakesAChangeInTheMiddleOfAnAttempt)
         const auto contacts = registrar.contacts();
         return contacts.size() == 1 && contacts.begin()->starts_with("<sip:bert@");
     }));
-    stopDaemon();
 }
 
 TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
@@ -298,7 +284,6 @@ TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
     writeProfile("Profile1", profile("bert"));
     EXPECT_FALSE(waitUntil([&] { return registrar.requests().size() > count; }, 500ms));
     EXPECT_EQ(statusOf("Profile0"), 2U);
-    stopDaemon();
 }
 
 TEST_F(Registering, EndsTheRegistrationOfADeletedProfile)
@@ -317,7 +302,6 @@ TEST_F(Registering, EndsTheRegistrationOfADeletedProfile)
     std::filesystem::remove(file().toStdString());
     EXPECT_TRUE(waitForStatus("Profile1", 0));
     EXPECT_EQ(registrar.contacts().size(), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
@@ -333,7 +317,6 @@ TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
     automatic.password = "right";
     writeProfile("Profile0", automatic);
     EXPECT_TRUE(waitForStatus("Profile0", 2));
-    stopDaemon();
 }
 
 TEST_F(Registering, AClientThatGoesAwayCancelsItsConnect)
@@ -355,7 +338,6 @@ TEST_F(Registering, AClientThatGoesAwayCancelsItsConnect)
         return requests.back().expires == 0 && registrar.contacts().empty();
     }));
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, AClientThatGoesAwayLeavesTheOthersTheirConnect)
@@ -376,7 +358,6 @@ TEST_F(Registering, AClientThatGoesAwayLeavesTheOthersTheirConnect)
     registrar.release();
     EXPECT_EQ(stays.ack(), SIPD_ACK_SUCCESS);
     EXPECT_EQ(registrar.contacts().size(), 1U);
-    stopDaemon();
 }
 
 TEST_F(Registering, ADisconnectEndsTheConnectOfAnother)
@@ -393,7 +374,6 @@ TEST_F(Registering, ADisconnectEndsTheConnectOfAnother)
     EXPECT_LT(Clock::now() - start, 3500ms);
     EXPECT_EQ(client.ack(), SIPD_ACK_FAILED);
     EXPECT_EQ(client.status("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(Registering, DisconnectsWithinThreeSecondsWhenTheServerIsSilent)
@@ -410,7 +390,6 @@ TEST_F(Registering, DisconnectsWithinThreeSecondsWhenTheServerIsSilent)
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
     EXPECT_GE(Clock::now() - start, 2900ms);
     EXPECT_LT(Clock::now() - start, 3500ms);
-    stopDaemon();
 }
 
 namespace {
@@ -449,7 +428,6 @@ TEST_F(Registering, TakesNoCallsAndNoMessages)
         EXPECT_EQ(answerTo(method, contact), "SIP/2.0 405 ") << method;
     EXPECT_EQ(answerTo("OPTIONS", contact), "SIP/2.0 200 ");
     EXPECT_EQ(statusOf("Profile0"), 2U);
-    stopDaemon();
 }
 
 TEST_F(Registering, NeverTouchesTheSettingsFile)
@@ -465,15 +443,6 @@ TEST_F(Registering, NeverTouchesTheSettingsFile)
 }
 
 namespace {
-
-long memoryOf(pid_t process)
-{
-    std::ifstream statm("/proc/" + std::to_string(process) + "/statm");
-    long total = 0;
-    long resident = 0;
-    statm >> total >> resident;
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
 
 std::ptrdiff_t descriptorsOf(pid_t process)
 {
@@ -520,35 +489,4 @@ TEST_F(Registering, TenThousandTimesLeavesNeitherMemoryNorDescriptorsBehind)
     EXPECT_LT(memoryOf(process) - memory, allowedGrowth);
     EXPECT_TRUE(waitUntil([&] { return descriptorsOf(process) == descriptors; }))
         << descriptorsOf(process) << " after " << descriptors;
-    stopDaemon();
 }
-
-#ifdef VALGRIND
-TEST_F(Registering, IsCleanUnderMemcheck)
-{
-    registrar.setAccount({"anna", "secret"});
-    writeProfile("Profile0", profile());
-    writeProfile("Profile1", {.server = "localhost;transport=tcp", .port = 1});
-    startDaemon({}, {VALGRIND, "--quiet", "--error-exitcode=99", "--leak-check=full", "--num-callers=30",
-                     "--show-leak-kinds=definite", "--errors-for-leak-kinds=definite",
-                     "--suppressions=" VALGRIND_SUPPRESSIONS});
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-        EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_CONNECT_FAILED);
-        EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_INCORRECT_PROFILE);
-        EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    }
-    registrar.setAnswer(403);
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
-    registrar.setAnswer(std::nullopt);
-    SipdClient leaver;
-    leaver.introduce();
-    leaver.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
-    leaver.close();
-    SipdClient liar;
-    liar.send(encodeHead(0xffffffff, 3, 0));
-    EXPECT_TRUE(liar.isClosedByDaemon());
-    writeProfile("Profile0", profile("bert"));
-    stopDaemon();
-}
-#endif

@@ -4,9 +4,12 @@
 #include "SETUP_SIP_Agent.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -14,9 +17,13 @@ namespace {
 std::vector<std::string> commandOf(const std::string& logFile, const std::vector<std::string>& options,
                                    const std::vector<std::string>& wrapper)
 {
-    std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec $SIPD_UNDER \"$@\" 2>>\"$log\"", "sh",
+    std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec \"$@\" 2>>\"$log\"", "sh",
                                         logFile};
     command.insert(command.end(), wrapper.begin(), wrapper.end());
+    if (const char* under = std::getenv("SIPD_UNDER")) {
+        std::istringstream words(under);
+        command.insert(command.end(), std::istream_iterator<std::string>(words), {});
+    }
     command.emplace_back(SIPD);
     command.insert(command.end(), options.begin(), options.end());
     return command;
@@ -38,6 +45,14 @@ SipdProcess::SipdProcess(const std::string& logFile, std::vector<std::string> op
     EXPECT_EQ(program_.readLine(), "listening on " SIPD_SOCKET_PATH) << log();
 }
 
+SipdProcess::~SipdProcess()
+{
+    if (!program_.isRunning())
+        return;
+    signal(SIGTERM);
+    EXPECT_EQ(wait(), 0) << log();
+}
+
 std::string SipdProcess::log() const
 {
     std::ifstream stream(logFile_, std::ios::binary);
@@ -49,6 +64,11 @@ void SipdTest::SetUp()
     ASSERT_EQ(claim_.problem(), "") << "this test needs the daemon's socket for itself";
 }
 
+void SipdTest::TearDown()
+{
+    stopDaemon();
+}
+
 void SipdTest::startDaemon(const std::vector<std::string>& options, const std::vector<std::string>& wrapper)
 {
     daemon_ = std::make_unique<SipdProcess>(logFile(), options, wrapper);
@@ -56,8 +76,6 @@ void SipdTest::startDaemon(const std::vector<std::string>& options, const std::v
 
 void SipdTest::stopDaemon()
 {
-    daemon_->signal(SIGTERM);
-    EXPECT_EQ(daemon_->wait(), 0) << daemon_->log();
     daemon_.reset();
 }
 
@@ -97,6 +115,16 @@ uint32_t SipdTest::statusOf(const std::string& group)
     SipdClient client;
     client.introduce();
     return client.status(group);
+}
+
+long memoryOf(pid_t process)
+{
+    std::ifstream statm("/proc/" + std::to_string(process) + "/statm");
+    long total = 0;
+    long resident = 0;
+    statm >> total >> resident;
+    EXPECT_GT(resident, 0) << "no such process";
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience)

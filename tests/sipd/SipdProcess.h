@@ -23,13 +23,16 @@ struct TestProfile
     std::string displayName = "Home";
 };
 
-// A running daemon of the built program, with its log.
+// A running daemon of the built program, with its log. The environment variable SIPD_UNDER may hold a command
+// to run it by, Memcheck's for one.
 class SipdProcess
 {
 public:
-    // wrapper: a command to run it by, valgrind for one. Fails the test unless the daemon gets ready.
+    // wrapper: a command to run it by. Fails the test unless the daemon gets ready.
     SipdProcess(const std::string& logFile, std::vector<std::string> options,
                 std::vector<std::string> wrapper = {});
+    // Ends it by SIGTERM if it is still there; fails the test unless it ends well.
+    ~SipdProcess();
 
     void signal(int number) const { program_.signal(number); }
     // Its exit status, or minus the signal that killed it.
@@ -46,10 +49,11 @@ class SipdTest : public SettingsTest
 {
 protected:
     void SetUp() override;
+    void TearDown() override; // stops the daemon
 
     void startDaemon(const std::vector<std::string>& options = {},
                      const std::vector<std::string>& wrapper = {});
-    // By SIGTERM; fails the test unless it ends well.
+    // Fails the test unless it ends well.
     void stopDaemon();
     SipdProcess& daemon() { return *daemon_; }
     std::string logFile() const { return directory().toStdString() + "/sipd.log"; }
@@ -65,6 +69,9 @@ private:
     DaemonSocketClaim claim_;
     std::unique_ptr<SipdProcess> daemon_;
 };
+
+// The memory that a process has, in kilobytes.
+long memoryOf(pid_t process);
 
 // Waits until the condition holds; false when it does not in time.
 bool waitUntil(const std::function<bool()>& condition,

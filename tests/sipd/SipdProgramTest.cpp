@@ -85,7 +85,6 @@ TEST_F(SipdProgram, ASecondOneSaysSoAndEnds)
     EXPECT_EQ(outcomeOf({}),
               std::pair(std::string("sipd: a daemon is already listening on " SIPD_SOCKET_PATH "\n"), 1));
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(SipdProgram, OfManyThatStartAtOnceOneListens)
@@ -112,7 +111,6 @@ TEST_F(SipdProgram, ReplacesASocketThatNobodyListensOn)
     ASSERT_TRUE(isThere());
     startDaemon();
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(SipdProgram, ReplacesTheSocketOfOneThatWasKilled)
@@ -123,7 +121,6 @@ TEST_F(SipdProgram, ReplacesTheSocketOfOneThatWasKilled)
     ASSERT_TRUE(isThere());
     startDaemon();
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(SipdProgram, LeavesAFileInTheSocketsPlaceAlone)
@@ -176,7 +173,6 @@ TEST_F(SipdProgram, IgnoresAHandOverToAnotherProcess)
 {
     startDaemon({}, {"/usr/bin/env", "LISTEN_PID=1", "LISTEN_FDS=1"});
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    stopDaemon();
 }
 
 TEST_F(SipdProgram, RefusesAnotherUsersProcess)

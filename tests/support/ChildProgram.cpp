@@ -28,7 +28,7 @@ ChildProgram::ChildProgram(const std::vector<std::string>& command)
 
 ChildProgram::~ChildProgram()
 {
-    if (child > 0) {
+    if (isRunning()) {
         signal(SIGKILL);
         wait();
     }

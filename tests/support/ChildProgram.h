@@ -20,6 +20,7 @@ public:
     std::string readLine();
     // Blocks until it has closed its output, and returns the rest.
     std::string readRest();
+    bool isRunning() const { return child > 0; } // or has ended without wait() yet
     void signal(int number) const;
     // Blocks until it has ended: its exit status, or minus the signal that killed it.
     int wait();
