@@ -27,7 +27,7 @@ function(ormu_startable variable target)
         set(script ${PROJECT_BINARY_DIR}/startable/${target})
         set(${variable} ${script} PARENT_SCOPE)
         file(GENERATE OUTPUT ${script}
-            CONTENT "#!/bin/sh\nexec ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${target}> \"$@\"\n"
+            CONTENT "#!/bin/sh\nexec '${CMAKE_CROSSCOMPILING_EMULATOR}' '$<TARGET_FILE:${target}>' \"$@\"\n"
             FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
     endif()
 endfunction()

@@ -1,6 +1,5 @@
-/* Preloaded into the phone when it is a VNC screen: Qt's VNC server has no setting for its address and would
- * listen to the whole network, without a password. What asks for every address of this machine gets the
- * loopback alone. */
+/* In the phone, for its VNC screen: Qt's VNC server has no setting for its address and would listen to the
+ * whole network, without a password. What asks for every address of this machine gets the loopback alone. */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
 #include <dlfcn.h>

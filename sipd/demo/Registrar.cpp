@@ -164,9 +164,9 @@ Registrar::Proof Registrar::proofOf(const sip_t* request, const Account& account
     const std::unique_ptr<su_home_t, decltype(&su_home_deinit)> cleanup(&home, su_home_deinit);
     if (su_home_init(&home) != 0 || auth_digest_response_get(&home, &given, credentials->au_params) <= 0)
         return Proof::None;
-    if (given.ar_nonce != nonce_)
+    if (given.ar_nonce == nullptr || given.ar_nonce != nonce_)
         return Proof::Stale;
-    if (given.ar_username != account.user || given.ar_realm == nullptr ||
+    if (given.ar_username == nullptr || given.ar_username != account.user || given.ar_realm == nullptr ||
         std::strcmp(given.ar_realm, REALM) != 0)
         return Proof::Wrong;
     auth_hexmd5_t secret = "";

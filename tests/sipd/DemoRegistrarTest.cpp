@@ -5,11 +5,16 @@
 
 #include <gmock/gmock.h>
 
+#include <arpa/inet.h>
 #include <csignal>
 #include <memory>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -40,12 +45,40 @@ protected:
         return connectProfile("Profile0");
     }
 
+    // The registrar's answer to a REGISTER for anna with these credentials.
+    std::string answerTo(const std::string& credentials) const
+    {
+        const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const sockaddr_in address = {.sin_family = AF_INET,
+                                     .sin_port = htons(static_cast<uint16_t>(port)),
+                                     .sin_addr = {htonl(INADDR_LOOPBACK)},
+                                     .sin_zero = {}};
+        EXPECT_EQ(::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        const std::string request = "REGISTER sip:127.0.0.1 SIP/2.0\r\n"
+                                    "Via: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" +
+                                    std::to_string(++branches) +
+                                    "\r\n"
+                                    "From: <sip:anna@127.0.0.1>;tag=1\r\nTo: <sip:anna@127.0.0.1>\r\n"
+                                    "Call-ID: 1\r\nCSeq: 1 REGISTER\r\nContact: <sip:anna@127.0.0.1>\r\n"
+                                    "Authorization: " +
+                                    credentials + "\r\nContent-Length: 0\r\n\r\n";
+        EXPECT_EQ(send(fd, request.data(), request.size(), 0), static_cast<ssize_t>(request.size()));
+        pollfd answered = {fd, POLLIN, 0};
+        std::string answer(4096, ' ');
+        poll(&answered, 1, 5000);
+        const ssize_t length = recv(fd, answer.data(), answer.size(), MSG_DONTWAIT);
+        close(fd);
+        answer.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+        return answer;
+    }
+
     const int port = freePort();
     QTemporaryDir workplace;
     std::unique_ptr<LoggedProgram> registrar;
 
 private:
     int starts = 0;
+    mutable int branches = 0;
 };
 
 } // namespace
@@ -110,6 +143,19 @@ TEST_F(DemoRegistrar, TakesAnAccountOfAnyCharactersAndKeepsItsPasswordToItself)
     EXPECT_EQ(connect("anna", "new"), SIPD_ACK_SUCCESS);
     EXPECT_THAT(registrar->log(), HasSubstr("jörg registered at"));
     EXPECT_THAT(registrar->log(), Not(HasSubstr("q:b")));
+}
+
+TEST_F(DemoRegistrar, AsksAgainForCredentialsThatLackSomething)
+{
+    startRegistrar();
+    const std::string challenge = answerTo("Digest realm=\"demo\"");
+    ASSERT_THAT(challenge, StartsWith("SIP/2.0 401"));
+    const std::string nonce =
+        challenge.substr(challenge.find("nonce="), challenge.find(", algorithm") - challenge.find("nonce="));
+    for (const std::string& credentials :
+         {"Digest " + nonce, "Digest username=\"anna\", " + nonce, "Digest realm=\"demo\", " + nonce,
+          "Digest username=\"anna\", realm=\"demo\", " + nonce, std::string("Basic YW5uYTpzZWNyZXQ=")})
+        EXPECT_THAT(answerTo(credentials), StartsWith("SIP/2.0 401")) << credentials;
 }
 
 TEST_F(DemoRegistrar, AnotherOneTakesOverItsClients)

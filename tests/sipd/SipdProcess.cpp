@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -20,10 +19,8 @@ std::vector<std::string> commandOf(const std::string& logFile, const std::vector
     std::vector<std::string> command = {"/bin/sh", "-c", "log=$1; shift; exec \"$@\" 2>>\"$log\"", "sh",
                                         logFile};
     command.insert(command.end(), wrapper.begin(), wrapper.end());
-    if (const char* under = std::getenv("SIPD_UNDER")) {
-        std::istringstream words(under);
-        command.insert(command.end(), std::istream_iterator<std::string>(words), {});
-    }
+    if (const char* under = std::getenv("SIPD_UNDER"))
+        command.emplace_back(under);
     command.emplace_back(SIPD);
     command.insert(command.end(), options.begin(), options.end());
     return command;

@@ -23,8 +23,8 @@ struct TestProfile
     std::string displayName = "Home";
 };
 
-// A running daemon of the built program, with its log. The environment variable SIPD_UNDER may hold a command
-// to run it by, Memcheck's for one.
+// A running daemon of the built program, with its log. The environment variable SIPD_UNDER may name a program
+// to run it by, Memcheck for one.
 class SipdProcess
 {
 public:
