@@ -30,8 +30,8 @@ QString uniqueName(const QString& name, const QSet<QString>& taken)
 
 QString nameFor(const ProfileKeys& keys, const QString& group)
 {
-    const QString user = keys.readableText(group, "UserID");
-    const QString server = keys.readableText(group, "Server");
+    const QString user = keys.readableText(group, USER_KEY);
+    const QString server = keys.readableText(group, SERVER_KEY);
     for (const QString& name :
          {keys.readableText(group, DISPLAY_NAME_KEY),
           user.isEmpty() || server.isEmpty() ? QString() : user + u'@' + server, user, server}) {
@@ -70,9 +70,12 @@ void leaveOneDefault(ProfileKeys& keys, const QList<QString>& groups)
     if (marked.size() < 2)
         return;
     const QString named = keys.text(DEFAULT_GROUP, DEFAULT_KEY);
-    marked.removeOne(marked.contains(named) ? named : marked.first());
+    const QString kept = groups.contains(named) ? named : marked.first();
+    if (!marked.removeOne(kept))
+        keys.setValue(kept, DEFAULT_PROFILE_KEY, "true");
     for (const QString& group : marked)
         keys.setValue(group, DEFAULT_PROFILE_KEY, "false");
+    keys.setText(DEFAULT_GROUP, DEFAULT_KEY, kept);
 }
 
 using NewNames = QHash<QString, QString>;

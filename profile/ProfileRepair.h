@@ -18,10 +18,11 @@ struct ProfileRepair
 
 // Mends all that ProfileFile finds in the store's file. The profiles keep their order and all that is in
 // them, but for this: their groups are numbered from Profile0 without gaps; the count is theirs; a profile
-// without a name is called after its user and server, and the second of a name "name (2)"; of several marked
-// as the default the one that the file names stays marked, or else the first. The default stays that
-// profile's under its new number. Groups of profiles that hold switches alone are left out. Comments and
-// everything else in the file stay, and lines that cannot be read become comments.
+// without a name is called after its user and server, and the second of a name "name (2)"; where several are
+// marked as the default, it is the profile that the file names, or else the first of them, and the mark and
+// the name agree. The default stays that profile's under its new number. Groups of profiles that hold
+// switches alone are left out. Comments and everything else in the file stay, and lines that cannot be read
+// become comments.
 //
 // The old file is kept beside it as "ormu_sipsetup.cfg.old", ".old.1" and so on, of mode
 // 0600; then the repaired one takes its place as one atomic replacement. Blocks for the disk, and for other
