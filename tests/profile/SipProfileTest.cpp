@@ -172,6 +172,19 @@ TEST_F(SipProfile, ListsNothingWithoutAFile)
     EXPECT_EQ(run({"check"}).code, 0);
 }
 
+TEST_F(SipProfile, ListsWhatStandsInAFileThatTheStoreCannotParse)
+{
+    writeFile("oops\n" + FILE_OF_THREE);
+    EXPECT_EQ(run({"list"}).out, "Home    Profile0  sip.example.com:5070  anna\n"
+                                 "Büro 2  Profile1  2001:db8::1:5060            default\n"
+                                 "C       Profile2  :5060\n");
+    const QJsonArray profiles = runJson({"list"}, 0)["profiles"].toArray();
+    ASSERT_EQ(profiles.size(), 3);
+    EXPECT_TRUE(profiles[0]["autoConnect"].toBool());
+    EXPECT_FALSE(profiles[1]["autoConnect"].toBool(true));
+    EXPECT_TRUE(profiles[1]["default"].toBool());
+}
+
 TEST_F(SipProfile, PrintsNoCharacterThatATerminalWouldObey)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\\n\\u001b[2J\\u202eB\n");
@@ -295,6 +308,16 @@ TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)
     EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2"}));
 }
 
+TEST_F(SipProfile, TakesNoNameForNoProfileAlsoWhenOneIsWithoutAName)
+{
+    play("admit");
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=\nServer=s\n");
+    for (const char* command : {"status", "connect", "disconnect"})
+        expectFailure({command, ""}, 3, "There is no profile “”.");
+    EXPECT_EQ(daemon().accepted(), 0);
+    EXPECT_EQ(run({"connect", "Profile0"}).code, 0);
+}
+
 TEST_F(SipProfile, TakesANameThatLooksLikeAnOptionAfterTwoDashes)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=--json\n");
@@ -371,6 +394,21 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
     EXPECT_TRUE(json["repaired"].toBool());
     EXPECT_EQ(json["copy"].toString(), file() + ".old");
     EXPECT_EQ(json["findings"].toArray().size(), 3);
+}
+
+TEST_F(SipProfile, SaysThatNothingIsWrongWithAFileThatSomeoneElseRepairsMeanwhile)
+{
+    writeFile(DOUBLED_FILE);
+    ScriptedDaemon daemon(Scenario{}, [this](int, const SipdMessage&) { writeFile(FILE_OF_THREE); });
+    ASSERT_EQ(daemon.start(), "");
+    const Result result = run({"repair"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "Nothing is wrong with " + file().toStdString() + ".\n");
+    writeFile(DOUBLED_FILE);
+    EXPECT_EQ(
+        runJson({"repair"}, 0),
+        QJsonObject({{"file", file()}, {"findings", QJsonArray()}, {"repaired", false}, {"exitCode", 0}}));
+    EXPECT_EQ(readFile(), FILE_OF_THREE);
 }
 
 TEST_F(SipProfile, DoesNotRepairWhileTheDaemonHasAProfileConnected)
