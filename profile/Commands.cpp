@@ -306,18 +306,18 @@ Outcome repairFile()
     if (file.findings().isEmpty())
         return nothingToRepair();
 
-    const auto connected = connectedProfiles(file.profiles());
-    if (!connected)
+    const auto held = heldProfiles(file.profiles());
+    if (!held)
         return failure(EXIT_NO_DAEMON,
                        QStringLiteral("The SIP daemon does not say whether a profile is connected."));
-    if (!connected->isEmpty())
-        return failure(
-            EXIT_IS_CONNECTED,
-            QStringLiteral("%1 is connected: disconnect it first.").arg(describe(connected->first())));
+    if (!held->isEmpty())
+        return failure(EXIT_IS_CONNECTED,
+                       QStringLiteral("%1 is connected or being connected: disconnect it first.")
+                           .arg(describe(held->first())));
 
-    const ProfileRepair repair = repairProfileFile(ProfileFile::path());
-    if (repair.outcome == ProfileRepair::Failed)
-        return failure(EXIT_FILE, repair.error);
+    const ProfileRepair repair = repairProfileFile(ProfileFile::path(), releaseProfiles);
+    if (!repair.error.isEmpty())
+        return failure(repair.outcome == ProfileRepair::Held ? EXIT_NO_DAEMON : EXIT_FILE, repair.error);
     if (repair.outcome == ProfileRepair::NothingToDo)
         return nothingToRepair();
     const QJsonObject json = {{"file", ProfileFile::path()},

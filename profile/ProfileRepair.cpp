@@ -1,6 +1,5 @@
 #include "ProfileRepair.h"
 
-#include "ProfileFile.h"
 #include "ProfileKeys.h"
 
 #include <QFile>
@@ -148,7 +147,7 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
 
 } // namespace
 
-ProfileRepair repairProfileFile(const QString& path)
+ProfileRepair repairProfileFile(const QString& path, const Release& release)
 {
     const QByteArray file = QFile::encodeName(path);
     const SettingsLock lock(file);
@@ -158,7 +157,8 @@ ProfileRepair repairProfileFile(const QString& path)
             return {};
         return failed(ProfileFile::tr("The settings file cannot be read."));
     }
-    if (ProfileFile(*bytes).findings().isEmpty())
+    const ProfileFile old(*bytes);
+    if (old.findings().isEmpty())
         return {};
 
     // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
@@ -168,6 +168,9 @@ ProfileRepair repairProfileFile(const QString& path)
     const QByteArray copy = keepCopy(file, *bytes);
     if (copy.isEmpty())
         return failed(ProfileFile::tr("No copy of the settings file can be kept."));
+    if (release && !release(old.profiles()))
+        return {ProfileRepair::Held, QString(),
+                ProfileFile::tr("The SIP daemon does not disconnect the profiles for the repair.")};
     if (!replaceSettingsBytes(file, mended))
         return failed(ProfileFile::tr("The settings file cannot be written."));
     return {ProfileRepair::Repaired, QFile::decodeName(copy), QString()};

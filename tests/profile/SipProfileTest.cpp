@@ -416,11 +416,50 @@ TEST_F(SipProfile, DoesNotRepairWhileTheDaemonHasAProfileConnected)
     writeFile(DOUBLED_FILE);
     play("admit");
     ASSERT_EQ(run({"connect", "C"}).code, 0);
-    expectFailure({"repair"}, 6, "“C” (Profile2) is connected: disconnect it first.");
+    expectFailure({"repair"}, 6, "“C” (Profile2) is connected or being connected: disconnect it first.");
     EXPECT_EQ(readFile(), DOUBLED_FILE);
     ASSERT_EQ(run({"disconnect", "C"}).code, 0);
     EXPECT_EQ(run({"repair"}).code, 0);
     EXPECT_NE(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhileTheDaemonIsConnectingAProfile)
+{
+    writeFile(DOUBLED_FILE);
+    for (const char* scenario : {"status:1", "status:7"}) {
+        play(scenario);
+        expectFailure({"repair"}, 6, "“B” (Profile1) is connected or being connected: disconnect it first.");
+        EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>());
+    }
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, HasTheDaemonGiveUpEveryProfileRightBeforeTheRepair)
+{
+    writeFile(DOUBLED_FILE);
+    std::vector<std::string> givenUp;
+    ScriptedDaemon daemon(Scenario{}, [&](int, const SipdMessage& message) {
+        const auto request = decodeProfile(message);
+        if (!request || request->request != PROFILE_CTRL_DISCONNECT)
+            return;
+        givenUp.emplace_back(request->name);
+        EXPECT_EQ(readFile(), DOUBLED_FILE);
+        EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
+    });
+    ASSERT_EQ(daemon.start(), "");
+    EXPECT_EQ(run({"repair"}).code, 0);
+    daemon.stop();
+    EXPECT_EQ(givenUp, std::vector<std::string>({"Profile1", "Profile2"}));
+    EXPECT_NE(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhenTheDaemonDoesNotGiveUpAProfile)
+{
+    writeFile(DOUBLED_FILE);
+    play("disconnect-ack:1");
+    expectFailure({"repair"}, 4, "The SIP daemon does not disconnect the profiles for the repair.");
+    EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>({"Profile1", "Profile1"}));
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
 }
 
 TEST_F(SipProfile, DoesNotRepairWhileTheDaemonDoesNotSay)
