@@ -325,5 +325,8 @@ Outcome repairFile()
                               {"repaired", true},
                               {"copy", repair.copy}};
     const QString done = QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy);
-    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, QString()};
+    const QString note = QStringLiteral(
+        "If the phone has had a list of profiles open, close it and change nothing in it: it keeps the old "
+        "numbers.");
+    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, note};
 }

@@ -383,6 +383,9 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
                           "There is Profile1, but no Profile0.\n"
                           "Repaired. The old file is kept as " +
                               file().toStdString() + ".old.\n");
+    EXPECT_EQ(result.err,
+              "sip-profile: If the phone has had a list of profiles open, close it and change nothing "
+              "in it: it keeps the old numbers.\n");
     EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
     EXPECT_EQ(run({"list"}).out, "B  Profile0  :5060\nC  Profile1  :5060    default\n");
     const QByteArray repaired = readFile();
@@ -517,9 +520,10 @@ TEST_F(SipProfile, ExplainsItself)
     const Result help = run({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (const char* word :
-         {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair", "--json"})
+    for (const char* word : {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair",
+                             "--json", "close the phone's list of profiles first"})
         EXPECT_THAT(help.out, HasSubstr(word));
+    EXPECT_EQ(run({"repair", "--help"}).out, help.out);
     EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("sip-profile [0-9.]+\n"));
 }
 
