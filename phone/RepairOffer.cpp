@@ -12,8 +12,6 @@ namespace {
 
 using Profile = ProfileFile::Profile;
 
-constexpr int DISCONNECT_MS = 10000;
-
 // The questions and answers before a list of profiles opens.
 class RepairOffer
 {
@@ -72,16 +70,16 @@ RepairOffer::Answer RepairOffer::askFor(const ProfileFile& file)
 
 bool RepairOffer::repair(const ProfileFile& file)
 {
-    const auto connected = connectedProfiles(file.profiles());
-    if (!connected) {
+    const auto held = heldProfiles(file.profiles());
+    if (!held) {
         tell("Dialog_Exclamatory_Mark.gif", tr("The SIP daemon does not say whether a profile is connected.",
                                                "99.99.99;DIALOG_ICON_50_WARP"));
         return false;
     }
-    if (!connected->isEmpty() && !disconnectAll(*connected))
+    if (!held->isEmpty() && !disconnectAll(*held))
         return false;
-    const ProfileRepair done = repairProfileFile(ProfileFile::path());
-    if (done.outcome == ProfileRepair::Failed) {
+    const ProfileRepair done = repairProfileFile(ProfileFile::path(), releaseProfiles);
+    if (!done.error.isEmpty()) {
         tell("Dialog_Exclamatory_Mark.gif", done.error);
         return false;
     }
@@ -96,9 +94,9 @@ bool RepairOffer::repair(const ProfileFile& file)
 bool RepairOffer::disconnectAll(const QList<Profile>& profiles)
 {
     for (const Profile& profile : profiles) {
-        const QString question =
-            tr("%1 is connected. Disconnect it for the repair?", "99.99.99;DIALOG_ICON_50_WARP")
-                .arg(describe(profile));
+        const QString question = tr("%1 is connected or being connected. Disconnect it for the repair?",
+                                    "99.99.99;DIALOG_ICON_50_WARP")
+                                     .arg(describe(profile));
         const int pressed = OrmuMessageBox::information(
             nullptr, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
             tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"), QString(), 1);
@@ -116,8 +114,7 @@ bool RepairOffer::disconnectAll(const QList<Profile>& profiles)
 bool RepairOffer::disconnect(const Profile& profile)
 {
     DaemonLink link;
-    return link.state() == DaemonLink::Open && link.send(DaemonLink::Disconnect, profile.group) &&
-           link.waitForAck(DISCONNECT_MS) && link.readAck() == SIPD_ACK_SUCCESS;
+    return link.state() == DaemonLink::Open && link.disconnect(profile.group);
 }
 
 void RepairOffer::tell(const char* icon, const QString& text)

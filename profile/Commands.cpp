@@ -3,7 +3,6 @@
 #include "DaemonLink.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
-#include "SETUP_SIP_Agent.h"
 
 #include <QJsonArray>
 
@@ -71,7 +70,7 @@ std::optional<Profile> findProfile(const QString& name, Outcome& why)
     }
     QList<Profile> found;
     for (const Profile& profile : file.profiles()) {
-        if (profile.name == name || profile.group == name)
+        if (!name.isEmpty() && (profile.name == name || profile.group == name))
             found += profile;
     }
     if (found.size() == 1)
@@ -181,22 +180,17 @@ Outcome listProfiles()
     const ProfileFile file(ProfileFile::path());
     if (isUnreadable(file))
         return unreadable(file);
-    const QString defaultGroup = SETUP_SIP_Agent::getDefaultProfile();
     QList<QStringList> rows;
     QJsonArray profiles;
     for (const Profile& profile : file.profiles()) {
-        SIP_PROFILE_CONTENT record;
-        QString group = profile.group;
-        SETUP_SIP_Agent::getProfileByName(group, record);
-        const bool isDefault = group == defaultGroup;
-        rows += {profile.name, group, QStringLiteral("%1:%2").arg(record.server).arg(record.portNum),
-                 record.userID, isDefault ? QStringLiteral("default") : QString()};
+        rows += {profile.name, profile.group, QStringLiteral("%1:%2").arg(profile.server).arg(profile.port),
+                 profile.user, profile.isDefault ? QStringLiteral("default") : QString()};
         QJsonObject entry = toJson(profile);
-        entry["server"] = record.server;
-        entry["port"] = static_cast<qint64>(record.portNum);
-        entry["user"] = record.userID;
-        entry["default"] = isDefault;
-        entry["autoConnect"] = record.autoConnect;
+        entry["server"] = profile.server;
+        entry["port"] = static_cast<qint64>(profile.port);
+        entry["user"] = profile.user;
+        entry["default"] = profile.isDefault;
+        entry["autoConnect"] = profile.autoConnect;
         profiles.append(entry);
     }
     return {EXIT_DONE, toColumns(rows), QString(), {{"profiles", profiles}}, noteOn(file)};
@@ -283,6 +277,12 @@ QString nothingWrong()
     return QStringLiteral("Nothing is wrong with %1.\n").arg(ProfileFile::path());
 }
 
+Outcome nothingToRepair()
+{
+    const QJsonObject json = {{"file", ProfileFile::path()}, {"findings", QJsonArray()}, {"repaired", false}};
+    return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
+}
+
 } // namespace
 
 Outcome checkFile()
@@ -303,25 +303,30 @@ Outcome repairFile()
     const ProfileFile file(ProfileFile::path());
     if (isUnreadable(file))
         return unreadable(file);
-    QJsonObject json = {{"file", ProfileFile::path()}, {"findings", toJson(file.findings())}};
-    json["repaired"] = false;
     if (file.findings().isEmpty())
-        return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
+        return nothingToRepair();
 
-    const auto connected = connectedProfiles(file.profiles());
-    if (!connected)
+    const auto held = heldProfiles(file.profiles());
+    if (!held)
         return failure(EXIT_NO_DAEMON,
                        QStringLiteral("The SIP daemon does not say whether a profile is connected."));
-    if (!connected->isEmpty())
-        return failure(
-            EXIT_IS_CONNECTED,
-            QStringLiteral("%1 is connected: disconnect it first.").arg(describe(connected->first())));
+    if (!held->isEmpty())
+        return failure(EXIT_IS_CONNECTED,
+                       QStringLiteral("%1 is connected or being connected: disconnect it first.")
+                           .arg(describe(held->first())));
 
-    const ProfileRepair repair = repairProfileFile(ProfileFile::path());
-    if (repair.outcome == ProfileRepair::Failed)
-        return failure(EXIT_FILE, repair.error);
-    json["repaired"] = repair.outcome == ProfileRepair::Repaired;
-    json["copy"] = repair.copy;
+    const ProfileRepair repair = repairProfileFile(ProfileFile::path(), releaseProfiles);
+    if (!repair.error.isEmpty())
+        return failure(repair.outcome == ProfileRepair::Held ? EXIT_NO_DAEMON : EXIT_FILE, repair.error);
+    if (repair.outcome == ProfileRepair::NothingToDo)
+        return nothingToRepair();
+    const QJsonObject json = {{"file", ProfileFile::path()},
+                              {"findings", toJson(file.findings())},
+                              {"repaired", true},
+                              {"copy", repair.copy}};
     const QString done = QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy);
-    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, QString()};
+    const QString note = QStringLiteral(
+        "If the phone has had a list of profiles open, close it and change nothing in it: it keeps the old "
+        "numbers.");
+    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, note};
 }

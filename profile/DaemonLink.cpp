@@ -2,7 +2,15 @@
 
 #include "SIP_COMM_Channel.h"
 
+#include <algorithm>
 #include <poll.h>
+
+namespace {
+
+constexpr int DISCONNECT_MS = 10000;
+constexpr uint32_t NOT_CONNECTED = 0;
+
+} // namespace
 
 DaemonLink::DaemonLink()
 {
@@ -66,20 +74,36 @@ std::optional<_SIPD_APP_ACK_E> DaemonLink::readAck()
     return std::nullopt;
 }
 
-std::optional<QList<ProfileFile::Profile>> connectedProfiles(const QList<ProfileFile::Profile>& profiles)
+bool DaemonLink::disconnect(const QString& group)
 {
-    QList<ProfileFile::Profile> connected;
+    return send(Disconnect, group) && waitForAck(DISCONNECT_MS) && readAck() == SIPD_ACK_SUCCESS;
+}
+
+std::optional<QList<ProfileFile::Profile>> heldProfiles(const QList<ProfileFile::Profile>& profiles)
+{
+    QList<ProfileFile::Profile> held;
     if (profiles.isEmpty())
-        return connected;
+        return held;
     DaemonLink link;
     if (link.state() == DaemonLink::NoDaemon)
-        return connected;
+        return held;
     for (const ProfileFile::Profile& profile : profiles) {
         const auto status = link.state() == DaemonLink::Open ? link.status(profile.group) : std::nullopt;
         if (!status)
             return std::nullopt;
-        if (status == SIPD_PROFILE_CONNECTED)
-            connected += profile;
+        if (*status != NOT_CONNECTED)
+            held += profile;
     }
-    return connected;
+    return held;
+}
+
+bool releaseProfiles(const QList<ProfileFile::Profile>& profiles)
+{
+    DaemonLink link;
+    if (link.state() == DaemonLink::NoDaemon)
+        return true;
+    return link.state() == DaemonLink::Open &&
+           std::all_of(profiles.begin(), profiles.end(), [&link](const ProfileFile::Profile& profile) {
+               return link.disconnect(profile.group);
+           });
 }

@@ -56,6 +56,19 @@ Loading load(int total, const std::vector<quint64>& numbers)
     return loading;
 }
 
+ProfileFile::Profile profileOf(const ProfileKeys& keys, const QString& group)
+{
+    ProfileFile::Profile profile;
+    profile.group = group;
+    profile.name = keys.text(group, DISPLAY_NAME_KEY);
+    profile.server = keys.text(group, SERVER_KEY);
+    profile.port = keys.number(group, PORT_KEY).value_or(profile.port);
+    profile.user = keys.text(group, USER_KEY);
+    profile.autoConnect = !keys.isOff(group, AUTO_CONNECT_KEY);
+    profile.isDefault = keys.text(DEFAULT_GROUP, DEFAULT_KEY) == group;
+    return profile;
+}
+
 } // namespace
 
 QString printable(const QString& text)
@@ -112,14 +125,15 @@ void ProfileFile::check(const QByteArray& bytes)
     const ProfileKeys keys(bytes);
     canRepair_ = keys.isParsed();
     for (const QString& group : keys.profileGroups()) {
-        const Profile profile = {group, keys.text(group, DISPLAY_NAME_KEY)};
+        Profile profile = profileOf(keys, group);
         const QString shared = keys.sharedGroup(group);
-        if (shared.isEmpty())
+        if (shared.isEmpty()) {
             profiles_.append(profile);
-        else
-            find(Finding::Hidden, shared,
-                 tr("%1 is not listed: there is another %2 below.")
-                     .arg(describe({shared, profile.name}), shared));
+            continue;
+        }
+        profile.group = shared;
+        find(Finding::Hidden, shared,
+             tr("%1 is not listed: there is another %2 below.").arg(describe(profile), shared));
     }
     checkLoading(keys);
     checkNames();

@@ -20,6 +20,11 @@ public:
     {
         QString group;
         QString name; // "" when it has none
+        QString server;
+        unsigned int port = 5060;
+        QString user;
+        bool autoConnect = true;
+        bool isDefault = false; // the one that the file names as the system's default
     };
 
     struct Finding

@@ -19,7 +19,7 @@ const char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
 
 const QString GROUP_STEM = QStringLiteral("Profile");
 // Nobody typed these: the store writes them by itself.
-constexpr std::array SWITCH_KEYS = {"AutoConnect", "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
+constexpr std::array SWITCH_KEYS = {AUTO_CONNECT_KEY, "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
                                     "RemPassword"};
 
 QByteArrayView withoutMark(QByteArrayView text)
@@ -40,16 +40,34 @@ struct Mended
     int firstLine = 0;
 };
 
-// A line that was to begin a group still does, lest the keys below it count to the group above.
+// Group names are read as Latin-1 here: UTF-8 would lose a byte order mark, and take the group for another.
+bool isProfileGroup(const QString& group)
+{
+    if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
+        return false;
+    const QStringView number = QStringView(group).sliced(GROUP_STEM.size());
+    return (number[0] != u'0' || number.size() == 1) &&
+           std::all_of(number.begin(), number.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
+
+bool isKnownGroup(const QByteArray& name)
+{
+    return name == SUMMARY_GROUP || name == DEFAULT_GROUP || name == "InputSettings" ||
+           isProfileGroup(QString::fromLatin1(name));
+}
+
+// A line that was to begin a group still does, lest the keys below it count to the group above. Other
+// brackets are somebody's note among the keys of one group.
 QByteArray mendLine(const QByteArray& line, int number)
 {
     const QByteArray text = line.trimmed();
-    if (!text.startsWith('[') && !text.endsWith(']'))
-        return "# " + line;
-    QByteArray name = text;
-    name.replace('[', "").replace(']', "");
-    const QByteArray header = '[' + name.trimmed() + ']';
-    return parses(header) ? header : "# " + line + "\n[Line " + QByteArray::number(number) + ']';
+    const bool isOpened = text.startsWith('[');
+    const bool isClosed = text.endsWith(']');
+    const QByteArray name = text.split(']').first().replace('[', "").trimmed();
+    if ((isOpened || isClosed) && isKnownGroup(name))
+        return '[' + name + ']';
+    return "# " + line +
+           (isOpened && isClosed ? "\n[Line " + QByteArray::number(number) + ']' : QByteArray());
 }
 
 // Mends each line that is neither blank, a comment, a group nor a key of a group.
@@ -71,16 +89,6 @@ Mended mend(QByteArrayView bytes)
     }
     mended.bytes.chop(1);
     return mended;
-}
-
-// Group names are read as Latin-1 here: UTF-8 would lose a byte order mark, and take the group for another.
-bool isProfileGroup(const QString& group)
-{
-    if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
-        return false;
-    const QStringView number = QStringView(group).sliced(GROUP_STEM.size());
-    return (number[0] != u'0' || number.size() == 1) &&
-           std::all_of(number.begin(), number.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
 
 QString firstFree(const QSet<QString>& groups)
@@ -126,7 +134,7 @@ ProfileKeys::ProfileKeys(const QByteArray& bytes) : keys_(g_key_file_new())
         mended = mend(bytes);
     unparsedLines_ = mended.lines;
     firstUnparsedLine_ = mended.firstLine;
-    isParsed_ = parseSettings(keys_.get(), separateGroups(mended.bytes));
+    isParsed_ = parseSettings(keys_.get(), separateGroups(withoutMark(mended.bytes).toByteArray()));
     if (!isParsed_)
         keys_.reset(g_key_file_new());
 }
@@ -212,6 +220,19 @@ bool ProfileKeys::isOn(const QString& group, const char* key) const
 {
     const QByteArray stored = value(group, key);
     return stored == "true" || stored == "1";
+}
+
+bool ProfileKeys::isOff(const QString& group, const char* key) const
+{
+    const QByteArray stored = value(group, key);
+    return stored == "false" || stored == "0";
+}
+
+std::optional<unsigned int> ProfileKeys::number(const QString& group, const char* key) const
+{
+    bool isNumber = false;
+    const unsigned int number = value(group, key).toUInt(&isNumber);
+    return isNumber ? std::optional(number) : std::nullopt;
 }
 
 int ProfileKeys::totalProfile() const

@@ -8,6 +8,8 @@
 #include <QSet>
 #include <QString>
 
+#include <optional>
+
 // The keys of the settings file of the SIP profiles, as the store finds them; for the check and the repair
 // alone. Where the store cannot parse the file, and so takes it for empty, the lines that stand in the way
 // are made comments first, and counted.
@@ -34,6 +36,9 @@ public:
     // The same, but a text that is not UTF-8 is read as Latin-1.
     QString readableText(const QString& group, const char* key) const;
     bool isOn(const QString& group, const char* key) const;
+    bool isOff(const QString& group, const char* key) const; // neither, when it is missing or is no boolean
+    // Nothing when it is missing or is no number.
+    std::optional<unsigned int> number(const QString& group, const char* key) const;
     int totalProfile() const;
 
     void setText(const QString& group, const char* key, const QString& text);
@@ -60,5 +65,9 @@ inline constexpr char DEFAULT_GROUP[] = "SystemDefault";
 inline constexpr char DEFAULT_KEY[] = "Profile";
 inline constexpr char DISPLAY_NAME_KEY[] = "DisplayName";
 inline constexpr char DEFAULT_PROFILE_KEY[] = "DefaultProfile";
+inline constexpr char SERVER_KEY[] = "Server";
+inline constexpr char PORT_KEY[] = "PortNum";
+inline constexpr char USER_KEY[] = "UserID";
+inline constexpr char AUTO_CONNECT_KEY[] = "AutoConnect";
 
 #endif

@@ -1,6 +1,5 @@
 #include "ProfileRepair.h"
 
-#include "ProfileFile.h"
 #include "ProfileKeys.h"
 
 #include <QFile>
@@ -30,8 +29,8 @@ QString uniqueName(const QString& name, const QSet<QString>& taken)
 
 QString nameFor(const ProfileKeys& keys, const QString& group)
 {
-    const QString user = keys.readableText(group, "UserID");
-    const QString server = keys.readableText(group, "Server");
+    const QString user = keys.readableText(group, USER_KEY);
+    const QString server = keys.readableText(group, SERVER_KEY);
     for (const QString& name :
          {keys.readableText(group, DISPLAY_NAME_KEY),
           user.isEmpty() || server.isEmpty() ? QString() : user + u'@' + server, user, server}) {
@@ -70,9 +69,12 @@ void leaveOneDefault(ProfileKeys& keys, const QList<QString>& groups)
     if (marked.size() < 2)
         return;
     const QString named = keys.text(DEFAULT_GROUP, DEFAULT_KEY);
-    marked.removeOne(marked.contains(named) ? named : marked.first());
+    const QString kept = groups.contains(named) ? named : marked.first();
+    if (!marked.removeOne(kept))
+        keys.setValue(kept, DEFAULT_PROFILE_KEY, "true");
     for (const QString& group : marked)
         keys.setValue(group, DEFAULT_PROFILE_KEY, "false");
+    keys.setText(DEFAULT_GROUP, DEFAULT_KEY, kept);
 }
 
 using NewNames = QHash<QString, QString>;
@@ -145,7 +147,7 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
 
 } // namespace
 
-ProfileRepair repairProfileFile(const QString& path)
+ProfileRepair repairProfileFile(const QString& path, const Release& release)
 {
     const QByteArray file = QFile::encodeName(path);
     const SettingsLock lock(file);
@@ -155,7 +157,8 @@ ProfileRepair repairProfileFile(const QString& path)
             return {};
         return failed(ProfileFile::tr("The settings file cannot be read."));
     }
-    if (ProfileFile(*bytes).findings().isEmpty())
+    const ProfileFile old(*bytes);
+    if (old.findings().isEmpty())
         return {};
 
     // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
@@ -165,6 +168,9 @@ ProfileRepair repairProfileFile(const QString& path)
     const QByteArray copy = keepCopy(file, *bytes);
     if (copy.isEmpty())
         return failed(ProfileFile::tr("No copy of the settings file can be kept."));
+    if (release && !release(old.profiles()))
+        return {ProfileRepair::Held, QString(),
+                ProfileFile::tr("The SIP daemon does not disconnect the profiles for the repair.")};
     if (!replaceSettingsBytes(file, mended))
         return failed(ProfileFile::tr("The settings file cannot be written."));
     return {ProfileRepair::Repaired, QFile::decodeName(copy), QString()};

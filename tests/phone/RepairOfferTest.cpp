@@ -144,14 +144,16 @@ TEST_F(RepairOffer, ChecksItBeforeTheChooserToo)
 TEST_F(RepairOffer, DisconnectsAConnectedProfileBeforeTheRepairWhenTheUserAgrees)
 {
     writeFile(DOUBLED);
-    play("status:2");
-    const std::string question = "“B” (Profile1) is connected. Disconnect it for the repair?|OK|Cancel";
+    play("status:1");
+    const std::string question =
+        "“B” (Profile1) is connected or being connected. Disconnect it for the repair?|OK|Cancel";
     EXPECT_EQ(answer({Qt::Key_F1, Qt::Key_F3, Qt::Key_F3}, openList),
               Told({DOUBLED_TEXT, question, DOUBLED_TEXT}));
     EXPECT_EQ(readFile(), DOUBLED);
     EXPECT_EQ(open<HomeScreen>(), &home);
 
-    const std::string second = "“C” (Profile2) is connected. Disconnect it for the repair?|OK|Cancel";
+    const std::string second =
+        "“C” (Profile2) is connected or being connected. Disconnect it for the repair?|OK|Cancel";
     EXPECT_EQ(answer({Qt::Key_F1, Qt::Key_F1, Qt::Key_F1, Qt::Key_Return}, openList),
               Told({DOUBLED_TEXT, question, second, REPAIRED_TEXT}));
     std::vector<std::string> disconnected;
@@ -159,7 +161,8 @@ TEST_F(RepairOffer, DisconnectsAConnectedProfileBeforeTheRepairWhenTheUserAgrees
         if (request.request == PROFILE_CTRL_DISCONNECT)
             disconnected.emplace_back(request.name);
     }
-    EXPECT_EQ(disconnected, std::vector<std::string>({"Profile1", "Profile2"}));
+    EXPECT_EQ(disconnected, std::vector<std::string>({"Profile1", "Profile2", "Profile1", "Profile2"}))
+        << "each once by the user, and once more right before the repair";
     ASSERT_TRUE(profileListIsOpen());
     press(Qt::Key_F3);
 }
@@ -177,6 +180,17 @@ TEST_F(RepairOffer, IsNotRepairedWhenTheDaemonDoesNotDisconnectOrSay)
     told = answer({Qt::Key_F1, Qt::Key_Return, Qt::Key_F3}, openList);
     ASSERT_EQ(told.size(), 3U);
     EXPECT_EQ(told[1], "The SIP daemon does not say whether a profile is connected.|OK");
+    EXPECT_EQ(readFile(), DOUBLED);
+    EXPECT_EQ(open<HomeScreen>(), &home);
+}
+
+TEST_F(RepairOffer, IsNotRepairedWhenTheDaemonDoesNotGiveUpAProfileThatIsNotConnected)
+{
+    writeFile(DOUBLED);
+    play("disconnect-ack:1");
+    const Told told = answer({Qt::Key_F1, Qt::Key_Return, Qt::Key_F3}, openList);
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[1], "The SIP daemon does not disconnect the profiles for the repair.|OK");
     EXPECT_EQ(readFile(), DOUBLED);
     EXPECT_EQ(open<HomeScreen>(), &home);
 }

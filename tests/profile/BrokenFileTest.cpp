@@ -120,6 +120,23 @@ const Broken FILES[] = {
      {"A", "B"},
      "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n\n"
      "[Profile1]\nDisplayName=B\nDefaultProfile=1\n\n[SystemDefault]\nProfile=Profile1\n"},
+    {"DefaultsOfWhichNoneIsNamed",
+     "[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=true\n[Profile3]\nDisplayName=C\n"
+     "[SystemDefault]\nProfile=Profile3\n",
+     {"There is Profile3, but no Profile2.",
+      "More than one profile is the default: “A” (Profile0), “B” (Profile1)."},
+     {"A", "B", "C"},
+     "[ProfileSummary]\nTotalProfile=3\n\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=false\n\n[Profile2]\nDisplayName=C\nDefaultProfile=true\n\n"
+     "[SystemDefault]\nProfile=Profile2\n"},
+    {"DefaultsWhenNoProfileIsNamed",
+     "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=true\n[SystemDefault]\nProfile=true\n",
+     {"More than one profile is the default: “A” (Profile0), “B” (Profile1)."},
+     {"A", "B"},
+     "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n\n"
+     "[Profile1]\nDisplayName=B\nDefaultProfile=false\n\n[SystemDefault]\nProfile=Profile0\n"},
     {"GroupsOfOneNumber",
      "[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=A\nUserID=a\n[Profile1]\nDisplayName=B\n"
      "[Profile0]\nUserID=b\n DisplayName = C\n[Other]\nDisplayName=X\n[Profile0]\nDisplayName=D\n[Profile2]\n"
@@ -132,6 +149,15 @@ const Broken FILES[] = {
      "[Profile4]\nUserID=b\nDisplayName=C\n\n[Other]\nDisplayName=X\nDisplayName=Y\n\n[Profile0]"
      "\nDisplayName=D\n\n"
      "[Profile2]\nDisplayName=E\n\n[SystemDefault]\nProfile=Profile0\n"},
+    {"GroupsOfOneNumberAfterAByteOrderMark",
+     "\xEF\xBB\xBF[Profile0]\nDisplayName=A\nServer=a\n[Profile0]\nDisplayName=B\n[ProfileSummary]\n"
+     "TotalProfile=2\n",
+     {"The list of profiles never opens: it searches from Profile1 on without end.",
+      "“A” (Profile0) is not listed: there is another Profile0 below.",
+      "The settings file counts 2 profiles and holds 1."},
+     {"B", "A"},
+     "[Profile1]\nDisplayName=A\nServer=a\n\n[Profile0]\nDisplayName=B\n\n[ProfileSummary]\n"
+     "TotalProfile=2\n"},
     {"GroupInTwoPieces",
      "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\n[Other]\n[Profile0]\nUserID=a\n",
      {},
@@ -148,6 +174,14 @@ const Broken FILES[] = {
       "Line 5 of the settings file cannot be read: the whole file counts as empty."},
      {"A"},
      "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\n# oops\n  \nServer=s\n"},
+    {"NotesInBrackets",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\nmy note [old]\nServer=s\n"
+     "[mine\nPassword=p\n[the Profile1\nUserID=u\n",
+     {"“A” (Profile0) is not listed.",
+      "Line 5 and 2 more of the settings file cannot be read: the whole file counts as empty."},
+     {"A"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\n# my note [old]\nServer=s\n"
+     "# [mine\nPassword=p\n# [the Profile1\nUserID=u\n"},
     {"KeysBeforeTheFirstGroup",
      QByteArray("A=b\n\n[ProfileSummary]\nTotalProfile=1\n") + ONE,
      {"“A” (Profile0) is not listed.",
@@ -159,6 +193,15 @@ const Broken FILES[] = {
      {"“A” (Profile0) is not listed.", "“B” (Profile1) is not listed.", "“C” (Profile2) is not listed.",
       "Line 3 and 2 more of the settings file cannot be read: the whole file counts as empty."},
      {"A", "B", "C"}},
+    {"HeadersWithANote",
+     "[SystemDefault] # of "
+     "mine\nProfile=Profile1\n[ProfileSummary\nTotalProfile=2\nInputSettings]\nUserID=u\n"
+     "[Profile0]\nDisplayName=A\n[Profile1] # hers\nDisplayName=B\n",
+     {"“A” (Profile0) is not listed.", "“B” (Profile1) is not listed.",
+      "Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty."},
+     {"A", "B"},
+     "[SystemDefault]\nProfile=Profile1\n\n[ProfileSummary]\nTotalProfile=2\n\n[InputSettings]\nUserID=u\n\n"
+     "[Profile0]\nDisplayName=A\n\n[Profile1]\nDisplayName=B\n"},
     {"HeaderBeyondRepair",
      QByteArray("[ProfileSummary]\nTotalProfile=1\n") + ONE + "[\x01]\nDisplayName=B\n",
      {"“A” (Profile0) is not listed.",

@@ -172,6 +172,19 @@ TEST_F(SipProfile, ListsNothingWithoutAFile)
     EXPECT_EQ(run({"check"}).code, 0);
 }
 
+TEST_F(SipProfile, ListsWhatStandsInAFileThatTheStoreCannotParse)
+{
+    writeFile("oops\n" + FILE_OF_THREE);
+    EXPECT_EQ(run({"list"}).out, "Home    Profile0  sip.example.com:5070  anna\n"
+                                 "Büro 2  Profile1  2001:db8::1:5060            default\n"
+                                 "C       Profile2  :5060\n");
+    const QJsonArray profiles = runJson({"list"}, 0)["profiles"].toArray();
+    ASSERT_EQ(profiles.size(), 3);
+    EXPECT_TRUE(profiles[0]["autoConnect"].toBool());
+    EXPECT_FALSE(profiles[1]["autoConnect"].toBool(true));
+    EXPECT_TRUE(profiles[1]["default"].toBool());
+}
+
 TEST_F(SipProfile, PrintsNoCharacterThatATerminalWouldObey)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\\n\\u001b[2J\\u202eB\n");
@@ -295,6 +308,16 @@ TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)
     EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2"}));
 }
 
+TEST_F(SipProfile, TakesNoNameForNoProfileAlsoWhenOneIsWithoutAName)
+{
+    play("admit");
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=\nServer=s\n");
+    for (const char* command : {"status", "connect", "disconnect"})
+        expectFailure({command, ""}, 3, "There is no profile “”.");
+    EXPECT_EQ(daemon().accepted(), 0);
+    EXPECT_EQ(run({"connect", "Profile0"}).code, 0);
+}
+
 TEST_F(SipProfile, TakesANameThatLooksLikeAnOptionAfterTwoDashes)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=--json\n");
@@ -360,6 +383,9 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
                           "There is Profile1, but no Profile0.\n"
                           "Repaired. The old file is kept as " +
                               file().toStdString() + ".old.\n");
+    EXPECT_EQ(result.err,
+              "sip-profile: If the phone has had a list of profiles open, close it and change nothing "
+              "in it: it keeps the old numbers.\n");
     EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
     EXPECT_EQ(run({"list"}).out, "B  Profile0  :5060\nC  Profile1  :5060    default\n");
     const QByteArray repaired = readFile();
@@ -373,16 +399,70 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
     EXPECT_EQ(json["findings"].toArray().size(), 3);
 }
 
+TEST_F(SipProfile, SaysThatNothingIsWrongWithAFileThatSomeoneElseRepairsMeanwhile)
+{
+    writeFile(DOUBLED_FILE);
+    ScriptedDaemon daemon(Scenario{}, [this](int, const SipdMessage&) { writeFile(FILE_OF_THREE); });
+    ASSERT_EQ(daemon.start(), "");
+    const Result result = run({"repair"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "Nothing is wrong with " + file().toStdString() + ".\n");
+    writeFile(DOUBLED_FILE);
+    EXPECT_EQ(
+        runJson({"repair"}, 0),
+        QJsonObject({{"file", file()}, {"findings", QJsonArray()}, {"repaired", false}, {"exitCode", 0}}));
+    EXPECT_EQ(readFile(), FILE_OF_THREE);
+}
+
 TEST_F(SipProfile, DoesNotRepairWhileTheDaemonHasAProfileConnected)
 {
     writeFile(DOUBLED_FILE);
     play("admit");
     ASSERT_EQ(run({"connect", "C"}).code, 0);
-    expectFailure({"repair"}, 6, "“C” (Profile2) is connected: disconnect it first.");
+    expectFailure({"repair"}, 6, "“C” (Profile2) is connected or being connected: disconnect it first.");
     EXPECT_EQ(readFile(), DOUBLED_FILE);
     ASSERT_EQ(run({"disconnect", "C"}).code, 0);
     EXPECT_EQ(run({"repair"}).code, 0);
     EXPECT_NE(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhileTheDaemonIsConnectingAProfile)
+{
+    writeFile(DOUBLED_FILE);
+    for (const char* scenario : {"status:1", "status:7"}) {
+        play(scenario);
+        expectFailure({"repair"}, 6, "“B” (Profile1) is connected or being connected: disconnect it first.");
+        EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>());
+    }
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, HasTheDaemonGiveUpEveryProfileRightBeforeTheRepair)
+{
+    writeFile(DOUBLED_FILE);
+    std::vector<std::string> givenUp;
+    ScriptedDaemon daemon(Scenario{}, [&](int, const SipdMessage& message) {
+        const auto request = decodeProfile(message);
+        if (!request || request->request != PROFILE_CTRL_DISCONNECT)
+            return;
+        givenUp.emplace_back(request->name);
+        EXPECT_EQ(readFile(), DOUBLED_FILE);
+        EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
+    });
+    ASSERT_EQ(daemon.start(), "");
+    EXPECT_EQ(run({"repair"}).code, 0);
+    daemon.stop();
+    EXPECT_EQ(givenUp, std::vector<std::string>({"Profile1", "Profile2"}));
+    EXPECT_NE(readFile(), DOUBLED_FILE);
+}
+
+TEST_F(SipProfile, DoesNotRepairWhenTheDaemonDoesNotGiveUpAProfile)
+{
+    writeFile(DOUBLED_FILE);
+    play("disconnect-ack:1");
+    expectFailure({"repair"}, 4, "The SIP daemon does not disconnect the profiles for the repair.");
+    EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>({"Profile1", "Profile1"}));
+    EXPECT_EQ(readFile(), DOUBLED_FILE);
 }
 
 TEST_F(SipProfile, DoesNotRepairWhileTheDaemonDoesNotSay)
@@ -440,9 +520,10 @@ TEST_F(SipProfile, ExplainsItself)
     const Result help = run({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (const char* word :
-         {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair", "--json"})
+    for (const char* word : {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair",
+                             "--json", "close the phone's list of profiles first"})
         EXPECT_THAT(help.out, HasSubstr(word));
+    EXPECT_EQ(run({"repair", "--help"}).out, help.out);
     EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("sip-profile [0-9.]+\n"));
 }
 
