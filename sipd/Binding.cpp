@@ -16,7 +16,6 @@
 #include <sofia-sip/tport_tag.h>
 
 #include <cctype>
-#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <strings.h>
@@ -110,8 +109,7 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
 {
     const std::string localHost = server.localUriHost();
     if (localHost.empty())
-        return errno == ENETUNREACH || !isAnyNetworkUp() ? SIPD_ACK_SERVICE_UNAVAILABLE
-                                                         : SIPD_ACK_CONNECT_FAILED;
+        return SIPD_ACK_CONNECT_FAILED;
     createAgent(localHost, patience);
     if (agent_ == nullptr)
         return SIPD_ACK_FAILED;

@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 using std::chrono::milliseconds;
@@ -115,24 +116,29 @@ void Registration::resolve()
     phase_ = Phase::Resolving;
     const RegistrarAddress& registrar = profile_->registrar;
     if (const auto address = ServerAddress::parse(registrar.host, registrar.port)) {
-        addresses_ = {*address};
-        tryAddresses();
+        handleAddresses({*address});
         return;
     }
     lookup_ = services_.resolver.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
         lookup_.reset();
-        addresses_.assign(found.rbegin(), found.rend());
-        if (found.empty()) {
-            ORMU_LOG(ORMU_LEVEL_INFO, "%s: no address of %s", group_.c_str(),
-                     profile_->registrar.host.c_str());
-            fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
-            return;
-        }
-        tryAddresses();
+        handleAddresses(found);
     });
 }
 
-// Begins with the next address to which there is a way.
+// Those to which there is no way get no share of the time.
+void Registration::handleAddresses(const std::vector<ServerAddress>& found)
+{
+    std::copy_if(found.rbegin(), found.rend(), std::back_inserter(addresses_),
+                 [](const ServerAddress& address) { return !address.localUriHost().empty(); });
+    if (addresses_.empty()) {
+        ORMU_LOG(ORMU_LEVEL_INFO, "%s: %s %s", group_.c_str(), found.empty() ? "no address of" : "no way to",
+                 profile_->registrar.host.c_str());
+        fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
+        return;
+    }
+    tryAddresses();
+}
+
 void Registration::tryAddresses()
 {
     phase_ = Phase::Registering;

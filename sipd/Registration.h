@@ -77,6 +77,7 @@ private:
 
     void begin();
     void resolve();
+    void handleAddresses(const std::vector<ServerAddress>& found);
     void tryAddresses();
     void handleOutcome(_SIPD_APP_ACK_E outcome);
     void fail(_SIPD_APP_ACK_E reason);

@@ -1,5 +1,7 @@
 // How the daemon brings registrations about, keeps and ends them, with a registrar of the test's own.
 
+#include "ChildProcess.h"
+#include "OwnNetwork.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
@@ -11,6 +13,8 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <netinet/in.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -115,6 +119,31 @@ TEST_F(Registering, TellsThatThePhoneHasNoNetwork)
     startDaemon({}, {"/usr/bin/unshare", "-n"});
     for (const char* group : {"Profile0", "Profile1", "Profile2"})
         EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
+}
+
+TEST_F(Registering, AnAddressWithoutAWayThereIsAServerThatIsNotReachedWhereThereIsANetwork)
+{
+    // The server has an IPv6 address, too, and the phone's network has no IPv6.
+    const std::string hosts = directory().toStdString() + "/hosts";
+    std::ofstream(hosts) << "127.0.0.1 sip.example.com\n2001:db8::1 sip.example.com v6.example.com\n";
+    writeProfile("Profile0", {.server = "sip.example.com", .port = 5079});
+    writeProfile("Profile1", {.server = "2001:db8::1"});
+    writeProfile("Profile2", {.server = "v6.example.com", .port = 5079});
+    constexpr int notToBeHad = 77;
+    const int outcome = runInChild([&] {
+        if (!enterOwnNetwork() || !addInterface() || unshare(CLONE_NEWNS) != 0 ||
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(hosts.c_str(), "/etc/hosts", nullptr, MS_BIND, nullptr) != 0)
+            return notToBeHad;
+        startDaemon({"-v"});
+        for (const char* group : {"Profile0", "Profile1", "Profile2"})
+            EXPECT_EQ(connectProfile(group), SIPD_ACK_CONNECT_FAILED) << group << '\n' << daemon().log();
+        stopDaemon();
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    if (outcome == notToBeHad)
+        GTEST_SKIP() << "a network of one's own is not to be had";
+    EXPECT_EQ(outcome, 0);
 }
 
 TEST_F(Registering, AuthenticatesWithAnyUserNameAndPassword)

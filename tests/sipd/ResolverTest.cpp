@@ -2,19 +2,17 @@
 
 #include "Resolver.h"
 #include "ChildProcess.h"
+#include "OwnNetwork.h"
 
 #include <arpa/inet.h>
 #include <array>
 #include <chrono>
-#include <cstring>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
-#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <thread>
@@ -126,17 +124,11 @@ int withNameServer(const NameServer::Records& records, const std::function<bool(
     return runInChild([&] {
         const std::string path = testing::TempDir() + "resolv.conf." + std::to_string(getpid());
         std::ofstream(path) << "nameserver 127.0.0.1\n";
-        ifreq loopback = {};
-        std::strcpy(loopback.ifr_name, "lo");
-        loopback.ifr_flags = IFF_UP;
-        if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0 ||
+        if (!enterOwnNetwork() || unshare(CLONE_NEWNS) != 0 ||
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             mount(path.c_str(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr) != 0)
             return notToBeHad;
         unlink(path.c_str());
-        const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-        ioctl(fd, SIOCSIFFLAGS, &loopback);
-        close(fd);
         static NameServer* const server = new NameServer(records); // its thread stays until the end
         return server->isBound() && holds() ? 0 : 1;
     });
