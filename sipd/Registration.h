@@ -55,7 +55,8 @@ public:
 
     // Connects it and keeps it so, without a requester.
     void keepConnected();
-    // Reads the profile again: connects anew when it has changed, disconnects when it is gone.
+    // Reads the profile again, of a settings file that is sound: connects anew when it has changed,
+    // disconnects when it is gone.
     void reviewProfile();
     // As disconnect(), without a requester.
     void end();

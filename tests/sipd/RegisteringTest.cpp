@@ -333,6 +333,42 @@ TEST_F(Registering, EndsTheRegistrationOfADeletedProfile)
     EXPECT_EQ(registrar.contacts().size(), 0U);
 }
 
+TEST_F(Registering, AFileThatCannotBeReadEndsNothing)
+{
+    writeProfile("Profile0", profile("anna"));
+    TestProfile automatic = profile("bert");
+    automatic.autoConnect = true;
+    automatic.server = "";
+    writeProfile("Profile1", automatic);
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    std::filesystem::rename(file().toStdString(), file().toStdString() + ".sound");
+    std::ofstream(file().toStdString()) << "[Profile0\nDisplayName=Home\n";
+    ASSERT_TRUE(waitUntil([this] { return daemon().log().find("cannot be parsed") != std::string::npos; }));
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    const size_t count = registrar.requests().size();
+    std::filesystem::rename(file().toStdString() + ".sound", file().toStdString());
+    automatic.server = "127.0.0.1";
+    writeProfile("Profile1", automatic);
+    EXPECT_TRUE(waitForStatus("Profile1", 2)) << "it has not been forgotten either";
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    EXPECT_EQ(registrar.requests().size(), count + 1);
+}
+
+TEST_F(Registering, ConnectsAtTheStartWhatIsInTheFileOnceThatCanBeRead)
+{
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    std::ofstream(file().toStdString()) << "[Profile0\n";
+    startDaemon();
+    std::filesystem::remove(file().toStdString());
+    writeProfile("Profile0", automatic);
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    automatic.user = "bert";
+    writeProfile("Profile1", automatic);
+    EXPECT_FALSE(waitForStatus("Profile1", 2, 500ms)) << "it was not there at the start";
+}
+
 TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
 {
     registrar.setAccount({"anna", "right"});
