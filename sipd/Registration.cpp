@@ -84,13 +84,14 @@ void Registration::reviewProfile()
     if (!isKept_ && status() == ConnectionStatus::NotConnected)
         return;
     auto profile = readProfile(group_);
-    if (profile == profile_)
-        return;
     if (!profile && !hasProfile(group_)) {
         SIPD_DETAIL("%s has been deleted", group_.c_str());
+        answer(connecting_, SIPD_ACK_INCORRECT_PROFILE);
         end();
         return;
     }
+    if (profile == profile_)
+        return;
     SIPD_DETAIL("%s has changed", group_.c_str());
     profile_ = std::move(profile);
     pause_ = shortestPause;

@@ -369,6 +369,32 @@ TEST_F(Registering, ConnectsAtTheStartWhatIsInTheFileOnceThatCanBeRead)
     EXPECT_FALSE(waitForStatus("Profile1", 2, 500ms)) << "it was not there at the start";
 }
 
+TEST_F(Registering, ForgetsADeletedProfileThatMadeNoSense)
+{
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    automatic.server = "";
+    writeProfile("Profile0", automatic);
+    startDaemon({"-v"});
+    removeProfile("Profile0");
+    EXPECT_TRUE(waitUntil([this] { return daemon().log().find("deleted") != std::string::npos; }, 1s));
+    writeProfile("Profile0", profile("cleo"));
+    EXPECT_FALSE(waitForStatus("Profile0", 2, 500ms)) << "it is another one now";
+}
+
+TEST_F(Registering, AProfileThatIsDeletedWhileItIsBeingConnectedIsNoProfile)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    registrar.setAnswer(0);
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+    removeProfile("Profile0");
+    EXPECT_EQ(client.ack(), SIPD_ACK_INCORRECT_PROFILE);
+}
+
 TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
 {
     registrar.setAccount({"anna", "right"});
