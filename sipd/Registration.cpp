@@ -69,6 +69,8 @@ void Registration::connect(Requester* requester)
     if (isUnderWay && profile == profile_)
         return;
     profile_ = std::move(profile);
+    if (connecting_.size() == 1)
+        deadline_ = steady_clock::now() + connectLimit;
     begin();
 }
 
@@ -101,13 +103,15 @@ void Registration::reviewProfile()
 void Registration::begin()
 {
     dropAttempt();
-    deadline_ = steady_clock::now() + connectLimit;
+    // Who waits already does not wait longer for it.
+    if (connecting_.empty())
+        deadline_ = steady_clock::now() + connectLimit;
     if (!profile_) {
         fail(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
     phase_ = Phase::Clearing;
-    timer_.set(connectLimit);
+    timer_.set(std::max(timeLeft(), milliseconds(1)));
     if (!isUnregistering())
         resolve();
 }

@@ -301,6 +301,25 @@ TEST_F(Registering, TakesAChangeInTheMiddleOfAnAttempt)
     }));
 }
 
+TEST_F(Registering, AChangeInTheMiddleOfAnAttemptPutsItsEndNotOff)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile("anna"));
+    startDaemon();
+    SipdClient client;
+    client.introduce();
+    const auto start = Clock::now();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    // It asks again after 1/2 and 3/2 of a second.
+    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 3; }));
+    writeProfile("Profile0", profile("bert"));
+    EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_THAT(registrar.requests(),
+                testing::Contains(testing::Field("user", &TestRegistrar::Register::user, "bert")));
+    EXPECT_GE(Clock::now() - start, 7500ms);
+    EXPECT_LT(Clock::now() - start, 9s);
+}
+
 TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
 {
     TestProfile same = profile();
