@@ -124,7 +124,8 @@ void DaemonSocket::remove()
 
 std::string DaemonSocket::open()
 {
-    const bool isHandedOver = isNumber(std::getenv("LISTEN_PID"), getpid());
+    const bool isHandedOver =
+        isNumber(std::getenv("LISTEN_PID"), getpid()) && !isNumber(std::getenv("LISTEN_FDS"), 0);
     const bool isOne = isNumber(std::getenv("LISTEN_FDS"), 1);
     for (const char* name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
         unsetenv(name);

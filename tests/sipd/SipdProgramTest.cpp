@@ -169,6 +169,12 @@ TEST_F(SipdProgram, DoesNotTakeWhatIsNoListeningSocketForOne)
     unlink(SIPD_SOCKET_PATH);
 }
 
+TEST_F(SipdProgram, MakesASocketOfItsOwnWhenNothingIsHandedOver)
+{
+    startDaemon({}, {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=0 exec \"$0\" \"$@\""});
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+}
+
 TEST_F(SipdProgram, IgnoresAHandOverToAnotherProcess)
 {
     startDaemon({}, {"/usr/bin/env", "LISTEN_PID=1", "LISTEN_FDS=1"});
