@@ -38,7 +38,7 @@ constexpr long longestExpiry = 86400;
 struct Options
 {
     long expires = 3600;
-    std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
+    std::string caFile; // the system's when empty
 };
 
 int usage(std::FILE* stream)
