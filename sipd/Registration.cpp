@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <utility>
 
@@ -19,6 +20,9 @@ constexpr milliseconds longestPause{60'000};
 constexpr milliseconds pauseAfterRejection{300'000};
 // No address gets less, while there is time.
 constexpr milliseconds shortestTry{500};
+
+// Somebody may cancel attempts at a silent server faster than they end.
+constexpr std::ptrdiff_t mostAbandoned = 4;
 
 const char* wordsFor(_SIPD_APP_ACK_E reason)
 {
@@ -112,7 +116,7 @@ void Registration::begin()
     }
     phase_ = Phase::Clearing;
     timer_.set(std::max(timeLeft(), milliseconds(1)));
-    if (!isUnregistering())
+    if (!isClearing())
         resolve();
 }
 
@@ -257,10 +261,14 @@ void Registration::answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E a
         requester->acknowledge(ack);
 }
 
-bool Registration::isUnregistering() const
+// The next attempt waits for that.
+bool Registration::isClearing() const
 {
-    return std::any_of(former_.begin(), former_.end(),
-                       [](const auto& binding) { return binding->state() == Binding::State::Unregistering; });
+    const auto count = [this](Binding::State state) {
+        return std::count_if(former_.begin(), former_.end(),
+                             [state](const auto& binding) { return binding->state() == state; });
+    };
+    return count(Binding::State::Unregistering) > 0 || count(Binding::State::Abandoned) > mostAbandoned;
 }
 
 bool Registration::isLeaving() const
@@ -279,7 +287,7 @@ milliseconds Registration::timeLeft() const
 void Registration::reap()
 {
     std::erase_if(former_, [](const auto& binding) { return binding->isGone(); });
-    if (phase_ == Phase::Clearing && !isUnregistering())
+    if (phase_ == Phase::Clearing && !isClearing())
         resolve();
     if (!disconnecting_.empty() && !isLeaving())
         answer(disconnecting_, SIPD_ACK_SUCCESS);

@@ -69,7 +69,7 @@ public:
 private:
     enum class Phase {
         Off,
-        Clearing, // the former registration is being taken back, before the next is begun
+        Clearing, // the former registration, or what there is too much of, goes before the next is begun
         Resolving,
         Registering,
         On,
@@ -85,7 +85,7 @@ private:
     void pauseAfter(_SIPD_APP_ACK_E reason);
     void dropAttempt();
     void answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack);
-    bool isUnregistering() const;
+    bool isClearing() const;
     bool isLeaving() const;
     void handleTimer();
     std::chrono::milliseconds timeLeft() const;

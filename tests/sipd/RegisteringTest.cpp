@@ -450,6 +450,36 @@ TEST_F(Registering, AClientThatGoesAwayCancelsItsConnect)
     EXPECT_EQ(statusOf("Profile0"), 0U);
 }
 
+namespace {
+
+std::ptrdiff_t descriptorsOf(pid_t process)
+{
+    const std::filesystem::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+}
+
+} // namespace
+
+TEST_F(Registering, CancelledAttemptsAtASilentServerDoNotPileUp)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile());
+    startDaemon();
+    const pid_t process = SipdClient().daemon();
+    const auto before = descriptorsOf(process);
+    constexpr int many = 20;
+    for (int i = 0; i < many; ++i) {
+        SipdClient client;
+        client.introduce();
+        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        EXPECT_EQ(client.status("Profile0"), 1U);
+        client.close();
+        EXPECT_TRUE(waitForStatus("Profile0", 0));
+    }
+    EXPECT_LT(descriptorsOf(process) - before, many / 2);
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+}
+
 TEST_F(Registering, AClientThatGoesAwayLeavesTheOthersTheirConnect)
 {
     writeProfile("Profile0", profile());
@@ -553,12 +583,6 @@ TEST_F(Registering, NeverTouchesTheSettingsFile)
 }
 
 namespace {
-
-std::ptrdiff_t descriptorsOf(pid_t process)
-{
-    const std::filesystem::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd");
-    return std::distance(begin(descriptors), end(descriptors));
-}
 
 // AddressSanitizer is slow, and keeps what was freed for a while.
 #ifdef __SANITIZE_ADDRESS__
