@@ -7,16 +7,17 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
-ifreq interface(const char* name)
+ifreq interface(std::string_view name)
 {
     ifreq request = {};
-    std::strcpy(request.ifr_name, name);
+    name.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
     return request;
 }
 

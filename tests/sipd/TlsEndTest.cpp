@@ -2,7 +2,7 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
-// With what the stack does of it: it lets go of the context and of the connection's transport, no more.
+// The stack lets go of its own context, and of what the connection shares in, no more.
 TEST(TlsEnd, InTheMiddleOfAHandshakeLeavesNoErrorThatAnotherConnectionWouldTakeForItsOwn)
 {
     SSL_CTX* const context = SSL_CTX_new(TLS_client_method());
@@ -13,5 +13,6 @@ TEST(TlsEnd, InTheMiddleOfAHandshakeLeavesNoErrorThatAnotherConnectionWouldTakeF
     EXPECT_EQ(SSL_shutdown(connection), -1);
     EXPECT_EQ(ERR_peek_error(), 0U);
     BIO_free(transport);
+    SSL_CTX_free(context); // the connection's share
     SSL_CTX_free(context);
 }
