@@ -16,10 +16,10 @@
 #include <sofia-sip/tport_tag.h>
 
 #include <cctype>
-#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <strings.h>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -28,6 +28,9 @@ constexpr std::chrono::milliseconds unregisterLimit{3000};
 
 // The bit of the stack's TPTAG_TLS_VERSION for TLS 1.2; later versions are always on.
 constexpr unsigned int tls12 = 8;
+
+// Each is found by its name when it is needed. To read all of them, in one file, takes tens of milliseconds.
+constexpr char systemCertificates[] = "/etc/ssl/certs";
 
 std::string escaped(std::string_view user)
 {
@@ -110,8 +113,7 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
 {
     const std::string localHost = server.localUriHost();
     if (localHost.empty())
-        return errno == ENETUNREACH || !isAnyNetworkUp() ? SIPD_ACK_SERVICE_UNAVAILABLE
-                                                         : SIPD_ACK_CONNECT_FAILED;
+        return SIPD_ACK_CONNECT_FAILED;
     createAgent(localHost, patience);
     if (agent_ == nullptr)
         return SIPD_ACK_FAILED;
@@ -126,10 +128,12 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
     // The stack knows TLS under this scheme alone.
     const std::string url = tls ? "sips:" + localHost + ":*"
                                 : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
-    std::optional<CertificateDirectory> certificates;
-    if (tls)
-        certificates.emplace(settings_.caFile);
-    const std::string trusted = certificates ? certificates->path() : "";
+    std::optional<CertificateDirectory> ownCertificates;
+    if (tls && !settings_.caFile.empty())
+        ownCertificates.emplace(settings_.caFile);
+    const std::string trusted = ownCertificates ? ownCertificates->path() : systemCertificates;
+    if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
     const EventLoop::Hold hold(loop_);
     agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
                         NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),

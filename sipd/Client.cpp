@@ -146,8 +146,11 @@ void Client::send(_SIPD_MSG_TYPE_E type, const Body& body)
     std::array<char, sizeof(head) + sizeof(body)> bytes;
     std::memcpy(bytes.data(), &head, sizeof(head));
     std::memcpy(bytes.data() + sizeof(head), &body, sizeof(body));
+    const bool isFirst = unsent_.empty();
     unsent_.append(bytes.data(), bytes.size());
-    flush();
+    // What waits already goes when there is room, and what has not been handled for it is, then.
+    if (isFirst)
+        flush();
 }
 
 void Client::flush()

@@ -113,18 +113,17 @@ void DaemonSocket::remove()
 {
     if (fd_ < 0)
         return;
-    close(std::exchange(fd_, -1));
-    if (!isOwn_)
-        return;
-    const DirectoryLock lock;
+    // Nobody replaces the file while it is listened on, so this needs no lock.
     struct stat status;
-    if (lstat(SIPD_SOCKET_PATH, &status) == 0 && status.st_ino == inode_)
+    if (isOwn_ && lstat(SIPD_SOCKET_PATH, &status) == 0 && status.st_ino == inode_)
         unlink(SIPD_SOCKET_PATH);
+    close(std::exchange(fd_, -1));
 }
 
 std::string DaemonSocket::open()
 {
-    const bool isHandedOver = isNumber(std::getenv("LISTEN_PID"), getpid());
+    const bool isHandedOver =
+        isNumber(std::getenv("LISTEN_PID"), getpid()) && !isNumber(std::getenv("LISTEN_FDS"), 0);
     const bool isOne = isNumber(std::getenv("LISTEN_FDS"), 1);
     for (const char* name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
         unsetenv(name);

@@ -3,6 +3,8 @@
 #include "Log.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 using std::chrono::milliseconds;
@@ -18,6 +20,9 @@ constexpr milliseconds longestPause{60'000};
 constexpr milliseconds pauseAfterRejection{300'000};
 // No address gets less, while there is time.
 constexpr milliseconds shortestTry{500};
+
+// Somebody may cancel attempts at a silent server faster than they end.
+constexpr std::ptrdiff_t mostAbandoned = 4;
 
 const char* wordsFor(_SIPD_APP_ACK_E reason)
 {
@@ -68,6 +73,8 @@ void Registration::connect(Requester* requester)
     if (isUnderWay && profile == profile_)
         return;
     profile_ = std::move(profile);
+    if (connecting_.size() == 1)
+        deadline_ = steady_clock::now() + connectLimit;
     begin();
 }
 
@@ -83,13 +90,14 @@ void Registration::reviewProfile()
     if (!isKept_ && status() == ConnectionStatus::NotConnected)
         return;
     auto profile = readProfile(group_);
-    if (profile == profile_)
-        return;
     if (!profile && !hasProfile(group_)) {
         SIPD_DETAIL("%s has been deleted", group_.c_str());
+        answer(connecting_, SIPD_ACK_INCORRECT_PROFILE);
         end();
         return;
     }
+    if (profile == profile_)
+        return;
     SIPD_DETAIL("%s has changed", group_.c_str());
     profile_ = std::move(profile);
     pause_ = shortestPause;
@@ -99,14 +107,16 @@ void Registration::reviewProfile()
 void Registration::begin()
 {
     dropAttempt();
-    deadline_ = steady_clock::now() + connectLimit;
+    // Who waits already does not wait longer for it.
+    if (connecting_.empty())
+        deadline_ = steady_clock::now() + connectLimit;
     if (!profile_) {
         fail(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
     phase_ = Phase::Clearing;
-    timer_.set(connectLimit);
-    if (!isUnregistering())
+    timer_.set(std::max(timeLeft(), milliseconds(1)));
+    if (!isClearing())
         resolve();
 }
 
@@ -115,24 +125,29 @@ void Registration::resolve()
     phase_ = Phase::Resolving;
     const RegistrarAddress& registrar = profile_->registrar;
     if (const auto address = ServerAddress::parse(registrar.host, registrar.port)) {
-        addresses_ = {*address};
-        tryAddresses();
+        handleAddresses({*address});
         return;
     }
     lookup_ = services_.resolver.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
         lookup_.reset();
-        addresses_.assign(found.rbegin(), found.rend());
-        if (found.empty()) {
-            ORMU_LOG(ORMU_LEVEL_INFO, "%s: no address of %s", group_.c_str(),
-                     profile_->registrar.host.c_str());
-            fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
-            return;
-        }
-        tryAddresses();
+        handleAddresses(found);
     });
 }
 
-// Begins with the next address to which there is a way.
+// Those to which there is no way get no share of the time.
+void Registration::handleAddresses(const std::vector<ServerAddress>& found)
+{
+    std::copy_if(found.rbegin(), found.rend(), std::back_inserter(addresses_),
+                 [](const ServerAddress& address) { return !address.localUriHost().empty(); });
+    if (addresses_.empty()) {
+        ORMU_LOG(ORMU_LEVEL_INFO, "%s: %s %s", group_.c_str(), found.empty() ? "no address of" : "no way to",
+                 profile_->registrar.host.c_str());
+        fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
+        return;
+    }
+    tryAddresses();
+}
+
 void Registration::tryAddresses()
 {
     phase_ = Phase::Registering;
@@ -246,10 +261,14 @@ void Registration::answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E a
         requester->acknowledge(ack);
 }
 
-bool Registration::isUnregistering() const
+// The next attempt waits for that.
+bool Registration::isClearing() const
 {
-    return std::any_of(former_.begin(), former_.end(),
-                       [](const auto& binding) { return binding->state() == Binding::State::Unregistering; });
+    const auto count = [this](Binding::State state) {
+        return std::count_if(former_.begin(), former_.end(),
+                             [state](const auto& binding) { return binding->state() == state; });
+    };
+    return count(Binding::State::Unregistering) > 0 || count(Binding::State::Abandoned) > mostAbandoned;
 }
 
 bool Registration::isLeaving() const
@@ -268,7 +287,7 @@ milliseconds Registration::timeLeft() const
 void Registration::reap()
 {
     std::erase_if(former_, [](const auto& binding) { return binding->isGone(); });
-    if (phase_ == Phase::Clearing && !isUnregistering())
+    if (phase_ == Phase::Clearing && !isClearing())
         resolve();
     if (!disconnecting_.empty() && !isLeaving())
         answer(disconnecting_, SIPD_ACK_SUCCESS);

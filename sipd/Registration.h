@@ -55,7 +55,8 @@ public:
 
     // Connects it and keeps it so, without a requester.
     void keepConnected();
-    // Reads the profile again: connects anew when it has changed, disconnects when it is gone.
+    // Reads the profile again, of a settings file that is sound: connects anew when it has changed,
+    // disconnects when it is gone.
     void reviewProfile();
     // As disconnect(), without a requester.
     void end();
@@ -68,7 +69,7 @@ public:
 private:
     enum class Phase {
         Off,
-        Clearing, // the former registration is being taken back, before the next is begun
+        Clearing, // the former registration, or what there is too much of, goes before the next is begun
         Resolving,
         Registering,
         On,
@@ -77,13 +78,14 @@ private:
 
     void begin();
     void resolve();
+    void handleAddresses(const std::vector<ServerAddress>& found);
     void tryAddresses();
     void handleOutcome(_SIPD_APP_ACK_E outcome);
     void fail(_SIPD_APP_ACK_E reason);
     void pauseAfter(_SIPD_APP_ACK_E reason);
     void dropAttempt();
     void answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack);
-    bool isUnregistering() const;
+    bool isClearing() const;
     bool isLeaving() const;
     void handleTimer();
     std::chrono::milliseconds timeLeft() const;

@@ -32,14 +32,20 @@ void Registrations::forget(Requester* requester)
 
 void Registrations::connectAutomatically()
 {
+    hasStarted_ = isSettingsFileSound();
     for (const std::string& group : autoConnectGroups())
         registration(group).keepConnected();
 }
 
 void Registrations::review()
 {
+    // To a damaged file every profile would be a deleted one.
+    if (!isSettingsFileSound())
+        return;
     for (const auto& [group, registration] : registrations_)
         registration->reviewProfile();
+    if (!hasStarted_)
+        connectAutomatically();
 }
 
 void Registrations::end()

@@ -19,7 +19,8 @@ public:
     ConnectionStatus status(const std::string& group) const;
     void forget(Requester* requester);
 
-    // Connects every profile that is to be connected from the start.
+    // Connects every profile that is to be connected from the start; when the settings file is damaged, as
+    // soon as it has been mended.
     void connectAutomatically();
     // The settings file may have changed.
     void review();
@@ -35,6 +36,7 @@ private:
 
     const SipServices services_;
     std::map<std::string, std::unique_ptr<Registration>> registrations_;
+    bool hasStarted_ = false; // what is to be connected from the start is
 };
 
 #endif

@@ -6,8 +6,10 @@
 #include <arpa/nameser.h>
 #include <array>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <netdb.h>
+#include <optional>
 #include <poll.h>
 #include <resolv.h>
 #include <sys/eventfd.h>
@@ -143,9 +145,30 @@ private:
 
 struct Resolver::Shared
 {
+    using Question = std::pair<std::weak_ptr<Lookup>, RegistrarAddress>;
     using Result = std::pair<std::weak_ptr<Lookup>, std::vector<ServerAddress>>;
 
     Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event >= 0); }
+
+    // What a thread does, until nothing waits any more.
+    void work()
+    {
+        while (const auto question = take())
+            post({question->first, lookUp(question->second)});
+    }
+    // The next that somebody still waits for. Without one, the thread's end.
+    std::optional<Question> take()
+    {
+        const std::lock_guard lock(mutex);
+        std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
+        if (waiting.empty()) {
+            --threads;
+            return std::nullopt;
+        }
+        Question next = std::move(waiting.front());
+        waiting.pop_front();
+        return next;
+    }
     void post(Result result)
     {
         const std::lock_guard lock(mutex);
@@ -156,7 +179,8 @@ struct Resolver::Shared
     }
 
     const OwnedFd event;
-    std::mutex mutex; // of what follows
+    std::mutex mutex;             // of what follows
+    std::deque<Question> waiting; // for a thread
     std::vector<Result> results;
     int threads = 0;
 };
@@ -171,30 +195,22 @@ Resolver::~Resolver() = default;
 Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
 {
     auto ticket = std::make_shared<Lookup>(std::move(onResolved));
-    if (!startThread(registrar, ticket)) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "%s is not looked up: too many names are", registrar.host.c_str());
-        shared_->post({ticket, {}});
-    }
+    const std::lock_guard lock(shared_->mutex);
+    std::erase_if(shared_->waiting, [](const auto& question) { return question.first.expired(); });
+    shared_->waiting.emplace_back(ticket, registrar);
+    if (shared_->threads < mostThreads)
+        startThread();
     return ticket;
 }
 
-bool Resolver::startThread(const RegistrarAddress& registrar, const Ticket& ticket)
+void Resolver::startThread()
 {
-    const std::lock_guard lock(shared_->mutex);
-    if (shared_->threads >= mostThreads)
-        return false;
     try {
-        std::thread([shared = shared_, lookup = std::weak_ptr(ticket), registrar] {
-            auto addresses = lookUp(registrar);
-            shared->post({lookup, std::move(addresses)});
-            const std::lock_guard end(shared->mutex);
-            --shared->threads;
-        }).detach();
-    } catch (const std::system_error&) {
-        return false;
+        std::thread([shared = shared_] { shared->work(); }).detach();
+        ++shared_->threads;
+    } catch (const std::system_error& error) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "no thread to look names up: %s", error.what());
     }
-    ++shared_->threads;
-    return true;
 }
 
 bool Resolver::isBusy() const

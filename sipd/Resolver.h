@@ -26,8 +26,8 @@ public:
     Resolver(const Resolver&) = delete;
     Resolver& operator=(const Resolver&) = delete;
 
-    // Calls onResolved from the loop, never from within. Registrars at the default port are looked for by
-    // their SRV records first.
+    // Calls onResolved from the loop, never from within, and not before there is a thread for it. Registrars
+    // at the default port are looked for by their SRV records first.
     Ticket resolve(const RegistrarAddress& registrar, OnResolved onResolved);
 
     // Whether a thread is still at work. It cannot be stopped; after a few seconds it ends by itself.
@@ -36,7 +36,7 @@ public:
 private:
     struct Shared;
 
-    bool startThread(const RegistrarAddress& registrar, const Ticket& ticket);
+    void startThread();
     void deliver();
 
     const std::shared_ptr<Shared> shared_; // with the threads, which may outlive the rest

@@ -2,6 +2,7 @@
 
 #include "SETUP_SET_Manager.h"
 #include "SETUP_SIP_Agent.h"
+#include "SettingsFile.h"
 
 #include <algorithm>
 #include <cctype>
@@ -44,6 +45,13 @@ std::optional<SipProfile> readProfile(const std::string& group)
     if (!registrar || !isUserName(user))
         return std::nullopt;
     return SipProfile{*registrar, user, record.password.toStdString()};
+}
+
+bool isSettingsFileSound()
+{
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    return !readSettingsFile(path.toUtf8()).damaged;
 }
 
 bool hasProfile(const std::string& group)

@@ -24,6 +24,10 @@ bool isProfileGroup(const std::string& group);
 // could register with it: no user, or no address that makes sense. Blocks for one file read.
 std::optional<SipProfile> readProfile(const std::string& group);
 
+// Whether the settings file says what profiles there are: it is sound, or there is none. Blocks for one file
+// read.
+bool isSettingsFileSound();
+
 // Whether there is such a profile, of any kind. Blocks for one file read.
 bool hasProfile(const std::string& group);
 

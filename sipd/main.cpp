@@ -38,7 +38,7 @@ constexpr long longestExpiry = 86400;
 struct Options
 {
     long expires = 3600;
-    std::string caFile = "/etc/ssl/certs/ca-certificates.crt";
+    std::string caFile; // the system's when empty
 };
 
 int usage(std::FILE* stream)
@@ -175,6 +175,7 @@ int run(const Options& options)
         loop.step();
         if (isEnding && server) {
             server.reset();
+            socket.remove();
             registrations.end();
             endTimer.set(endLimit);
         }
@@ -185,7 +186,6 @@ int run(const Options& options)
     if (isLate || resolver.isBusy()) {
         // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
         ORMU_LOG(ORMU_LEVEL_ERROR, "left without the answer of a server or of DNS");
-        socket.remove();
         std::_Exit(EXIT_SUCCESS);
     }
     return EXIT_SUCCESS;

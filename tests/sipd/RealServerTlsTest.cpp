@@ -29,6 +29,8 @@ public:
         openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj '/CN=" +
                 name + "' -keyout " + name + ".key -out " + name + ".pem");
     }
+    // Links by which an authority is found.
+    void linkAuthorities() const { openssl("rehash ."); }
     // In server.pem and server.key, for these names, by that authority.
     void make(const std::string& authority, const std::string& names) const
     {
@@ -87,11 +89,13 @@ protected:
     }
     void startTrustingDaemon()
     {
-        // LeakSanitizer, if the daemon has it, looks for what is known of the stack in whole call stacks.
-        startDaemon({"--ca-file", (workplace() / "authority.pem").string()},
-                    {"/usr/bin/env", "ASAN_OPTIONS=fast_unwind_on_malloc=0:quarantine_size_mb=1",
-                     "LSAN_OPTIONS=print_suppressions=0:suppressions=" LEAK_SUPPRESSIONS});
+        startDaemon({"--ca-file", (workplace() / "authority.pem").string()}, environment);
     }
+
+    // LeakSanitizer, if the daemon has it, looks for what is known of the stack in whole call stacks.
+    const std::vector<std::string> environment = {
+        "/usr/bin/env", "ASAN_OPTIONS=fast_unwind_on_malloc=0:quarantine_size_mb=1",
+        "LSAN_OPTIONS=print_suppressions=0:suppressions=" LEAK_SUPPRESSIONS};
 
     std::list<Kamailio> servers;
 };
@@ -112,6 +116,36 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
         EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
         EXPECT_FALSE(server.registered("anna"));
     }
+}
+
+TEST_F(RealServerTls, TrustsTheSystemsAuthorities)
+{
+    if (std::system("unshare -m true 2>/dev/null") != 0)
+        GTEST_SKIP() << "a view of the files of one's own is not to be had";
+    certificateOf("system").makeAuthority("systems");
+    certificateOf("system").linkAuthorities();
+    certificateOf("good").make("../system/systems", GOOD_NAMES);
+    certificateOf("foreign").make("../authority", GOOD_NAMES);
+    std::vector<std::string> command = {"/usr/bin/unshare", "-m", "/bin/sh", "-c",
+                                        "mount --bind " + (workplace() / "system").string() +
+                                            " /etc/ssl/certs && exec \"$0\" \"$@\""};
+    command.insert(command.end(), environment.begin(), environment.end());
+    startDaemon({}, command);
+    writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", startServer("good").tlsPort()));
+    writeProfile("Profile1", profileOf("bert", "localhost;transport=tls", startServer("foreign").tlsPort()));
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << daemon().log();
+    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_CONNECT_FAILED);
+}
+
+TEST_F(RealServerTls, SaysThatTheSystemHasNoCertificates)
+{
+    if (std::system("unshare -m mount -t tmpfs none /etc/ssl 2>/dev/null") != 0)
+        GTEST_SKIP() << "a view of the files of one's own is not to be had";
+    startDaemon({}, {"/usr/bin/unshare", "-m", "/bin/sh", "-c",
+                     "mount -t tmpfs none /etc/ssl && exec \"$0\" \"$@\""});
+    writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", 1));
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_NE(daemon().log().find("no certificates in /etc/ssl/certs"), std::string::npos) << daemon().log();
 }
 
 TEST_F(RealServerTls, LeavesNoMemoryBehind)

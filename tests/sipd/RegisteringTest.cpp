@@ -1,5 +1,7 @@
 // How the daemon brings registrations about, keeps and ends them, with a registrar of the test's own.
 
+#include "ChildProcess.h"
+#include "OwnNetwork.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
@@ -11,6 +13,8 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <netinet/in.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -115,6 +119,31 @@ TEST_F(Registering, TellsThatThePhoneHasNoNetwork)
     startDaemon({}, {"/usr/bin/unshare", "-n"});
     for (const char* group : {"Profile0", "Profile1", "Profile2"})
         EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
+}
+
+TEST_F(Registering, AnAddressWithoutAWayThereIsAServerThatIsNotReachedWhereThereIsANetwork)
+{
+    // The server has an IPv6 address, too, and the phone's network has no IPv6.
+    const std::string hosts = directory().toStdString() + "/hosts";
+    std::ofstream(hosts) << "127.0.0.1 sip.example.com\n2001:db8::1 sip.example.com v6.example.com\n";
+    writeProfile("Profile0", {.server = "sip.example.com", .port = 5079});
+    writeProfile("Profile1", {.server = "2001:db8::1"});
+    writeProfile("Profile2", {.server = "v6.example.com", .port = 5079});
+    constexpr int notToBeHad = 77;
+    const int outcome = runInChild([&] {
+        if (!enterOwnNetwork() || !addInterface() || unshare(CLONE_NEWNS) != 0 ||
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount(hosts.c_str(), "/etc/hosts", nullptr, MS_BIND, nullptr) != 0)
+            return notToBeHad;
+        startDaemon({"-v"});
+        for (const char* group : {"Profile0", "Profile1", "Profile2"})
+            EXPECT_EQ(connectProfile(group), SIPD_ACK_CONNECT_FAILED) << group << '\n' << daemon().log();
+        stopDaemon();
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    if (outcome == notToBeHad)
+        GTEST_SKIP() << "a network of one's own is not to be had";
+    EXPECT_EQ(outcome, 0);
 }
 
 TEST_F(Registering, AuthenticatesWithAnyUserNameAndPassword)
@@ -272,6 +301,25 @@ TEST_F(Registering, TakesAChangeInTheMiddleOfAnAttempt)
     }));
 }
 
+TEST_F(Registering, AChangeInTheMiddleOfAnAttemptPutsItsEndNotOff)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile("anna"));
+    startDaemon();
+    SipdClient client;
+    client.introduce();
+    const auto start = Clock::now();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    // It asks again after 1/2 and 3/2 of a second.
+    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 3; }));
+    writeProfile("Profile0", profile("bert"));
+    EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_THAT(registrar.requests(),
+                testing::Contains(testing::Field("user", &TestRegistrar::Register::user, "bert")));
+    EXPECT_GE(Clock::now() - start, 7500ms);
+    EXPECT_LT(Clock::now() - start, 9s);
+}
+
 TEST_F(Registering, LeavesAProfileAloneOfWhichItKnowsNothingNew)
 {
     TestProfile same = profile();
@@ -302,6 +350,68 @@ TEST_F(Registering, EndsTheRegistrationOfADeletedProfile)
     std::filesystem::remove(file().toStdString());
     EXPECT_TRUE(waitForStatus("Profile1", 0));
     EXPECT_EQ(registrar.contacts().size(), 0U);
+}
+
+TEST_F(Registering, AFileThatCannotBeReadEndsNothing)
+{
+    writeProfile("Profile0", profile("anna"));
+    TestProfile automatic = profile("bert");
+    automatic.autoConnect = true;
+    automatic.server = "";
+    writeProfile("Profile1", automatic);
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    std::filesystem::rename(file().toStdString(), file().toStdString() + ".sound");
+    std::ofstream(file().toStdString()) << "[Profile0\nDisplayName=Home\n";
+    ASSERT_TRUE(waitUntil([this] { return daemon().log().find("cannot be parsed") != std::string::npos; }));
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    const size_t count = registrar.requests().size();
+    std::filesystem::rename(file().toStdString() + ".sound", file().toStdString());
+    automatic.server = "127.0.0.1";
+    writeProfile("Profile1", automatic);
+    EXPECT_TRUE(waitForStatus("Profile1", 2)) << "it has not been forgotten either";
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    EXPECT_EQ(registrar.requests().size(), count + 1);
+}
+
+TEST_F(Registering, ConnectsAtTheStartWhatIsInTheFileOnceThatCanBeRead)
+{
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    std::ofstream(file().toStdString()) << "[Profile0\n";
+    startDaemon();
+    std::filesystem::remove(file().toStdString());
+    writeProfile("Profile0", automatic);
+    EXPECT_TRUE(waitForStatus("Profile0", 2));
+    automatic.user = "bert";
+    writeProfile("Profile1", automatic);
+    EXPECT_FALSE(waitForStatus("Profile1", 2, 500ms)) << "it was not there at the start";
+}
+
+TEST_F(Registering, ForgetsADeletedProfileThatMadeNoSense)
+{
+    TestProfile automatic = profile();
+    automatic.autoConnect = true;
+    automatic.server = "";
+    writeProfile("Profile0", automatic);
+    startDaemon({"-v"});
+    removeProfile("Profile0");
+    EXPECT_TRUE(waitUntil([this] { return daemon().log().find("deleted") != std::string::npos; }, 1s));
+    writeProfile("Profile0", profile("cleo"));
+    EXPECT_FALSE(waitForStatus("Profile0", 2, 500ms)) << "it is another one now";
+}
+
+TEST_F(Registering, AProfileThatIsDeletedWhileItIsBeingConnectedIsNoProfile)
+{
+    writeProfile("Profile0", profile());
+    startDaemon();
+    registrar.setAnswer(0);
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+    removeProfile("Profile0");
+    EXPECT_EQ(client.ack(), SIPD_ACK_INCORRECT_PROFILE);
 }
 
 TEST_F(Registering, TriesARejectedProfileAgainAsSoonAsItChanges)
@@ -337,6 +447,36 @@ TEST_F(Registering, AClientThatGoesAwayCancelsItsConnect)
         const auto requests = registrar.requests();
         return requests.back().expires == 0 && registrar.contacts().empty();
     }));
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+}
+
+namespace {
+
+std::ptrdiff_t descriptorsOf(pid_t process)
+{
+    const std::filesystem::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+}
+
+} // namespace
+
+TEST_F(Registering, CancelledAttemptsAtASilentServerDoNotPileUp)
+{
+    registrar.setAnswer(0);
+    writeProfile("Profile0", profile());
+    startDaemon();
+    const pid_t process = SipdClient().daemon();
+    const auto before = descriptorsOf(process);
+    constexpr int many = 20;
+    for (int i = 0; i < many; ++i) {
+        SipdClient client;
+        client.introduce();
+        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+        EXPECT_EQ(client.status("Profile0"), 1U);
+        client.close();
+        EXPECT_TRUE(waitForStatus("Profile0", 0));
+    }
+    EXPECT_LT(descriptorsOf(process) - before, many / 2);
     EXPECT_EQ(statusOf("Profile0"), 0U);
 }
 
@@ -443,12 +583,6 @@ TEST_F(Registering, NeverTouchesTheSettingsFile)
 }
 
 namespace {
-
-std::ptrdiff_t descriptorsOf(pid_t process)
-{
-    const std::filesystem::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd");
-    return std::distance(begin(descriptors), end(descriptors));
-}
 
 // AddressSanitizer is slow, and keeps what was freed for a while.
 #ifdef __SANITIZE_ADDRESS__

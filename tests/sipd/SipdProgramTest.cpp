@@ -10,6 +10,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -169,6 +170,12 @@ TEST_F(SipdProgram, DoesNotTakeWhatIsNoListeningSocketForOne)
     unlink(SIPD_SOCKET_PATH);
 }
 
+TEST_F(SipdProgram, MakesASocketOfItsOwnWhenNothingIsHandedOver)
+{
+    startDaemon({}, {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=0 exec \"$0\" \"$@\""});
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+}
+
 TEST_F(SipdProgram, IgnoresAHandOverToAnotherProcess)
 {
     startDaemon({}, {"/usr/bin/env", "LISTEN_PID=1", "LISTEN_FDS=1"});
@@ -226,10 +233,33 @@ TEST_F(SipdProgram, EndsWithinFourSecondsWhenNoServerAnswersAnyMore)
     client.introduce();
     client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile1"));
     ASSERT_TRUE(waitUntil([&] { return registrar.requests().size() >= 2; }));
+    // Somebody's lock on the socket's directory takes no time from it either.
+    const int directory = open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(directory, LOCK_EX), 0);
     const auto start = std::chrono::steady_clock::now();
     daemon().signal(SIGTERM);
     EXPECT_EQ(daemon().wait(), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3900));
+    close(directory);
+    EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, MakesRoomForTheNextOneWhileItTakesItsRegistrationsBack)
+{
+    TestRegistrar registrar;
+    writeProfile("Profile0", {.port = registrar.port()});
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    registrar.setAnswer(0);
+    daemon().signal(SIGTERM);
+    ASSERT_TRUE(waitUntil([&] { return registrar.requests().back().expires == 0; }));
+    EXPECT_FALSE(isThere());
+    {
+        const SipdProcess next(logFile() + ".next", {});
+        EXPECT_EQ(statusOf("Profile0"), 0U);
+        EXPECT_EQ(daemon().wait(), 0);
+        EXPECT_TRUE(isThere()) << "it is the next one's";
+    }
     EXPECT_FALSE(isThere());
 }
 

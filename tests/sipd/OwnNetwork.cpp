@@ -1,0 +1,60 @@
+#include "OwnNetwork.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/if_tun.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+ifreq interface(std::string_view name)
+{
+    ifreq request = {};
+    name.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
+    return request;
+}
+
+bool configure(unsigned long what, ifreq request)
+{
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    const bool isDone = ioctl(fd, what, &request) == 0;
+    close(fd);
+    return isDone;
+}
+
+bool bringUp(const char* name)
+{
+    ifreq request = interface(name);
+    request.ifr_flags = IFF_UP;
+    return configure(SIOCSIFFLAGS, request);
+}
+
+} // namespace
+
+bool enterOwnNetwork()
+{
+    return unshare(CLONE_NEWNET) == 0 && bringUp("lo");
+}
+
+bool addInterface()
+{
+    constexpr char name[] = "test0";
+    const int tunnel = open("/dev/net/tun", O_RDWR | O_CLOEXEC); // the interface goes with it
+    ifreq request = interface(name);
+    request.ifr_flags = IFF_TUN | IFF_NO_PI;
+    if (tunnel < 0 || ioctl(tunnel, TUNSETIFF, &request) != 0)
+        return false;
+    request = interface(name);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    inet_pton(AF_INET, "192.0.2.1", &address.sin_addr);
+    std::memcpy(&request.ifr_addr, &address, sizeof(address));
+    return configure(SIOCSIFADDR, request) && bringUp(name);
+}

@@ -1,0 +1,18 @@
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+// The stack lets go of its own context, and of what the connection shares in, no more.
+TEST(TlsEnd, InTheMiddleOfAHandshakeLeavesNoErrorThatAnotherConnectionWouldTakeForItsOwn)
+{
+    SSL_CTX* const context = SSL_CTX_new(TLS_client_method());
+    SSL* const connection = SSL_new(context);
+    BIO* const transport = BIO_new(BIO_s_mem());
+    SSL_set_bio(connection, transport, transport);
+    EXPECT_EQ(SSL_connect(connection), -1) << "nobody answers";
+    EXPECT_EQ(SSL_shutdown(connection), -1);
+    EXPECT_EQ(ERR_peek_error(), 0U);
+    BIO_free(transport);
+    SSL_CTX_free(context); // the connection's share
+    SSL_CTX_free(context);
+}
