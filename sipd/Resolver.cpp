@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <netdb.h>
 #include <optional>
@@ -22,7 +23,7 @@ namespace {
 
 // A name server that does not answer keeps a thread for seconds; clients that ask again and again do not get
 // more of them than this.
-constexpr int mostThreads = 16;
+constexpr size_t mostThreads = 16;
 constexpr size_t mostTargets = 8;
 
 struct Target
@@ -153,36 +154,36 @@ struct Resolver::Shared
     // What a thread does, until nothing waits any more.
     void work()
     {
-        while (const auto question = take())
-            post({question->first, lookUp(question->second)});
+        std::optional<Result> result;
+        while (const auto question = next(std::move(result)))
+            result = {question->first, lookUp(question->second)};
     }
-    // The next that somebody still waits for. Without one, the thread's end.
-    std::optional<Question> take()
+    // Hands the result over, and gives the next that somebody still waits for. Without one, the thread's end.
+    std::optional<Question> next(std::optional<Result> result)
     {
         const std::lock_guard lock(mutex);
-        std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
-        if (waiting.empty()) {
-            --threads;
-            return std::nullopt;
-        }
-        Question next = std::move(waiting.front());
-        waiting.pop_front();
-        return next;
-    }
-    void post(Result result)
-    {
-        const std::lock_guard lock(mutex);
-        results.push_back(std::move(result));
+        if (result)
+            results.push_back(std::move(*result));
         const uint64_t one = 1;
         // It cannot fail short of 2^64 results.
         [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
+        std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
+        if (waiting.empty()) {
+            if (auto self = threads.extract(std::this_thread::get_id()))
+                ended.push_back(std::move(self.mapped()));
+            return std::nullopt;
+        }
+        Question question = std::move(waiting.front());
+        waiting.pop_front();
+        return question;
     }
 
     const OwnedFd event;
     std::mutex mutex;             // of what follows
     std::deque<Question> waiting; // for a thread
     std::vector<Result> results;
-    int threads = 0;
+    std::map<std::thread::id, std::thread> threads; // at work
+    std::vector<std::thread> ended;                 // or about to, to be joined
 };
 
 Resolver::Resolver(EventLoop& loop)
@@ -190,7 +191,14 @@ Resolver::Resolver(EventLoop& loop)
 {
 }
 
-Resolver::~Resolver() = default;
+Resolver::~Resolver()
+{
+    const std::lock_guard lock(shared_->mutex);
+    for (auto& [id, thread] : std::exchange(shared_->threads, {}))
+        thread.detach();
+    for (std::thread& thread : std::exchange(shared_->ended, {}))
+        thread.join();
+}
 
 Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
 {
@@ -198,7 +206,7 @@ Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved
     const std::lock_guard lock(shared_->mutex);
     std::erase_if(shared_->waiting, [](const auto& question) { return question.first.expired(); });
     shared_->waiting.emplace_back(ticket, registrar);
-    if (shared_->threads < mostThreads)
+    if (shared_->threads.size() < mostThreads)
         startThread();
     return ticket;
 }
@@ -206,8 +214,8 @@ Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved
 void Resolver::startThread()
 {
     try {
-        std::thread([shared = shared_] { shared->work(); }).detach();
-        ++shared_->threads;
+        std::thread thread([shared = shared_] { shared->work(); });
+        shared_->threads.emplace(thread.get_id(), std::move(thread));
     } catch (const std::system_error& error) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "no thread to look names up: %s", error.what());
     }
@@ -216,7 +224,7 @@ void Resolver::startThread()
 bool Resolver::isBusy() const
 {
     const std::lock_guard lock(shared_->mutex);
-    return shared_->threads > 0;
+    return !shared_->threads.empty();
 }
 
 void Resolver::deliver()
@@ -224,10 +232,14 @@ void Resolver::deliver()
     uint64_t count = 0;
     [[maybe_unused]] const ssize_t taken = read(shared_->event, &count, sizeof(count));
     std::vector<Shared::Result> results;
+    std::vector<std::thread> ended;
     {
         const std::lock_guard lock(shared_->mutex);
         results.swap(shared_->results);
+        ended.swap(shared_->ended);
     }
+    for (std::thread& thread : ended)
+        thread.join();
     for (const auto& [lookup, addresses] : results) {
         if (const Ticket ticket = lookup.lock())
             ticket->finish(addresses);

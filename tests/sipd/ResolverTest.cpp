@@ -46,6 +46,7 @@ std::string resolved(const RegistrarAddress& address)
     EXPECT_EQ(result, "nothing yet") << "it may not call at once";
     while (result == "nothing yet")
         loop.step();
+    EXPECT_FALSE(resolver.isBusy()) << "it has nothing left to look for";
     return result;
 }
 
