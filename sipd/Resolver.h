@@ -30,7 +30,7 @@ public:
     // at the default port are looked for by their SRV records first.
     Ticket resolve(const RegistrarAddress& registrar, OnResolved onResolved);
 
-    // Whether a thread still looks for something. It cannot be stopped; after a few seconds it ends by itself.
+    // Whether a thread still looks for a name. It cannot be stopped; after a few seconds it ends by itself.
     bool isBusy() const;
 
 private:
