@@ -15,17 +15,10 @@ struct GLibDeleter
 using Text = std::unique_ptr<gchar, GLibDeleter>;
 using Texts = std::unique_ptr<gchar*, GLibDeleter>;
 
-const char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
-
 const QString GROUP_STEM = QStringLiteral("Profile");
 // Nobody typed these: the store writes them by itself.
 constexpr std::array SWITCH_KEYS = {AUTO_CONNECT_KEY, "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
                                     "RemPassword"};
-
-QByteArrayView withoutMark(QByteArrayView text)
-{
-    return text.startsWith(BYTE_ORDER_MARK) ? text.sliced(sizeof BYTE_ORDER_MARK - 1) : text;
-}
 
 bool parses(QByteArrayView bytes)
 {
@@ -76,9 +69,9 @@ Mended mend(QByteArrayView bytes)
     Mended mended;
     bool inGroup = false;
     int number = 0;
-    for (const QByteArray& line : withoutMark(bytes).toByteArray().split('\n')) {
+    for (const QByteArray& line : withoutByteOrderMark(bytes).toByteArray().split('\n')) {
         ++number;
-        QByteArray good = withoutMark(line).toByteArray();
+        QByteArray good = withoutByteOrderMark(line).toByteArray();
         good.replace('\0', "");
         if (!parses(good) && !(inGroup && parses("[group]\n" + good)))
             good = mendLine(good, number);
@@ -134,7 +127,7 @@ ProfileKeys::ProfileKeys(const QByteArray& bytes) : keys_(g_key_file_new())
         mended = mend(bytes);
     unparsedLines_ = mended.lines;
     firstUnparsedLine_ = mended.firstLine;
-    isParsed_ = parseSettings(keys_.get(), separateGroups(withoutMark(mended.bytes).toByteArray()));
+    isParsed_ = parseSettings(keys_.get(), separateGroups(withoutByteOrderMark(mended.bytes).toByteArray()));
     if (!isParsed_)
         keys_.reset(g_key_file_new());
 }

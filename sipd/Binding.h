@@ -18,8 +18,7 @@ struct sip_s;
 struct SipSettings
 {
     std::chrono::seconds expires{3600}; // how long a registration is asked for at a time
-    std::string
-        caFile; // the certificates to trust of servers that are reached by TLS; the system's when empty
+    std::string caFile; // the certificates to trust of servers that are reached by TLS; else the system's
 };
 
 // One attempt to register a profile at one address, and the registration that comes of it, which is kept

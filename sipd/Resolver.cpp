@@ -167,7 +167,7 @@ struct Resolver::Shared
         const uint64_t one = 1;
         // It cannot fail short of 2^64 results.
         [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
-        std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
+        dropAbandoned();
         if (waiting.empty()) {
             if (auto self = threads.extract(std::this_thread::get_id()))
                 ended.push_back(std::move(self.mapped()));
@@ -176,6 +176,11 @@ struct Resolver::Shared
         Question question = std::move(waiting.front());
         waiting.pop_front();
         return question;
+    }
+    // Those for which nobody waits any more. With the mutex locked.
+    void dropAbandoned()
+    {
+        std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
     }
 
     const OwnedFd event;
@@ -204,7 +209,7 @@ Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved
 {
     auto ticket = std::make_shared<Lookup>(std::move(onResolved));
     const std::lock_guard lock(shared_->mutex);
-    std::erase_if(shared_->waiting, [](const auto& question) { return question.first.expired(); });
+    shared_->dropAbandoned();
     shared_->waiting.emplace_back(ticket, registrar);
     if (shared_->threads.size() < mostThreads)
         startThread();

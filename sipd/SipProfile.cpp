@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include <QFile>
+
 namespace {
 
 constexpr std::string_view groupPrefix = "Profile";
@@ -20,6 +22,13 @@ bool isUserName(const std::string& user)
 {
     return !user.empty() &&
            std::none_of(user.begin(), user.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; });
+}
+
+QString settingsPath()
+{
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    return path;
 }
 
 } // namespace
@@ -49,9 +58,7 @@ std::optional<SipProfile> readProfile(const std::string& group)
 
 bool isSettingsFileSound()
 {
-    QString path;
-    SETUP_SIP_Agent::getSIPSetupPath(path);
-    return !readSettingsFile(path.toUtf8()).damaged;
+    return !readSettingsFile(QFile::encodeName(settingsPath())).damaged;
 }
 
 bool hasProfile(const std::string& group)
@@ -62,9 +69,7 @@ bool hasProfile(const std::string& group)
 
 std::vector<std::string> autoConnectGroups()
 {
-    QString path;
-    SETUP_SIP_Agent::getSIPSetupPath(path);
-    SETUP_SET_Manager manager(path, false);
+    SETUP_SET_Manager manager(settingsPath(), false);
     std::vector<std::string> groups;
     for (int number = 0; number < scannedGroups; ++number) {
         const std::string group = std::string(groupPrefix) + std::to_string(number);

@@ -12,8 +12,6 @@
 
 namespace {
 
-const char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
-
 struct GLibDeleter
 {
     void operator()(gchar* text) const { g_free(text); }
@@ -99,10 +97,15 @@ std::optional<QByteArray> readSettingsBytes(const QByteArray& path)
     return QByteArray(bytes.constData(), bytes.size());
 }
 
+QByteArrayView withoutByteOrderMark(QByteArrayView text)
+{
+    constexpr QByteArrayView mark = "\xEF\xBB\xBF";
+    return text.startsWith(mark) ? text.sliced(mark.size()) : text;
+}
+
 bool parseSettings(GKeyFile* keys, QByteArrayView bytes)
 {
-    if (bytes.startsWith(BYTE_ORDER_MARK))
-        bytes = bytes.sliced(sizeof BYTE_ORDER_MARK - 1);
+    bytes = withoutByteOrderMark(bytes);
     // The key file would silently drop the rest of such a line.
     if (bytes.contains('\0'))
         return false;

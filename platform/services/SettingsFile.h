@@ -31,6 +31,9 @@ SettingsFile readSettingsFile(const QByteArray& path);
 std::optional<QByteArray> readSettingsBytes(const QByteArray& path);
 bool parseSettings(GKeyFile* keys, QByteArrayView bytes);
 
+// The text behind a byte order mark, with which it may begin.
+QByteArrayView withoutByteOrderMark(QByteArrayView text);
+
 // Gives what stands at path the first free name of "path.damaged", "path.damaged.1", ...; false when it
 // cannot. The old name stays too, unless the file system knows no second names (or none for a directory).
 bool keepDamagedFile(const QByteArray& path);
