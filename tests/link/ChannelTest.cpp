@@ -140,6 +140,9 @@ TEST(Channel, ReadsAPendingBodyEvenWhenClosed)
 TEST(Channel, SendsOnAnyDescriptorButMinusOne)
 {
     TestChannel channel(-2);
+    _SIPD_MSG_TYPE_E type;
+    EXPECT_FALSE(channel.isConnected());
+    EXPECT_EQ(channel.recvMsgType(&type), 1);
     EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.sendControlMsg(SIPD_MSG_REGISTER), 2); }),
                 Contains("{1} SIP_COMM_Channel.cpp\tbad fd -2"));
 }
@@ -151,6 +154,15 @@ TEST(Channel, HasNothingPendingAfterABodyThatCouldNotBeRead)
     _SIPD_MSG_PROFILE_S profile;
     EXPECT_EQ(channel.recvProfileMsg(&profile), 2);
     EXPECT_EQ(channel.recvProfileMsg(&profile), 1);
+}
+
+TEST(Channel, HasNothingPendingAfterAStatusThatCouldNotBeRead)
+{
+    TestChannel channel;
+    channel.setPending(SIPD_MSG_STATUS, sizeof(_SIPD_MSG_STATUS_S));
+    _SIPD_MSG_STATUS_S status;
+    EXPECT_EQ(channel.recvStatusMsg(&status, nullptr, nullptr), 2);
+    EXPECT_EQ(channel.pendingMessageType(), SIPD_MSG_NONE);
 }
 
 TEST(Channel, DisconnectsAsOftenAsOneLikes)
@@ -297,6 +309,28 @@ TEST(Channel, ReceivesAStatusWithoutSdp)
     EXPECT_EQ(sdp, 'k');
 }
 
+TEST(Channel, SaysNothingOfAnSdpThatIsNotThere)
+{
+    ChannelPair pair;
+    pair.give(encodeStatus(statusFields, ""));
+    _SIPD_MSG_TYPE_E type;
+    _SIPD_MSG_STATUS_S status;
+    ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvStatusMsg(&status, nullptr, nullptr), 0); }),
+                ElementsAre("{4} SIP_COMM_Channel.cpp, recvStatusMsg()\trecieve status message"));
+}
+
+TEST(Channel, TakesTheSdpLengthFromTheStatusWhateverLengthWasAnnounced)
+{
+    const std::string body = encodeStatus(statusFields, "v=0").substr(encodeHead(0, 0, 0).size());
+    for (const uint32_t announced : {0U, 1U, 0xffffffffU}) {
+        ChannelPair pair;
+        pair.give(encodeHead(announced, SIPD_MSG_STATUS, 0) + body + encodeAck(0));
+        EXPECT_EQ(receiveMessage(pair.channel), 0);
+        EXPECT_EQ(receiveMessage(pair.channel), 0);
+    }
+}
+
 TEST(Channel, ThrowsAwayAnSdpThatNobodyWants)
 {
     ChannelPair pair;
@@ -368,6 +402,17 @@ TEST(Channel, LeavesTheSdpLengthAloneWhenTheSdpDoesNotCome)
         EXPECT_EQ(log[log.size() - 2], "{1} SIP_COMM_Channel.cpp\tsocket has been closed");
         EXPECT_EQ(log.back(), "{1} SIP_COMM_Channel.cpp\tread sdp body fail");
     }
+}
+
+TEST(Channel, TakesNothingFromHalfAHeader)
+{
+    ChannelPair pair;
+    pair.give(encodeAck(0).substr(0, 11));
+    pair.closeDaemonEnd();
+    _SIPD_MSG_TYPE_E type = SIPD_MSG_ACK;
+    EXPECT_EQ(pair.channel.recvMsgType(&type), 5);
+    EXPECT_EQ(type, SIPD_MSG_NONE);
+    EXPECT_EQ(pair.channel.pendingMessageType(), SIPD_MSG_NONE);
 }
 
 TEST(Channel, LeavesAMessageOfAnotherTypePending)
@@ -544,6 +589,21 @@ TEST(Channel, SendsARegistrationAsABareHeader)
     EXPECT_EQ(pair.taken(), encodeHead(0, 1, 100));
 }
 
+TEST(Channel, SendsAControlMessageOfAnyTypeAsABareHeader)
+{
+    ChannelPair pair(static_cast<_SIPD_APPID_E>(7));
+    EXPECT_EQ(pair.channel.sendControlMsg(static_cast<_SIPD_MSG_TYPE_E>(6)), 0);
+    EXPECT_EQ(pair.taken(), encodeHead(0, 6, 7));
+}
+
+TEST(Channel, ClosesThroughAnOverrideWhenItCannotSend)
+{
+    WatchedPair pair;
+    shutdown(pair.channel.getFd(), SHUT_WR);
+    EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 2);
+    EXPECT_EQ(pair.channel.closings, 1);
+}
+
 TEST(Channel, SendsAProfileWithItsOwnApplicationId)
 {
     ChannelPair pair(static_cast<_SIPD_APPID_E>(7));
@@ -651,4 +711,6 @@ TEST(ChannelAssertion, RequiresEveryPointer)
     EXPECT_EQ(assertionOf([&] { channel.sendProfileMsg(nullptr); }), "ORMU_ASSERT(profile != nullptr);");
     EXPECT_EQ(assertionOf([&] { channel.readSocket(nullptr, 0); }), "ORMU_ASSERT(buf != nullptr);");
     EXPECT_EQ(assertionOf([&] { channel.writeSocket(nullptr, 0); }), "ORMU_ASSERT(buf != nullptr);");
+    TestChannel closed;
+    EXPECT_EQ(assertionOf([&] { closed.recvMsgType(nullptr); }), "ORMU_ASSERT(type != nullptr);");
 }

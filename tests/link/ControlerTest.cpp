@@ -1,10 +1,12 @@
 #include "SIP_COMM_Controler.h"
 
 #include "AssertionOf.h"
+#include "ChannelPair.h"
 #include "DaemonTest.h"
 #include "Diagnostics.h"
 #include "TestChannel.h"
 
+#include <cerrno>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <memory>
@@ -68,7 +70,7 @@ protected:
 
 TEST_F(Controler, IsAdmittedByEveryAckButOne)
 {
-    for (const int value : {0, 2, 3, 4}) {
+    for (const int value : {0, 2, 3, 4, 5}) {
         play("registration-ack:" + std::to_string(value));
         Handle* admitted = nullptr;
         EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&admitted), 0) << value; }),
@@ -92,7 +94,7 @@ TEST_F(Controler, IsRefusedByAckOne)
 
 TEST_F(Controler, SaysThatThereIsNoDaemon)
 {
-    Handle* none = nullptr;
+    auto* none = reinterpret_cast<Handle*>(this);
     EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&none), 1); }),
                 ElementsAre("{1} SIP_COMM_Channel.cpp\tconnect fail path /tmp/sipd_us",
                             ofControler("Fail to connect daemon")));
@@ -378,7 +380,7 @@ TEST_F(Controler, RefusesEverythingAfterAFailure)
 {
     construct("wrong-type:6");
     EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(handle, "Profile0", &status), 1);
-    char name[8];
+    char name[8] = "before!";
     EXPECT_THAT(diagnosticsOf([&] {
                     EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(handle, "Profile0", &status), 1);
                     EXPECT_EQ(SIP_COMM_ControlerGetProfileName(handle, SIPD_APPID_SETUP, name, sizeof(name)),
@@ -386,9 +388,23 @@ TEST_F(Controler, RefusesEverythingAfterAFailure)
                 }),
                 ElementsAre(writeMsgNotConnected, ofControler("fail write get profile status command"),
                             writeMsgNotConnected, ofControler("fail write get profile status command")));
+    EXPECT_EQ(std::string(name, sizeof(name)), std::string(8, '\0'));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerProfileConnect(handle, "Profile0"), 1); }),
+                ElementsAre(writeMsgNotConnected));
+    EXPECT_EQ(handle->waitAck, 1);
     EXPECT_EQ(SIP_COMM_ControlerGetFd(handle), -1);
     EXPECT_EQ(daemon().accepted(), 1) << "reconnected by itself";
     EXPECT_EQ(SIP_COMM_ControlerDestruct(&handle), 0);
+}
+
+TEST_F(Controler, TellsOfAnAnswerThatBreaksOff)
+{
+    construct("close-after:33"); // the ack, a header and 5 bytes of the body
+    EXPECT_THAT(
+        diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(handle, "Profile0", &status), 5); }),
+        ElementsAre(receivedProfile, peerClosed, "{1} SIP_COMM_Channel.cpp\tread profile messsage fail",
+                    readProfile, ofControler("close daemon connection"),
+                    ofControler("fail write read profile status ")));
 }
 
 TEST_F(Controler, WaitsForAnAckAfterARequestThatCouldNotBeSent)
@@ -464,6 +480,61 @@ TEST(ControlerHandle, CanBeDestructedWhenThereIsNone)
     Handle* none = nullptr;
     EXPECT_EQ(SIP_COMM_ControlerDestruct(nullptr), 0);
     EXPECT_EQ(SIP_COMM_ControlerDestruct(&none), 0);
+}
+
+TEST(ControlerHandle, IsFreedWithoutAChannelToo)
+{
+    auto* handle = new Handle{};
+    EXPECT_EQ(SIP_COMM_ControlerDestruct(&handle), 0);
+    EXPECT_EQ(handle, nullptr);
+}
+
+TEST(ControlerHandle, DisconnectsOnlyWhatIsConnectedAndDestroysItsChannel)
+{
+    struct Counter : TestChannel
+    {
+        Counter(int& disconnected, int& destroyed) : disconnections(disconnected), destructions(destroyed) {}
+        ~Counter() override { ++destructions; }
+        int disconnectDaemon() override
+        {
+            ++disconnections;
+            return 7;
+        }
+        int& disconnections;
+        int& destructions;
+    };
+    for (const uint8_t connected : {uint8_t{0}, uint8_t{1}}) {
+        int disconnections = 0;
+        int destructions = 0;
+        auto* handle = new Handle{new Counter(disconnections, destructions), connected, 0};
+        EXPECT_EQ(SIP_COMM_ControlerDestruct(&handle), connected * 7);
+        EXPECT_EQ(disconnections, connected);
+        EXPECT_EQ(destructions, 1);
+    }
+}
+
+TEST(ControlerHandle, ThatLostItsChannelUnnoticedFailsAsTheChannelDoes)
+{
+    TestChannel channel;
+    Handle handle = {&channel, 1, 0};
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerProfileConnect(&handle, "p"), 1); }),
+                ElementsAre("{4} SIP_COMM_Channel.cpp, sendProfileMsg()\t connect dammon first",
+                            ofControler("fail send to daemon")));
+    EXPECT_EQ(handle.connected, 0);
+    EXPECT_EQ(handle.waitAck, 1);
+}
+
+TEST(ControlerHandle, LeavesTheBodyOfAnUnexpectedMessageUnread)
+{
+    ChannelPair pair;
+    Handle handle = {&pair.channel, 1, 1};
+    _SIPD_APP_ACK_E ack;
+    pair.give(encodeMessage({6, 0, "body"}));
+    EXPECT_EQ(SIP_COMM_ControlerGetAck(&handle, &ack), 1);
+    // A socket that is closed with bytes unread resets its peer.
+    char byte;
+    EXPECT_EQ(recv(pair.daemonEnd, &byte, 1, 0), -1);
+    EXPECT_EQ(errno, ECONNRESET);
 }
 
 TEST(ControlerHandle, HasItsFieldsInTheirOrder)

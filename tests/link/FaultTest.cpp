@@ -3,6 +3,7 @@
 #include "ChannelPair.h"
 #include "DaemonTest.h"
 #include "Diagnostics.h"
+#include "ORMU_Diagnostics.h"
 #include "SIP_COMM_Controler.h"
 #include "SystemCalls.h"
 
@@ -240,6 +241,30 @@ TEST_F(Faults, AnErrorOfAnyOneCallIsReportedAndLeaksNothing)
     }
 }
 
+TEST(TransferFaults, AnInterruptionIsOneLineAndNoError)
+{
+    for (const std::string name : {"read", "write"}) {
+        ChannelPair pair;
+        pair.give("abcd");
+        int left = 2;
+        const SystemCalls calls([&](std::string_view called, size_t) -> std::optional<long> {
+            if (called != name || left == 0)
+                return std::nullopt;
+            --left;
+            errno = EINTR;
+            return -1;
+        });
+        char bytes[4] = {};
+        const auto transfer = [&] {
+            EXPECT_EQ(name == "read" ? pair.channel.readSocket(bytes, 4) : pair.channel.writeSocket(bytes, 4),
+                      0);
+        };
+        const std::string line = "{4} SIP_COMM_Channel.cpp, " + name + "Socket()\tEINTR happen in " + name;
+        EXPECT_THAT(diagnosticsOf(transfer), ElementsAre(line, line));
+        EXPECT_TRUE(pair.channel.isConnected());
+    }
+}
+
 TEST(TransferFaults, AWriteOfFewerBytesIsContinued)
 {
     ChannelPair pair;
@@ -346,6 +371,24 @@ TEST(TransferFaults, AnUnreadBodyWithoutMemoryClosesTheChannel)
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
+TEST(TransferFaults, ADiscardWithoutMemoryClosesThroughAnOverrideBeforeItSaysSo)
+{
+    class Teller : public TestChannel
+    {
+    public:
+        int disconnectDaemon() override
+        {
+            ORMU_LOG(ORMU_LEVEL_INFO, "closing");
+            return SIP_COMM_Channel::disconnectDaemon();
+        }
+    };
+    Teller channel;
+    failingAllocation = 1;
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.clearReadSocket(1), 3); }),
+                ElementsAre("{4} FaultTest.cpp\tclosing", "{1} SIP_COMM_Channel.cpp\tno memory"));
+    EXPECT_EQ(failingAllocation, 0);
+}
+
 TEST(TransferFaults, AnSdpWithoutMemoryClosesTheChannel)
 {
     ChannelPair pair;
@@ -376,7 +419,7 @@ TEST_F(Faults, AHandleWithoutMemoryIsNotMade)
 {
     play("admit");
     for (const int allocation : {1, 2}) {
-        _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+        auto* handle = reinterpret_cast<_SIP_COMM_PROFILE_CONTROL_S*>(this);
         failingAllocation = allocation;
         EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 1); }),
                     ElementsAre("{1} SIP_COMM_Controler.cpp\tNo memory"));

@@ -127,6 +127,24 @@ TEST_F(Conversation, ServesTheLibrarysController)
     testing::internal::GetCapturedStderr();
 }
 
+TEST_F(Conversation, KeepsAProfileNameForTheClientsToCome)
+{
+    {
+        SipdClient first;
+        first.introduce();
+        first.send(SipdClient::profileMessage(PROFILE_CTRL_SET_NAME, "Profile3", 7));
+        EXPECT_EQ(first.ack(), SIPD_ACK_SUCCESS);
+    }
+    SipdClient second;
+    second.introduce();
+    second.send(SipdClient::profileMessage(PROFILE_CTRL_GET_NAME, "", 7));
+    const auto message = second.receive();
+    ASSERT_TRUE(message);
+    const auto profile = decodeProfile(*message);
+    ASSERT_TRUE(profile);
+    EXPECT_STREQ(profile->name, "Profile3");
+}
+
 TEST_F(Conversation, ServesTheExampleClient)
 {
     TestRegistrar registrar;
