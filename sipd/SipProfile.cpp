@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include <QFile>
-
 namespace {
 
 constexpr std::string_view groupPrefix = "Profile";
@@ -58,7 +56,7 @@ std::optional<SipProfile> readProfile(const std::string& group)
 
 bool isSettingsFileSound()
 {
-    return !readSettingsFile(QFile::encodeName(settingsPath())).damaged;
+    return !readSettingsFile(settingsPath().toUtf8()).damaged;
 }
 
 bool hasProfile(const std::string& group)
