@@ -107,7 +107,7 @@ protected:
             else if (done < ACTIONS)
                 act();
             else
-                giveUp();
+                actWithin([this] { giveUp(); }); // which may open something else
         });
         inside.start(0);
         action();
