@@ -15,6 +15,7 @@ namespace {
 using ProfileStore = StoreTest;
 
 static_assert(SETUP_SIP_Agent::MAX_SIP_PROFILE == 10);
+static_assert(std::is_same_v<decltype(SETUP_SIP_Agent::MAX_SIP_PROFILE), const int>);
 static_assert(!std::is_polymorphic_v<SETUP_SIP_Agent> && !std::is_polymorphic_v<SIP_PROFILE_CONTENT>);
 static_assert(std::is_copy_constructible_v<SIP_PROFILE_CONTENT> &&
               std::is_copy_assignable_v<SIP_PROFILE_CONTENT>);
@@ -202,10 +203,19 @@ TEST_F(ProfileStore, EveryStaticFollowsTheSettingDirectory)
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "");
     SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true);
     EXPECT_TRUE(QFile::exists(other.filePath("ormu_sipsetup.cfg")));
+    const auto lastUser = [] {
+        QString user;
+        QString password;
+        bool remember = false;
+        SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
+        return user;
+    };
+    EXPECT_EQ(lastUser(), "u");
     QString path;
     SETUP_SIP_Agent::getSIPSetupPath(path);
     EXPECT_EQ(path, other.filePath("ormu_sipsetup.cfg"));
     qputenv("ORMU_SETTING_DIR", old);
+    EXPECT_EQ(lastUser(), "");
 }
 
 TEST_F(ProfileStore, LoadingReturnsTheCountOfTheSummary)
@@ -271,6 +281,13 @@ TEST_F(ProfileStore, ThereIsOneStoreUntilItIsCleanedUp)
     SETUP_SIP_Agent::cleanup();
     SETUP_SIP_Agent::cleanup();
     EXPECT_NE(SETUP_SIP_Agent::instance(), nullptr);
+}
+
+// Other programs read the names where they lie.
+TEST_F(ProfileStore, HasItsNamesBehindThePathTheRecordsAndTheGroups)
+{
+    EXPECT_EQ(reinterpret_cast<const char*>(&store().displayNames) - reinterpret_cast<const char*>(&store()),
+              sizeof(QString) + sizeof(QPtrList<SIP_PROFILE_CONTENT>) + sizeof(QValueList<QString>));
 }
 
 TEST_F(ProfileStore, LoadsTheFileOnceAndAnewAfterCleanup)
@@ -463,6 +480,16 @@ TEST_F(ProfileStore, DeletingAnotherLeavesTheDefault)
     store().deleteProfile("B");
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
     EXPECT_TRUE(store().isProfileDefault("A"));
+}
+
+TEST_F(ProfileStore, ADeletedProfilesOwnFlagSaysWhetherItWasTheDefault)
+{
+    writeFile(summary(3) + "[Profile0]\nDisplayName=A\nDefaultProfile=true\n[Profile1]\nDisplayName=B\n"
+                           "[Profile2]\nDisplayName=C\n[SystemDefault]\nProfile=Profile1\n");
+    store().deleteProfile("B");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile1");
+    store().deleteProfile("A");
+    EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "true");
 }
 
 TEST_F(ProfileStore, DeletingTheLastProfileLeavesAnEmptySummary)

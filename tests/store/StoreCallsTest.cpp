@@ -1,0 +1,322 @@
+// The store over a settings manager and a controller that only record what it calls: which manager each
+// operation makes, the keys in their order, and every argument.
+#include "ORMU_Diagnostics.h"
+#include "SETUP_SET_Manager.h"
+#include "SETUP_SIP_Agent.h"
+#include "SIP_COMM_Controler.h"
+#include "SampleProfiles.h"
+
+#include <QHash>
+
+#include <cstdlib>
+
+namespace {
+
+QStringList calls;
+// What the manager answers; the default value for all else.
+QHash<QString, QString> stored;
+
+struct Daemon
+{
+    int constructs = 0; // the result
+    bool givesHandle = true;
+    int answers = 0; // the result
+    _SIPD_PROFILE_STATUS_E status = SIPD_PROFILE_CONNECTED;
+} daemon_;
+
+_SIP_COMM_PROFILE_CONTROL_S theHandle;
+
+QString shown(const QString& value)
+{
+    return "'" + value + "'";
+}
+QString shown(bool value)
+{
+    return value ? "true" : "false";
+}
+QString shown(unsigned int value)
+{
+    return QString::number(value);
+}
+QString shown(int value)
+{
+    return QString::number(value);
+}
+
+QString place(const QString& group, const QString& key)
+{
+    return group + "/" + key;
+}
+
+} // namespace
+
+class SETUP_SET_Manager::File
+{
+};
+
+SETUP_SET_Manager::SETUP_SET_Manager(const QString& path, bool create)
+{
+    calls += "open " + path.section('/', -1) + " " + shown(create);
+}
+SETUP_SET_Manager::~SETUP_SET_Manager()
+{
+    calls += "close";
+}
+
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, QString& value,
+                                       const QString& defaultValue, bool localized) const
+{
+    calls += "get text " + place(group, key) + " " + shown(defaultValue) + " " + shown(localized);
+    value = stored.value(place(group, key), defaultValue);
+}
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, bool& value,
+                                       bool defaultValue) const
+{
+    calls += "get bool " + place(group, key) + " " + shown(defaultValue);
+    value = stored.value(place(group, key), shown(defaultValue)) == "true";
+}
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, int& value,
+                                       int defaultValue) const
+{
+    calls += "get int " + place(group, key) + " " + shown(defaultValue);
+    value = stored.value(place(group, key), shown(defaultValue)).toInt();
+}
+void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, unsigned int& value,
+                                       unsigned int defaultValue) const
+{
+    calls += "get unsigned " + place(group, key) + " " + shown(defaultValue);
+    value = stored.value(place(group, key), shown(defaultValue)).toUInt();
+}
+
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, const QString& value,
+                                       bool localized)
+{
+    calls += "set text " + place(group, key) + " " + shown(value) + " " + shown(localized);
+}
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, bool value)
+{
+    calls += "set bool " + place(group, key) + " " + shown(value);
+}
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, int value)
+{
+    calls += "set int " + place(group, key) + " " + shown(value);
+}
+void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, unsigned int value)
+{
+    calls += "set unsigned " + place(group, key) + " " + shown(value);
+}
+
+void SETUP_SET_Manager::clearGroup(const QString& group)
+{
+    calls += "clear " + group;
+}
+
+int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
+{
+    calls += "construct";
+    *handle = daemon_.givesHandle ? &theHandle : nullptr;
+    return daemon_.constructs;
+}
+int SIP_COMM_ControlerDestruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
+{
+    calls += *handle == &theHandle ? "destruct" : "destruct another";
+    *handle = nullptr;
+    return 0;
+}
+int SIP_COMM_ControlerGetProfileStatus(_SIP_COMM_PROFILE_CONTROL_S* handle, const char* profileName,
+                                       _SIPD_PROFILE_STATUS_E* status)
+{
+    EXPECT_EQ(handle, &theHandle);
+    calls += QString("status of ") + profileName;
+    *status = daemon_.status;
+    return daemon_.answers;
+}
+
+void ormuAssertFailed(const char*, int)
+{
+    std::abort();
+}
+
+namespace {
+
+const QString OPENED = "open ormu_sipsetup.cfg false";
+
+// The store of "A" in Profile0 and "B" in Profile1, the latter the default, with nothing recorded yet.
+class StoreCalls : public testing::Test
+{
+protected:
+    StoreCalls()
+    {
+        stored = {{"ProfileSummary/TotalProfile", "2"},
+                  {"Profile0/DisplayName", "A"},
+                  {"Profile1/DisplayName", "B"},
+                  {"Profile1/DefaultProfile", "true"}};
+        daemon_ = {};
+        store = SETUP_SIP_Agent::instance();
+        calls.clear();
+    }
+    ~StoreCalls() override { SETUP_SIP_Agent::cleanup(); }
+
+    static QStringList read(const QString& group)
+    {
+        QStringList expected;
+        for (const QString key :
+             {"text %1/DisplayName '' false", "text %1/Server '' false", "unsigned %1/PortNum 5060",
+              "text %1/UserID '' false", "text %1/Password '' false", "bool %1/AutoConnect true",
+              "text %1/Register '' false", "text %1/Network 'internet' false", "bool %1/Locked false",
+              "bool %1/DefaultProfile false", "bool %1/NeedUserIDPass true", "bool %1/RemPassword false"})
+            expected += "get " + key.arg(group);
+        return expected;
+    }
+    // What unusualRecord("new name") is written as.
+    static QStringList written(const QString& group)
+    {
+        const SIP_PROFILE_CONTENT record = unusualRecord("new name");
+        const QString text = "set text " + group + "/%1 '%2' false";
+        const QString truth = "set bool " + group + "/%1 %2";
+        return {text.arg("DisplayName", record.displayName),
+                text.arg("Server", record.server),
+                "set unsigned " + group + "/PortNum 4294967295",
+                text.arg("UserID", record.userID),
+                text.arg("Password", record.password),
+                truth.arg("AutoConnect", "false"),
+                text.arg("Register", record.registerValue),
+                text.arg("Network", record.network),
+                truth.arg("Locked", "true"),
+                truth.arg("DefaultProfile", "true"),
+                truth.arg("NeedUserIDPass", "false"),
+                truth.arg("RemPassword", "true")};
+    }
+    static QStringList withinOneManager(const QStringList& expected)
+    {
+        return QStringList(OPENED) + expected + QStringList("close");
+    }
+
+    SETUP_SIP_Agent* store;
+};
+
+TEST_F(StoreCalls, LoadsThroughOneManager)
+{
+    SETUP_SIP_Agent::cleanup();
+    SETUP_SIP_Agent::instance();
+    QStringList expected = {"get int ProfileSummary/TotalProfile 0"};
+    for (const QString group : {"Profile0", "Profile1"})
+        expected += QStringList("get text " + group + "/DisplayName '' false") + read(group);
+    EXPECT_EQ(calls, withinOneManager(expected));
+}
+
+TEST_F(StoreCalls, AnswersFromMemory)
+{
+    SIP_PROFILE_CONTENT record;
+    QString group;
+    store->getProfileInfo(record, "B");
+    store->isProfileExisted("B");
+    store->isProfileLocked("B");
+    store->isProfileDefault("B");
+    store->isProfileNeedUserAndPass("B");
+    store->getProfileGroupName("B", group);
+    EXPECT_EQ(calls, QStringList());
+}
+
+TEST_F(StoreCalls, ChangesAProfileThroughOneManager)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("new name");
+    store->setProfileInfo(record, "B");
+    EXPECT_EQ(calls, withinOneManager(written("Profile1")));
+}
+
+TEST_F(StoreCalls, AddsAProfileThroughOneManagerWithTheTotalFirst)
+{
+    SIP_PROFILE_CONTENT record = unusualRecord("new name");
+    store->setProfileInfo(record, "C");
+    EXPECT_EQ(calls,
+              withinOneManager(QStringList("set int ProfileSummary/TotalProfile 3") + written("Profile2")));
+}
+
+TEST_F(StoreCalls, DeletesAProfileThroughOneManager)
+{
+    store->deleteProfile("A");
+    EXPECT_EQ(calls, withinOneManager({"clear Profile0", "set int ProfileSummary/TotalProfile 1"}));
+}
+
+TEST_F(StoreCalls, DeletesTheDefaultThroughOneManagerAndStoresABooleanInItsPlace)
+{
+    store->deleteProfile("B");
+    EXPECT_EQ(calls, withinOneManager({"clear Profile1", "set int ProfileSummary/TotalProfile 1",
+                                       "set bool SystemDefault/Profile true"}));
+}
+
+TEST_F(StoreCalls, MovesTheDefaultThroughOneManager)
+{
+    store->setDefaultProfile("A");
+    EXPECT_EQ(calls, withinOneManager({"set bool Profile1/DefaultProfile false",
+                                       "set bool Profile0/DefaultProfile true",
+                                       "set text SystemDefault/Profile 'Profile0' false"}));
+}
+
+TEST_F(StoreCalls, MakesNoManagerWhereThereIsNothingToDo)
+{
+    store->deleteProfile("C");
+    store->setDefaultProfile("C");
+    store->setDefaultProfile("B");
+    EXPECT_EQ(calls, QStringList());
+}
+
+TEST_F(StoreCalls, ReadsAndWritesTheLastInputThroughOneManagerEach)
+{
+    QString user;
+    QString password;
+    bool remember = true;
+    SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
+    EXPECT_EQ(calls, withinOneManager({"get text InputSettings/UserID '' false",
+                                       "get text InputSettings/Password '' false",
+                                       "get bool InputSettings/RemPassword false"}));
+    calls.clear();
+    SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true);
+    EXPECT_EQ(calls, withinOneManager({"set text InputSettings/UserID 'u' false",
+                                       "set text InputSettings/Password 'p' false",
+                                       "set bool InputSettings/RemPassword true"}));
+}
+
+TEST_F(StoreCalls, ReadsOneGroupThroughOneManager)
+{
+    QString group = "Profile1";
+    SIP_PROFILE_CONTENT record;
+    SETUP_SIP_Agent::getProfileByName(group, record);
+    EXPECT_EQ(calls, withinOneManager(read(group)));
+    calls.clear();
+    SETUP_SIP_Agent::getProfileDisplayName(group);
+    EXPECT_EQ(calls, withinOneManager({"get text Profile1/DisplayName '' false"}));
+    calls.clear();
+    SETUP_SIP_Agent::getDefaultProfile();
+    EXPECT_EQ(calls, withinOneManager({"get text SystemDefault/Profile '' false"}));
+}
+
+TEST_F(StoreCalls, AsksTheDaemonOverAHandleThatItGivesBack)
+{
+    QString group = "Profile1";
+    EXPECT_TRUE(SETUP_SIP_Agent::isConnected(group));
+    EXPECT_EQ(calls, QStringList({"construct", "status of Profile1", "destruct"}));
+}
+
+TEST_F(StoreCalls, CountsAFailedAnswerAsNotConnectedWhateverItSays)
+{
+    QString group = "Profile1";
+    daemon_.answers = 1;
+    EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
+    EXPECT_EQ(calls, QStringList({"construct", "status of Profile1", "destruct"}));
+}
+
+TEST_F(StoreCalls, GivesBackAHandleThatAFailureHasLeft)
+{
+    QString group = "Profile1";
+    daemon_.constructs = 1;
+    EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
+    EXPECT_EQ(calls, QStringList({"construct", "destruct"}));
+    calls.clear();
+    daemon_.givesHandle = false;
+    EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
+    EXPECT_EQ(calls, QStringList("construct"));
+}
+
+} // namespace
