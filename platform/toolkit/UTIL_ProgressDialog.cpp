@@ -14,11 +14,12 @@ constexpr int BAR_HEIGHT = 20;
 } // namespace
 
 UTIL_ProgressDialog::UTIL_ProgressDialog(const QString& labelText, const QString& cancelButtonText,
-                                         int totalSteps, QWidget* parent, const char* name, bool,
+                                         int totalSteps, QWidget* parent, const char* name, bool modal,
                                          WFlags flags)
     : OrmuBaseDialog(parent, name, flags), label_(new QLabel(labelText, panel())),
       progressBar_(new QProgressBar(panel()))
 {
+    setModal(modal);
     const QRect place = OrmuGlobal::getDlgSmallR();
     panel()->setGeometry(place);
     const int width = place.width() - 2 * MARGIN;

@@ -14,15 +14,39 @@
 
 #include <gmock/gmock.h>
 
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 using namespace ScreenDriver;
 
+// The last call of select by this program, which is made as it stands.
+static struct
+{
+    int nfds;
+    bool readAlone; // no other set
+    int inSet;
+    timeval timeout;
+} lastSelect;
+
+extern "C" int select(int nfds, fd_set* readable, fd_set* writable, fd_set* exceptional, timeval* timeout)
+{
+    lastSelect = {nfds, writable == nullptr && exceptional == nullptr, 0, *timeout};
+    for (int fd = 0; fd < nfds; ++fd)
+        lastSelect.inSet += FD_ISSET(fd % FD_SETSIZE, readable + fd / FD_SETSIZE) ? 1 : 0;
+    static const auto theirs = reinterpret_cast<decltype(&select)>(dlsym(RTLD_NEXT, "select"));
+    return theirs(nfds, readable, writable, exceptional, timeout);
+}
+
 namespace {
 using Operation = SETUP_SIP_ConnectDlg::Operation;
+static_assert(SETUP_SIP_ConnectDlg::OP_CONNECT == 0 && SETUP_SIP_ConnectDlg::OP_DISCONNECT == 1 &&
+              SETUP_SIP_ConnectDlg::OP_RECONNECT == 2);
 constexpr Operation CONNECT = SETUP_SIP_ConnectDlg::OP_CONNECT;
 constexpr Operation DISCONNECT = SETUP_SIP_ConnectDlg::OP_DISCONNECT;
 constexpr Operation RECONNECT = SETUP_SIP_ConnectDlg::OP_RECONNECT;
@@ -337,6 +361,45 @@ TEST_F(ConnectDlg, CancelLeavesTheAckThatIsThereUnread)
     EXPECT_EQ(done[0][0], false);
     EXPECT_TRUE(kept.isVisible()) << "it never hides by itself";
     EXPECT_EQ(daemon().closed(), 0) << "the connection goes with the dialog";
+    // No second request goes out while the first one's ack is there.
+    kept.startConnect();
+    EXPECT_FALSE(timerOf(&kept)->isActive());
+    ASSERT_EQ(done.count(), 2);
+    EXPECT_EQ(done[1][0], false);
+}
+
+TEST_F(ConnectDlg, LooksAtOneDescriptorAloneAndDoesNotWait)
+{
+    play("never-answer");
+    begin(CONNECT);
+    lastSelect = {0, false, 0, {1, 1}};
+    QMetaObject::invokeMethod(dialog, "slotProgress");
+    EXPECT_TRUE(lastSelect.readAlone);
+    EXPECT_EQ(lastSelect.inSet, 1);
+    EXPECT_EQ(lastSelect.timeout.tv_sec, 0);
+    EXPECT_EQ(lastSelect.timeout.tv_usec, 0);
+    sockaddr_un peer{};
+    socklen_t length = sizeof(peer);
+    ASSERT_EQ(getpeername(lastSelect.nfds - 1, reinterpret_cast<sockaddr*>(&peer), &length), 0);
+    EXPECT_STREQ(peer.sun_path, "/tmp/sipd_us");
+}
+
+TEST_F(ConnectDlg, StepsItsBarAtTheTickThatFindsTheAckToo)
+{
+    play("never-answer");
+    begin(CONNECT);
+    const auto* bar = dialog->findChild<QProgressBar*>();
+    QMetaObject::invokeMethod(dialog, "slotProgress");
+    EXPECT_EQ(bar->value(), 1);
+    daemon().send(encodeAck(1));
+    pollfd answer{lastSelect.nfds - 1, POLLIN, 0};
+    ASSERT_EQ(poll(&answer, 1, PATIENCE_MS), 1);
+    const auto look = onceOpen<OrmuMessageBox>([bar](OrmuMessageBox&) {
+        EXPECT_EQ(bar->value(), 2);
+        press(Qt::Key_F2);
+    });
+    QMetaObject::invokeMethod(dialog, "slotProgress");
+    EXPECT_EQ(results, QList<bool>({false}));
 }
 
 TEST_F(ConnectDlg, CancelInEitherHalfOfAReconnectEndsIt)

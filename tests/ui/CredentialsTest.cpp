@@ -1,6 +1,7 @@
 #include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"
 #include "OrmuPushButton.h"
+#include "OrmuStyle.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "SetupScreensTest.h"
@@ -76,14 +77,23 @@ TEST_F(Credentials, ShowsItsFormAtItsPlaces)
     ASSERT_EQ(labels.size(), 2);
     EXPECT_EQ(labels[0]->text(), "User Name:");
     EXPECT_EQ(labels[0]->geometry(), QRect(0, 0, 220, 30));
-    EXPECT_EQ(userEdit->pos(), QPoint(0, 30));
+    EXPECT_EQ(userEdit->geometry(), QRect(QPoint(0, 30), OrmuStyle::entrySize()));
     EXPECT_EQ(labels[1]->text(), "Password:");
     EXPECT_EQ(labels[1]->geometry(), QRect(0, 60, 220, 30));
-    EXPECT_EQ(passwordEdit->pos(), QPoint(0, 90));
+    EXPECT_EQ(passwordEdit->geometry(), QRect(QPoint(0, 90), OrmuStyle::entrySize()));
     EXPECT_EQ(remember_->text(), "Remember the password");
     EXPECT_EQ(remember_->geometry(), QRect(0, 120, 220, 60));
     EXPECT_EQ(prompt->objectName(), "");
     keepPicture("credentials");
+}
+
+TEST_F(Credentials, TakesTheParentAndTheNameItIsGiven)
+{
+    QWidget parent;
+    QString text;
+    const SETUP_SIP_UserIDAndPasswordDlg child(text, text, false, profile, &parent, "prompt");
+    EXPECT_EQ(child.parentWidget(), &parent);
+    EXPECT_EQ(child.objectName(), "prompt");
 }
 
 TEST_F(Credentials, IsFilledWithWhatItIsGivenAndMasksThePassword)
@@ -128,6 +138,26 @@ TEST_F(Credentials, AcceptsTheProfilesOwnAndSavesThemWithoutAMessage)
     press(Qt::Key_F2);
     EXPECT_EQ(results, QList<bool>({true}));
     EXPECT_EQ(saved(), "me/secret/yes");
+}
+
+TEST_F(Credentials, HasSavedWhenItTellsAndLeavesTheStringsThatItIsGivenAlone)
+{
+    QString user("me");
+    QString password("wrong");
+    for (const bool ok : {false, true}) {
+        SETUP_SIP_UserIDAndPasswordDlg kept(user, password, true, profile);
+        kept.show();
+        QStringList savedWhenTold;
+        QObject::connect(&kept, &SETUP_SIP_UserIDAndPasswordDlg::inputDone,
+                         [&](bool) { savedWhenTold += saved(); });
+        kept.findChildren<OrmuMultiLineEdit*>()[1]->setText(ok ? "secret" : "other");
+        const BoxAnswers answers(ok ? std::initializer_list<Qt::Key>{}
+                                    : std::initializer_list<Qt::Key>{Qt::Key_F3});
+        press(Qt::Key_F2);
+        EXPECT_EQ(savedWhenTold, QStringList(ok ? "me/secret/yes" : "me/other/yes"));
+    }
+    EXPECT_EQ(user, "me");
+    EXPECT_EQ(password, "wrong");
 }
 
 TEST_F(Credentials, SavesAnEmptyPasswordWhenItIsNotToBeRemembered)

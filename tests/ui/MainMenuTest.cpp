@@ -9,6 +9,8 @@
 
 #include <QPointer>
 
+#include <tuple>
+
 using namespace ScreenDriver;
 
 namespace {
@@ -145,6 +147,17 @@ TEST_F(MainMenu, RefreshesTheListOnlyAfterASave)
     EXPECT_EQ(rows(), QStringList({"behind its back", "Home"}));
 }
 
+TEST_F(MainMenu, RefreshesTheListBeforeItDeletesTheEditScreen)
+{
+    const QPointer<SETUP_SIP_ProfileEdit> edit = openNewProfile();
+    EditForm(edit).enterAll("Home");
+    QList<bool> wasThere;
+    QObject::connect(list->model(), &QAbstractItemModel::rowsInserted, [&] { wasThere += !edit.isNull(); });
+    press(Qt::Key_F2);
+    EXPECT_EQ(wasThere, QList<bool>({true}));
+    EXPECT_TRUE(edit.isNull());
+}
+
 TEST_F(MainMenu, DeletesTheEditScreenAtOnceHoweverItEnds)
 {
     openScreen();
@@ -246,6 +259,22 @@ TEST_F(MainMenu, ShowsNoRowsAndOffersNoDeletionWhileTheCountIsNothing)
     EXPECT_EQ(list->count(), 0);
     EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
     EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
+}
+
+TEST_F(MainMenu, GoesByTheCountOfTheSummaryAndNotByTheNames)
+{
+    for (const auto& [total, stored, shown] : {std::tuple(-2, 1, 0), std::tuple(-1, 10, 10)}) {
+        writeFile("[ProfileSummary]\nTotalProfile=" + QByteArray::number(total) + "\n");
+        openScreen();
+        storeProfiles(stored);
+        const auto accept = onceOpen<SETUP_SIP_ProfileDelConfirmDlg>(
+            [](SETUP_SIP_ProfileDelConfirmDlg&) { press(Qt::Key_F1); });
+        choose(DELETE_PROFILES);
+        EXPECT_EQ(list->count(), shown);
+        EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE)) << total;
+        EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES)) << total;
+        screen.reset();
+    }
 }
 
 TEST_F(MainMenu, RefreshesTheListWhenTheDeleteDialogIsAcceptedOnly)

@@ -2,8 +2,15 @@
 #include "OrmuMessageBox.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ConnectDlg.h"
+#include "SETUP_SIP_ProfileDelConfirmDlg.h"
+#include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
+#include "SETUP_SIP_ProfileList.h"
+#include "SETUP_SIP_ProfileSelectDlg.h"
+#include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "SettingsFixture.h"
+#include "UTIL_DlgCST.h"
+#include "UTIL_ListBox.h"
 
 #include <utility>
 
@@ -25,6 +32,20 @@ QString shown(const QString& text)
 } // namespace
 
 // In place of the toolkit's own, which wait for the user.
+
+OrmuMessageBox::OrmuMessageBox(QWidget* parent, const QPixmap&, const QString& text, const QString& button0,
+                               const QString& button1, const QString& button2, int last)
+    : OrmuBaseDialog(parent, nullptr, 0)
+{
+    calls += QString("box(%1, %2, %3, %4, %5, %6)")
+                 .arg(shown(parent), shown(text), shown(button0), shown(button1), shown(button2))
+                 .arg(last);
+}
+
+int OrmuMessageBox::exec()
+{
+    return 1;
+}
 
 void OrmuMessageBox::timerMessage(QWidget* parent, const QPixmap&, const QString& text, int first, int second)
 {
@@ -50,6 +71,21 @@ int OrmuMessageBox::information(QWidget* parent, const QPixmap&, const QString& 
                  .arg(shown(parent), shown(text), shown(button0), shown(button1), shown(button2))
                  .arg(last);
     return 0;
+}
+
+// These do what the toolkit's do, and tell their arguments.
+
+UTIL_Dialog::UTIL_Dialog(DialogType type, bool flag, QWidget* parent, const char* name, int number,
+                         unsigned int flags)
+    : OrmuBaseDialog(parent, name, flags)
+{
+    calls +=
+        QString("dialog(%1, %2, %3, %4, %5)").arg(type).arg(flag).arg(shown(parent)).arg(number).arg(flags);
+}
+
+UTIL_DlgCST::UTIL_DlgCST(QWidget* parent, DlgCstType type) : UTIL_CST(parent, QString(), QString(), QString())
+{
+    calls += QString("keys(%1, %2)").arg(shown(parent)).arg(type);
 }
 
 namespace {
@@ -95,6 +131,55 @@ TEST_F(Notices, OfARefusedSaveReachTheToolkitInTheSameWay)
     EXPECT_EQ(std::exchange(calls, {}),
               QStringList({R"(information(no parent, "Some required value is not input, input again.", )"
                            R"("OK", null, null, 1))"}));
+}
+
+TEST_F(Notices, ThatAskReachTheToolkitWithoutAParentToo)
+{
+    SIP_PROFILE_CONTENT record;
+    record.displayName = "A";
+    SETUP_SIP_Agent::instance()->setProfileInfo(record, "A");
+    play("status:2");
+    QWidget opener;
+    const auto asked = [](const char* question, const char* first = "OK") {
+        return QStringList(QString(R"(box(no parent, "%1", "%2", "Cancel", null, 1))").arg(question, first));
+    };
+
+    SETUP_SIP_ProfileDetail detail("A", &opener);
+    const auto choose = [&detail](int id) {
+        QMetaObject::invokeMethod(&detail, "menuItemActivated", Q_ARG(int, id));
+        return std::exchange(calls, {});
+    };
+    EXPECT_EQ(choose(0), asked("Disconnect current connection?"));
+    EXPECT_EQ(choose(2), asked("Delete the profile?"));
+    QMetaObject::invokeMethod(&detail, "editDone", Q_ARG(bool, true));
+    EXPECT_EQ(std::exchange(calls, {}), asked("Do you want to re-connect this profile?"));
+
+    SETUP_SIP_ProfileEdit edit(QString(), &opener);
+    QMetaObject::invokeMethod(&edit, "textChanged");
+    QMetaObject::invokeMethod(&edit, "slotQuit");
+    EXPECT_EQ(std::exchange(calls, {}), asked("Exit without saving?"));
+
+    QString user("me");
+    QString password;
+    SETUP_SIP_UserIDAndPasswordDlg prompt(user, password, false, record, &opener);
+    QMetaObject::invokeMethod(&prompt, "slotOK");
+    EXPECT_EQ(std::exchange(calls, {}), asked("Incorrect User name", "Retry"));
+
+    SETUP_SIP_ProfileList list(&opener);
+    list.createScreen();
+    list.findChild<UTIL_ListBox*>()->setCurrentItem(0);
+    QMetaObject::invokeMethod(&list, "contentMenuItemActivated", Q_ARG(int, 2));
+    EXPECT_EQ(std::exchange(calls, {}), asked("Delete the profile?"));
+}
+
+TEST_F(Notices, AndDialogsAreOfTheKindsThatTheToolkitKnowsByNumber)
+{
+    const QStringList expected = {"dialog(0, 0, no parent, 1, 0)", "keys(a parent, 1)"};
+    const SETUP_SIP_ProfileDelConfirmDlg deleteDialog;
+    EXPECT_EQ(std::exchange(calls, {}), expected);
+    QString profile;
+    const SETUP_SIP_ProfileSelectDlg selectDialog(profile, nullptr, nullptr);
+    EXPECT_EQ(std::exchange(calls, {}), expected);
 }
 
 } // namespace

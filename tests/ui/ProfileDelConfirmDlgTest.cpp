@@ -134,6 +134,14 @@ TEST_F(ProfileDelConfirmDlg, HasOkAndCancelOnItsSoftKeys)
     EXPECT_EQ(dialog->objectName(), "");
 }
 
+TEST_F(ProfileDelConfirmDlg, TakesTheParentAndTheNameItIsGiven)
+{
+    QWidget parent;
+    const SETUP_SIP_ProfileDelConfirmDlg child(&parent, "delete");
+    EXPECT_EQ(child.parentWidget(), &parent);
+    EXPECT_EQ(child.objectName(), "delete");
+}
+
 TEST_F(ProfileDelConfirmDlg, OffersEveryProfileInTheStoresOrderUnticked)
 {
     storeProfile("Zoe");
@@ -164,6 +172,32 @@ TEST_F(ProfileDelConfirmDlg, IsEmptyWhenTheCountIsBelowOne)
               QDialog::Accepted);
     EXPECT_EQ(list->count(), 0);
     EXPECT_EQ(profileInFile("Profile0").displayName, "A");
+}
+
+TEST_F(ProfileDelConfirmDlg, IsEmptyWhenTheCountIsBelowOneThoughThereAreNames)
+{
+    for (const int total : {-1, -2}) {
+        SETUP_SIP_Agent::cleanup();
+        writeFile("[ProfileSummary]\nTotalProfile=" + QByteArray::number(total) + "\n");
+        storeProfile("A");
+        ASSERT_EQ(profileNames(), QStringList({"A"}));
+        const SETUP_SIP_ProfileDelConfirmDlg overThisStore;
+        EXPECT_EQ(overThisStore.findChild<UTIL_ListBox*>()->count(), 0) << total;
+    }
+}
+
+TEST_F(ProfileDelConfirmDlg, DeletesInTheOrderOfTheRows)
+{
+    // A name stands for the first profile that has it, and deleting it takes the names of all that have it:
+    // the one behind then answers to the next name.
+    writeFile("[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=S\n[Profile1]\nDisplayName=S\n"
+              "[Profile2]\nDisplayName=T\n");
+    run([this] {
+        tick(0);
+        tick(2);
+        press(Qt::Key_F1);
+    });
+    EXPECT_EQ(namesInFile(), QStringList({"T"}));
 }
 
 TEST_F(ProfileDelConfirmDlg, DeletesTheTickedProfilesByKeysAlone)
@@ -299,6 +333,16 @@ TEST_F(ProfileDelConfirmDlg, TicksAndClearsEveryRowByTheAllBoxAndKeysAlone)
     });
 }
 
+TEST_F(ProfileDelConfirmDlg, FollowsTheAllBoxHoweverItIsTicked)
+{
+    storeProfiles(2);
+    makeDialog();
+    all->setChecked(true);
+    EXPECT_EQ(checkedRows(), 2);
+    all->setChecked(false);
+    EXPECT_EQ(checkedRows(), 0);
+}
+
 TEST_F(ProfileDelConfirmDlg, ClearsRowsThatWereTickedOneByOneWhenTheAllBoxIsCleared)
 {
     storeProfiles(3);
@@ -331,7 +375,6 @@ TEST_F(ProfileDelConfirmDlg, LeavesTheAllBoxAsItIsWhenRowsAreTickedOneByOne)
 TEST_F(ProfileDelConfirmDlg, DeletesWithoutTalkingToTheDaemon)
 {
     storeProfile("A");
-    makeDialog();
     // Whoever calls the daemon without one says so on standard error.
     EXPECT_EQ(diagnosticsOf([this] {
                   run([this] {

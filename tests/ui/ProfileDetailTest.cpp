@@ -15,6 +15,9 @@
 #include <QPointer>
 #include <QScrollBar>
 
+#include <optional>
+#include <string_view>
+
 using namespace ScreenDriver;
 
 namespace {
@@ -108,6 +111,14 @@ TEST_F(ProfileDetail, ShowsTheProfileLineByLine)
     }
     EXPECT_EQ(detail->objectName(), "");
     keepPicture("detail");
+}
+
+TEST_F(ProfileDetail, TakesTheParentAndTheNameItIsGiven)
+{
+    QWidget parent;
+    const SETUP_SIP_ProfileDetail child("other", &parent, "detail");
+    EXPECT_EQ(child.parentWidget(), &parent);
+    EXPECT_EQ(child.objectName(), "detail");
 }
 
 TEST_F(ProfileDetail, HasNoConnectLineWithoutAutoConnect)
@@ -277,6 +288,31 @@ TEST_F(ProfileDetail, EditingADisconnectedProfileEndsItWithTrue)
     EXPECT_EQ(results, QList<bool>({true}));
     EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
     EXPECT_TRUE(isGone());
+}
+
+TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrTells)
+{
+    for (const char* scenario : {"status:0", "status:2"}) {
+        play(scenario);
+        openDetail(record("A"));
+        chooseInMenu("Edit");
+        const QPointer<SETUP_SIP_ProfileEdit> edit = open<SETUP_SIP_ProfileEdit>();
+        QList<bool> wasThere;
+        const auto look = [&] { wasThere += !edit.isNull(); };
+        QObject::connect(detail, &SETUP_SIP_ProfileDetail::detailDone, look);
+        {
+            std::optional<Expected> asked;
+            if (std::string_view(scenario) == "status:2")
+                asked.emplace([] { return open<OrmuMessageBox>() != nullptr; },
+                              [look] {
+                                  look();
+                                  press(Qt::Key_F3);
+                              });
+            press(Qt::Key_F2);
+        }
+        EXPECT_EQ(wasThere, QList<bool>({false})) << scenario;
+        delete detail;
+    }
 }
 
 TEST_F(ProfileDetail, AnEditThatIsNotSavedEndsItWithFalse)
@@ -552,6 +588,19 @@ TEST_F(ProfileDetail, AsksForCredentialsWithWhatWasTypedLast)
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
 }
 
+TEST_F(ProfileDetail, DeletesThePromptBeforeItOpensTheConnectDialog)
+{
+    play("late:60000");
+    openDetail(guardedRecord("A"));
+    chooseInMenu("Connect");
+    const QPointer<SETUP_SIP_UserIDAndPasswordDlg> prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
+    fillPrompt("me", "secret");
+    QList<bool> wasThere;
+    const OnceConnectDlgShows look([&] { wasThere += prompt != nullptr; });
+    press(Qt::Key_F2);
+    EXPECT_EQ(wasThere, QList<bool>({false}));
+}
+
 TEST_F(ProfileDetail, OpensThePromptWithRememberTickedAsItWasLast)
 {
     openDetail(guardedRecord("A"));
@@ -613,6 +662,28 @@ TEST_F(ProfileDetail, StaysAsItWasWhenTheConnectIsCancelled)
     EXPECT_EQ(menu->text(CONNECT), "Connect");
 }
 
+TEST_F(ProfileDetail, StaysConnectedWhenTheDisconnectOrReconnectIsCancelled)
+{
+    Scenario scenario = connectedFromTheStart();
+    scenario.ackDelay = std::chrono::minutes(1);
+    playScenario(scenario);
+    openDetail(record("A"));
+    for (const bool reconnect : {false, true}) {
+        {
+            const BoxAnswers answers({Qt::Key_F1});
+            if (reconnect)
+                editAndSave();
+            else
+                chooseInMenu("Disconnect");
+        }
+        ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
+        press(Qt::Key_F3);
+        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
+        EXPECT_EQ(menu->text(CONNECT), "Disconnect");
+        EXPECT_EQ(results, QList<bool>());
+    }
+}
+
 TEST_F(ProfileDetail, IsDoneByPointerToo)
 {
     openDetail(record("A"));
@@ -624,13 +695,12 @@ TEST_F(ProfileDetail, IsDoneByPointerToo)
     EXPECT_TRUE(isGone());
 }
 
-TEST_F(ProfileDetail, ScrollsToItsLastLineByKeys)
+TEST_F(ProfileDetail, ShowsItsLastLineWithoutScrolling)
 {
     openDetail(record("A"));
-    const QScrollBar* bar = detail->getContentWidget()->verticalScrollBar();
-    for (int i = 0; i < 100; ++i)
-        press(Qt::Key_Down);
-    EXPECT_EQ(bar->value(), bar->maximum());
+    EXPECT_EQ(detail->getContentWidget()->verticalScrollBar()->maximum(), 0);
+    const QLabel* last = detail->getContentWidget()->findChildren<QLabel*>().last();
+    EXPECT_EQ(last->visibleRegion(), QRegion(last->rect()));
 }
 
 TEST_F(ProfileDetail, MayBeDeletedByTheHostWhileAQuestionIsOpen)

@@ -219,7 +219,7 @@ TEST_F(ProfileEdit, PlacesItsEntriesBetweenTheLabels)
         EXPECT_EQ(entry->geometry(), QRect(QPoint(0, y), OrmuStyle::entrySize()));
     }
     EXPECT_EQ(form->port->geometry(), QRect(0, 150, 220, 30));
-    EXPECT_EQ(form->network->pos(), QPoint(0, 330));
+    EXPECT_EQ(form->network->geometry(), QRect(QPoint(0, 330), OrmuStyle::entrySize()));
     EXPECT_EQ(form->autoConnect->geometry(), QRect(0, 360, 220, 60));
     EXPECT_EQ(form->autoConnect->text(), "Auto connect when power on");
     EXPECT_FALSE(form->autoConnect->isTristate());

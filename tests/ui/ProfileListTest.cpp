@@ -2,7 +2,7 @@
 #include "OrmuPushButton.h"
 #include "ProfileScreenTest.h"
 #include "RES_ICON_Reader.h"
-#include "SETUP_SIP_ProfileListBase.h"
+#include "SETUP_SIP_ProfileList.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -15,6 +15,9 @@ using namespace ScreenDriver;
 
 namespace {
 enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
+
+// Other programs derive from it.
+static_assert(sizeof(SETUP_SIP_ProfileListBase) == sizeof(OrmuMainWidget));
 
 class ProfileList : public ProfileScreenTest
 {
@@ -75,6 +78,26 @@ TEST_F(ProfileList, IsOwnedByTheParentItIsGiven)
     EXPECT_EQ(SETUP_SIP_CreateProfileList(&parent)->parentWidget(), &parent);
 }
 
+TEST_F(ProfileList, TakesTheParentAndTheNameItIsGiven)
+{
+    QWidget parent;
+    const SETUP_SIP_ProfileList child(&parent, "list");
+    EXPECT_EQ(child.parentWidget(), &parent);
+    EXPECT_EQ(child.objectName(), "list");
+}
+
+TEST_F(ProfileList, IsAScreenThatHasNothingToShowOfItsOwnInItsBaseClass)
+{
+    QWidget parent;
+    SETUP_SIP_ProfileListBase base(&parent, "base");
+    EXPECT_EQ(base.parentWidget(), &parent);
+    EXPECT_EQ(base.objectName(), "base");
+    const QList<QObject*> before = base.findChildren<QObject*>();
+    base.createScreen();
+    EXPECT_EQ(base.findChildren<QObject*>(), before);
+    EXPECT_EQ(base.getCSTWidget(), nullptr);
+}
+
 TEST_F(ProfileList, ShowsItsTitleAsALabelAtTheTopOfTheContent)
 {
     openScreen();
@@ -110,6 +133,7 @@ TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
     EXPECT_EQ(rows(), QStringList({"Zoe", "anna", "Mike"}));
     EXPECT_EQ(row(0)->text(), "Zoe");
     EXPECT_EQ(row(0)->columns(), "IT");
+    EXPECT_FALSE(row(0)->isChecked());
 }
 
 TEST_F(ProfileList, MarksTheDefaultProfileEvenWhenItIsLocked)
@@ -189,6 +213,8 @@ TEST_F(ProfileList, OpensItsMenuByTheLeftSoftKeyAndByPointer)
     openScreen();
     press(Qt::Key_F1);
     ASSERT_EQ(open<QPopupMenu>(), menu);
+    EXPECT_EQ(menu->parent(), screen.get());
+    EXPECT_EQ(menu->actions().size(), 2);
     EXPECT_EQ(menu->text(NEW_PROFILE), "New Profile");
     EXPECT_EQ(menu->text(DELETE_PROFILES), "Delete Profiles");
     press(Qt::Key_F3);

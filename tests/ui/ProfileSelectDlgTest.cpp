@@ -128,15 +128,18 @@ TEST_F(ProfileSelectDlg, IsEmptyWithoutProfilesAndStillAccepts)
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile3");
 }
 
-TEST_F(ProfileSelectDlg, IsEmptyWhileTheCountIsNothing)
+TEST_F(ProfileSelectDlg, IsEmptyWhileTheCountIsNothingOrLess)
 {
-    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
-    storeProfile("A");
-    ASSERT_EQ(SETUP_SIP_Agent::instance()->profileCount(), 0);
-    ASSERT_EQ(profileNames(), QStringList({"A"}));
-    makeDialog("Profile0");
-    EXPECT_EQ(rows(), QStringList());
-    EXPECT_EQ(dialog->getSelectedProfile(), "Profile0");
+    for (const int total : {-1, -2}) {
+        dialog.reset();
+        SETUP_SIP_Agent::cleanup();
+        writeFile("[ProfileSummary]\nTotalProfile=" + QByteArray::number(total) + "\n");
+        storeProfile("A");
+        ASSERT_EQ(profileNames(), QStringList({"A"}));
+        makeDialog("Profile0");
+        EXPECT_EQ(rows(), QStringList()) << total;
+        EXPECT_EQ(dialog->getSelectedProfile(), "Profile0");
+    }
 }
 
 TEST_F(ProfileSelectDlg, GivesTheGroupOfTheProfileChosenByKeysAlone)
@@ -153,6 +156,23 @@ TEST_F(ProfileSelectDlg, GivesTheGroupOfTheProfileChosenByKeysAlone)
               QDialog::Accepted);
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile2");
     EXPECT_EQ(dialog->getSelectedProfile(), "Profile2");
+    list->checkItem(2, false);
+    EXPECT_EQ(dialog->getSelectedProfile(), "Profile2") << "it keeps what it gave last";
+}
+
+TEST_F(ProfileSelectDlg, GivesTheLastOfSeveralMarkedProfiles)
+{
+    storeProfile("A");
+    storeProfile("B");
+    makeDialog("");
+    list->clear();
+    for (const char* name : {"A", "B"}) {
+        auto* row = new UTIL_ListBoxItem(list, "%R%T", true);
+        row->setString(1, name);
+        list->insertItem(row, -1);
+    }
+    ASSERT_EQ(checkedRows(), QList<int>({0, 1}));
+    EXPECT_EQ(dialog->getSelectedProfile(), "Profile1");
 }
 
 TEST_F(ProfileSelectDlg, GivesTheGroupAndNotTheNumberOfTheRow)

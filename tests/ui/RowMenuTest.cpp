@@ -205,10 +205,12 @@ TEST_F(RowMenu, LeavesTheListWhenTheDetailScreenTellsNoChange)
 {
     openList();
     const QListBoxItem* row = listBox->item(0);
+    goToRow(2);
     press(Qt::Key_Return);
     press(Qt::Key_F3);
     EXPECT_TRUE(waitFor([this] { return OrmuPhoneWindow::instance()->topScreen() == list.get(); }));
     EXPECT_EQ(listBox->item(0), row);
+    EXPECT_EQ(listBox->currentItem(), 2);
 }
 
 TEST_F(RowMenu, GoesWithAProfileThatTheDetailScreenDeletes)
@@ -265,6 +267,19 @@ TEST_F(RowMenu, DisablesSetAsDefaultForTheDefaultProfile)
     EXPECT_EQ(entriesOfRowMenu()[1], "1 Set as default");
     goToRow(1);
     EXPECT_EQ(entriesOfRowMenu()[1], "1 Set as default (off)");
+}
+
+TEST_F(RowMenu, DisablesSetAsDefaultByTheRowTouchedNotTheCurrentOne)
+{
+    SETUP_SIP_Agent::instance()->setDefaultProfile("A");
+    openList();
+    goToRow(2);
+    const auto looked = onceOpen<QPopupMenu>([](QPopupMenu& menu) {
+        EXPECT_FALSE(menu.isItemEnabled(1));
+        press(Qt::Key_F3);
+    });
+    QMetaObject::invokeMethod(list.get(), "showContentMenu", Q_ARG(QListBoxItem*, listBox->item(0)),
+                              Q_ARG(QPoint, QPoint()));
 }
 
 TEST_F(RowMenu, OpensByItsKeyByALongPressAndByTheRightButtonOnTheRowTouched)
@@ -344,13 +359,23 @@ TEST_F(RowMenu, DoesNothingWithoutACurrentRow)
 
 TEST_F(RowMenu, SetsTheDefaultAndShowsIt)
 {
+    SETUP_SIP_Agent::instance()->setDefaultProfile("A");
     openList();
     goToRow(1);
     chooseInRowMenu("Set as default");
     EXPECT_TRUE(isDefault("B"));
     const QPixmap mark = static_cast<UTIL_ListBoxItem*>(listBox->item(1))->pixmap(0);
     EXPECT_EQ(mark.toImage(), RES_ICON_Reader().getIcon("Network_Connection.gif").toImage());
+    EXPECT_TRUE(static_cast<UTIL_ListBoxItem*>(listBox->item(0))->pixmap(0).isNull());
     keepPicture("list-default");
+}
+
+TEST_F(RowMenu, KeepsNoSelectionWhenTheListIsShownAnew)
+{
+    openList();
+    goToRow(2);
+    chooseInRowMenu("Set as default");
+    EXPECT_EQ(listBox->currentItem(), 0);
 }
 
 TEST_F(RowMenu, DeletesTheProfileOnOkAlone)
@@ -363,13 +388,14 @@ TEST_F(RowMenu, DeletesTheProfileOnOkAlone)
         chooseInRowMenu("Delete Profile");
         EXPECT_EQ(answers.boxes(), QList<ShownBox>({DELETE_QUESTION}));
         EXPECT_EQ(rows(), QStringList({"A", "B", "C"}));
+        EXPECT_EQ(listBox->currentItem(), 1);
     }
     {
         const auto hidden = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.hide(); });
         chooseInRowMenu("Delete Profile");
         EXPECT_TRUE(exists("B"));
+        EXPECT_EQ(listBox->currentItem(), 1);
     }
-    goToRow(1);
     const BoxAnswers answers({Qt::Key_F1});
     chooseInRowMenu("Delete Profile");
     EXPECT_FALSE(exists("B"));
@@ -549,6 +575,33 @@ TEST_F(RowMenu, ComesBackToTheListWhenAConnectIsCancelled)
     press(Qt::Key_F3);
     EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), list.get());
     EXPECT_EQ(entriesOfRowMenu()[0], "0 Connect");
+}
+
+TEST_F(RowMenu, ComesBackToTheListWhenTheRequestCannotBeSent)
+{
+    play("admit");
+    openList();
+    const OnceConnectDlgShows daemonGoes([this] { stopDaemon(); });
+    chooseInRowMenu("Connect");
+    EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), list.get());
+    EXPECT_TRUE(list->findChildren<SETUP_SIP_ConnectDlg*>().isEmpty());
+}
+
+TEST_F(RowMenu, OpensANewConnectDialogEvenWhileOneIsHeld)
+{
+    play("late:60000");
+    openList();
+    const auto connect = [this] {
+        QMetaObject::invokeMethod(list.get(), "contentMenuItemActivated", Q_ARG(int, CONNECT));
+        return QPointer(open<SETUP_SIP_ConnectDlg>());
+    };
+    const auto first = connect();
+    const auto second = connect();
+    ASSERT_NE(second, nullptr);
+    ASSERT_NE(first, second);
+    emit first->connectDone(false);
+    EXPECT_EQ(second, nullptr) << "it is the one that the list holds";
+    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>(), first);
 }
 
 TEST_F(RowMenu, IsDoneByPointerToo)

@@ -14,6 +14,7 @@
 #include <QTimer>
 
 #include <ostream>
+#include <utility>
 
 using namespace ScreenDriver;
 
@@ -75,6 +76,19 @@ void BoxAnswers::answer(OrmuMessageBox& box)
     const Qt::Key key = keys_.takeFirst();
     press(key);
     expectNext();
+}
+
+OnceConnectDlgShows::OnceConnectDlgShows(std::function<void()> act) : act_(std::move(act))
+{
+    qApp->installEventFilter(this);
+}
+
+bool OnceConnectDlgShows::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Show && qobject_cast<SETUP_SIP_ConnectDlg*>(watched) != nullptr)
+        if (const auto act = std::exchange(act_, nullptr))
+            act();
+    return false;
 }
 
 SetupScreensTest::~SetupScreensTest()

@@ -9,6 +9,7 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <vector>
@@ -63,6 +64,18 @@ private:
     QList<ShownBox> boxes_;
     QString picture_;
     std::vector<std::unique_ptr<ScreenDriver::Expected>> expected_;
+};
+
+// Has act done when the next connect dialog is shown, before it sends anything.
+class OnceConnectDlgShows : public QObject
+{
+public:
+    explicit OnceConnectDlgShows(std::function<void()> act);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    std::function<void()> act_;
 };
 
 // Saves what the user sees in the directory that ORMU_TEST_PICTURES names, if it names one.

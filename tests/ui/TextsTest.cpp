@@ -238,6 +238,24 @@ TEST_F(Texts, OfEveryScreenReachTheTranslatorWithTheirComments)
     EXPECT_THAT(recorder.asked, testing::UnorderedElementsAreArray(ALL_TEXTS));
 }
 
+TEST_F(Texts, OfTheOkKeyDifferBetweenARefusalAndAQuestion)
+{
+    const Recorder recorder;
+    SETUP_SIP_ProfileEdit screen{QString()};
+    screen.show();
+    const Text refusalKey("SETUP_SIP_ProfileEdit", "OK", MESSAGE_KEY);
+    const Text questionKey("SETUP_SIP_ProfileEdit", "OK", QUESTION_KEY);
+    recorder.asked.clear();
+    dismiss([] { press(Qt::Key_F2); });
+    EXPECT_TRUE(recorder.asked.contains(refusalKey));
+    EXPECT_FALSE(recorder.asked.contains(questionKey));
+    type("A");
+    recorder.asked.clear();
+    dismiss([] { press(Qt::Key_F3); });
+    EXPECT_TRUE(recorder.asked.contains(questionKey));
+    EXPECT_FALSE(recorder.asked.contains(refusalKey));
+}
+
 TEST_F(Texts, AreShownAsTheyAreTranslated)
 {
     const Recorder recorder;
