@@ -591,6 +591,7 @@ TEST_F(RowMenu, OpensANewConnectDialogEvenWhileOneIsHeld)
 {
     play("late:60000");
     openList();
+    goToRow(0);
     const auto connect = [this] {
         QMetaObject::invokeMethod(list.get(), "contentMenuItemActivated", Q_ARG(int, CONNECT));
         return QPointer(open<SETUP_SIP_ConnectDlg>());
