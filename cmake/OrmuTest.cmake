@@ -32,12 +32,17 @@ function(ormu_startable variable target)
     endif()
 endfunction()
 
+# For a test, and for what belongs to tests alone. Half of the build's time would go into optimising them, into what a
+# debugger knows of them beyond their lines, and into watching their own arithmetic.
+function(ormu_test_options target)
+    ormu_common_options(${target})
+    target_compile_options(${target} PRIVATE -O0 -g1 $<$<CONFIG:Debug>:-fno-sanitize=undefined>)
+endfunction()
+
 function(ormu_add_test name)
     cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    ormu_common_options(${name})
-    # Half of the build's time would go into optimising the tests themselves, and into watching their own arithmetic.
-    target_compile_options(${name} PRIVATE -O0 $<$<CONFIG:Debug>:-fno-sanitize=undefined>)
+    ormu_test_options(${name})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock
         $<IF:$<BOOL:${ARG_QT}>,ormu_qt_test_main,GTest::gmock_main>)
     set(discovery TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
