@@ -14,7 +14,6 @@
 
 #include <gmock/gmock.h>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -25,7 +24,7 @@
 
 using namespace ScreenDriver;
 
-// The last call of select by this program, which is made as it stands.
+// The last call of select by the screens, which is made as it stands.
 static struct
 {
     int nfds;
@@ -34,13 +33,15 @@ static struct
     timeval timeout;
 } lastSelect;
 
-extern "C" int select(int nfds, fd_set* readable, fd_set* writable, fd_set* exceptional, timeval* timeout)
+extern "C" int __real_select(int nfds, fd_set* readable, fd_set* writable, fd_set* exceptional,
+                             timeval* timeout);
+extern "C" int __wrap_select(int nfds, fd_set* readable, fd_set* writable, fd_set* exceptional,
+                             timeval* timeout)
 {
     lastSelect = {nfds, writable == nullptr && exceptional == nullptr, 0, *timeout};
     for (int fd = 0; fd < nfds; ++fd)
         lastSelect.inSet += FD_ISSET(fd % FD_SETSIZE, readable + fd / FD_SETSIZE) ? 1 : 0;
-    static const auto theirs = reinterpret_cast<decltype(&select)>(dlsym(RTLD_NEXT, "select"));
-    return theirs(nfds, readable, writable, exceptional, timeout);
+    return __real_select(nfds, readable, writable, exceptional, timeout);
 }
 
 namespace {
