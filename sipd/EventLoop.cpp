@@ -2,13 +2,87 @@
 
 #include "ORMU_Diagnostics.h"
 
+#include <cstdint>
+#include <ctime>
+#include <limits>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 #include <utility>
 
-EventLoop::EventLoop() : wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+// The stack takes its time from these, each of which may change what it is given. No header of it has them,
+// nor every release the latter two.
+extern void (*stackTime)(su_time_t*) asm("_su_time");
+extern su_time64_t (*stackNanotime)(su_time64_t*) asm("_su_nanotime") __attribute__((weak));
+extern su_time64_t (*stackMonotime)(su_time64_t*) asm("_su_monotime") __attribute__((weak));
+
+namespace {
+
+constexpr su_time64_t second = 1'000'000'000;
+
+// The stack counts from 1900. Its time is near the date, as the machine knew it at the start: it makes names
+// of it that are not to come twice.
+su_time64_t stackEpoch()
 {
+    static const su_time64_t epoch = [] {
+        const auto date = static_cast<su_time64_t>(std::time(nullptr)) + SU_TIME_EPOCH;
+        return date * second - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+    }();
+    return epoch;
+}
+
+su_time64_t giveNanotime(su_time64_t* time)
+{
+    *time = stackEpoch() + static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+    return *time;
+}
+
+su_time64_t giveMonotime(su_time64_t* time)
+{
+    *time = static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+    return *time;
+}
+
+void giveTime(su_time_t* time)
+{
+    su_time64_t now = 0;
+    *time = su_time64_to_time(giveNanotime(&now));
+}
+
+void installClock()
+{
+    stackTime = giveTime;
+    if (&stackNanotime != nullptr)
+        stackNanotime = giveNanotime;
+    if (&stackMonotime != nullptr)
+        stackMonotime = giveMonotime;
+}
+
+// No wait for events counts the time that the machine sleeps. The kernel does tell, through a timer of this
+// kind, that its date has jumped, as it does when the machine wakes up.
+int openResumeFd()
+{
+    const int fd = timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
+    itimerspec never = {};
+    never.it_value.tv_sec = std::numeric_limits<time_t>::max();
+    timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &never, nullptr);
+    return fd;
+}
+
+} // namespace
+
+BootClock::time_point BootClock::now() noexcept
+{
+    timespec now = {};
+    if (clock_gettime(CLOCK_BOOTTIME, &now) != 0)
+        clock_gettime(CLOCK_MONOTONIC, &now);
+    return time_point(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+}
+
+EventLoop::EventLoop() : wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), resumeFd_(openResumeFd())
+{
+    installClock();
     su_init();
     root_ = su_root_create(nullptr);
     ORMU_ASSERT(root_ != nullptr && wakeFd_ >= 0);
@@ -19,10 +93,17 @@ EventLoop::EventLoop() : wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
         eventfd_read(wakeFd_, &count);
         isWoken_ = false;
     });
+    if (resumeFd_ < 0)
+        return;
+    resumeWatch_ = std::make_unique<FdWatch>(*this, resumeFd_, POLLIN, [this](int) {
+        uint64_t count = 0;
+        [[maybe_unused]] const ssize_t taken = read(resumeFd_, &count, sizeof(count));
+    });
 }
 
 EventLoop::~EventLoop()
 {
+    resumeWatch_.reset();
     wakeWatch_.reset();
     su_root_destroy(root_);
     su_deinit();

@@ -11,6 +11,19 @@
 // that is called from the loop may block, and nothing may delete the object whose callback is running: what
 // has come to its end is deleted by its owner between two steps.
 
+// The daemon's time, and the stack's while there is an EventLoop. It goes on while the machine sleeps, and
+// nobody can set it.
+struct BootClock
+{
+    using duration = std::chrono::nanoseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<BootClock>;
+    static constexpr bool is_steady = true;
+
+    static time_point now() noexcept;
+};
+
 // A descriptor, which is closed with its owner. It must outlive whoever watches it.
 class OwnedFd
 {
@@ -38,7 +51,8 @@ public:
 
     su_root_t* root() const { return root_; }
 
-    // Waits for something to happen and calls whom it concerns.
+    // Waits for something to happen and calls whom it concerns. Also returns when the machine has slept, so
+    // that the next step finds the timers that expired meanwhile.
     void step();
 
     // Has the present step end soon. A step may call before it waits, as it does of timers; whoever leaves
@@ -63,7 +77,9 @@ public:
 private:
     su_root_t* root_;
     const OwnedFd wakeFd_;
+    const OwnedFd resumeFd_; // readable when the machine wakes up; -1 when there is none
     std::unique_ptr<FdWatch> wakeWatch_;
+    std::unique_ptr<FdWatch> resumeWatch_;
     bool isWoken_ = false;
     bool isHeld_ = false;
 };
@@ -90,7 +106,7 @@ private:
     const std::function<void(int)> onReady_;
 };
 
-// Calls once, after a time. It can be set again and again.
+// Calls once, after a time on the BootClock. It can be set again and again.
 class Timer
 {
 public:

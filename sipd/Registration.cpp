@@ -8,7 +8,6 @@
 #include <utility>
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace {
 
@@ -74,7 +73,7 @@ void Registration::connect(Requester* requester)
         return;
     profile_ = std::move(profile);
     if (connecting_.size() == 1)
-        deadline_ = steady_clock::now() + connectLimit;
+        deadline_ = BootClock::now() + connectLimit;
     begin();
 }
 
@@ -109,7 +108,7 @@ void Registration::begin()
     dropAttempt();
     // Who waits already does not wait longer for it.
     if (connecting_.empty())
-        deadline_ = steady_clock::now() + connectLimit;
+        deadline_ = BootClock::now() + connectLimit;
     if (!profile_) {
         fail(SIPD_ACK_INCORRECT_PROFILE);
         return;
@@ -281,7 +280,7 @@ bool Registration::isLeaving() const
 
 milliseconds Registration::timeLeft() const
 {
-    return std::chrono::duration_cast<milliseconds>(deadline_ - steady_clock::now());
+    return std::chrono::duration_cast<milliseconds>(deadline_ - BootClock::now());
 }
 
 void Registration::reap()

@@ -96,7 +96,7 @@ private:
     Phase phase_ = Phase::Off;
     bool isKept_ = false;
     std::optional<SipProfile> profile_; // as it was last read
-    std::chrono::steady_clock::time_point deadline_;
+    BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;
 
     Resolver::Ticket lookup_;
