@@ -1,27 +1,28 @@
 #include "DaemonSocket.h"
 
+#include "Log.h"
 #include "SIPD_Messages.h"
 
+#include <array>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <pwd.h>
 #include <string_view>
-#include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr int handedOverFd = 3;
+constexpr int keeperFd = 4;
+constexpr char handedOverByKeeper[] = "socket:keeper";
 
 std::string problem(const std::string& what)
 {
@@ -42,38 +43,49 @@ const sockaddr* raw(const sockaddr_un& address)
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-// Held while the socket file is looked at and replaced: of two daemons that start at once, each would
-// otherwise take the other's for a dead one. It is on the directory, so that it leaves nothing behind.
-class DirectoryLock
+std::string directoryOfSocket()
 {
-public:
-    DirectoryLock() : fd_(::open(directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
-    {
-        constexpr int tries = 100;
-        for (int i = 0; i < tries && !isHeld_; ++i) {
-            isHeld_ = flock(fd_, LOCK_EX | LOCK_NB) == 0;
-            if (!isHeld_ && errno != EWOULDBLOCK && errno != EINTR)
-                break;
-            if (!isHeld_)
-                std::this_thread::sleep_for(10ms);
-        }
+    const std::string path = SIPD_SOCKET_PATH;
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+std::string nameOf(uid_t user)
+{
+    const passwd* const entry = getpwuid(user);
+    return "user " + (entry != nullptr ? std::string(entry->pw_name) : std::to_string(user));
+}
+
+bool isTrusted(uid_t user)
+{
+    return user == 0 || user == geteuid();
+}
+
+uid_t listenerOf(int connected)
+{
+    ucred peer = {};
+    socklen_t size = sizeof(peer);
+    return getsockopt(connected, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? peer.uid : geteuid();
+}
+
+constexpr char alreadyListening[] = "a daemon is already listening on " SIPD_SOCKET_PATH;
+
+// Empty when nobody listens on the socket file.
+std::string findListener()
+{
+    const OwnedFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (fd < 0)
+        return problem("no socket");
+    const sockaddr_un address = socketAddress();
+    if (connect(fd, raw(address), sizeof(address)) == 0) {
+        const uid_t listener = listenerOf(fd);
+        return isTrusted(listener) ? alreadyListening
+                                   : nameOf(listener) + " is listening on " SIPD_SOCKET_PATH;
     }
-    ~DirectoryLock() { close(fd_); }
-    DirectoryLock(const DirectoryLock&) = delete;
-    DirectoryLock& operator=(const DirectoryLock&) = delete;
-
-    bool isHeld() const { return isHeld_; }
-
-private:
-    static std::string directory()
-    {
-        const std::string path = SIPD_SOCKET_PATH;
-        return path.substr(0, path.rfind('/') + 1);
-    }
-
-    const int fd_;
-    bool isHeld_ = false;
-};
+    // A full queue of someone who listens.
+    if (errno == EAGAIN)
+        return alreadyListening;
+    return errno == ECONNREFUSED || errno == ENOENT ? "" : problem(SIPD_SOCKET_PATH);
+}
 
 // Empty when nothing stands at the path any more.
 std::string clearPath()
@@ -81,20 +93,44 @@ std::string clearPath()
     struct stat status;
     if (lstat(SIPD_SOCKET_PATH, &status) != 0)
         return errno == ENOENT ? "" : problem(SIPD_SOCKET_PATH);
+    if (!isTrusted(status.st_uid))
+        return SIPD_SOCKET_PATH " belongs to " + nameOf(status.st_uid);
     if (!S_ISSOCK(status.st_mode))
         return SIPD_SOCKET_PATH " is there and is not a socket";
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0)
-        return problem("no socket");
-    const sockaddr_un address = socketAddress();
-    const int error = connect(fd, raw(address), sizeof(address)) == 0 ? 0 : errno;
-    close(fd);
-    // EAGAIN is a full queue of someone who listens.
-    if (error == 0 || error == EAGAIN)
-        return "a daemon is already listening on " SIPD_SOCKET_PATH;
-    if (error != ECONNREFUSED)
-        return SIPD_SOCKET_PATH ": " + std::string(std::strerror(error));
-    return unlink(SIPD_SOCKET_PATH) == 0 ? "" : problem("cannot replace " SIPD_SOCKET_PATH);
+    if (std::string reason = findListener(); !reason.empty())
+        return reason;
+    return unlink(SIPD_SOCKET_PATH) == 0 || errno == ENOENT ? ""
+                                                            : problem("cannot replace " SIPD_SOCKET_PATH);
+}
+
+ino_t inodeAtPath()
+{
+    struct stat status;
+    return lstat(SIPD_SOCKET_PATH, &status) == 0 ? status.st_ino : 0;
+}
+
+bool isAtPath(int fd)
+{
+    sockaddr_un address = {};
+    socklen_t size = sizeof(address);
+    return getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+           std::strncmp(address.sun_path, SIPD_SOCKET_PATH, sizeof(address.sun_path)) == 0;
+}
+
+bool isListening(int fd)
+{
+    const auto option = [fd](int name) {
+        int value = -1;
+        socklen_t size = sizeof(value);
+        return getsockopt(fd, SOL_SOCKET, name, &value, &size) == 0 ? value : -1;
+    };
+    return option(SO_DOMAIN) == AF_UNIX && option(SO_TYPE) == SOCK_STREAM && option(SO_ACCEPTCONN) == 1;
+}
+
+void prepare(int fd)
+{
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
+    fcntl(fd, F_SETFL, O_NONBLOCK);
 }
 
 bool isNumber(const char* text, long number)
@@ -107,55 +143,100 @@ bool isNumber(const char* text, long number)
     return error == std::errc() && end == digits.data() + digits.size() && value == number;
 }
 
+bool isHandedOver()
+{
+    return isNumber(std::getenv("LISTEN_PID"), getpid()) && !isNumber(std::getenv("LISTEN_FDS"), 0);
+}
+
 } // namespace
+
+DaemonSocket::~DaemonSocket()
+{
+    remove();
+    if (watchFd_ >= 0)
+        close(watchFd_);
+}
 
 void DaemonSocket::remove()
 {
     if (fd_ < 0)
         return;
-    // Nobody replaces the file while it is listened on, so this needs no lock.
-    struct stat status;
-    if (isOwn_ && lstat(SIPD_SOCKET_PATH, &status) == 0 && status.st_ino == inode_)
+    if (isOwn_ && inodeAtPath() == inode_)
         unlink(SIPD_SOCKET_PATH);
     close(std::exchange(fd_, -1));
+    lock_.release();
+}
+
+bool DaemonSocket::isKept()
+{
+    const char* const names = std::getenv("LISTEN_FDNAMES");
+    return isHandedOver() && names != nullptr && std::strcmp(names, handedOverByKeeper) == 0;
 }
 
 std::string DaemonSocket::open()
 {
-    const bool isHandedOver =
-        isNumber(std::getenv("LISTEN_PID"), getpid()) && !isNumber(std::getenv("LISTEN_FDS"), 0);
+    const bool handedOver = isHandedOver();
     const bool isOne = isNumber(std::getenv("LISTEN_FDS"), 1);
+    isKept_ = isKept();
     for (const char* name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
         unsetenv(name);
-    if (!isHandedOver)
-        return bindOwn();
+    if (isKept_)
+        return takeOverFromKeeper();
+    if (!handedOver)
+        return openOwn();
     return isOne ? takeOver() : "the service manager is to hand over one socket";
 }
 
 std::string DaemonSocket::takeOver()
 {
-    int domain = 0;
-    int type = 0;
-    int listening = 0;
-    socklen_t size = sizeof(int);
-    if (getsockopt(handedOverFd, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0 ||
-        getsockopt(handedOverFd, SOL_SOCKET, SO_TYPE, &type, &size) != 0 ||
-        getsockopt(handedOverFd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) != 0 || domain != AF_UNIX ||
-        type != SOCK_STREAM || listening == 0)
+    if (!isListening(handedOverFd))
         return "what the service manager handed over is no listening local stream socket";
-    fcntl(handedOverFd, F_SETFD, FD_CLOEXEC);
-    fcntl(handedOverFd, F_SETFL, O_NONBLOCK);
+    if (lock_.take() == DaemonLock::Outcome::Taken)
+        return alreadyListening;
+    prepare(handedOverFd);
     fd_ = handedOverFd;
+    if (!isAtPath(fd_))
+        return {};
+    inode_ = inodeAtPath();
+    watchPlace();
+    if (inode_ == 0)
+        restoreFile([](int) {});
+    return {};
+}
+
+std::string DaemonSocket::takeOverFromKeeper()
+{
+    if (!isListening(handedOverFd))
+        return "the keeper handed over no listening socket";
+    prepare(handedOverFd);
+    prepare(keeperFd);
+    fd_ = handedOverFd;
+    watchFd_ = keeperFd;
+    return {};
+}
+
+std::string DaemonSocket::openOwn()
+{
+    const DaemonLock::Outcome lock = lock_.take();
+    if (lock == DaemonLock::Outcome::Taken)
+        return alreadyListening;
+    if (lock == DaemonLock::Outcome::NoPlace)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a second daemon may start while %s is away: no directory for a lock",
+                 SIPD_SOCKET_PATH);
+    std::string reason = clearPath();
+    if (reason.empty())
+        reason = bindOwn();
+    if (!reason.empty()) {
+        lock_.release();
+        return reason;
+    }
+    watchPlace();
+    restoreFile([](int) {});
     return {};
 }
 
 std::string DaemonSocket::bindOwn()
 {
-    const DirectoryLock lock;
-    if (!lock.isHeld())
-        return "somebody else has locked the directory of " SIPD_SOCKET_PATH;
-    if (std::string reason = clearPath(); !reason.empty())
-        return reason;
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0)
         return problem("no socket");
@@ -172,7 +253,114 @@ std::string DaemonSocket::bindOwn()
         return reason;
     }
     fd_ = fd;
-    isOwn_ = true;
     inode_ = status.st_ino;
+    isOwn_ = true;
     return {};
+}
+
+// The kernel tells when the file goes or moves. While something else is in its place, or the file is nobody's
+// to look at, it tells of what goes from the directory.
+void DaemonSocket::watchPlace()
+{
+    if (watchFd_ < 0)
+        watchFd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    const int former = std::exchange(watch_, -1);
+    if (inodeAtPath() == inode_)
+        watch_ = inotify_add_watch(watchFd_, SIPD_SOCKET_PATH, IN_ATTRIB | IN_MOVE_SELF | IN_DONT_FOLLOW);
+    if (watch_ < 0)
+        watch_ =
+            inotify_add_watch(watchFd_, directoryOfSocket().c_str(), IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR);
+    if (watch_ < 0)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "it goes unnoticed when %s is removed: %s", SIPD_SOCKET_PATH,
+                 std::strerror(errno));
+    if (former >= 0 && former != watch_)
+        inotify_rm_watch(watchFd_, former);
+}
+
+bool DaemonSocket::handleChange(const std::function<void(int former)>& onReplaced)
+{
+    if (isKept_)
+        return receiveSocket(onReplaced);
+    std::array<char, 4096> events;
+    while (read(watchFd_, events.data(), events.size()) > 0) {
+    }
+    restoreFile(onReplaced);
+    return true;
+}
+
+void DaemonSocket::restoreFile(const std::function<void(int former)>& onReplaced)
+{
+    while (fd_ >= 0 && inodeAtPath() != inode_) {
+        const int former = fd_;
+        std::string reason = clearPath();
+        if (reason.empty())
+            reason = bindOwn();
+        // Before the watch is there, somebody may remove it again, or remove what is in its place.
+        watchPlace();
+        if (!reason.empty() && inodeAtPath() == 0)
+            continue;
+        if (!reason.empty()) {
+            ORMU_LOG(ORMU_LEVEL_ERROR, "nobody reaches the daemon: %s", reason.c_str());
+            return;
+        }
+        ORMU_LOG(ORMU_LEVEL_INFO, "%s was removed, and is made anew", SIPD_SOCKET_PATH);
+        onReplaced(former);
+        close(former);
+    }
+}
+
+bool DaemonSocket::receiveSocket(const std::function<void(int former)>& onReplaced)
+{
+    char byte = 0;
+    iovec data = {&byte, 1};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control;
+    msghdr message = {};
+    message.msg_iov = &data;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t length = recvmsg(watchFd_, &message, MSG_CMSG_CLOEXEC);
+    if (length <= 0)
+        return length < 0 && (errno == EAGAIN || errno == EINTR);
+    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    if (header == nullptr || header->cmsg_type != SCM_RIGHTS)
+        return true;
+    const int former = fd_;
+    std::memcpy(&fd_, CMSG_DATA(header), sizeof(fd_));
+    onReplaced(former);
+    close(former);
+    return true;
+}
+
+void DaemonSocket::handOver(int channel) const
+{
+    // Either may be where the other is to be.
+    const int socketCopy = fcntl(fd_, F_DUPFD, keeperFd + 1);
+    const int channelCopy = fcntl(channel, F_DUPFD, keeperFd + 1);
+    dup2(socketCopy, handedOverFd);
+    dup2(channelCopy, keeperFd);
+    close(socketCopy);
+    close(channelCopy);
+    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+    setenv("LISTEN_FDS", "2", 1);
+    setenv("LISTEN_FDNAMES", handedOverByKeeper, 1);
+}
+
+void DaemonSocket::sendTo(int channel) const
+{
+    char byte = 0;
+    iovec data = {&byte, 1};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
+    msghdr message = {};
+    message.msg_iov = &data;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(header), &fd_, sizeof(fd_));
+    // It fails when the daemon has ended; the next one is given the new socket anyway.
+    sendmsg(channel, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
 }

@@ -35,9 +35,9 @@ bool isForeign(int fd)
 } // namespace
 
 Server::Server(EventLoop& loop, int fd, Registrations& registrations)
-    : loop_(loop), registrations_(registrations), listenFd_(fd), spareFd_(openSpare()),
-      watch_(loop, fd, POLLIN, [this](int) { acceptClients(); })
+    : loop_(loop), registrations_(registrations), listenFd_(fd), spareFd_(openSpare())
 {
+    watchSocket();
 }
 
 Server::~Server()
@@ -45,19 +45,35 @@ Server::~Server()
     close(spareFd_);
 }
 
-void Server::acceptClients()
+void Server::watchSocket()
+{
+    watch_ = std::make_unique<FdWatch>(loop_, listenFd_, POLLIN, [this](int) { acceptClient(); });
+}
+
+void Server::listenOn(int fd)
+{
+    while (acceptClient()) {
+    }
+    listenFd_ = fd;
+    watchSocket();
+}
+
+// False when nobody waits.
+bool Server::acceptClient()
 {
     const int fd = accept4(listenFd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd >= 0) {
         admitConnection(fd);
-        return;
+        return true;
     }
     if (errno != EMFILE && errno != ENFILE)
-        return;
+        return false;
     ORMU_LOG(ORMU_LEVEL_ERROR, "a client is turned away: %s", std::strerror(errno));
     close(spareFd_);
-    close(accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC));
+    const int turnedAway = accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+    close(turnedAway);
     spareFd_ = openSpare();
+    return turnedAway >= 0;
 }
 
 void Server::admitConnection(int fd)

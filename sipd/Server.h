@@ -26,13 +26,18 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
+    // From now on listens on that fd, as on the one it was made with. Who waits at the former is admitted
+    // first.
+    void listenOn(int fd);
+
     // Between two steps of the loop: deletes the clients that have gone.
     void reap();
 
 private:
     friend class Client;
 
-    void acceptClients();
+    void watchSocket();
+    bool acceptClient();
     void admitConnection(int fd);
     bool makeRoom();
     bool isRefused(const Client& client) const;
@@ -40,12 +45,12 @@ private:
 
     EventLoop& loop_;
     Registrations& registrations_;
-    const int listenFd_;
+    int listenFd_;
     int spareFd_; // given up for a moment to be rid of a connection when there are no descriptors left
     std::vector<std::unique_ptr<Client>> clients_; // the oldest first
     bool hasClosedClients_ = false;
     std::map<uint32_t, std::string> names_; // the profile names of the applications
-    FdWatch watch_;
+    std::unique_ptr<FdWatch> watch_;
 };
 
 #endif

@@ -3,7 +3,9 @@
 #include "DaemonSocket.h"
 #include "Digest.h"
 #include "EventLoop.h"
+#include "Keeper.h"
 #include "Log.h"
+#include "PrivateMemory.h"
 #include "ProfileWatch.h"
 #include "Registrations.h"
 #include "Resolver.h"
@@ -39,6 +41,7 @@ struct Options
 {
     long expires = 3600;
     std::string caFile; // the system's when empty
+    bool isKept = false;
 };
 
 int usage(std::FILE* stream)
@@ -50,6 +53,7 @@ int usage(std::FILE* stream)
                  "  --ca-file FILE     trust the certificates in FILE when a server is reached by TLS,\n"
                  "                     instead of the system's\n"
                  "  --expires SECONDS  how long a registration is asked for at a time (default 3600)\n"
+                 "  --keep-running     stay, hold the socket, and start the daemon anew whenever it ends\n"
                  "  -v, --verbose      log more\n"
                  "  --help             print this and exit\n"
                  "  --version          print the version and exit\n");
@@ -75,9 +79,10 @@ struct CommandLine
 
 CommandLine parseCommandLine(int argc, char** argv)
 {
-    enum { CaFile = 1, Expires, Help, Version };
+    enum { CaFile = 1, Expires, KeepRunning, Help, Version };
     static constexpr std::array longOptions = {option{"ca-file", required_argument, nullptr, CaFile},
                                                option{"expires", required_argument, nullptr, Expires},
+                                               option{"keep-running", no_argument, nullptr, KeepRunning},
                                                option{"verbose", no_argument, nullptr, 'v'},
                                                option{"help", no_argument, nullptr, Help},
                                                option{"version", no_argument, nullptr, Version},
@@ -101,6 +106,9 @@ CommandLine parseCommandLine(int argc, char** argv)
             std::fprintf(stderr, "sipd: --expires takes 1 to %ld seconds\n", longestExpiry);
             line.exitStatus = 2;
             return line;
+        case KeepRunning:
+            line.options.isKept = true;
+            break;
         case 'v':
             detailedLog = true;
             break;
@@ -162,6 +170,11 @@ int run(const Options& options)
     registrations.connectAutomatically();
 
     bool isEnding = false;
+    std::optional<FdWatch> socketWatch;
+    if (socket.watchFd() >= 0)
+        socketWatch.emplace(loop, socket.watchFd(), POLLIN, [&](int) {
+            isEnding = !socket.handleChange([&](int) { server->listenOn(socket.fd()); }) || isEnding;
+        });
     bool isLate = false;
     Timer endTimer(loop, [&isLate] { isLate = true; });
     const FdWatch signalWatch(loop, endSignals, POLLIN, [&](int) {
@@ -175,6 +188,7 @@ int run(const Options& options)
         loop.step();
         if (isEnding && server) {
             server.reset();
+            socketWatch.reset();
             socket.remove();
             registrations.end();
             endTimer.set(endLimit);
@@ -195,9 +209,12 @@ int run(const Options& options)
 
 int main(int argc, char** argv)
 {
+    keepMemoryPrivate();
     const CommandLine line = parseCommandLine(argc, argv);
     if (line.exitStatus)
         return *line.exitStatus;
+    if (line.options.isKept && !DaemonSocket::isKept())
+        return Keeper(argv).run();
     qInstallMessageHandler(logForQt);
     su_log_redirect(nullptr, discardStackLog, nullptr);
     return run(line.options);

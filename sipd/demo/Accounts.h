@@ -20,7 +20,7 @@ struct Account
     Conduct conduct = Conduct::Registers;
 };
 
-// The accounts of the demo registrar: some that are always there, and those that the command line adds.
+// The accounts of the demo registrar: some that are always there, and those that files add.
 class Accounts
 {
 public:

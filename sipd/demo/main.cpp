@@ -1,14 +1,20 @@
 // demo-registrar: a SIP registrar with a few accounts, on the loopback alone.
+#include "PrivateMemory.h"
 #include "Registrar.h"
 
 #include <sofia-sip/su.h>
 
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -23,14 +29,15 @@ int usage(std::FILE* stream)
 {
     std::fprintf(
         stream,
-        "usage: demo-registrar [--port N] [--account USER:PASSWORD]...\n"
+        "usage: demo-registrar [--port N] [--account FILE]...\n"
         "\n"
         "A SIP registrar on the loopback, over UDP and TCP, to try the phone with. It tells of every\n"
         "binding that comes and goes, and of every refusal, and ends at Ctrl-C.\n"
         "\n"
-        "  --port N                 its port (%d)\n"
-        "  --account USER:PASSWORD  one more account, or another password for one\n"
-        "  --help                   print this\n"
+        "  --port N        its port (%d)\n"
+        "  --account FILE  more accounts, or other passwords: FILE, which nobody else may read, has a line\n"
+        "                  USER:PASSWORD for each\n"
+        "  --help          print this\n"
         "\n"
         "Accounts: anna and reception, with the password \"secret\", can register; ben has another\n"
         "password; banned is refused, busy is told that the server is busy, silent gets no answer.\n",
@@ -45,13 +52,38 @@ bool readPort(const char* text, int& port)
     return error == std::errc{} && last == end && port >= 1 && port <= 65535;
 }
 
+// Empty, or what is wrong with the file of accounts. A line is named by its number: it may hold a password.
+std::string addAccounts(std::FILE* file, Accounts& accounts)
+{
+    struct stat status;
+    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & 0077) != 0)
+        return "others may read it; chmod 600 helps";
+    std::array<char, 1024> line;
+    for (int number = 1; std::fgets(line.data(), line.size(), file) != nullptr; ++number) {
+        std::string_view account = line.data();
+        account = account.substr(0, account.find_last_not_of("\r\n") + 1);
+        if (!account.empty() && !accounts.add(account))
+            return "line " + std::to_string(number) + " is not USER:PASSWORD";
+    }
+    return std::ferror(file) != 0 ? std::strerror(errno) : "";
+}
+
+bool readAccounts(const char* path, Accounts& accounts)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "re"), std::fclose);
+    const std::string problem = file ? addAccounts(file.get(), accounts) : std::strerror(errno);
+    if (!problem.empty())
+        std::fprintf(stderr, "demo-registrar: the file of accounts: %s\n", problem.c_str());
+    return problem.empty();
+}
+
 // Fails without naming the value, which may be a password.
 bool readOption(std::string_view name, const char* value, Options& options)
 {
     if (value != nullptr && name == "--port" && readPort(value, options.port))
         return true;
-    if (value != nullptr && name == "--account" && options.accounts.add(value))
-        return true;
+    if (value != nullptr && name == "--account")
+        return readAccounts(value, options.accounts);
     std::fprintf(stderr, "demo-registrar: wrong or unknown option %.*s\n", static_cast<int>(name.size()),
                  name.data());
     return false;
@@ -104,6 +136,7 @@ int serve(const Options& options)
 
 int main(int argc, char** argv)
 {
+    keepMemoryPrivate();
     Options options;
     for (int i = 1; i < argc; i += 2) {
         if (std::strcmp(argv[i], "--help") == 0)

@@ -7,9 +7,11 @@
 
 #include <arpa/inet.h>
 #include <csignal>
+#include <fstream>
 #include <memory>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -45,6 +47,15 @@ protected:
         return connectProfile("Profile0");
     }
 
+    // A file of accounts.
+    std::string fileWith(const std::string& text)
+    {
+        std::string path = workplace.filePath("accounts" + QString::number(++files)).toStdString();
+        std::ofstream(path) << text;
+        chmod(path.c_str(), 0600);
+        return path;
+    }
+
     // The registrar's answer to a REGISTER for anna with these credentials.
     std::string answerTo(const std::string& credentials) const
     {
@@ -78,6 +89,7 @@ protected:
 
 private:
     int starts = 0;
+    int files = 0;
     mutable int branches = 0;
 };
 
@@ -136,11 +148,13 @@ TEST_F(DemoRegistrar, TellsOfABindingThatIsNotRenewed)
 
 TEST_F(DemoRegistrar, TakesAnAccountOfAnyCharactersAndKeepsItsPasswordToItself)
 {
-    startRegistrar({"--account", std::string("jörg:") + PASSWORD, "--account", "anna:new"});
+    startRegistrar({"--account", fileWith(std::string("jörg:") + PASSWORD + "\r\n\nben:other"), "--account",
+                    fileWith("anna:new\n")});
     startDaemon();
     EXPECT_EQ(connect("jörg", PASSWORD), SIPD_ACK_SUCCESS);
     EXPECT_EQ(connect("anna", "secret"), SIPD_ACK_INCORRECT_PROFILE);
     EXPECT_EQ(connect("anna", "new"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connect("ben", "other"), SIPD_ACK_SUCCESS);
     EXPECT_THAT(registrar->log(), HasSubstr("jörg registered at"));
     EXPECT_THAT(registrar->log(), Not(HasSubstr("q:b")));
 }
@@ -182,23 +196,53 @@ TEST_F(DemoRegistrar, EndsWithAReasonWhenItsPortIsTaken)
     EXPECT_EQ(registrar->exitStatus(), 0);
 }
 
-TEST(DemoRegistrarOptions, AreRefusedWithoutNamingWhatMayBeAPassword)
+namespace {
+
+// What it says to its end.
+std::pair<std::string, int> outcomeOf(const std::vector<std::string>& options)
 {
     QTemporaryDir workplace;
+    std::vector<std::string> command = {DEMO_REGISTRAR};
+    command.insert(command.end(), options.begin(), options.end());
+    LoggedProgram program(command, workplace.filePath("log").toStdString());
+    EXPECT_TRUE(waitUntil([&] { return !program.isRunning(); }));
+    return {program.log(), program.exitStatus()};
+}
+
+} // namespace
+
+TEST(DemoRegistrarOptions, AreRefusedWithoutNamingWhatMayBeAPassword)
+{
     for (const std::vector<std::string>& options :
          std::vector<std::vector<std::string>>{{"--port"},
                                                {"--port", "0"},
                                                {"--port", "65536"},
                                                {"--port", "5o"},
-                                               {"--account", "tr0ub4dor"},
-                                               {"--account", ":tr0ub4dor"},
+                                               {"--account", "anna:tr0ub4dor"},
+                                               {"--account"},
                                                {"--no-such-option"}}) {
-        std::vector<std::string> command = {DEMO_REGISTRAR};
-        command.insert(command.end(), options.begin(), options.end());
-        LoggedProgram program(command, workplace.filePath("log").toStdString());
-        EXPECT_TRUE(waitUntil([&] { return !program.isRunning(); }));
-        EXPECT_EQ(program.exitStatus(), 2) << options[0];
-        EXPECT_THAT(program.log(), HasSubstr("usage: demo-registrar"));
-        EXPECT_THAT(program.log(), Not(HasSubstr("tr0ub4dor")));
+        const auto [output, status] = outcomeOf(options);
+        EXPECT_EQ(status, 2) << options[0];
+        EXPECT_THAT(output, HasSubstr("usage: demo-registrar"));
+        EXPECT_THAT(output, Not(HasSubstr("tr0ub4dor")));
     }
+}
+
+TEST(DemoRegistrarOptions, AFileOfAccountsIsRefusedWithTheReason)
+{
+    QTemporaryDir workplace;
+    const std::string path = workplace.filePath("accounts").toStdString();
+    const auto outcomeWith = [&](const std::string& text, mode_t mode) {
+        std::ofstream(path) << text;
+        chmod(path.c_str(), mode);
+        const auto [output, status] = outcomeOf({"--account", path});
+        EXPECT_EQ(status, 2);
+        EXPECT_THAT(output, Not(HasSubstr("tr0ub4dor")));
+        return output;
+    };
+    EXPECT_THAT(outcomeWith("anna:tr0ub4dor\n", 0640), HasSubstr("others may read it; chmod 600 helps"));
+    EXPECT_THAT(outcomeWith("anna:x\ntr0ub4dor\n", 0600), HasSubstr("line 2 is not USER:PASSWORD"));
+    EXPECT_THAT(outcomeWith(":tr0ub4dor", 0600), HasSubstr("line 1 is not USER:PASSWORD"));
+    unlink(path.c_str());
+    EXPECT_THAT(outcomeOf({"--account", path}).first, HasSubstr("No such file or directory"));
 }

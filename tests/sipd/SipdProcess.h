@@ -55,7 +55,7 @@ protected:
                      const std::vector<std::string>& wrapper = {});
     // Fails the test unless it ends well.
     void stopDaemon();
-    SipdProcess& daemon() { return *daemon_; }
+    SipdProcess& daemon() const { return *daemon_; }
     std::string logFile() const { return directory().toStdString() + "/sipd.log"; }
 
     static void writeProfile(const std::string& group, const TestProfile& profile);

@@ -1,0 +1,176 @@
+#include "Keeper.h"
+
+#include "Log.h"
+#include "SIPD_Messages.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto goodLife = 5s;
+constexpr std::chrono::milliseconds shortestPause = 50ms;
+constexpr std::chrono::milliseconds longestPause = 800ms;
+// The daemon itself takes four seconds at most.
+constexpr auto endLimit = 6s;
+constexpr int notExecuted = 127;
+
+sigset_t handledSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+// The program's path, by which a process is known, unless it has been replaced or removed.
+std::string ownProgram()
+{
+    std::array<char, PATH_MAX> path;
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+    std::string program(path.data(), length < 0 ? 0 : static_cast<size_t>(length));
+    return access(program.c_str(), X_OK) == 0 ? program : "/proc/self/exe";
+}
+
+std::chrono::milliseconds pauseAfter(int shortLived)
+{
+    if (shortLived < 2)
+        return 0ms;
+    return std::min(longestPause, shortestPause * (1 << std::min(shortLived - 2, 10)));
+}
+
+} // namespace
+
+int Keeper::run()
+{
+    const sigset_t signals = handledSignals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    signals_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (const std::string problem = socket_.open(); !problem.empty()) {
+        std::fprintf(stderr, "sipd: %s\n", problem.c_str());
+        return EXIT_FAILURE;
+    }
+    start();
+    std::printf("listening on %s\n", SIPD_SOCKET_PATH);
+    std::fflush(stdout);
+    while (endedBy_ == 0) {
+        if (daemon_ < 0 && BootClock::now() >= nextStart_)
+            start();
+        wait();
+        handleSignals();
+        socket_.handleChange([this](int) { socket_.sendTo(channel_); });
+    }
+    return end();
+}
+
+void Keeper::start()
+{
+    started_ = BootClock::now();
+    std::array<int, 2> ends = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0)
+        daemon_ = fork();
+    if (daemon_ == 0)
+        becomeDaemon(ends[1]);
+    if (daemon_ < 0) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon cannot be started: %s", std::strerror(errno));
+        planStart();
+    }
+    close(ends[1]);
+    close(std::exchange(channel_, ends[0]));
+}
+
+void Keeper::becomeDaemon(int channel) const
+{
+    const sigset_t signals = handledSignals();
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    // What it would say there has been said.
+    dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+    socket_.handOver(channel);
+    execv(ownProgram().c_str(), arguments_);
+    _exit(notExecuted);
+}
+
+void Keeper::wait() const
+{
+    std::array<pollfd, 2> watched = {pollfd{signals_, POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
+    int limit = -1;
+    if (daemon_ < 0) {
+        const auto pause = std::chrono::ceil<std::chrono::milliseconds>(nextStart_ - BootClock::now());
+        limit = std::max(0, static_cast<int>(pause.count()));
+    }
+    poll(watched.data(), watched.size(), limit);
+}
+
+void Keeper::handleSignals()
+{
+    signalfd_siginfo info;
+    while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
+        if (info.ssi_signo != SIGCHLD) {
+            endedBy_ = static_cast<int>(info.ssi_signo);
+            continue;
+        }
+        int status = 0;
+        if (daemon_ > 0 && waitpid(daemon_, &status, WNOHANG) == daemon_)
+            handleEnd(status);
+    }
+}
+
+void Keeper::handleEnd(int status)
+{
+    daemon_ = -1;
+    planStart();
+    if (WIFSIGNALED(status))
+        ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon was ended by signal %d (%s), and is started anew",
+                 WTERMSIG(status), strsignal(WTERMSIG(status)));
+    else
+        ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon ended with status %d, and is started anew",
+                 WEXITSTATUS(status));
+}
+
+void Keeper::planStart()
+{
+    const Time now = BootClock::now();
+    shortLived_ = now - started_ < goodLife ? shortLived_ + 1 : 0;
+    nextStart_ = now + pauseAfter(shortLived_);
+}
+
+// The place is free for the next one at once, as when a daemon alone ends.
+int Keeper::end()
+{
+    socket_.remove();
+    if (daemon_ < 0)
+        return EXIT_SUCCESS;
+    kill(daemon_, endedBy_);
+    const Time limit = BootClock::now() + endLimit;
+    int status = 0;
+    while (waitpid(daemon_, &status, WNOHANG) == 0) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - BootClock::now());
+        if (left.count() <= 0) {
+            ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon does not end, and is killed");
+            kill(daemon_, SIGKILL);
+            waitpid(daemon_, &status, 0);
+            break;
+        }
+        pollfd watched = {signals_, POLLIN, 0};
+        poll(&watched, 1, static_cast<int>(left.count()));
+        signalfd_siginfo info;
+        [[maybe_unused]] const ssize_t taken = read(signals_, &info, sizeof(info));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
+}
