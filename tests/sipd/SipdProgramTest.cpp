@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <iterator>
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -244,6 +245,24 @@ TEST_F(SipdProgram, MakesRoomForTheNextOneWhileItTakesItsRegistrationsBack)
         EXPECT_TRUE(isThere()) << "it is the next one's";
     }
     EXPECT_FALSE(isThere());
+}
+
+TEST_F(SipdProgram, ItsMemoryIsNobodysToReadAndLeavesNoCore)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizers' look for leaks needs its memory";
+#endif
+    // What may not be read is root's in /proc.
+    const bool isRoot = geteuid() == 0;
+    startDaemon({}, isRoot ? std::vector<std::string>{"/usr/bin/setpriv", "--reuid=65534", "--clear-groups"}
+                           : std::vector<std::string>{});
+    const std::string process = "/proc/" + std::to_string(SipdClient().daemon());
+    struct stat status;
+    ASSERT_EQ(stat((process + "/environ").c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
+    std::ifstream limits(process + "/limits");
+    const std::string text{std::istreambuf_iterator<char>(limits), {}};
+    EXPECT_THAT(text, testing::ContainsRegex("Max core file size +0 +0 "));
 }
 
 TEST_F(SipdProgram, LogsInTheLibrarysFormatAndNeverAPassword)
