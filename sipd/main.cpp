@@ -4,7 +4,6 @@
 #include "Digest.h"
 #include "EventLoop.h"
 #include "Log.h"
-#include "ProfileWatch.h"
 #include "Registrations.h"
 #include "Resolver.h"
 #include "Server.h"
@@ -158,7 +157,6 @@ int run(const Options& options)
     Resolver resolver(loop);
     Registrations registrations({loop, resolver, settings});
     auto server = std::make_unique<Server>(loop, socket.fd(), registrations);
-    const ProfileWatch profileWatch(loop, [&registrations] { registrations.review(); });
     registrations.connectAutomatically();
 
     bool isEnding = false;
