@@ -99,8 +99,7 @@ void Client::handleProfile(const _SIPD_MSG_PROFILE_S& request)
         return;
     }
     if (request.request == PROFILE_CTRL_GET_NAME) {
-        const auto found = server_.names_.find(request.appId);
-        const std::string name = found == server_.names_.end() ? "" : found->second;
+        const std::string name = server_.registrations_.name(request.appId);
         std::memset(answer.name, 0, sizeof(answer.name));
         name.copy(answer.name, SIPD_PROFILE_NAME_MAX);
         send(SIPD_MSG_PROFILE, answer);
@@ -125,7 +124,7 @@ void Client::handleRequest(const _SIPD_MSG_PROFILE_S& request)
         server_.registrations_.disconnect(request.name, this);
         return;
     case PROFILE_CTRL_SET_NAME:
-        acknowledge(server_.setName(request.appId, request.name));
+        acknowledge(server_.registrations_.setName(request.appId, request.name));
         return;
     default:
         acknowledge(SIPD_ACK_FAILED);

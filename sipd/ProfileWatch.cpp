@@ -1,59 +1,139 @@
 #include "ProfileWatch.h"
 
 #include "Log.h"
-#include "SETUP_SIP_Agent.h"
 
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <list>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
-
-#include <QByteArray>
+#include <utility>
 
 namespace {
 
 // Editors move the old file away before they write the new one.
 constexpr std::chrono::milliseconds settleTime{100};
 
-} // namespace
+constexpr uint32_t changes = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
 
-ProfileWatch::ProfileWatch(EventLoop& loop, std::function<void()> onChanged)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), settled_(loop, std::move(onChanged))
+// As the kernel has it.
+constexpr int mostLinks = 40;
+
+namespace fs = std::filesystem;
+
+// Puts the parts of a path before the others; the directory in which they begin.
+fs::path prepend(std::list<fs::path>& parts, const fs::path& path, const fs::path& directory)
 {
-    if (inotify_ >= 0)
-        watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
-    watchDirectory();
+    const fs::path relative = path.relative_path();
+    parts.insert(parts.begin(), relative.begin(), relative.end());
+    return path.is_absolute() ? path.root_path() : directory;
 }
 
-// The directory, since the file is replaced, and may not be there yet.
-void ProfileWatch::watchDirectory()
+} // namespace
+
+ProfileWatch::ProfileWatch(EventLoop& loop, std::string path, std::function<void()> onChanged)
+    : path_(std::move(path)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
+      onChanged_(std::move(onChanged)), settled_(loop, [this] { tell(); })
 {
-    QString path;
-    SETUP_SIP_Agent::getSIPSetupPath(path);
-    const std::string file = path.toStdString();
-    const size_t slash = file.rfind('/');
-    fileName_ = file.substr(slash + 1);
-    const std::string directory = file.substr(0, slash + 1);
-    if (inotify_add_watch(inotify_, directory.c_str(),
-                          IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR) < 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles go unnoticed: %s", std::strerror(errno));
+    if (inotify_ < 0) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles are noticed late: %s", std::strerror(errno));
+        return;
+    }
+    watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
+    watchWay();
+}
+
+// Each directory is watched before it is looked into, so that nothing happens unseen between the two.
+void ProfileWatch::watchWay()
+{
+    const auto former = std::exchange(names_, {});
+    std::list<fs::path> parts;
+    fs::path directory = prepend(parts, path_, {});
+    for (int links = 0; !parts.empty() && links < mostLinks;) {
+        const fs::path name = parts.front();
+        parts.pop_front();
+        if (name.empty() || name == ".")
+            continue;
+        if (name != ".." && !watchDirectory(directory, name))
+            break;
+        std::error_code error;
+        const fs::path entry = directory / name;
+        if (const fs::path target = fs::read_symlink(entry, error); !error) {
+            directory = prepend(parts, target, directory);
+            ++links;
+        } else
+            directory = entry;
+    }
+    for (const auto& [watch, names] : former) {
+        if (!names_.contains(watch))
+            inotify_rm_watch(inotify_, watch);
+    }
+}
+
+// False when there is no such directory. One that may be passed but not read cannot be watched.
+bool ProfileWatch::watchDirectory(const std::string& directory, const std::string& name)
+{
+    const int watch = inotify_add_watch(inotify_, directory.c_str(), changes | IN_ONLYDIR);
+    if (watch >= 0)
+        names_[watch].insert(name);
+    else if (errno == ENOENT || errno == ENOTDIR)
+        return false;
+    else
+        ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles may go unnoticed: %s", std::strerror(errno));
+    return true;
+}
+
+bool ProfileWatch::concernsWay(const inotify_event& event, const char* name) const
+{
+    if ((event.mask & IN_Q_OVERFLOW) != 0)
+        return true;
+    const auto found = names_.find(event.wd);
+    if (found == names_.end())
+        return false;
+    // The directory itself is gone, or what it was mounted from.
+    if ((event.mask & (IN_IGNORED | IN_UNMOUNT)) != 0)
+        return true;
+    return event.len != 0 && found->second.contains(name);
 }
 
 void ProfileWatch::handleEvents()
 {
     std::array<char, 4096> buffer;
-    const ssize_t length = read(inotify_, buffer.data(), buffer.size());
-    for (ssize_t offset = 0; offset < length;) {
-        inotify_event event = {};
-        std::memcpy(&event, buffer.data() + offset, sizeof(event));
-        const char* name = buffer.data() + offset + sizeof(event);
-        offset += static_cast<ssize_t>(sizeof(event) + event.len);
-        if ((event.mask & IN_IGNORED) != 0)
-            watchDirectory(); // The directory was removed; this has made it anew.
-        else if (event.len == 0 || fileName_ != name)
-            continue;
-        settled_.set(settleTime);
+    bool isConcerned = false;
+    ssize_t length = 0;
+    while ((length = read(inotify_, buffer.data(), buffer.size())) > 0) {
+        for (ssize_t offset = 0; offset < length;) {
+            inotify_event event = {};
+            std::memcpy(&event, buffer.data() + offset, sizeof(event));
+            const char* const name = buffer.data() + offset + sizeof(event);
+            offset += static_cast<ssize_t>(sizeof(event) + event.len);
+            if (!concernsWay(event, name))
+                continue;
+            isConcerned = true;
+            if ((event.mask & IN_ATTRIB) == 0)
+                isReplaced_ = (event.mask & IN_MOVED_TO) != 0;
+        }
     }
+    if (!isConcerned)
+        return;
+    watchWay();
+    settled_.set(settleTime);
+}
+
+void ProfileWatch::catchUp()
+{
+    if (inotify_ >= 0)
+        handleEvents();
+    if (inotify_ < 0 || isReplaced_)
+        tell();
+}
+
+void ProfileWatch::tell()
+{
+    settled_.stop();
+    isReplaced_ = false;
+    onChanged_();
 }

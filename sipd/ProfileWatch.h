@@ -4,24 +4,39 @@
 #include "EventLoop.h"
 
 #include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 
-// Tells when the settings file of the profiles has been replaced, written or removed.
+struct inotify_event;
+
+// Tells when the settings file may have changed: it has been replaced, written, removed or made readable, or
+// a directory or a symbolic link on the way to it has. None of them needs to be there.
 class ProfileWatch
 {
 public:
-    // Several changes in a short time are told as one.
-    ProfileWatch(EventLoop& loop, std::function<void()> onChanged);
+    // path is the file's, and absolute. Several changes in a short time are told as one.
+    ProfileWatch(EventLoop& loop, std::string path, std::function<void()> onChanged);
     ProfileWatch(const ProfileWatch&) = delete;
     ProfileWatch& operator=(const ProfileWatch&) = delete;
 
-private:
-    void watchDirectory();
-    void handleEvents();
+    // When the file has been replaced by now, tells so at once. A file that is written in its place, and may
+    // be half done, is told of in time. Without a watch, every call tells of a change.
+    void catchUp();
 
-    std::string fileName_;
+private:
+    void watchWay();
+    bool watchDirectory(const std::string& directory, const std::string& name);
+    void handleEvents();
+    void tell();
+    bool concernsWay(const inotify_event& event, const char* name) const;
+
+    const std::string path_;
     const OwnedFd inotify_;
+    std::map<int, std::set<std::string>> names_; // on the way, by the watch of the directory that they are in
+    bool isReplaced_ = false;                    // by the last change that is to be told
+    const std::function<void()> onChanged_;
     Timer settled_;
     std::optional<FdWatch> watch_;
 };

@@ -39,8 +39,9 @@ const char* wordsFor(_SIPD_APP_ACK_E reason)
 
 } // namespace
 
-Registration::Registration(const SipServices& services, std::string group)
-    : services_(services), group_(std::move(group)), pause_(shortestPause),
+Registration::Registration(const SipServices& services, std::string group,
+                           std::function<void(Registration&)> onRetry)
+    : services_(services), group_(std::move(group)), onRetry_(std::move(onRetry)), pause_(shortestPause),
       timer_(services.loop, [this] { handleTimer(); }),
       disconnectLimit_(services.loop, [this] { answer(disconnecting_, SIPD_ACK_SUCCESS); })
 {
@@ -64,10 +65,9 @@ ConnectionStatus Registration::status() const
     return ConnectionStatus::NotConnected;
 }
 
-void Registration::connect(Requester* requester)
+void Registration::connect(Requester* requester, std::optional<SipProfile> profile)
 {
     const bool isUnderWay = status() == ConnectionStatus::Working;
-    auto profile = readProfile(group_);
     connecting_.push_back(requester);
     if (isUnderWay && profile == profile_)
         return;
@@ -77,30 +77,40 @@ void Registration::connect(Requester* requester)
     begin();
 }
 
-void Registration::keepConnected()
+void Registration::keepConnected(std::optional<SipProfile> profile)
 {
     isKept_ = true;
-    profile_ = readProfile(group_);
+    profile_ = std::move(profile);
     begin();
 }
 
-void Registration::reviewProfile()
+void Registration::postpone()
+{
+    SIPD_DETAIL("%s waits for the settings file", group_.c_str());
+    isPostponed_ = true;
+    timer_.set(longestPause);
+}
+
+void Registration::reviewProfile(std::optional<SipProfile> profile)
 {
     if (!isKept_ && status() == ConnectionStatus::NotConnected)
         return;
-    auto profile = readProfile(group_);
-    if (!profile && !hasProfile(group_)) {
-        SIPD_DETAIL("%s has been deleted", group_.c_str());
-        answer(connecting_, SIPD_ACK_INCORRECT_PROFILE);
-        end();
+    const bool hasChanged = profile != profile_;
+    if (!hasChanged && !isPostponed_)
         return;
+    if (hasChanged) {
+        SIPD_DETAIL("%s has changed", group_.c_str());
+        profile_ = std::move(profile);
+        pause_ = shortestPause;
     }
-    if (profile == profile_)
-        return;
-    SIPD_DETAIL("%s has changed", group_.c_str());
-    profile_ = std::move(profile);
-    pause_ = shortestPause;
     begin();
+}
+
+void Registration::endDeleted()
+{
+    SIPD_DETAIL("%s has been deleted", group_.c_str());
+    answer(connecting_, SIPD_ACK_INCORRECT_PROFILE);
+    end();
 }
 
 void Registration::begin()
@@ -208,7 +218,7 @@ void Registration::pauseAfter(_SIPD_APP_ACK_E reason)
 void Registration::handleTimer()
 {
     if (phase_ == Phase::Pausing)
-        keepConnected();
+        onRetry_(*this);
     else
         fail(SIPD_ACK_CONNECT_FAILED);
 }
@@ -245,6 +255,7 @@ void Registration::forget(Requester* requester)
 void Registration::dropAttempt()
 {
     timer_.stop();
+    isPostponed_ = false;
     lookup_.reset();
     addresses_.clear();
     if (binding_) {

@@ -5,6 +5,7 @@
 #include "Resolver.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,29 +36,41 @@ enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connecte
 // again, with growing pauses, until somebody disconnects it; rarely when the server rejected the profile, and
 // not at all when it makes no sense. A change of the profile is tried at once.
 //
+// It knows its profile by the group in the settings file, which may change. It never reads that file itself.
+//
 // Requesters are told the end of their request once; they must outlive that, or be forgotten.
 class Registration
 {
 public:
-    Registration(const SipServices& services, std::string group);
+    // onRetry is called when it is time for the next try, and calls keepConnected() or postpone().
+    Registration(const SipServices& services, std::string group, std::function<void(Registration&)> onRetry);
     ~Registration();
     Registration(const Registration&) = delete;
     Registration& operator=(const Registration&) = delete;
 
+    const std::string& group() const { return group_; }
+    // The profile, unchanged, stands under another group now.
+    void moveTo(const std::string& group) { group_ = group; }
+
     ConnectionStatus status() const;
 
-    // Registers with the settings file's present values, anew if need be. Ends within 8 seconds.
-    void connect(Requester* requester);
+    // The profile, here and below: nothing when nobody could register with it.
+
+    // Registers with the profile as it is given, anew if need be. Ends within 8 seconds.
+    void connect(Requester* requester, std::optional<SipProfile> profile);
     // Takes the registration back. Ends within 3 seconds, always with success.
     void disconnect(Requester* requester);
     // The requester has gone. What was begun for nobody else is given up.
     void forget(Requester* requester);
 
     // Connects it and keeps it so, without a requester.
-    void keepConnected();
-    // Reads the profile again, of a settings file that is sound: connects anew when it has changed,
-    // disconnects when it is gone.
-    void reviewProfile();
+    void keepConnected(std::optional<SipProfile> profile);
+    // The next try waits for reviewProfile(), or for a minute.
+    void postpone();
+    // What the settings file says now: connects anew when the profile has changed.
+    void reviewProfile(std::optional<SipProfile> profile);
+    // The profile has been deleted: as end(), but whoever waits for it to be connected is told.
+    void endDeleted();
     // As disconnect(), without a requester.
     void end();
 
@@ -65,6 +78,8 @@ public:
     void reap();
     // There is nothing to do for it, and nothing to remember.
     bool isIdle() const;
+    // It waits for the next try.
+    bool isPausing() const { return phase_ == Phase::Pausing; }
 
 private:
     enum class Phase {
@@ -91,10 +106,12 @@ private:
     std::chrono::milliseconds timeLeft() const;
 
     const SipServices services_;
-    const std::string group_;
+    std::string group_;
+    const std::function<void(Registration&)> onRetry_;
 
     Phase phase_ = Phase::Off;
     bool isKept_ = false;
+    bool isPostponed_ = false;          // the next try
     std::optional<SipProfile> profile_; // as it was last read
     BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;

@@ -1,16 +1,37 @@
 #include "Registrations.h"
 
+#include "Log.h"
+
+#include <utility>
+
+namespace {
+
+// An application more finds no room for its name.
+constexpr size_t mostNames = 256;
+
+// Numbers are given out lowest first, to few profiles. Files that people have edited may go further.
+constexpr size_t mostConnectedAutomatically = 100;
+
+} // namespace
+
+Registrations::Registrations(const SipServices& services)
+    : services_(services), path_(settingsFilePath()), watch_(services.loop, path_, [this] { review(); })
+{
+}
+
 void Registrations::connect(const std::string& group, Requester* requester)
 {
     if (!isProfileGroup(group)) {
         requester->acknowledge(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
-    registration(group).connect(requester);
+    watch_.catchUp();
+    registration(group).connect(requester, presentProfile(group));
 }
 
 void Registrations::disconnect(const std::string& group, Requester* requester)
 {
+    watch_.catchUp();
     const auto found = registrations_.find(group);
     if (found == registrations_.end())
         requester->acknowledge(SIPD_ACK_SUCCESS);
@@ -18,8 +39,9 @@ void Registrations::disconnect(const std::string& group, Requester* requester)
         found->second->disconnect(requester);
 }
 
-ConnectionStatus Registrations::status(const std::string& group) const
+ConnectionStatus Registrations::status(const std::string& group)
 {
+    watch_.catchUp();
     const auto found = registrations_.find(group);
     return found == registrations_.end() ? ConnectionStatus::NotConnected : found->second->status();
 }
@@ -28,28 +50,132 @@ void Registrations::forget(Requester* requester)
 {
     for (const auto& [group, registration] : registrations_)
         registration->forget(requester);
+    for (const auto& registration : leaving_)
+        registration->forget(requester);
+}
+
+_SIPD_APP_ACK_E Registrations::setName(uint32_t application, const std::string& name)
+{
+    watch_.catchUp();
+    if (names_.size() >= mostNames && !names_.contains(application))
+        return SIPD_ACK_FAILED;
+    names_[application] = name;
+    return SIPD_ACK_SUCCESS;
+}
+
+std::string Registrations::name(uint32_t application)
+{
+    watch_.catchUp();
+    const auto found = names_.find(application);
+    return found == names_.end() ? "" : found->second;
 }
 
 void Registrations::connectAutomatically()
 {
-    hasStarted_ = isSettingsFileSound();
-    for (const std::string& group : autoConnectGroups())
-        registration(group).keepConnected();
+    ProfileReading reading = readProfiles(path_);
+    profiles_ = std::move(reading.profiles);
+    if (reading.state != ProfileReading::State::Failed)
+        start();
+}
+
+void Registrations::start()
+{
+    hasStarted_ = true;
+    size_t count = 0;
+    for (const auto& [group, profile] : profiles_) {
+        if (profile.autoConnect && ++count <= mostConnectedAutomatically)
+            registration(group).keepConnected(profile.sip);
+    }
 }
 
 void Registrations::review()
 {
-    // To a damaged file every profile would be a deleted one.
-    if (!isSettingsFileSound())
+    ProfileReading reading = readProfiles(path_);
+    if (isEnding_)
         return;
+    if (reading.state != ProfileReading::State::Read) {
+        SIPD_DETAIL("the settings file is away, the profiles stay as they are");
+        return;
+    }
+    const StoredProfiles before = std::exchange(profiles_, std::move(reading.profiles));
+    const ProfilePlaces places = matchProfiles(before, profiles_, groupsInUse());
+    moveNames(before, places);
+    moveRegistrations(places);
     for (const auto& [group, registration] : registrations_)
-        registration->reviewProfile();
+        registration->reviewProfile(profiles_.at(group).sip);
     if (!hasStarted_)
-        connectAutomatically();
+        start();
+}
+
+void Registrations::moveNames(const StoredProfiles& before, const ProfilePlaces& places)
+{
+    std::erase_if(names_, [&](const auto& entry) {
+        return before.contains(entry.second) && !places.contains(entry.second);
+    });
+    for (auto& [application, name] : names_) {
+        if (const auto place = places.find(name); place != places.end())
+            name = place->second;
+    }
+}
+
+// Another profile may need the number of a deleted one at once.
+void Registrations::moveRegistrations(const ProfilePlaces& places)
+{
+    auto registrations = std::exchange(registrations_, {});
+    const size_t firstDeleted = leaving_.size();
+    for (auto& [group, registration] : registrations) {
+        const auto place = places.find(group);
+        if (place == places.end()) {
+            leaving_.push_back(std::move(registration));
+            continue;
+        }
+        if (place->second != group)
+            SIPD_DETAIL("%s is %s now", group.c_str(), place->second.c_str());
+        registration->moveTo(place->second);
+        registrations_[place->second] = std::move(registration);
+    }
+    for (size_t i = firstDeleted; i < leaving_.size(); ++i)
+        leaving_[i]->endDeleted();
+}
+
+std::set<std::string> Registrations::groupsInUse() const
+{
+    std::set<std::string> groups;
+    for (const auto& [group, registration] : registrations_) {
+        if (!registration->isIdle())
+            groups.insert(group);
+    }
+    return groups;
+}
+
+// While the file cannot be read: as it was.
+std::optional<SipProfile> Registrations::presentProfile(const std::string& group)
+{
+    const ProfileReading reading = readProfiles(path_);
+    const bool isRead = reading.state == ProfileReading::State::Read;
+    const StoredProfiles& profiles = isRead ? reading.profiles : profiles_;
+    const auto found = profiles.find(group);
+    if (found == profiles.end())
+        return std::nullopt;
+    // What is connected is known, that it can be followed.
+    profiles_.insert(*found);
+    return found->second.sip;
+}
+
+void Registrations::retry(Registration& registration)
+{
+    watch_.catchUp();
+    if (!registration.isPausing())
+        return;
+    if (readProfiles(path_).state == ProfileReading::State::Read)
+        registration.keepConnected(profiles_.at(registration.group()).sip);
+    else
+        registration.postpone();
 }
 
 void Registrations::end()
 {
+    isEnding_ = true;
     for (const auto& [group, registration] : registrations_)
         registration->end();
 }
@@ -58,13 +184,17 @@ void Registrations::reap()
 {
     for (const auto& [group, registration] : registrations_)
         registration->reap();
+    for (const auto& registration : leaving_)
+        registration->reap();
     std::erase_if(registrations_, [](const auto& entry) { return entry.second->isIdle(); });
+    std::erase_if(leaving_, [](const auto& registration) { return registration->isIdle(); });
 }
 
 Registration& Registrations::registration(const std::string& group)
 {
     auto& registration = registrations_[group];
     if (!registration)
-        registration = std::make_unique<Registration>(services_, group);
+        registration =
+            std::make_unique<Registration>(services_, group, [this](Registration& paused) { retry(paused); });
     return *registration;
 }

@@ -18,7 +18,6 @@ namespace {
 // refused in due form.
 constexpr std::ptrdiff_t mostAdmitted = 200;
 constexpr size_t mostConnections = 256;
-constexpr size_t mostNames = 256;
 
 int openSpare()
 {
@@ -114,14 +113,6 @@ bool Server::isRefused(const Client& client) const
     if (reason != nullptr)
         ORMU_LOG(ORMU_LEVEL_ERROR, "a client is refused: %s", reason);
     return reason != nullptr;
-}
-
-_SIPD_APP_ACK_E Server::setName(uint32_t application, const std::string& name)
-{
-    if (names_.size() >= mostNames && !names_.contains(application))
-        return SIPD_ACK_FAILED;
-    names_[application] = name;
-    return SIPD_ACK_SUCCESS;
 }
 
 void Server::reap()

@@ -4,10 +4,7 @@
 #include "EventLoop.h"
 #include "Registrations.h"
 
-#include <cstdint>
-#include <map>
 #include <memory>
-#include <string>
 #include <sys/types.h>
 #include <vector>
 
@@ -41,7 +38,6 @@ private:
     void admitConnection(int fd);
     bool makeRoom();
     bool isRefused(const Client& client) const;
-    _SIPD_APP_ACK_E setName(uint32_t application, const std::string& name);
 
     EventLoop& loop_;
     Registrations& registrations_;
@@ -49,7 +45,6 @@ private:
     int spareFd_; // given up for a moment to be rid of a connection when there are no descriptors left
     std::vector<std::unique_ptr<Client>> clients_; // the oldest first
     bool hasClosedClients_ = false;
-    std::map<uint32_t, std::string> names_; // the profile names of the applications
     std::unique_ptr<FdWatch> watch_;
 };
 

@@ -3,9 +3,9 @@
 
 #include "RegistrarAddress.h"
 
+#include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 // What the daemon needs of a profile. Texts are UTF-8.
 struct SipProfile
@@ -17,21 +17,44 @@ struct SipProfile
     bool operator==(const SipProfile&) const = default;
 };
 
+// A profile as the settings file has it.
+struct StoredProfile
+{
+    // Every key of its group but the mark of the default, with its value as it stands in the file.
+    std::map<std::string, std::string> content;
+    std::string displayName;
+    bool autoConnect = false;
+    std::optional<SipProfile> sip; // nothing when no server could register it: no user, no sensible address
+};
+
+// Orders groups by their numbers.
+struct GroupOrder
+{
+    bool operator()(const std::string& first, const std::string& second) const;
+};
+
+// The profiles of the settings file by their groups.
+using StoredProfiles = std::map<std::string, StoredProfile, GroupOrder>;
+
 // Whether it has the form of a profile's group name: "Profile" and a number without leading zeros.
 bool isProfileGroup(const std::string& group);
 
-// Reads the profile from the settings file as it is now. Nothing when there is no such profile, or nobody
-// could register with it: no user, or no address that makes sense. Blocks for one file read.
-std::optional<SipProfile> readProfile(const std::string& group);
+// The absolute path of the settings file. Makes its directory if it can.
+std::string settingsFilePath();
 
-// Whether the settings file says what profiles there are: it is sound, or there is none. Blocks for one file
-// read.
-bool isSettingsFileSound();
+// What a read of the settings file found.
+struct ProfileReading
+{
+    enum class State {
+        Read,
+        NoFile, // but a directory for it
+        Failed  // it cannot be read or parsed, or its directory is away
+    };
+    State state = State::Failed;
+    StoredProfiles profiles; // when it was read
+};
 
-// Whether there is such a profile, of any kind. Blocks for one file read.
-bool hasProfile(const std::string& group);
-
-// The groups of the profiles that are to be connected when the daemon starts. Blocks for one file read.
-std::vector<std::string> autoConnectGroups();
+// Reads all profiles in one go. Logs what fails, but for a missing file. Blocks for one file read.
+ProfileReading readProfiles(const std::string& path);
 
 #endif

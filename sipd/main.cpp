@@ -6,7 +6,6 @@
 #include "Keeper.h"
 #include "Log.h"
 #include "PrivateMemory.h"
-#include "ProfileWatch.h"
 #include "Registrations.h"
 #include "Resolver.h"
 #include "Server.h"
@@ -166,7 +165,6 @@ int run(const Options& options)
     Resolver resolver(loop);
     Registrations registrations({loop, resolver, settings});
     auto server = std::make_unique<Server>(loop, socket.fd(), registrations);
-    const ProfileWatch profileWatch(loop, [&registrations] { registrations.review(); });
     registrations.connectAutomatically();
 
     bool isEnding = false;
