@@ -17,6 +17,7 @@ struct CallState
     int made = 0;
     int error = 0; // 0 while the call is let through.
     int passing = 0;
+    int failing = SystemCallFault::ALL;
     int fired = 0;
 };
 
@@ -36,6 +37,8 @@ bool fails(SystemCall call)
     if (state.error == 0 || state.passing-- > 0)
         return false;
     state.passing = 0;
+    if (state.fired == state.failing)
+        return false;
     ++state.fired;
     errno = state.error;
     return true;
@@ -66,11 +69,12 @@ void resetCallCounts()
         state.made = 0;
 }
 
-SystemCallFault::SystemCallFault(SystemCall call, int error, int passing) : call_(call)
+SystemCallFault::SystemCallFault(SystemCall call, int error, int passing, int failing) : call_(call)
 {
     CallState& state = stateOf(call);
     state.error = error;
     state.passing = passing;
+    state.failing = failing;
     state.fired = 0;
 }
 
