@@ -16,7 +16,7 @@ class SystemCallFault
 public:
     static constexpr int ALL = -1;
 
-    SystemCallFault(SystemCall call, int error, int passing = 0, int failing = ALL);
+    SystemCallFault(SystemCall call, int error, int passing = 0, int failing = ALL, const char* path = "");
     ~SystemCallFault();
     SystemCallFault(const SystemCallFault&) = delete;
     SystemCallFault& operator=(const SystemCallFault&) = delete;
