@@ -1,6 +1,7 @@
 #include "HomeScreen.h"
 
 #include "LibraryFunction.h"
+#include "OrmuConfig.h"
 #include "OrmuGlobal.h"
 #include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
@@ -8,6 +9,8 @@
 #include "RES_ICON_Reader.h"
 #include "RepairOffer.h"
 #include "SETUP_SIP_ProfileListBase.h"
+#include "SettingsFailure.h"
+#include "SettingsNotices.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 
@@ -18,10 +21,22 @@ enum Entry { ENTRY_SIP_PROFILE = 0, ENTRY_CHOOSE_PROFILE = 1 };
 
 constexpr int TITLE_HEIGHT = 30;
 const char ROW_FORMAT[] = "%T";
+
+// The library's settings file.
+QString profileFile()
+{
+    QString path = OrmuConfig::getSettingDirectory();
+    if (!path.endsWith(u'/'))
+        path += u'/';
+    return path + QLatin1String("ormu_sipsetup.cfg");
+}
 } // namespace
 
-HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home")
+HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home"), notices_(new SettingsNotices(this))
 {
+    if (const auto failure = checkSettingsDirectory())
+        notices_->note(*failure);
+
     const QRect content = OrmuGlobal::getContentR();
     auto* title = new QLabel(tr("Settings", "2.6.11;DIALOG_TITLE"), getContentWidget());
     title->setGeometry(0, 0, content.width(), TITLE_HEIGHT);
@@ -69,6 +84,10 @@ void HomeScreen::openProfileList()
         return;
     }
     profileList_ = create(this);
+    if (isSettingsFileUnread(profileFile())) {
+        closeProfileList();
+        return;
+    }
     profileList_->createScreen();
     profileList_->show();
     connect(profileList_, SIGNAL(SIPClose()), this, SLOT(closeProfileList()));
@@ -76,19 +95,46 @@ void HomeScreen::openProfileList()
 
 void HomeScreen::chooseProfile()
 {
-    if (!mayOpenProfiles())
+    if (profileList_ != nullptr || !mayOpenProfiles())
         return;
     QString error;
     const auto choose = reinterpret_cast<decltype(&chooseSipProfile)>(
         resolveLibraryFunction(CHOOSER_LIBRARY, "chooseSipProfile", error));
-    if (choose == nullptr)
+    if (choose == nullptr) {
         tell("Dialog_Exclamatory_Mark.gif", error);
-    else if (choose(chosenGroup_))
-        tell("Dialog_Complete.gif",
-             chosenGroup_.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : chosenGroup_);
+        return;
+    }
+    QString group = chosenGroup_;
+    if (!choose(group) || isSettingsFileUnread(profileFile()))
+        return;
+    chosenGroup_ = group;
+    tell("Dialog_Complete.gif", group.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : group);
 }
 
 bool HomeScreen::mayOpenProfiles()
+{
+    return isOnlyHost() && canReadProfiles() && areProfilesInOrder();
+}
+
+bool HomeScreen::isOnlyHost()
+{
+    if (lock_.hold() != SettingsHostLock::HeldByAnother)
+        return true;
+    tell("Dialog_Exclamatory_Mark.gif", tr("The SIP profiles are in use by another phone on this computer. "
+                                           "Close that one, then try again.",
+                                           "99.99.99;DIALOG_ICON_50_WARP"));
+    return false;
+}
+
+bool HomeScreen::canReadProfiles()
+{
+    const auto failure = beginSettings(profileFile());
+    if (failure)
+        notices_->note(*failure);
+    return !failure;
+}
+
+bool HomeScreen::areProfilesInOrder()
 {
     QString error;
     const auto offer = reinterpret_cast<decltype(&offerProfileRepair)>(

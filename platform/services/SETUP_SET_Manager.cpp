@@ -1,5 +1,6 @@
 #include "SETUP_SET_Manager.h"
 
+#include "SettingsFailure.h"
 #include "SettingsFile.h"
 #include "SettingsText.h"
 
@@ -104,8 +105,13 @@ bool apply(GKeyFile* keys, const Change& change)
 class SETUP_SET_Manager::File
 {
 public:
-    explicit File(const QString& path) : path_(QFile::encodeName(path)), keys_(readSettingsFile(path_).keys)
+    explicit File(const QString& path) : path_(path), name_(QFile::encodeName(path))
     {
+        SettingsFile file = readSettingsFile(name_);
+        keys_ = std::move(file.keys);
+        isUnread_ = file.error != 0;
+        if (isUnread_)
+            reportUnread(SettingsFailure::NotRead, path_, file.error);
     }
 
     Value value(const QString& group, const QString& key) const
@@ -117,7 +123,7 @@ public:
     {
         const Change change{group.toUtf8(), key.toUtf8(), value};
         if (!canName(change.group) || !canName(change.key)) {
-            qWarning("settings file %s cannot hold a key of such a name", path_.constData());
+            qWarning("settings file %s cannot hold a key of such a name", name_.constData());
             return;
         }
         make(change);
@@ -129,27 +135,43 @@ public:
     {
         if (!changed_)
             return;
-        const SettingsLock lock(path_);
-        const SettingsFile file = readSettingsFile(path_);
-        bool differs = false;
-        for (const Change& change : changes_)
-            differs |= apply(file.keys.get(), change);
-        if (differs && (!file.damaged || keepDamagedFile(path_)))
-            replaceSettingsFile(path_, file.keys.get());
+        if (const int error = unreadError(path_)) {
+            qWarning("settings file %s could not be read, nothing is written", name_.constData());
+            reportUnread(SettingsFailure::NotSavedUnread, path_, error);
+            return;
+        }
+        const SettingsLock lock(name_);
+        const SettingsFile file = readSettingsFile(name_);
+        if (file.error != 0)
+            reportUnread(SettingsFailure::NotSavedUnread, path_, file.error);
+        else if (!replace(file))
+            reportUnsaved(path_, errno);
     }
 
 private:
     // What changes nothing is noted too: another manager may have removed it by the time of the saving, and
-    // a group that this one wrote must then be whole.
+    // a group that this one wrote must then be whole. What is in a file that was not read is not known.
     void make(const Change& change)
     {
-        changed_ |= apply(keys_.get(), change);
+        changed_ |= apply(keys_.get(), change) || isUnread_;
         changes_.push_back(change);
     }
 
-    QByteArray path_;
+    // False, errno saying why, when it fails.
+    bool replace(const SettingsFile& file) const
+    {
+        bool differs = false;
+        for (const Change& change : changes_)
+            differs |= apply(file.keys.get(), change);
+        return !differs ||
+               ((!file.damaged || keepDamagedFile(name_)) && replaceSettingsFile(name_, file.keys.get()));
+    }
+
+    QString path_;
+    QByteArray name_; // The path as the system takes it.
     KeyFile keys_;
     std::vector<Change> changes_;
+    bool isUnread_ = false;
     bool changed_ = false;
 };
 

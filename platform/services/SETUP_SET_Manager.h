@@ -18,9 +18,21 @@
 // Groups, keys and comments that the program does not know stay as they are, but for blanks around "=" and
 // between lines. The file has mode 0600.
 //
-// A file that cannot be read or parsed reads as empty. Before it is replaced it is given a second name that
-// ends in ".damaged", ".damaged.1" and so on; if that fails it is not replaced. The operations report no
-// errors; what could not be read or written is told in one warning each, which quotes no values.
+// A missing file reads as empty, and so does one that cannot be parsed. The latter is given a second name
+// that ends in ".damaged", ".damaged.1" and so on, and mode 0600, before it is replaced; if that fails it is
+// not replaced.
+//
+// A file that cannot be read (input/output error, no permission, ...) answers with defaults, but is not taken
+// for empty: nothing is written over it. The save of this manager is refused, and so is every later one of
+// that path in this process, whether or not the file can be read again by then, until the host loads the
+// settings anew (see SettingsFailure.h). Nothing that follows from a read that failed so gets into the file.
+// The same holds when it is the destructor that cannot read the file.
+//
+// A path that is a symbolic link stands for the file at the end of the links: that one is replaced, or made
+// when it is not there yet, with its lock, temporary and damaged files beside it.
+//
+// The operations report no errors. What could not be read or saved is told to the host's handler (see
+// SettingsFailure.h), and in a warning, which quotes no values.
 //
 // Making a manager blocks for one file read. Destroying one that has changes blocks for a file read and a
 // write to the disk, and waits while another manager does so in the same directory. For one thread at a time.

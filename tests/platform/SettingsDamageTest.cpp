@@ -79,6 +79,18 @@ TEST_F(SettingsDamage, AFileThatCannotBeParsedIsKeptBesideItsReplacement)
     EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", DAMAGED}));
 }
 
+TEST_F(SettingsDamage, TheKeptFileIsForItsUserAloneWhateverItWas)
+{
+    const WarningLog warnings;
+    for (const mode_t mode : {0644U, 0666U, 0777U, 04600U}) {
+        writeFile(GARBAGE);
+        ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), mode), 0);
+        writeText(file(), "new");
+        EXPECT_EQ(FileIdentity(directory() + "/" + DAMAGED).mode & 07777, 0600U) << std::oct << mode;
+        ASSERT_TRUE(QFile::remove(directory() + "/" + DAMAGED));
+    }
+}
+
 TEST_F(SettingsDamage, EachDamagedFileIsKeptUnderAFreeName)
 {
     const WarningLog warnings;
@@ -164,7 +176,7 @@ TEST_F(SettingsDamage, AFileInTheDirectorysPlaceIsLeftAlone)
     EXPECT_FALSE(warnings.lines().isEmpty());
 }
 
-TEST_F(SettingsDamage, AFileThatMayNotBeReadIsKeptBesideItsReplacement)
+TEST_F(SettingsDamage, AFileThatMayNotBeReadIsLeftAlone)
 {
     writeFile(sampleFile());
     ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0), 0);
@@ -176,20 +188,20 @@ TEST_F(SettingsDamage, AFileThatMayNotBeReadIsKeptBesideItsReplacement)
         if (readText(file(), "SystemDefault", "Profile") != "(default)")
             return 2;
         writeText(file(), "new");
-        return readText(file(), "Added", "Key") == "new" ? 0 : 3;
+        return readText(file(), "Added", "Key") == "(default)" ? 0 : 3;
     });
     ASSERT_EQ(result, 0);
-    const FileIdentity kept(directory() + "/" + DAMAGED);
-    EXPECT_EQ(kept.inode, before.inode);
-    EXPECT_EQ(kept.mode, before.mode);
-    ASSERT_EQ(chmod(QFile::encodeName(directory() + "/" + DAMAGED).constData(), 0600), 0);
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED), sampleFile());
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
+    EXPECT_EQ(readFile(), sampleFile());
 }
 
 TEST_F(SettingsDamage, AReadOnlyDirectoryKeepsItsFileAsItIs)
 {
     for (const QByteArray& bytes : {sampleFile(), GARBAGE}) {
         writeFile(bytes);
+        ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
         ASSERT_EQ(chmod(QFile::encodeName(directory()).constData(), 0500), 0);
         const FileIdentity before(file());
         const int result = runUnprivileged(directory(), [&] {

@@ -1,3 +1,4 @@
+#include "FailureLog.h"
 #include "SETUP_SET_Manager.h"
 #include "SettingsFixture.h"
 #include "SystemCallFault.h"
@@ -38,11 +39,15 @@ TEST_P(SettingsWriteFault, LeavesTheOldFileAndNothingElse)
     writeFile(OLD);
     const FileIdentity before(file());
     const WarningLog warnings;
+    const FailureLog log;
     {
         const SystemCallFault fault(GetParam().call, GetParam().error, GetParam().passing);
         writeNew();
         ASSERT_GT(fault.fired(), 0);
     }
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
+    EXPECT_EQ(log.only().path, file());
+    EXPECT_EQ(log.only().reason, GetParam().error == EIO ? "input/output error" : "no room on the disk");
     EXPECT_EQ(FileIdentity(file()), before);
     EXPECT_EQ(readFile(), OLD);
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
@@ -110,17 +115,141 @@ TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
     EXPECT_EQ(readFile(), NEW);
 }
 
-TEST_F(SettingsFault, AFileThatCannotBeReadForNowIsNotLost)
+TEST_F(SettingsFault, ADiskThatFailsToStoreTheDirectoryIsTold)
 {
     writeFile(OLD);
     const WarningLog warnings;
-    {
-        const SystemCallFault fault(SystemCall::Read, EIO);
-        writeNew();
-        ASSERT_EQ(fault.fired(), 2);
-    }
+    const FailureLog log;
+    const SystemCallFault fault(SystemCall::Fsync, EIO, 1);
+    writeNew();
+    ASSERT_EQ(fault.fired(), 1);
     EXPECT_EQ(readFile(), NEW);
-    EXPECT_EQ(readFile(file() + ".damaged"), OLD);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
+}
+
+TEST_F(SettingsFault, ADirectoryThatKnowsNoSyncIsNoFailure)
+{
+    writeFile(OLD);
+    const FailureLog log;
+    const SystemCallFault fault(SystemCall::Fsync, EINVAL, 1);
+    writeNew();
+    ASSERT_EQ(fault.fired(), 1);
+    EXPECT_TRUE(log.failures().isEmpty());
+}
+
+struct FailingRead
+{
+    const char* name;
+    SystemCall call;
+    int error;
+    int passing; // 0: the manager's first read, 1: that of its save
+};
+
+class SettingsReadFault : public SettingsFault, public testing::WithParamInterface<FailingRead>
+{
+};
+
+TEST_P(SettingsReadFault, ForbidsEverySaveUntilTheSettingsBegin)
+{
+    writeFile(OLD);
+    const FileIdentity before(file());
+    const WarningLog warnings;
+    FailureLog log;
+    {
+        const SystemCallFault fault(GetParam().call, GetParam().error, GetParam().passing, 1);
+        writeNew();
+        ASSERT_EQ(fault.fired(), 1);
+    }
+    EXPECT_EQ(log.count(SettingsFailure::NotRead), GetParam().passing == 0 ? 1 : 0);
+    EXPECT_EQ(log.count(SettingsFailure::NotSavedUnread), 1);
+    for (int later = 0; later < 3; ++later) {
+        log.clear();
+        writeNew();
+        EXPECT_EQ(log.only().kind, SettingsFailure::NotSavedUnread);
+        EXPECT_FALSE(log.only().reason.isEmpty());
+    }
+    EXPECT_TRUE(isSettingsFileUnread(file()));
+    EXPECT_EQ(FileIdentity(file()), before);
+    EXPECT_EQ(readFile(), OLD);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+
+    log.clear();
+    EXPECT_FALSE(beginSettings(file()).has_value());
+    EXPECT_FALSE(isSettingsFileUnread(file()));
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_TRUE(log.failures().isEmpty());
+}
+
+TEST_P(SettingsReadFault, WithoutAnyChangeForbidsLaterSavesToo)
+{
+    writeFile(OLD);
+    const WarningLog warnings;
+    const FailureLog log;
+    {
+        const SystemCallFault fault(GetParam().call, GetParam().error, 0, 1);
+        const SETUP_SET_Manager manager(file(), false);
+        ASSERT_EQ(fault.fired(), 1);
+    }
+    writeNew();
+    EXPECT_EQ(readFile(), OLD);
+    EXPECT_EQ(log.count(SettingsFailure::NotSavedUnread), 1);
+}
+
+TEST_P(SettingsReadFault, WhenTheSettingsBeginIsReturnedAndForbids)
+{
+    writeFile(OLD);
+    const WarningLog warnings;
+    const FailureLog log;
+    {
+        const SystemCallFault fault(GetParam().call, GetParam().error);
+        const auto failure = beginSettings(file());
+        ASSERT_TRUE(failure.has_value());
+        EXPECT_EQ(failure->kind, SettingsFailure::NotRead);
+        EXPECT_EQ(failure->path, file());
+        EXPECT_TRUE(log.failures().isEmpty());
+    }
+    writeNew();
+    EXPECT_EQ(readFile(), OLD);
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSavedUnread);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachRead, SettingsReadFault,
+                         testing::Values(FailingRead{"FirstRead", SystemCall::Read, EIO, 0},
+                                         FailingRead{"ReadOfTheSave", SystemCall::Read, EIO, 1},
+                                         FailingRead{"FirstOpen", SystemCall::Open, EACCES, 0},
+                                         // The second is that of the directory, to lock it.
+                                         FailingRead{"OpenOfTheSave", SystemCall::Open, EMFILE, 2}),
+                         [](const auto& read) { return std::string(read.param.name); });
+
+TEST_F(SettingsFault, AReadThatFailsForbidsNoOtherFile)
+{
+    const QString other = directory() + "/other.cfg";
+    writeFile(OLD);
+    writeFile(other, OLD);
+    const WarningLog warnings;
+    {
+        const SystemCallFault fault(SystemCall::Read, EIO, 0, 1);
+        writeNew();
+        ASSERT_EQ(fault.fired(), 1);
+    }
+    SETUP_SET_Manager(other, false).setSettingInfo("Group", "Key", QString("new"), false);
+    EXPECT_EQ(readFile(other), NEW);
+    EXPECT_EQ(readFile(), OLD);
+}
+
+TEST_F(SettingsFault, AMissingOrDamagedFileIsNotUnread)
+{
+    const WarningLog warnings;
+    const FailureLog log;
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    writeFile(GARBAGE);
+    EXPECT_FALSE(beginSettings(file()).has_value());
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_TRUE(log.failures().isEmpty());
 }
 
 TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
@@ -139,13 +268,17 @@ TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
 TEST_F(SettingsFault, ADamagedFileThatCannotBeKeptIsNotOverwritten)
 {
     writeFile(GARBAGE);
+    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
     const FileIdentity before(file());
     const WarningLog warnings;
+    const FailureLog log;
     const SystemCallFault noLink(SystemCall::Link, ENOSPC);
     const SystemCallFault noRename(SystemCall::Rename, ENOSPC);
     writeNew();
     EXPECT_EQ(noLink.fired(), 1);
     EXPECT_EQ(noRename.fired(), 1);
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
+    EXPECT_EQ(log.only().reason, "no room on the disk");
     EXPECT_EQ(FileIdentity(file()), before);
     EXPECT_EQ(readFile(), GARBAGE);
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));

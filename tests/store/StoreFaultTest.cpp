@@ -1,4 +1,5 @@
 #include "ChildProcess.h"
+#include "FailureLog.h"
 #include "SETUP_SET_Manager.h"
 #include "StoreTest.h"
 #include "SystemCallFault.h"
@@ -66,13 +67,45 @@ TEST_P(StoreOperation, WritesOneTemporaryFileAndRenamesItOnce)
 TEST_P(StoreOperation, OnAFullDiskLeavesTheOldFile)
 {
     const WarningLog warnings;
+    const FailureLog log;
     {
         const SystemCallFault fault(SystemCall::Write, ENOSPC);
         GetParam().run(store());
         ASSERT_GT(fault.fired(), 0);
     }
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
     EXPECT_EQ(readFile(), bytes_);
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
+TEST_P(StoreOperation, TellsEachCallOfTheSaveThatFails)
+{
+    const WarningLog warnings;
+    FailureLog log;
+    int faults = 0;
+    for (const SystemCall call :
+         {SystemCall::CreateTemporary, SystemCall::Write, SystemCall::Fsync, SystemCall::Rename}) {
+        for (const int error : {ENOSPC, EIO}) {
+            for (int passing = 0;; ++passing) {
+                writeFile(bytes_);
+                reopenedStore();
+                log.clear();
+                const SystemCallFault fault(call, error, passing, 1);
+                GetParam().run(store());
+                if (fault.fired() == 0)
+                    break;
+                ++faults;
+                ASSERT_EQ(log.only().kind, SettingsFailure::NotSaved);
+                ASSERT_EQ(log.only().reason, error == EIO ? "input/output error" : "no room on the disk");
+                ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+                const bool isDirectory = call == SystemCall::Fsync && passing == 1;
+                ASSERT_EQ(readFile() == bytes_, !isDirectory);
+            }
+            ASSERT_TRUE(log.failures().isEmpty());
+        }
+    }
+    EXPECT_GE(faults, 10);
+    std::cout << "[ FAULTS   ] " << GetParam().name << ": " << faults << " writes that failed\n";
 }
 
 TEST_P(StoreOperation, InAReadOnlyDirectoryLeavesTheOldFile)
@@ -123,6 +156,109 @@ TEST_F(StoreFaults, AnswersFromMemoryAfterAWriteThatFailed)
     EXPECT_GT(fault.fired(), 0);
     EXPECT_EQ(names(), QStringList({"A", "B", "C", "D"}));
     EXPECT_EQ(store().profileCount(), 4);
+}
+
+// A list is opened, and all that can be done to a file is done, one by one.
+struct Use
+{
+    const char* name;
+    void (*run)();
+};
+
+const Use USES[] = {
+    {"open the list", [] { SETUP_SIP_Agent::instance(); }},
+    {"read a profile",
+     [] {
+         QString group = "Profile1";
+         SIP_PROFILE_CONTENT record;
+         SETUP_SIP_Agent::getProfileByName(group, record);
+     }},
+    {"add a profile", [] { addProfile("D"); }},
+    {"change it",
+     [] {
+         SIP_PROFILE_CONTENT record = newRecord("D");
+         record.server = "changed.example";
+         SETUP_SIP_Agent::instance()->setProfileInfo(record, "D");
+     }},
+    {"set the default", [] { SETUP_SIP_Agent::instance()->setDefaultProfile("D"); }},
+    {"read the last input",
+     [] {
+         QString user;
+         QString password;
+         bool remember = false;
+         SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
+     }},
+    {"save the last input", [] { SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true); }},
+    {"delete a profile", [] { SETUP_SIP_Agent::instance()->deleteProfile("D"); }},
+    {"add another", [] { addProfile("E"); }},
+};
+
+TEST_F(StoreFaults, OneReadThatFailsAnywhereKeepsEveryLaterSaveFromTheFile)
+{
+    const WarningLog warnings;
+    int faults = 0;
+    for (const SystemCall call : {SystemCall::Read, SystemCall::Open}) {
+        for (int passing = 0;; ++passing) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(call) << ", " << passing);
+            SETUP_SIP_Agent::cleanup();
+            writeFile(bytes_);
+            ASSERT_FALSE(beginSettings(file()).has_value());
+            const FailureLog log;
+            const SystemCallFault fault(call, EIO, passing, 1);
+            bool hasFailed = false;
+            for (const Use& use : USES) {
+                const FileIdentity before(file());
+                use.run();
+                hasFailed = hasFailed || isSettingsFileUnread(file());
+                ASSERT_TRUE(!hasFailed || FileIdentity(file()) == before) << use.name;
+            }
+            if (fault.fired() == 0)
+                break;
+            // An open that fails may also be the directory's, without which a save goes on.
+            ASSERT_TRUE(hasFailed || call == SystemCall::Open);
+            ASSERT_EQ(hasFailed, !log.failures().isEmpty());
+            faults += hasFailed;
+
+            // The list is opened anew: it shows what is in the file, and saves again.
+            SETUP_SIP_Agent::cleanup();
+            ASSERT_FALSE(beginSettings(file()).has_value());
+            ASSERT_TRUE(names().startsWith("A"));
+            addProfile("F");
+            ASSERT_EQ(reopenedStore().profileCount(), names().size());
+            ASSERT_TRUE(names().contains("F"));
+            ASSERT_TRUE(names().contains("B") && names().contains("C"));
+        }
+    }
+    EXPECT_GE(faults, 20);
+    std::cout << "[ FAULTS   ] " << faults << " reads that failed\n";
+}
+
+TEST_F(StoreFaults, AFullDiskIsToldForEveryChangeUntilThereIsRoom)
+{
+    const int result = runOnOwnDisk(directory(), [&] {
+        reopenedStore();
+        int saved = 0;
+        const WarningLog warnings;
+        FailureLog log;
+        while (log.failures().isEmpty() && saved < 1000) {
+            const QByteArray before = saved == 0 ? QByteArray() : readFile();
+            addProfile(QString("Profile %1 ").arg(saved) + QString(1000, u'x'));
+            if (!log.failures().isEmpty() && readFile() != before)
+                return 1;
+            saved += log.failures().isEmpty();
+        }
+        if (saved < 5 || log.only().kind != SettingsFailure::NotSaved ||
+            log.only().reason != "no room on the disk")
+            return 2;
+        if (beginSettings(file()) || reopenedStore().profileCount() != saved)
+            return 3;
+        log.clear();
+        store().deleteProfile(names().last());
+        return log.failures().isEmpty() ? 0 : 4;
+    });
+    if (result == NO_OWN_DISK)
+        GTEST_SKIP() << "this user cannot have a disk of its own";
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(StoreFaults, LoadingReadsTheFileOnce)

@@ -2,6 +2,7 @@
 #include "StoreTest.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <gmock/gmock.h>
 
@@ -34,6 +35,28 @@ void makeDamagedFile(const QString& path)
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     ASSERT_EQ(file.write(DAMAGED), DAMAGED.size());
+}
+
+// A link to a file that is beside it: the target is what is killed over.
+constexpr char TARGET[] = "target.cfg";
+
+void makeLinkToProfiles(const QString& path)
+{
+    const QString target = QFileInfo(path).path() + "/" + TARGET;
+    ASSERT_TRUE(QFile::link(TARGET, path));
+    makeProfiles(path);
+    ASSERT_TRUE(QFile::exists(target));
+}
+
+void makeLinkToNothing(const QString& path)
+{
+    ASSERT_TRUE(QFile::link(TARGET, path));
+}
+
+void makeLinkToDamagedFile(const QString& path)
+{
+    ASSERT_TRUE(QFile::link(TARGET, path));
+    makeDamagedFile(path);
 }
 
 void addOne()
@@ -73,12 +96,29 @@ protected:
 
     void restore(const std::optional<QByteArray>& old) const
     {
-        for (const QString& name : entries())
-            QFile::remove(directory() + "/" + name);
+        for (const QString& name : entries()) {
+            if (!isLink(directory() + "/" + name))
+                QFile::remove(directory() + "/" + name);
+        }
+        writeFile(leftover(), "secret");
+        ASSERT_EQ(chmod(QFile::encodeName(leftover()).constData(), 0600), 0);
         if (old) {
             writeFile(*old);
             ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
         }
+    }
+
+    // Of a writer that died earlier.
+    QString leftover() const { return realFile() + ".~aaaaa"; }
+    int leftTemporaries() const { return static_cast<int>(entries().filter(".~").size()); }
+
+    static bool isLink(const QString& path) { return S_ISLNK(FileIdentity(path).mode); }
+
+    // The file's own name, or that of what it links to.
+    QString realFile() const
+    {
+        const QString target = directory() + "/" + TARGET;
+        return QFile::symLinkTarget(file()).isEmpty() ? file() : target;
     }
 
     // Beside the file there is nothing but the temporary that the kill left, and the damaged file that is
@@ -86,7 +126,14 @@ protected:
     void expectNothingOpenToOthers() const
     {
         for (const QString& name : entries()) {
-            EXPECT_THAT(name.toStdString(), testing::MatchesRegex("ormu_sipsetup.cfg(.damaged|[.]......)?"));
+            const QString path = directory() + "/" + name;
+            if (isLink(path)) {
+                EXPECT_EQ(path, file());
+                continue;
+            }
+            EXPECT_TRUE(path.startsWith(realFile())) << qPrintable(name);
+            EXPECT_THAT(path.mid(realFile().size()).toStdString(),
+                        testing::MatchesRegex("(.damaged|[.]~.....)?"));
             EXPECT_EQ(FileIdentity(directory() + "/" + name).mode & 07777, 0600u) << qPrintable(name);
         }
     }
@@ -107,8 +154,10 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
     const std::optional<QByteArray> after = content();
     ASSERT_TRUE(after.has_value() && after != before);
 
+    const bool wasLink = !QFile::symLinkTarget(file()).isEmpty();
     int killed = 0;
     int kept = 0;
+    int left = 0; // temporary files
     for (;; ++killed) {
         ASSERT_LT(killed, MOST_CALLS);
         SCOPED_TRACE(testing::Message() << "killed before system call " << killed);
@@ -124,9 +173,11 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
         ASSERT_TRUE(now == before || now == after);
         kept += now == before;
         if (before == DAMAGED && now == after) {
-            ASSERT_EQ(readFile(file() + ".damaged"), DAMAGED);
+            ASSERT_EQ(readFile(realFile() + ".damaged"), DAMAGED);
         }
         expectNothingOpenToOthers();
+        ASSERT_EQ(!QFile::symLinkTarget(file()).isEmpty(), wasLink);
+        left += leftTemporaries() - QFile::exists(leftover());
 
         // Nor is the next one held up by what the killed one left.
         ASSERT_EQ(runInChild([] {
@@ -136,8 +187,10 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
                   0);
         if (now == before) {
             ASSERT_EQ(content(), after);
+            ASSERT_EQ(leftTemporaries(), 0);
         }
     }
+    EXPECT_GT(left, 0);
     std::cout << "[ KILLED   ] " << GetParam().name << ": before each of " << killed << " system calls; "
               << kept << " times the old file, " << killed - kept << " times the new one\n";
     RecordProperty("kill_points", killed);
@@ -145,15 +198,18 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
     EXPECT_LT(kept, killed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, KilledStore,
-                         testing::Values(KilledOperation{"FirstProfile", makeNoFile, addOne},
-                                         KilledOperation{"AddProfile", makeProfiles, addOne},
-                                         KilledOperation{"ChangeProfile", makeProfiles, changeOne},
-                                         KilledOperation{"DeleteDefaultProfile", makeProfiles, deleteDefault},
-                                         KilledOperation{"SetDefaultProfile", makeProfiles, moveDefault},
-                                         KilledOperation{"SaveLastInput", makeProfiles, saveInput},
-                                         KilledOperation{"AddProfileOverADamagedFile", makeDamagedFile,
-                                                         addOne}),
-                         [](const auto& operation) { return std::string(operation.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Each, KilledStore,
+    testing::Values(KilledOperation{"FirstProfile", makeNoFile, addOne},
+                    KilledOperation{"AddProfile", makeProfiles, addOne},
+                    KilledOperation{"ChangeProfile", makeProfiles, changeOne},
+                    KilledOperation{"DeleteDefaultProfile", makeProfiles, deleteDefault},
+                    KilledOperation{"SetDefaultProfile", makeProfiles, moveDefault},
+                    KilledOperation{"SaveLastInput", makeProfiles, saveInput},
+                    KilledOperation{"AddProfileOverADamagedFile", makeDamagedFile, addOne},
+                    KilledOperation{"AddProfileByALink", makeLinkToProfiles, addOne},
+                    KilledOperation{"FirstProfileByALink", makeLinkToNothing, addOne},
+                    KilledOperation{"AddProfileByALinkToADamagedFile", makeLinkToDamagedFile, addOne}),
+    [](const auto& operation) { return std::string(operation.param.name); });
 
 } // namespace

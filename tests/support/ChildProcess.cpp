@@ -5,6 +5,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -96,6 +98,22 @@ int runUnprivileged(const QString& directory, const std::function<int()>& work)
             return UNPRIVILEGED_FAILED;
         return work();
     });
+}
+
+int runOnOwnDisk(const QString& directory, const std::function<int()>& work)
+{
+    return runInChild([&] {
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", QFile::encodeName(directory).constData(), "tmpfs", 0, "size=64k,mode=0700") != 0)
+            return NO_OWN_DISK;
+        return work();
+    });
+}
+
+bool makeDiskReadOnly(const QString& directory)
+{
+    return mount("none", QFile::encodeName(directory).constData(), nullptr, MS_REMOUNT | MS_RDONLY,
+                 nullptr) == 0;
 }
 
 Kill killBeforeSystemCall(int number, const std::function<void()>& prepare,

@@ -20,6 +20,13 @@ int runInChild(const std::function<int()>& work);
 constexpr int UNPRIVILEGED_FAILED = 125;
 int runUnprivileged(const QString& directory, const std::function<int()>& work);
 
+// runInChild() where directory is an empty disk of its own with room for 64 KB. NO_OWN_DISK when this user
+// may not have one.
+constexpr int NO_OWN_DISK = 124;
+int runOnOwnDisk(const QString& directory, const std::function<int()>& work);
+// Makes that disk one that can only be read. For the work.
+bool makeDiskReadOnly(const QString& directory);
+
 enum class Kill { BeforeCall, NoSuchCall, Failed };
 
 // Runs prepare and then operation in a child process, and kills it just before the system call of operation

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,6 +18,8 @@ struct CallState
     int made = 0;
     int error = 0; // 0 while the call is let through.
     int passing = 0;
+    int failing = SystemCallFault::ALL;
+    const char* path = "";
     int fired = 0;
 };
 
@@ -29,13 +32,15 @@ CallState& stateOf(SystemCall call)
 }
 
 // Counts the call; true, with errno set, when it is to fail.
-bool fails(SystemCall call)
+bool fails(SystemCall call, std::string_view path = "")
 {
     CallState& state = stateOf(call);
     ++state.made;
-    if (state.error == 0 || state.passing-- > 0)
+    if (state.error == 0 || !path.ends_with(state.path) || state.passing-- > 0)
         return false;
     state.passing = 0;
+    if (state.fired == state.failing)
+        return false;
     ++state.fired;
     errno = state.error;
     return true;
@@ -43,7 +48,7 @@ bool fails(SystemCall call)
 
 int openAs(const char* path, int flags, mode_t mode)
 {
-    if (fails((flags & O_EXCL) != 0 ? SystemCall::CreateTemporary : SystemCall::Open))
+    if (fails((flags & O_EXCL) != 0 ? SystemCall::CreateTemporary : SystemCall::Open, path))
         return -1;
     return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
@@ -66,11 +71,14 @@ void resetCallCounts()
         state.made = 0;
 }
 
-SystemCallFault::SystemCallFault(SystemCall call, int error, int passing) : call_(call)
+SystemCallFault::SystemCallFault(SystemCall call, int error, int passing, int failing, const char* path)
+    : call_(call)
 {
     CallState& state = stateOf(call);
     state.error = error;
     state.passing = passing;
+    state.failing = failing;
+    state.path = path;
     state.fired = 0;
 }
 

@@ -9,11 +9,14 @@ enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link,
 int callCount(SystemCall call);
 void resetCallCounts();
 
-// Makes every call of one kind fail with that errno while it lives, but for the first so many.
+// Makes calls of one kind fail with that errno while it lives: so many, from the first that is not let
+// through.
 class SystemCallFault
 {
 public:
-    SystemCallFault(SystemCall call, int error, int passing = 0);
+    static constexpr int ALL = -1;
+
+    SystemCallFault(SystemCall call, int error, int passing = 0, int failing = ALL, const char* path = "");
     ~SystemCallFault();
     SystemCallFault(const SystemCallFault&) = delete;
     SystemCallFault& operator=(const SystemCallFault&) = delete;

@@ -1,0 +1,144 @@
+#include "SettingsFailure.h"
+
+#include "OrmuConfig.h"
+#include "SettingsFile.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QHash>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Words for what the system says.
+class Reason
+{
+    Q_DECLARE_TR_FUNCTIONS(SettingsFailure)
+
+public:
+    static QString of(const QString& path, int error);
+
+private:
+    static QString ofRefusal(const QString& path);
+};
+
+QString Reason::of(const QString& path, int error)
+{
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+        return tr("no room on the disk", "99.99.99;DIALOG_ICON_50_WARP");
+    case EROFS:
+        return tr("the disk can only be read", "99.99.99;DIALOG_ICON_50_WARP");
+    case EIO:
+        return tr("input/output error", "99.99.99;DIALOG_ICON_50_WARP");
+    case ENOENT:
+        return tr("the folder is missing", "99.99.99;DIALOG_ICON_50_WARP");
+    case ENOTDIR:
+    case EEXIST:
+        return tr("there is a file in the folder's place", "99.99.99;DIALOG_ICON_50_WARP");
+    case ELOOP:
+        return tr("the link leads in a circle", "99.99.99;DIALOG_ICON_50_WARP");
+    case EMFILE:
+    case ENFILE:
+        return tr("too many files are open", "99.99.99;DIALOG_ICON_50_WARP");
+    case EACCES:
+    case EPERM:
+        return ofRefusal(path);
+    default:
+        return QString::fromUtf8(g_strerror(error));
+    }
+}
+
+bool belongsToAnother(const QByteArray& path)
+{
+    struct stat status = {};
+    return stat(path.constData(), &status) == 0 && status.st_uid != geteuid();
+}
+
+QByteArray directoryOf(const QByteArray& path)
+{
+    return path.first(path.lastIndexOf('/') + 1);
+}
+
+QString Reason::ofRefusal(const QString& path)
+{
+    const QByteArray file = QFile::encodeName(path);
+    const QByteArray target = settingsTarget(file).value_or(file);
+    if (!target.endsWith('/') && belongsToAnother(target))
+        return tr("the file belongs to another user", "99.99.99;DIALOG_ICON_50_WARP");
+    if (belongsToAnother(directoryOf(target)))
+        return tr("the folder belongs to another user", "99.99.99;DIALOG_ICON_50_WARP");
+    return tr("not allowed", "99.99.99;DIALOG_ICON_50_WARP");
+}
+
+struct Failures
+{
+    SettingsFailureHandler handler;
+    QHash<QString, int> unread; // The errno of the last read that failed, for each path.
+};
+
+Failures& failures()
+{
+    static Failures all;
+    return all;
+}
+
+void report(const SettingsFailure& failure)
+{
+    if (failures().handler)
+        failures().handler(failure);
+}
+
+} // namespace
+
+void setSettingsFailureHandler(const SettingsFailureHandler& handler)
+{
+    failures().handler = handler;
+}
+
+std::optional<SettingsFailure> beginSettings(const QString& path)
+{
+    const int error = readSettingsFile(QFile::encodeName(path)).error;
+    if (error == 0) {
+        failures().unread.remove(path);
+        return std::nullopt;
+    }
+    failures().unread.insert(path, error);
+    return SettingsFailure{SettingsFailure::NotRead, path, Reason::of(path, error)};
+}
+
+bool isSettingsFileUnread(const QString& path)
+{
+    return unreadError(path) != 0;
+}
+
+std::optional<SettingsFailure> checkSettingsDirectory()
+{
+    const QString directory = OrmuConfig::getSettingDirectory() + u'/';
+    const QByteArray name = QFile::encodeName(directory);
+    if (g_mkdir_with_parents(name.constData(), 0700) == 0 &&
+        faccessat(AT_FDCWD, name.constData(), W_OK | X_OK, AT_EACCESS) == 0)
+        return std::nullopt;
+    return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+}
+
+void reportUnread(SettingsFailure::Kind kind, const QString& path, int error)
+{
+    failures().unread.insert(path, error);
+    report({kind, path, Reason::of(path, error)});
+}
+
+void reportUnsaved(const QString& path, int error)
+{
+    report({SettingsFailure::NotSaved, path, Reason::of(path, error)});
+}
+
+int unreadError(const QString& path)
+{
+    return failures().unread.value(path);
+}

@@ -1,0 +1,51 @@
+#ifndef SETTINGSFAILURE_H
+#define SETTINGSFAILURE_H
+
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+// What the host of the settings services has to know besides the managers' operations, which report no
+// errors: which settings could not be read or saved, so that it can tell the user. All of it is for one
+// thread.
+
+struct SettingsFailure
+{
+    enum Kind {
+        NotRead,
+        NotSaved,
+        NotSavedUnread, // Not even tried: what is in the file could not be read, then or before.
+        NoDirectory,    // Nothing can be saved in the settings directory.
+    };
+    Kind kind;
+    QString path;
+    QString reason; // In words for the user, such as "no room on the disk".
+};
+
+// Called at each failure, also inside a manager's destructor, deep in a slot of some screen: it must do no
+// more than note the failure, and use no manager. An empty one is none.
+using SettingsFailureHandler = std::function<void(const SettingsFailure&)>;
+void setSettingsFailureHandler(const SettingsFailureHandler& handler);
+
+// A file that could not be read may hold anything. So once a manager could not read one, no manager of that
+// path saves anything in this process any more, even if it could read the file itself: what it is told to
+// change may follow from what was not read. The host ends that by a call of this, before it opens a screen
+// that loads the settings anew; no such screen, nor what it has loaded, may be left by then. Reads the file:
+// when that fails all stays as it is, and the result is the failure, which the handler does not get. A file
+// that is missing or cannot be parsed has been read.
+std::optional<SettingsFailure> beginSettings(const QString& path);
+
+// Whether the file could not be read since beginSettings(): what was loaded from it is not to be relied on.
+bool isSettingsFileUnread(const QString& path);
+
+// Whether files can be made in the settings directory, which is made as needed. Nothing when they can.
+std::optional<SettingsFailure> checkSettingsDirectory();
+
+// What the manager says of a read or a save that failed with this errno. A failed read forbids further saves.
+void reportUnread(SettingsFailure::Kind kind, const QString& path, int error);
+void reportUnsaved(const QString& path, int error);
+// Why the file could not be read since beginSettings(), as errno says it; 0 when it could.
+int unreadError(const QString& path);
+
+#endif

@@ -1,0 +1,41 @@
+#ifndef FAILURELOG_H
+#define FAILURELOG_H
+
+#include "SettingsFailure.h"
+
+#include <QList>
+
+// Hears of the settings' failures while it lives, as the host does.
+class FailureLog
+{
+public:
+    FailureLog()
+    {
+        setSettingsFailureHandler([this](const SettingsFailure& failure) { failures_ += failure; });
+    }
+    ~FailureLog() { setSettingsFailureHandler({}); }
+    FailureLog(const FailureLog&) = delete;
+    FailureLog& operator=(const FailureLog&) = delete;
+
+    // In the order of their coming.
+    const QList<SettingsFailure>& failures() const { return failures_; }
+    // The one that came; a failure of another kind without a reason when there is not just one.
+    SettingsFailure only() const
+    {
+        return failures_.size() == 1 ? failures_.first()
+                                     : SettingsFailure{SettingsFailure::NoDirectory, {}, {}};
+    }
+    int count(SettingsFailure::Kind kind) const
+    {
+        int count = 0;
+        for (const SettingsFailure& failure : failures_)
+            count += failure.kind == kind;
+        return count;
+    }
+    void clear() { failures_.clear(); }
+
+private:
+    QList<SettingsFailure> failures_;
+};
+
+#endif
