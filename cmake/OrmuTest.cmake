@@ -35,7 +35,7 @@ endfunction()
 # For a test, and for what belongs to tests alone. Half of the build's time would go into optimising them, into what a
 # debugger knows of them beyond their lines, and into watching their own arithmetic.
 function(ormu_test_options target)
-    ormu_common_options(${target})
+    ormu_common_options(${target} UNOPTIMISED)
     target_compile_options(${target} PRIVATE -O0 -g1 $<$<CONFIG:Debug>:-fno-sanitize=undefined>)
 endfunction()
 
