@@ -35,7 +35,7 @@ endfunction()
 # For a test, and for what belongs to tests alone. Half of the build's time would go into optimising them, into what a
 # debugger knows of them beyond their lines, and into watching their own arithmetic.
 function(ormu_test_options target)
-    ormu_common_options(${target})
+    ormu_common_options(${target} UNOPTIMISED)
     target_compile_options(${target} PRIVATE -O0 -g1 $<$<CONFIG:Debug>:-fno-sanitize=undefined>)
 endfunction()
 
@@ -75,4 +75,38 @@ function(ormu_add_test name)
             set_tests_properties(valgrind.${name} PROPERTIES RESOURCE_LOCK daemon_socket COST 20)
         endif()
     endif()
+endfunction()
+
+# ormu_add_fuzz_target(NAME SOURCES target replay [SUBJECTS ...] [LIBRARIES ...] [REPLAY_LIBRARIES ...] [CORPUS directory]
+#                      [REPLAY name] [LABELS ...] [DAEMON_SOCKET])
+#
+# In the preset fuzz the program fuzz_NAME for libFuzzer. In every build the test REPLAY, which runs the target on the corpus.
+#   SOURCES            the target, then the test
+#   SUBJECTS           what is fuzzed, compiled for libFuzzer once more, and the LIBRARIES that it needs
+#   REPLAY_LIBRARIES   what the test has it from
+function(ormu_add_fuzz_target name)
+    cmake_parse_arguments(ARG "DAEMON_SOCKET" "CORPUS;REPLAY"
+        "SOURCES;SUBJECTS;LIBRARIES;REPLAY_LIBRARIES;LABELS" ${ARGN})
+    list(GET ARG_SOURCES 0 target)
+    set(includes ${PROJECT_SOURCE_DIR}/tests/support)
+    if(ORMU_FUZZ)
+        add_executable(fuzz_${name} ${target} ${ARG_SUBJECTS})
+        ormu_common_options(fuzz_${name})
+        target_include_directories(fuzz_${name} PRIVATE ${includes})
+        foreach(subject ${ARG_SUBJECTS})
+            cmake_path(GET subject PARENT_PATH directory)
+            target_include_directories(fuzz_${name} PRIVATE ${directory})
+        endforeach()
+        target_link_libraries(fuzz_${name} PRIVATE ${ARG_LIBRARIES})
+        target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+        set_target_properties(fuzz_${name} PROPERTIES ENABLE_EXPORTS ON)
+    endif()
+    set(socket "")
+    if(ARG_DAEMON_SOCKET)
+        set(socket DAEMON_SOCKET)
+    endif()
+    ormu_add_test(${ARG_REPLAY} SOURCES ${ARG_SOURCES} LIBRARIES ${ARG_REPLAY_LIBRARIES} LABELS ${ARG_LABELS} ${socket})
+    target_include_directories(${ARG_REPLAY} PRIVATE ${includes})
+    target_compile_definitions(${ARG_REPLAY} PRIVATE CORPUS_DIRECTORY="${CMAKE_CURRENT_SOURCE_DIR}/${ARG_CORPUS}")
+    set_target_properties(${ARG_REPLAY} PROPERTIES ENABLE_EXPORTS ON)
 endfunction()

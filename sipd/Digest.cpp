@@ -9,6 +9,7 @@
 #include <sofia-sip/msg_header.h>
 #include <sofia-sip/url.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -104,10 +105,28 @@ Client& clientOf(auth_client_t* stack)
 constexpr int ignored = 1;
 constexpr int toBeAnswered = 2;
 
+// A header may go on in the next line, even within a quoted text. That stands for a blank.
+std::string unfolded(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    std::string result;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        result += text.substr(0, end);
+        text.remove_prefix(end);
+        if (text.empty())
+            break;
+        result.erase(result.find_last_not_of(blanks) + 1);
+        result += ' ';
+        text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    }
+    return result;
+}
+
 void keep(su_home_t* home, const char*& kept, const char* text)
 {
     su_free(home, const_cast<char*>(kept));
-    kept = su_strdup(home, text);
+    kept = text == nullptr ? nullptr : su_strdup(home, unfolded(text).c_str());
 }
 
 int takeChallenge(auth_client_t* stack, const msg_auth_t* header)

@@ -67,10 +67,18 @@ std::optional<unsigned int> parsePort(std::string_view text)
     return port;
 }
 
+void takeScheme(std::string_view& server)
+{
+    std::string_view rest = server;
+    // Before nothing but a port it is the name of a host.
+    if (takePrefix(rest, "sip:") && !parsePort(rest.substr(0, rest.find(';'))))
+        server = rest;
+}
+
 bool isIpAddress(int family, const std::string& text)
 {
     in6_addr address;
-    return inet_pton(family, text.c_str(), &address) == 1;
+    return text.find('\0') == std::string::npos && inet_pton(family, text.c_str(), &address) == 1;
 }
 
 bool isHostName(std::string_view name)
@@ -145,7 +153,7 @@ std::string RegistrarAddress::uriHost() const
 std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port)
 {
     server = trimmed(server);
-    takePrefix(server, "sip:");
+    takeScheme(server);
     const size_t semicolon = std::min(server.find(';'), server.size());
     const auto transport = parseParameters(server.substr(std::min(semicolon + 1, server.size())));
     const auto split = splitPort(trimmed(server.substr(0, semicolon)));

@@ -1,6 +1,7 @@
 #include "Resolver.h"
 
 #include "Log.h"
+#include "ServiceRecords.h"
 
 #include <algorithm>
 #include <arpa/nameser.h>
@@ -13,6 +14,7 @@
 #include <optional>
 #include <poll.h>
 #include <resolv.h>
+#include <span>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <thread>
@@ -24,15 +26,7 @@ namespace {
 // A name server that does not answer keeps a thread for seconds; clients that ask again and again do not get
 // more of them than this.
 constexpr size_t mostThreads = 16;
-constexpr size_t mostTargets = 8;
-
-struct Target
-{
-    std::string host;
-    uint16_t port = 0;
-    int priority = 0;
-    int weight = 0;
-};
+constexpr size_t mostAddresses = 8;
 
 std::string serviceOf(const RegistrarAddress& registrar)
 {
@@ -47,30 +41,7 @@ std::string serviceOf(const RegistrarAddress& registrar)
     return "_sip._udp." + registrar.host;
 }
 
-std::vector<Target> parseServices(const unsigned char* answer, int length)
-{
-    std::vector<Target> targets;
-    ns_msg message;
-    if (ns_initparse(answer, length, &message) != 0)
-        return targets;
-    for (int i = 0; i < ns_msg_count(message, ns_s_an) && targets.size() < mostTargets; ++i) {
-        ns_rr record;
-        std::array<char, NS_MAXDNAME> name{};
-        constexpr int fixedPart = 6;
-        if (ns_parserr(&message, ns_s_an, i, &record) != 0 || ns_rr_type(record) != ns_t_srv ||
-            ns_rr_rdlen(record) <= fixedPart)
-            continue;
-        const unsigned char* data = ns_rr_rdata(record);
-        if (dn_expand(answer, answer + length, data + fixedPart, name.data(), name.size()) < 0)
-            continue;
-        targets.push_back({name.data(), static_cast<uint16_t>(ns_get16(data + 4)),
-                           static_cast<int>(ns_get16(data)), static_cast<int>(ns_get16(data + 2))});
-    }
-    return targets;
-}
-
-// By priority, and those of one priority by their weight.
-std::vector<Target> findServices(const RegistrarAddress& registrar)
+std::vector<ServiceTarget> findServices(const RegistrarAddress& registrar)
 {
     struct __res_state state = {};
     if (res_ninit(&state) != 0)
@@ -84,11 +55,7 @@ std::vector<Target> findServices(const RegistrarAddress& registrar)
     res_nclose(&state);
     if (length < 0)
         return {};
-    auto targets = parseServices(answer.data(), std::min(length, static_cast<int>(answer.size())));
-    std::stable_sort(targets.begin(), targets.end(), [](const Target& a, const Target& b) {
-        return a.priority != b.priority ? a.priority < b.priority : a.weight > b.weight;
-    });
-    return targets;
+    return parseServiceRecords(std::span(answer).first(std::min(static_cast<size_t>(length), answer.size())));
 }
 
 void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& host, uint16_t port)
@@ -102,7 +69,7 @@ void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& h
         SIPD_DETAIL("%s: %s", host.c_str(), gai_strerror(error));
         return;
     }
-    for (const addrinfo* i = first; i != nullptr && addresses.size() < mostTargets; i = i->ai_next) {
+    for (const addrinfo* i = first; i != nullptr && addresses.size() < mostAddresses; i = i->ai_next) {
         if (i->ai_family == AF_INET) {
             sockaddr_in v4;
             std::memcpy(&v4, i->ai_addr, sizeof(v4));
@@ -120,14 +87,14 @@ void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& h
 
 std::vector<ServerAddress> lookUp(const RegistrarAddress& registrar)
 {
-    std::vector<Target> targets;
+    std::vector<ServiceTarget> targets;
     // A name without a dot is of this machine or its network, not of a domain.
     if (registrar.defaultPort && registrar.host.find('.') != std::string::npos)
         targets = findServices(registrar);
     if (targets.empty())
-        targets.push_back({registrar.host, registrar.port});
+        targets.push_back({registrar.host, registrar.port, 0, 0});
     std::vector<ServerAddress> addresses;
-    for (const Target& target : targets)
+    for (const ServiceTarget& target : targets)
         appendAddresses(addresses, target.host, target.port);
     return addresses;
 }

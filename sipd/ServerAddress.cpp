@@ -22,6 +22,8 @@ std::string uriHostOf(const std::variant<sockaddr_in, sockaddr_in6>& address)
 
 std::optional<ServerAddress> ServerAddress::parse(const std::string& host, uint16_t port)
 {
+    if (host.find('\0') != std::string::npos)
+        return std::nullopt;
     sockaddr_in v4{};
     v4.sin_family = AF_INET;
     v4.sin_port = htons(port);

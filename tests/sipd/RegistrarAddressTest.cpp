@@ -44,6 +44,8 @@ TEST(RegistrarAddress, MayHaveWhatPeopleTypeAroundIt)
     EXPECT_EQ(parsed("sip:example.com"), "example.com 5070 udp");
     EXPECT_EQ(parsed("SIP:[::1]"), "[::1] 5070 udp");
     EXPECT_EQ(parsed("sip:::1"), "[::1] 5070 udp");
+    EXPECT_EQ(parsed("sip:sip:5080"), "sip 5080 udp");
+    EXPECT_EQ(parsed("sip:5080;transport=tcp"), "sip 5080 tcp") << "a host of that name";
     EXPECT_EQ(parsed("example.com;transport=tcp"), "example.com 5070 tcp");
     EXPECT_EQ(parsed(" sip:example.com ; Transport=TLS "), "example.com 5070 tls");
     EXPECT_EQ(parsed("::1;transport=udp"), "[::1] 5070 udp");
@@ -109,4 +111,6 @@ TEST(RegistrarAddress, IsNothingElse)
         EXPECT_EQ(parsed(server), "-") << server;
     EXPECT_EQ(parsed(std::string(254, 'a')), "-");
     EXPECT_EQ(parsed(std::string_view("a\0b", 3)), "-");
+    EXPECT_EQ(parsed(std::string_view("::1\0b", 5)), "-") << "an address ends where its text does";
+    EXPECT_EQ(parsed(std::string_view("127.0.0.1\0", 10)), "-");
 }

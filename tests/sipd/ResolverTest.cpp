@@ -175,10 +175,14 @@ TEST(Resolver, GoesToTheServersThatADomainNamesBestFirst)
          {service(20, 0, 5063, "c"), service(10, 1, 5062, "b"), service(10, 9, 5061, "a")}},
         {{"_sip._tcp.example.", SRV}, {service(0, 0, 5081, "a")}},
         {{"_sips._tcp.example.", SRV}, {service(0, 0, 5091, "b")}},
+        {{"_sip._udp.port-zero.example.", SRV}, {service(0, 0, 0, "a")}},
+        {{"_sip._udp.no-service.example.", SRV}, {std::string(7, '\0')}},
         {{"a.example.", A}, {std::string{10, 0, 0, 1}}},
         {{"b.example.", A}, {std::string{10, 0, 0, 2}, std::string{10, 0, 0, 3}}},
         {{"c.example.", A}, {std::string{10, 0, 0, 4}}},
         {{"sip.example.", A}, {std::string{10, 0, 0, 9}}},
+        {{"port-zero.example.", A}, {std::string{10, 0, 0, 6}}},
+        {{"no-service.example.", A}, {std::string{10, 0, 0, 7}}},
         {{"example.", A}, {std::string{10, 0, 0, 8}}}};
     const int outcome = withNameServer(records, [] {
         // A domain, which has a dot.
@@ -190,6 +194,8 @@ TEST(Resolver, GoesToTheServersThatADomainNamesBestFirst)
         EXPECT_EQ(resolved(registrar("example.:5060", 5070)), "10.0.0.8:5060 ");
         EXPECT_EQ(resolved(registrar("sip.example", 5060)), "10.0.0.9:5060 ") << "it names no servers";
         EXPECT_EQ(resolved(registrar("other.example", 5060)), "");
+        EXPECT_EQ(resolved(registrar("port-zero.example", 5060)), "10.0.0.6:5060 ") << "no port is 0";
+        EXPECT_EQ(resolved(registrar("no-service.example", 5060)), "") << "it says that it has none";
         return !testing::Test::HasFailure();
     });
     if (outcome == notToBeHad)

@@ -28,6 +28,8 @@ TEST(ServerAddress, IsParsedFromDigitsOnly)
     EXPECT_EQ(ServerAddress::parse("192.0.2.1", 65535)->port(), 65535);
     EXPECT_FALSE(ServerAddress::parse("localhost", 5070));
     EXPECT_FALSE(ServerAddress::parse("[::1]", 5070));
+    EXPECT_FALSE(ServerAddress::parse(std::string("::1\0x", 5), 5070));
+    EXPECT_FALSE(ServerAddress::parse(std::string("127.0.0.1\0", 10), 5070));
 }
 
 TEST(ServerAddress, KnowsTheWayThere)

@@ -2,6 +2,13 @@
 
 #include <charconv>
 
+namespace {
+
+// It is kept in memory. No client takes as much.
+constexpr uint32_t longestSdp = 65536;
+
+} // namespace
+
 const std::vector<ScenarioEntry>& allScenarios()
 {
     static const std::vector<ScenarioEntry> entries = {
@@ -21,8 +28,9 @@ const std::vector<ScenarioEntry>& allScenarios()
         {"late:N", "acknowledges requests after N milliseconds",
          [](Scenario& s, uint32_t n) { s.ackDelay = std::chrono::milliseconds(n); }},
         {"status:N", "reports the status N for every profile", [](Scenario& s, uint32_t n) { s.status = n; }},
-        {"status-message:N", "after admission sends a status message with an SDP body of N bytes",
-         [](Scenario& s, uint32_t n) { s.statusMessageSdp = n; }},
+        {"status-message:N",
+         "after admission sends a status message with an SDP body of N bytes, 65536 at most",
+         [](Scenario& s, uint32_t n) { s.statusMessageSdp = n; }, longestSdp},
         {"single-bytes", "sends every byte alone", [](Scenario& s, uint32_t) { s.singleBytes = true; }},
         {"split-after:N", "pauses after the Nth byte of what it sends",
          [](Scenario& s, uint32_t n) { s.splitAfter = n; }},
@@ -59,7 +67,7 @@ std::optional<Scenario> findScenario(std::string_view name)
     }
     const std::string listed = std::string(stem) + (colon == std::string_view::npos ? "" : ":N");
     for (const ScenarioEntry& entry : allScenarios()) {
-        if (entry.name == listed) {
+        if (entry.name == listed && number <= entry.highest) {
             Scenario scenario;
             entry.apply(scenario, number);
             return scenario;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -40,6 +41,8 @@ struct Scenario
     std::optional<size_t> splitAfter;
     bool singleBytes = false;
     std::optional<size_t> closeAfter;
+
+    bool operator==(const Scenario&) const = default;
 };
 
 struct ScenarioEntry
@@ -47,6 +50,7 @@ struct ScenarioEntry
     std::string_view name; // ends in ":N" when it takes a number
     std::string_view meaning;
     void (*apply)(Scenario& scenario, uint32_t number);
+    uint32_t highest = std::numeric_limits<uint32_t>::max(); // of the numbers that it takes
 };
 
 // Every scenario there is, in the order in which to show them.

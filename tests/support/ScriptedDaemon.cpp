@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <linux/sockios.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -54,6 +55,13 @@ size_t unreadFrom(int fd)
     int unread = 0;
     ioctl(fd, FIONREAD, &unread);
     return static_cast<size_t>(unread);
+}
+
+// Whether the client will send no more.
+bool hasHungUp(int fd)
+{
+    pollfd polled = {fd, POLLRDHUP, 0};
+    return poll(&polled, 1, 0) == 1;
 }
 
 std::string nameIn(const _SIPD_MSG_PROFILE_S& profile)
@@ -174,7 +182,8 @@ int ScriptedDaemon::pollTimeout() const
     if (dues.empty())
         return -1;
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(dues.begin()->first - Clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(wait.count(), 0));
+    return static_cast<int>(
+        std::clamp<std::chrono::milliseconds::rep>(wait.count(), 0, std::numeric_limits<int>::max()));
 }
 
 void ScriptedDaemon::acceptClient()
@@ -191,7 +200,8 @@ bool ScriptedDaemon::readFrom(int id, Client& client)
 {
     // Once the whole request has been sent, or the client would notice in the middle of sending it.
     if (scenario.resets && client.admitted)
-        return unreadFrom(client.fd) < sizeof(_SIPD_MSG_HEAD_S) + sizeof(_SIPD_MSG_PROFILE_S);
+        return unreadFrom(client.fd) < sizeof(_SIPD_MSG_HEAD_S) + sizeof(_SIPD_MSG_PROFILE_S) &&
+               !hasHungUp(client.fd);
     char buffer[4096];
     const ssize_t count = recv(client.fd, buffer, sizeof(buffer), MSG_DONTWAIT);
     if (count < 0 && errno == EAGAIN)

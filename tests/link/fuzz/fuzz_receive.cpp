@@ -3,11 +3,11 @@
 // An input is: one byte, the number of calls to make; one byte for each call, which one; then what the daemon
 // sends before it closes. When the calls are through, the rest is received as an orderly client does.
 
+#include "Require.h"
 #include "SIP_COMM_Controler.h"
 #include "TestChannel.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -21,12 +21,6 @@ namespace {
 // What a socket takes without a reader.
 constexpr size_t longestStream = 64UL * 1024;
 constexpr size_t mostMemory = 16UL * 1024 * 1024;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 class Session
 {

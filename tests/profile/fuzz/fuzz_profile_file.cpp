@@ -2,6 +2,7 @@
 
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
+#include "Require.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -18,12 +19,6 @@ extern "C" int fsync(int)
 namespace {
 
 const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void write(const QString& path, const QByteArray& bytes)
 {

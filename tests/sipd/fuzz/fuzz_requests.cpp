@@ -4,19 +4,13 @@
 // An input is: one byte, the size of the pieces, and what a client sends.
 
 #include "MessageReader.h"
+#include "Require.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void append(std::string& record, const MessageReader::Message& message)
 {
@@ -53,8 +47,8 @@ std::string recordOf(std::span<const uint8_t> bytes, size_t pieceSize)
 
 } // namespace
 
-// How many messages the last input had, for those who replay it.
-size_t lastRecordSize = 0;
+// The size of all that was understood of one input, the longest of all, for those who replay them.
+size_t longestRecord = 0;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -63,6 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::span<const uint8_t> bytes(data + 1, size - 1);
     const std::string whole = recordOf(bytes, std::max<size_t>(bytes.size(), 1));
     require(recordOf(bytes, 1U + data[0]) == whole);
-    lastRecordSize = whole.size();
+    longestRecord = std::max(longestRecord, whole.size());
     return 0;
 }
