@@ -1,6 +1,7 @@
 #include "RepairOffer.h"
 
 #include "DaemonLink.h"
+#include "DaemonOwner.h"
 #include "OrmuMessageBox.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
@@ -33,6 +34,11 @@ private:
 
 bool RepairOffer::settle()
 {
+    // The list, once open, would wait for him without end.
+    if (const auto stranger = strangerOnDaemonSocket()) {
+        tell("Dialog_Exclamatory_Mark.gif", describeStranger(*stranger));
+        return false;
+    }
     for (;;) {
         const ProfileFile file(ProfileFile::path());
         if (file.findings().isEmpty())

@@ -2,12 +2,14 @@
 #include "HomeScreen.h"
 #include "OrmuApplication.h"
 #include "OrmuPhoneWindow.h"
+#include "PrivateMemory.h"
 #include "ScreenTour.h"
 
 #include <QCommandLineParser>
 
 int main(int argc, char** argv)
 {
+    keepMemoryPrivate();
     OrmuApplication application(argc, argv);
     OrmuApplication::setApplicationName("phone");
     OrmuApplication::setApplicationVersion(ORMU_VERSION);

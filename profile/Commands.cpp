@@ -50,6 +50,11 @@ QString noteOn(const ProfileFile& file)
     return QStringLiteral("The settings file needs repair: see sip-profile check.");
 }
 
+Outcome noDaemon(const DaemonLink& link)
+{
+    return failure(link.state() == DaemonLink::Stranger ? EXIT_STRANGER : EXIT_NO_DAEMON, link.describe());
+}
+
 bool isUnreadable(const ProfileFile& file)
 {
     return file.has(ProfileFile::Finding::CannotRead);
@@ -120,7 +125,7 @@ Outcome statusOf(const QList<Profile>& profiles)
         allConnected = allConnected && *status == SIPD_PROFILE_CONNECTED;
     }
     if (link.state() != DaemonLink::Open)
-        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+        return noDaemon(link);
     return {
         allConnected ? EXIT_DONE : EXIT_NOT_SO, toColumns(rows), QString(), {{"profiles", json}}, QString()};
 }
@@ -155,12 +160,12 @@ Outcome ask(DaemonLink::Request request, const QString& name, const Progress& pr
     progress(what, 0);
     DaemonLink link;
     if (link.state() != DaemonLink::Open || !link.send(request, profile->group))
-        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+        return noDaemon(link);
     for (int seconds = 0; !link.waitForAck(PROGRESS_STEP_MS);)
         progress(what, ++seconds);
     const std::optional<_SIPD_APP_ACK_E> ack = link.readAck();
     if (!ack)
-        return failure(EXIT_NO_DAEMON, DaemonLink::describe(link.state()));
+        return noDaemon(link);
 
     const QString words = wordsFor(request, *ack);
     QJsonObject json = toJson(*profile);

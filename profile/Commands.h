@@ -17,6 +17,7 @@ enum ExitCode {
     EXIT_NO_DAEMON = 4,    // no daemon, or one that refuses, goes away, makes no sense or keeps a profile
     EXIT_FILE = 5,         // the settings file, or the output, cannot be read or written
     EXIT_IS_CONNECTED = 6, // not repaired: a profile is connected or being connected
+    EXIT_STRANGER = 7,     // the daemon is another user's: nothing was asked
     EXIT_ACK = 10,         // and the ack of a daemon that did not carry out the request
 };
 

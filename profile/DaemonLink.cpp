@@ -1,9 +1,11 @@
 #include "DaemonLink.h"
 
+#include "DaemonOwner.h"
 #include "SIP_COMM_Channel.h"
 
 #include <algorithm>
 #include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -14,22 +16,41 @@ constexpr uint32_t NOT_CONNECTED = 0;
 
 DaemonLink::DaemonLink()
 {
+    if (const auto stranger = strangerOnDaemonSocket()) {
+        refuse(*stranger);
+        return;
+    }
     _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
     if (SIP_COMM_ControlerConstruct(&handle) == 0) {
         handle_.reset(handle);
+        if (const auto stranger = strangerOnConnection(SIP_COMM_ControlerGetFd(handle)))
+            refuse(*stranger);
         return;
     }
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     state_ = channel.connectDaemon() == 0 ? Refused : NoDaemon;
+    const auto peer = state_ == Refused ? peerOf(channel.getFd()) : std::nullopt;
+    // That of root may well serve root alone.
+    if (peer && *peer != geteuid())
+        refuse(*peer);
 }
 
-QString DaemonLink::describe(State state)
+void DaemonLink::refuse(uid_t stranger)
 {
-    switch (state) {
+    handle_.reset();
+    state_ = Stranger;
+    stranger_ = stranger;
+}
+
+QString DaemonLink::describe() const
+{
+    switch (state_) {
     case Open:
         break;
     case NoDaemon:
         return tr("The SIP daemon is not running.");
+    case Stranger:
+        return describeStranger(stranger_);
     case Refused:
         return tr("The SIP daemon refuses to answer.");
     case Lost:

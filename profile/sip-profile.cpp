@@ -1,5 +1,6 @@
 // sip-profile: lists, connects and disconnects the SIP profiles, and mends the file that they are kept in.
 #include "Commands.h"
+#include "PrivateMemory.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -33,9 +34,9 @@ settings file (Profile0).
 Ends with 0 when it is done, the profile is connected, the file has nothing wrong;
 1 when the profile is not connected, the file has something wrong; 2 wrong usage;
 3 no such profile, or several; 4 no SIP daemon; 5 the file cannot be read or written;
-6 not repaired, since a profile is connected or being connected; 11 to 14 when the
-daemon could not connect: 11 in general, 12 no SIP service, 13 the profile is not
-right, 14 the server cannot be reached.
+6 not repaired, since a profile is connected or being connected; 7 the SIP daemon is
+another user's; 11 to 14 when the daemon could not connect: 11 in general, 12 no SIP
+service, 13 the profile is not right, 14 the server cannot be reached.
 )";
 
 // What the program itself says on standard error.
@@ -156,6 +157,7 @@ bool print(const QByteArray& text)
 
 int main(int argc, char** argv)
 {
+    keepMemoryPrivate();
     const QCoreApplication application(argc, argv);
     const Options options = parse(QCoreApplication::arguments());
     if (options.help)

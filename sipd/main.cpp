@@ -25,6 +25,7 @@
 #include <optional>
 #include <poll.h>
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QString>
@@ -208,6 +209,7 @@ int run(const Options& options)
 int main(int argc, char** argv)
 {
     keepMemoryPrivate();
+    umask(0077);
     const CommandLine line = parseCommandLine(argc, argv);
     if (line.exitStatus)
         return *line.exitStatus;

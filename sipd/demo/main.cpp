@@ -137,6 +137,7 @@ int serve(const Options& options)
 int main(int argc, char** argv)
 {
     keepMemoryPrivate();
+    umask(0077);
     Options options;
     for (int i = 1; i < argc; i += 2) {
         if (std::strcmp(argv[i], "--help") == 0)

@@ -3,11 +3,13 @@
 #include "OrmuMessageBox.h"
 #include "ScreenDriver.h"
 #include "SettingsFixture.h"
+#include "StrangerAtSocket.h"
 #include "UTIL_ListBox.h"
 
 #include <QDir>
 
 #include <memory>
+#include <unistd.h>
 #include <vector>
 
 using namespace ScreenDriver;
@@ -204,6 +206,26 @@ TEST_F(RepairOffer, DoesNotRepairAFileThatCannotBeRead)
                     "The settings file cannot be read (Invalid argument): no profile is listed."
                     "|Open|Back"}));
     EXPECT_TRUE(profileListIsOpen());
+    press(Qt::Key_F3);
+}
+
+TEST_F(RepairOffer, OpensNoListWhileAnotherUserHasTheDaemonsSocket)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    const std::string refusal = "The SIP daemon on /tmp/sipd_us belongs to another user: nobody.|OK";
+    for (const auto part : {StrangerAtSocket::Both, StrangerAtSocket::File, StrangerAtSocket::Process}) {
+        SCOPED_TRACE(part);
+        const StrangerAtSocket stranger(part);
+        for (const Qt::Key entry : {Qt::Key_Up, Qt::Key_Down}) {
+            press(entry);
+            EXPECT_EQ(answer({Qt::Key_Return}, openList), Told({refusal}));
+            EXPECT_EQ(open<HomeScreen>(), &home);
+        }
+    }
+    press(Qt::Key_Up);
+    openList();
+    EXPECT_TRUE(profileListIsOpen()) << "once the other has gone";
     press(Qt::Key_F3);
 }
 

@@ -1,6 +1,8 @@
 // The command sip-profile, run as people and scripts run it.
+#include "ChildProcess.h"
 #include "DaemonTest.h"
 #include "SettingsFixture.h"
+#include "StrangerAtSocket.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -92,6 +94,19 @@ protected:
         process.start(SIP_PROFILE, arguments);
         EXPECT_TRUE(process.waitForFinished(60000)) << qPrintable(arguments.join(' '));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+                process.readAllStandardError().toStdString()};
+    }
+
+    static Result runAs(uid_t user, const QStringList& arguments)
+    {
+        QProcess process;
+        process.setChildProcessModifier([user] {
+            if (setgid(user) != 0 || setuid(user) != 0)
+                _exit(UNPRIVILEGED_FAILED);
+        });
+        process.start(SIP_PROFILE, arguments);
+        EXPECT_TRUE(process.waitForFinished(60000)) << qPrintable(arguments.join(' '));
         return {process.exitCode(), process.readAllStandardOutput().toStdString(),
                 process.readAllStandardError().toStdString()};
     }
@@ -287,6 +302,39 @@ TEST_F(SipProfile, SaysWhenThereIsNoDaemonToTalkTo)
         expectFailure(command, 4, "The connection to the SIP daemon was lost.");
     play("close-after:20");
     expectFailure({"connect", "Home"}, 4, "The connection to the SIP daemon was lost.");
+}
+
+const std::string STRANGERS_DAEMON = "The SIP daemon on /tmp/sipd_us belongs to another user: ";
+
+TEST_F(SipProfile, RefusesADaemonOfAnotherUserAndDoesNotWait)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    for (const auto part : {StrangerAtSocket::Both, StrangerAtSocket::File, StrangerAtSocket::Process}) {
+        SCOPED_TRACE(part);
+        const StrangerAtSocket stranger(part);
+        for (const QStringList& command :
+             {QStringList{"status"}, {"status", "Home"}, {"connect", "Home"}, {"disconnect", "C"}})
+            expectFailure(command, 7, STRANGERS_DAEMON + StrangerAtSocket::NAME + ".");
+        EXPECT_EQ(run({"list"}).code, 0) << "which asks no daemon";
+    }
+}
+
+TEST_F(SipProfile, TellsAnotherUserThatTheDaemonIsNotHis)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    if (runUnprivileged(directory(), [] { return access(SIP_PROFILE, X_OK) == 0 ? 0 : 1; }) != 0)
+        GTEST_SKIP() << "another user cannot run " << SIP_PROFILE;
+    play("refuse"); // as sipd does
+    for (const mode_t mode : {0600, 0666}) {
+        ASSERT_EQ(chmod(SIPD_SOCKET_PATH, mode), 0);
+        const Result result = runAs(StrangerAtSocket::USER, {"status"});
+        EXPECT_EQ(result.code, 7) << std::oct << mode;
+        EXPECT_EQ(result.err, "sip-profile: " + STRANGERS_DAEMON + "root.\n");
+    }
+    stopDaemon();
+    EXPECT_EQ(runAs(StrangerAtSocket::USER, {"status"}).err, "sip-profile: The SIP daemon is not running.\n");
 }
 
 TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)

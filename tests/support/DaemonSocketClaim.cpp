@@ -11,28 +11,33 @@
 
 namespace {
 
-constexpr const char* lockPath = SIPD_SOCKET_PATH ".tests-lock";
-
-// Another user's file in /tmp can be opened, but not with O_CREAT.
-int openLock()
+// A directory that only this user can enter: nobody else can hold a lock in it.
+std::string privateDirectory()
 {
-    int fd = -1;
-    while (fd < 0) {
-        fd = open(lockPath, O_RDONLY | O_CLOEXEC);
-        if (fd < 0 && errno == ENOENT)
-            fd = open(lockPath, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-        if (fd < 0 && errno != EEXIST)
-            break;
-    }
-    return fd;
+    return SIPD_SOCKET_PATH ".tests-" + std::to_string(geteuid());
+}
+
+bool isPrivate(const std::string& directory)
+{
+    struct stat status = {};
+    return lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & 077) == 0;
 }
 
 } // namespace
 
-DaemonSocketClaim::DaemonSocketClaim() : lockFd(openLock())
+DaemonSocketClaim::DaemonSocketClaim()
 {
+    const std::string directory = privateDirectory();
+    mkdir(directory.c_str(), 0700);
+    if (!isPrivate(directory)) {
+        reason = directory + " is not a directory of this user alone";
+        return;
+    }
+    const std::string path = directory + "/lock";
+    lockFd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lockFd < 0) {
-        reason = std::string("cannot open ") + lockPath + ": " + std::strerror(errno);
+        reason = "cannot open " + path + ": " + std::strerror(errno);
         return;
     }
     while (flock(lockFd, LOCK_EX) != 0 && errno == EINTR) {

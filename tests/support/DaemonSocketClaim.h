@@ -4,7 +4,8 @@
 #include <string>
 
 // The right to play the daemon on this machine, whose socket has a fixed path: a lock among the tests of
-// every checkout, held as long as the object lives.
+// every checkout of this user, held as long as the object lives. The scripts' tests take the same one
+// (claim-daemon-socket).
 class DaemonSocketClaim
 {
 public:
@@ -19,7 +20,7 @@ public:
     const std::string& problem() const { return reason; }
 
 private:
-    int lockFd;
+    int lockFd = -1;
     std::string reason;
 };
 
