@@ -16,8 +16,8 @@ public:
 //
 // A click is a press of the left button and its release on the same row, or Enter on the current row. In
 // mouse mode 1 (OrmuApplication::setMouseMode() on the viewport) a long press and the Menu key stand for the
-// right button, the Menu key on the current row; a press that was taken for the right button is no click. The
-// list may be cleared or deleted by whoever receives a signal.
+// right button, the Menu key (F4, Shift+F10) on the current row; a press that was taken for the right button
+// is no click. The list may be cleared or deleted by whoever receives a signal.
 class QListBox : public QListWidget
 {
     Q_OBJECT

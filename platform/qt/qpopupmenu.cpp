@@ -3,6 +3,7 @@
 #include "OrmuPhoneWindow.h"
 
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QTimer>
 
@@ -116,6 +117,18 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
     }
     if (!self.isNull())
         tellChosen();
+}
+
+// The mark stays where it is while the pointer goes to the soft key that chooses.
+void QPopupMenu::leaveEvent(QEvent* event)
+{
+    QWidget::leaveEvent(event);
+}
+
+void QPopupMenu::mouseMoveEvent(QMouseEvent* event)
+{
+    if (rect().contains(event->position().toPoint()))
+        QMenu::mouseMoveEvent(event);
 }
 
 void QPopupMenu::mouseReleaseEvent(QMouseEvent* event)

@@ -8,7 +8,7 @@
 // A menu whose entries are known by numbers of the program's own. It opens inside the phone's window.
 //
 // By keys: the arrows move, Enter and the left and middle soft keys (F1, F2) choose, the right one (F3) and
-// Escape close.
+// Escape close. The soft keys read so meanwhile, and act by pointer, too.
 class QPopupMenu : public QMenu
 {
     Q_OBJECT
@@ -36,6 +36,8 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void showEvent(QShowEvent* event) override;
 

@@ -67,7 +67,7 @@ void OrmuBaseDialog::keyPressEvent(QKeyEvent* event)
     case Qt::Key_Return:
     case Qt::Key_Enter:
     case Qt::Key_Select:
-        if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button && !event->isAutoRepeat())
+        if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); button != nullptr)
             button->click();
         break;
     case Qt::Key_F3:
@@ -82,5 +82,7 @@ void OrmuBaseDialog::keyPressEvent(QKeyEvent* event)
 void OrmuBaseDialog::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    OrmuStyle::drawDialog(&painter, rect(), panel_->geometry());
+    const auto* below = qobject_cast<OrmuBaseDialog*>(OrmuPhoneWindow::beneath(this));
+    OrmuStyle::dim(&painter, below == nullptr ? rect() : OrmuStyle::framed(below->panel_->geometry()));
+    OrmuStyle::drawPanel(&painter, panel_->geometry());
 }

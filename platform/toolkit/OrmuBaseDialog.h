@@ -6,8 +6,8 @@
 
 #include <QDialog>
 
-// A dialog: a panel over whatever the phone shows, which is dimmed and gets neither keys nor clicks
-// meanwhile.
+// A dialog: a panel over whatever the phone shows, which is dimmed once, however many dialogs lie over it,
+// and gets neither keys nor clicks meanwhile.
 //
 // By keys: the function keys and Escape press the soft keys, Up and Down move the focus from widget to
 // widget, the centre key acts on the one that has it. accept() and reject() end exec(). A dialog without a

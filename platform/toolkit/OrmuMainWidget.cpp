@@ -45,7 +45,14 @@ protected:
     }
 
 private:
-    static void fit(QWidget* list) { list->move(OrmuPhoneWindow::fitPopup(list->geometry()).topLeft()); }
+    // Below the box, or above it when the phone ends there.
+    void fit(QWidget* list) const
+    {
+        QRect place(combo_->mapToGlobal(QPoint(0, combo_->height())), list->size());
+        if (!OrmuPhoneWindow::fitPopup(place).contains(place))
+            place.moveBottom(combo_->mapToGlobal(QPoint()).y() - 1);
+        list->move(OrmuPhoneWindow::fitPopup(place).topLeft());
+    }
 
     bool press(int key)
     {
@@ -166,8 +173,7 @@ private:
         case Qt::Key_Return:
         case Qt::Key_Enter:
         case Qt::Key_Select:
-            if (!event->isAutoRepeat())
-                activate(entry);
+            activate(entry);
             return true;
         default:
             return false;

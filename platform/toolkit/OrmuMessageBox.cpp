@@ -35,7 +35,7 @@ protected:
     void showEvent(QShowEvent* event) override
     {
         OrmuMessageBox::showEvent(event);
-        QTimer::singleShot(NOTICE_MS, this, &Notice::reject);
+        QTimer::singleShot(buttonText(0).isEmpty() ? NOTICE_MS : BUTTON_NOTICE_MS, this, &Notice::reject);
     }
 
     void keyPressEvent(QKeyEvent* event) override
@@ -172,9 +172,7 @@ void OrmuMessageBox::keyPressEvent(QKeyEvent* event)
         OrmuBaseDialog::keyPressEvent(event);
         return;
     }
-    // A key held down does not answer what opens under it.
-    if (!event->isAutoRepeat())
-        pressFirst();
+    pressFirst();
 }
 
 int OrmuMessageBox::information(QWidget* parent, const QPixmap& icon, const QString& text,

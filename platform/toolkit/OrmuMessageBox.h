@@ -19,8 +19,9 @@ class OrmuMessageBox : public OrmuBaseDialog
     Q_OBJECT
 
 public:
-    // How long a timed notice stays.
+    // How long a timed notice stays: without a button, and with one.
     static constexpr int NOTICE_MS = 2500;
+    static constexpr int BUTTON_NOTICE_MS = 5000;
 
     // An empty button text means no such button, and none after it. The int is kept for the phone's sake; 1
     // is the value in use.
@@ -38,9 +39,9 @@ public:
     // Makes a box, waits for the user, and returns what exec() does.
     static int information(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
                            const QString& button1, const QString& button2, int);
-    // Timed notices: they wait until the user dismisses the box with any key or a tap, or NOTICE_MS have
-    // passed. The ints are kept for the phone's sake: they change nothing here. timerInformation() returns
-    // the index of the button if one was pressed, otherwise -1.
+    // Timed notices: they wait until the user dismisses the box with any key or a tap, or their
+    // time has passed. The ints are kept for the phone's sake: they change nothing here. timerInformation()
+    // returns the index of the button if one was pressed, otherwise -1.
     static void timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int, int);
     static int timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int,
                                 const QString& button0, const QString& button1, const QString& button2, int);

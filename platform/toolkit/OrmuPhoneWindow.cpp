@@ -1,12 +1,15 @@
 #include "OrmuPhoneWindow.h"
 
 #include "OrmuGlobal.h"
+#include "OrmuPopupKeys.h"
 #include "OrmuStyle.h"
 
 #include <QApplication>
 #include <QKeyEvent>
-#include <QMenu>
+#include <QMoveEvent>
 #include <QPainter>
+
+#include <algorithm>
 
 OrmuPhoneWindow* OrmuPhoneWindow::window_ = nullptr;
 
@@ -20,7 +23,7 @@ OrmuPhoneWindow* OrmuPhoneWindow::instance()
     return window_;
 }
 
-OrmuPhoneWindow::OrmuPhoneWindow()
+OrmuPhoneWindow::OrmuPhoneWindow() : popupKeys_(std::make_unique<OrmuPopupKeys>(this))
 {
     setFixedSize(OrmuGlobal::getScreenSize());
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -29,6 +32,7 @@ OrmuPhoneWindow::OrmuPhoneWindow()
 OrmuPhoneWindow::~OrmuPhoneWindow()
 {
     window_ = nullptr;
+    popupKeys_.reset();
     for (QObject* child : QObjectList(children()))
         if (auto* screen = qobject_cast<QWidget*>(child))
             screen->setParent(nullptr);
@@ -37,11 +41,27 @@ OrmuPhoneWindow::~OrmuPhoneWindow()
 QRect OrmuPhoneWindow::fitPopup(const QRect& wanted)
 {
     const OrmuPhoneWindow* phone = instance();
-    const QRect room(phone->mapToGlobal(QPoint()), phone->size());
+    const QRect content = OrmuGlobal::getContentR();
+    const QRect room(phone->mapToGlobal(content.topLeft()), content.size());
     QRect fitted = wanted;
     fitted.moveLeft(qMax(room.left(), qMin(wanted.left(), room.right() - wanted.width() + 1)));
     fitted.moveTop(qMax(room.top(), qMin(wanted.top(), room.bottom() - wanted.height() + 1)));
     return fitted;
+}
+
+QWidgetList OrmuPhoneWindow::openPopups()
+{
+    QWidgetList popups = QApplication::topLevelWidgets();
+    popups.removeIf([](const QWidget* top) { return !top->isVisible() || top->windowType() != Qt::Popup; });
+    return popups;
+}
+
+QWidget* OrmuPhoneWindow::beneath(const QWidget* screen)
+{
+    const QList<OpenScreen>& screens = instance()->screens_;
+    const auto found = std::find_if(screens.begin(), screens.end(),
+                                    [screen](const OpenScreen& open) { return open.screen == screen; });
+    return found == screens.begin() || found == screens.end() ? nullptr : std::prev(found)->screen;
 }
 
 void OrmuPhoneWindow::place(QWidget* screen)
@@ -66,6 +86,7 @@ void OrmuPhoneWindow::entered(QWidget* screen)
     phone->forget(screen);
     phone->screens_.append(OpenScreen{screen, screen->focusWidget()});
     screen->raise();
+    phone->popupKeys_->raise();
     phone->giveFocusToTop();
 }
 
@@ -97,10 +118,35 @@ QPixmap OrmuPhoneWindow::picture()
 {
     QPixmap picture = grab();
     QPainter painter(&picture);
-    for (QWidget* top : QApplication::topLevelWidgets())
-        if (top->isVisible() && top->windowType() == Qt::Popup)
-            painter.drawPixmap(mapFromGlobal(top->pos()), top->grab());
+    for (QWidget* popup : openPopups())
+        painter.drawPixmap(mapFromGlobal(popup->pos()), popup->grab());
     return picture;
+}
+
+void OrmuPhoneWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange && isMinimized())
+        closePopups();
+}
+
+void OrmuPhoneWindow::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    closePopups();
+}
+
+void OrmuPhoneWindow::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    for (QWidget* popup : openPopups())
+        popup->move(popup->pos() + event->pos() - event->oldPos());
+}
+
+void OrmuPhoneWindow::closePopups()
+{
+    for (QWidget* popup : openPopups())
+        popup->close();
 }
 
 void OrmuPhoneWindow::keyPressEvent(QKeyEvent* event)

@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QPainter>
 #include <QStyleOption>
+#include <QTextLayout>
 #include <QTextOption>
 
 namespace {
@@ -12,6 +13,8 @@ const QColor SCREEN(0xf3, 0xf6, 0xfa);
 const QColor FOCUS(0x1c, 0x6d, 0xb5);
 const QColor FAINT(0x9a, 0xa6, 0xb3);
 const QColor MARK_EDGE(0x55, 0x66, 0x78);
+const QColor GROOVE(0xe4, 0xeb, 0xf3);
+const QColor THUMB(0x86, 0x97, 0xa9);
 
 constexpr int ENTRY_WIDTH = 220;
 constexpr int ENTRY_HEIGHT = 30;
@@ -26,6 +29,7 @@ QPalette palette()
     colors.setColor(QPalette::Text, TEXT);
     colors.setColor(QPalette::ButtonText, TEXT);
     colors.setColor(QPalette::Base, Qt::white);
+    colors.setColor(QPalette::PlaceholderText, MARK_EDGE);
     colors.setColor(QPalette::Button, QColor(0xe4, 0xeb, 0xf3));
     colors.setColor(QPalette::Midlight, QColor(0xcf, 0xdd, 0xec));
     colors.setColor(QPalette::Highlight, FOCUS);
@@ -96,6 +100,29 @@ void fillVertical(QPainter* painter, const QRect& rect, const QColor& top, const
     gradient.setColorAt(1, bottom);
     painter->fillRect(rect, gradient);
 }
+
+// The text as far as its lines fit into the place, with an ellipsis at the end of the last one when there is
+// more. At least one line is left.
+QString cutToFit(const QString& text, const QFont& font, const QSize& place, const QTextOption& option)
+{
+    QTextLayout layout(QString(text).replace(QLatin1Char('\n'), QChar::LineSeparator), font);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    qreal height = 0;
+    int lastStart = 0; // of the last line that fits
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(place.width());
+        height += line.height();
+        if (height > place.height() && line.textStart() > 0) {
+            layout.endLayout();
+            const QString last = text.mid(lastStart).replace(QLatin1Char('\n'), QLatin1Char(' '));
+            return text.left(lastStart) + QFontMetrics(font).elidedText(last, Qt::ElideRight, place.width());
+        }
+        lastStart = line.textStart();
+    }
+    layout.endLayout();
+    return text;
+}
 } // namespace
 
 OrmuStyle::OrmuStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
@@ -126,11 +153,20 @@ QColor OrmuStyle::focusColor()
     return FOCUS;
 }
 
-void OrmuStyle::drawDialog(QPainter* painter, const QRect& screen, const QRect& panel)
+void OrmuStyle::dim(QPainter* painter, const QRect& rect)
 {
-    painter->fillRect(screen, QColor(0x0c, 0x14, 0x1e, 0x8c));
-    painter->fillRect(panel.adjusted(-2, -2, 2, 2), QColor(0x36, 0x47, 0x5b));
+    painter->fillRect(rect, QColor(0x0c, 0x14, 0x1e, 0x8c));
+}
+
+void OrmuStyle::drawPanel(QPainter* painter, const QRect& panel)
+{
+    painter->fillRect(framed(panel), QColor(0x36, 0x47, 0x5b));
     painter->fillRect(panel, Qt::white);
+}
+
+QRect OrmuStyle::framed(const QRect& panel)
+{
+    return panel.adjusted(-2, -2, 2, 2);
 }
 
 void OrmuStyle::drawTitleStrip(QPainter* painter, const QRect& rect)
@@ -229,6 +265,17 @@ void OrmuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* opti
 void OrmuStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                             const QWidget* widget) const
 {
+    const auto* entry = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+    if (element == CE_MenuItem && entry != nullptr && entry->state.testFlag(State_Selected)) {
+        // In the colours of a list's current row; the base style has others for menus.
+        QStyleOptionMenuItem current = *entry;
+        current.state.setFlag(State_Selected, false);
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            current.palette.setColor(role, current.palette.color(QPalette::HighlightedText));
+        painter->fillRect(entry->rect, entry->palette.highlight());
+        QProxyStyle::drawControl(element, &current, painter, widget);
+        return;
+    }
     const auto* box = qstyleoption_cast<const QStyleOptionButton*>(option);
     if (element != CE_CheckBox || box == nullptr) {
         QProxyStyle::drawControl(element, option, painter, widget);
@@ -242,6 +289,11 @@ void OrmuStyle::drawControl(ControlElement element, const QStyleOption* option, 
 void OrmuStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                    QPainter* painter, const QWidget* widget) const
 {
+    const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control == CC_ScrollBar && bar != nullptr) {
+        drawScrollBar(painter, *bar, widget);
+        return;
+    }
     if (control != CC_ComboBox) {
         QProxyStyle::drawComplexControl(control, option, painter, widget);
         return;
@@ -251,6 +303,25 @@ void OrmuStyle::drawComplexControl(ComplexControl control, const QStyleOptionCom
     QStyleOption arrow = *option;
     arrow.rect = proxy()->subControlRect(CC_ComboBox, option, SC_ComboBoxArrow, widget);
     QProxyStyle::drawPrimitive(PE_IndicatorArrowDown, &arrow, painter, widget);
+}
+
+void OrmuStyle::drawScrollBar(QPainter* painter, const QStyleOptionSlider& option,
+                              const QWidget* widget) const
+{
+    const bool upright = option.orientation == Qt::Vertical;
+    painter->fillRect(option.rect, GROOVE);
+    QStyleOption arrow = option;
+    arrow.rect = proxy()->subControlRect(CC_ScrollBar, &option, SC_ScrollBarSubLine, widget);
+    QProxyStyle::drawPrimitive(upright ? PE_IndicatorArrowUp : PE_IndicatorArrowLeft, &arrow, painter,
+                               widget);
+    arrow.rect = proxy()->subControlRect(CC_ScrollBar, &option, SC_ScrollBarAddLine, widget);
+    QProxyStyle::drawPrimitive(upright ? PE_IndicatorArrowDown : PE_IndicatorArrowRight, &arrow, painter,
+                               widget);
+    if (!option.state.testFlag(State_Enabled))
+        return;
+    const Smooth smooth(painter);
+    const QRect thumb = proxy()->subControlRect(CC_ScrollBar, &option, SC_ScrollBarSlider, widget);
+    drawBox(painter, thumb.adjusted(2, 1, -2, -1), Qt::NoPen, THUMB, 3);
 }
 
 void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& colors,
@@ -266,6 +337,6 @@ void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, co
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     painter->save();
     painter->setPen(colors.color(enabled ? QPalette::Normal : QPalette::Disabled, textRole));
-    painter->drawText(QRectF(rect), text, option);
+    painter->drawText(QRectF(rect), cutToFit(text, painter->font(), rect.size(), option), option);
     painter->restore();
 }

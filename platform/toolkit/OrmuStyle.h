@@ -3,6 +3,8 @@
 
 #include <QProxyStyle>
 
+class QStyleOptionSlider;
+
 // The phone's skin: colours, font and the marks of focus.
 class OrmuStyle : public QProxyStyle
 {
@@ -16,8 +18,11 @@ public:
     static QSize entrySize();
     static QColor screenColor();
     static QColor focusColor();
-    // What lies beneath a dialog, dimmed, and the dialog's panel.
-    static void drawDialog(QPainter* painter, const QRect& screen, const QRect& panel);
+    // Dims what is there.
+    static void dim(QPainter* painter, const QRect& rect);
+    // The panel of a dialog, and the place that it takes with its frame.
+    static void drawPanel(QPainter* painter, const QRect& panel);
+    static QRect framed(const QRect& panel);
     // The strip behind a title, and the bar behind the soft keys.
     static void drawTitleStrip(QPainter* painter, const QRect& rect);
     static void drawSoftKeyBar(QPainter* painter, const QRect& rect);
@@ -38,11 +43,13 @@ public:
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override;
 
+    // A text in lines that is longer than its place is cut at its end.
     void drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& colors, bool enabled,
                       const QString& text, QPalette::ColorRole textRole) const override;
 
 private:
     OrmuStyle();
+    void drawScrollBar(QPainter* painter, const QStyleOptionSlider& option, const QWidget* widget) const;
 };
 
 #endif

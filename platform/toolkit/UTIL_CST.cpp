@@ -38,9 +38,7 @@ bool UTIL_CST::pressFor(const QKeyEvent* event)
     default:
         return false;
     }
-    // A key held down presses once.
-    if (!event->isAutoRepeat())
-        key->click();
+    key->click();
     return true;
 }
 

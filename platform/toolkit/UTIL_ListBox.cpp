@@ -167,10 +167,15 @@ void UTIL_ListBox::clickItem(QListBoxItem* item)
 void UTIL_ListBox::paintEvent(QPaintEvent* event)
 {
     QListBox::paintEvent(event);
-    if (count() > 0 || !hasFocus())
+    if (count() > 0)
+        return;
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(viewport()->rect().adjusted(0, ROW_HEIGHT, 0, 0), Qt::AlignHCenter | Qt::AlignTop,
+                     tr("No entries", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"));
+    if (!hasFocus())
         return;
     // There is no row to show the focus.
-    QPainter painter(viewport());
     QStyleOptionFocusRect option;
     option.initFrom(viewport());
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);

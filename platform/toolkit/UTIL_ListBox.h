@@ -36,7 +36,7 @@ private:
 };
 
 // A list of such rows. A click on a row with a check mark turns the mark over; a click on a row with a radio
-// mark sets it. At most one radio mark is set at a time.
+// mark sets it. At most one radio mark is set at a time. A list without rows says so.
 class UTIL_ListBox : public QListBox
 {
     Q_OBJECT

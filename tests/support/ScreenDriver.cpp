@@ -4,6 +4,7 @@
 #include "qpopupmenu.h"
 
 #include <QPointer>
+#include <QSet>
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
@@ -23,6 +24,15 @@ QWindow* phone()
     return window->windowHandle();
 }
 
+// Those that a call of press() holds down: what it opens may call press() again before it returns.
+QSet<Qt::Key> heldKeys;
+
+void letGo(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    if (heldKeys.remove(key))
+        QTest::keyRelease(phone(), key, modifiers);
+}
+
 QPoint rowCentre(QListBox* list, int row)
 {
     list->scrollToItem(list->item(row));
@@ -38,7 +48,10 @@ QPoint toWindow(const QWidget* widget, const QPoint& point)
 
 void ScreenDriver::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    QTest::keyClick(phone(), key, modifiers);
+    letGo(key, modifiers);
+    heldKeys.insert(key);
+    QTest::keyPress(phone(), key, modifiers);
+    letGo(key, modifiers);
 }
 
 void ScreenDriver::type(const QString& text)

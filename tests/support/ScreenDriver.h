@@ -17,7 +17,7 @@ namespace ScreenDriver {
 
 constexpr int PATIENCE_MS = 10000;
 
-// Presses and releases a key.
+// Presses and releases a key, which an outer call lets go first if it holds it down.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 // Types a text, character by character.
 void type(const QString& text);

@@ -2,6 +2,7 @@
 #include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "OrmuSkin.h"
+#include "OrmuStyle.h"
 #include "RES_ICON_Reader.h"
 #include "ScreenDriver.h"
 #include "UTIL_CST.h"
@@ -309,6 +310,42 @@ TEST(MessageBox, ANoticeGoesAwayByItself)
     OrmuMessageBox::timerMessage(nullptr, QPixmap(), "connect to server successfully", 1, 1);
     EXPECT_GE(clock.elapsed(), OrmuMessageBox::NOTICE_MS * 9 / 10); // a coarse timer's
     EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
+}
+
+TEST(MessageBox, ANoticeWithAButtonStaysForFiveSeconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(OrmuMessageBox::timerInformation(nullptr, QPixmap(), "Service is not available", 2, "OK", NONE,
+                                               NONE, 1),
+              -1);
+    EXPECT_GE(clock.elapsed(), 5000 * 9 / 10); // a coarse timer's
+}
+
+TEST(MessageBox, DimsNothingThatADialogHasDimmedAlready)
+{
+    OrmuMainWidget screen;
+    screen.show();
+    UTIL_ProgressDialog below("Connecting...", "Cancel", 10, &screen);
+    below.show();
+    const auto colorAt = [](const QPoint& place) {
+        return OrmuPhoneWindow::instance()->picture().toImage().pixelColor(place);
+    };
+    const QPoint beside(3, 3);
+    const QPoint inPanel = OrmuGlobal::getDlgSmallR().topLeft() + QPoint(3, 3);
+    const QColor besideBefore = colorAt(beside);
+    const QColor panelBefore = colorAt(inPanel);
+    EXPECT_LT(besideBefore.lightness(), OrmuStyle::screenColor().lightness());
+    OrmuBaseDialog notice; // its panel is elsewhere, so that the one below is seen
+    notice.findChild<QWidget*>()->setGeometry(20, 5, 200, 60);
+    notice.show();
+    EXPECT_EQ(colorAt(beside), besideBefore);
+    EXPECT_LT(colorAt(inPanel).lightness(), panelBefore.lightness());
+    OrmuMainWidget bright; // over both
+    bright.show();
+    OrmuBaseDialog last;
+    last.show();
+    EXPECT_EQ(colorAt(beside), besideBefore);
 }
 
 TEST(MessageBox, ANoticeIsDismissedByAnyKeyOrATap)

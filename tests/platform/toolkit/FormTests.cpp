@@ -1,3 +1,4 @@
+#include "OrmuGlobal.h"
 #include "OrmuMainWidget.h"
 #include "OrmuMultiLineEdit.h"
 #include "OrmuPhoneWindow.h"
@@ -9,6 +10,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QImage>
+#include <QLabel>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -187,6 +189,81 @@ TEST(Form, ChoosesFromAComboBoxByKeysAlone)
     }
     EXPECT_TRUE(form.combo->hasFocus());
     EXPECT_EQ(left.size() + middle.size() + right.size(), 0);
+}
+
+TEST(Form, OpensTheListOfAComboBoxBesideItAndAboveTheSoftKeys)
+{
+    const Form form;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    const QRect content(phone->mapToGlobal(QPoint()), OrmuGlobal::getContentR().size());
+    for (const bool low : {false, true}) {
+        form.combo->setFocus();
+        QScrollBar* bar = form.content->verticalScrollBar();
+        bar->setValue(low ? 480 + 30 - form.content->viewport()->height() : 480 - 40);
+        const QRect box(form.combo->mapToGlobal(QPoint()), form.combo->size());
+        press(Qt::Key_Return);
+        const QRect list = form.combo->view()->window()->geometry();
+        EXPECT_TRUE(form.combo->view()->isVisible());
+        EXPECT_TRUE(content.contains(list)) << low;
+        EXPECT_FALSE(box.intersects(list)) << low;
+        press(Qt::Key_Escape);
+    }
+}
+
+TEST(Form, ReadsOnTheSoftKeysWhatTheyDoInTheListOfAComboBox)
+{
+    const Form form;
+    const auto* bar =
+        OrmuPhoneWindow::instance()->findChild<UTIL_CST*>(QString(), Qt::FindDirectChildrenOnly);
+    ASSERT_NE(bar, nullptr);
+    for (const bool choose : {true, false}) {
+        form.combo->setCurrentIndex(0);
+        form.combo->setFocus();
+        press(Qt::Key_Return);
+        ASSERT_TRUE(bar->isVisible());
+        EXPECT_EQ(bar->getLeftBtn()->text(), "Select");
+        EXPECT_EQ(bar->getRightBtn()->text(), "Cancel");
+        press(Qt::Key_Down);
+        click(choose ? bar->getLeftBtn() : bar->getRightBtn());
+        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
+        EXPECT_FALSE(bar->isVisible());
+        EXPECT_EQ(form.combo->currentIndex(), choose ? 1 : 0);
+    }
+}
+
+TEST(Form, CutsTheTextOfALabelAtItsEnd)
+{
+    OrmuMainWidget screen;
+    QScrollView* content = screen.getContentWidget();
+    const auto pictureOf = [&](const QString& text) {
+        auto* label = new QLabel(text, content);
+        label->setTextFormat(Qt::PlainText);
+        label->resize(220, 30);
+        content->addChild(label, 0, 0);
+        return label->grab().toImage();
+    };
+    const auto inkIn = [](const QImage& picture, const QRect& place) {
+        int count = 0;
+        for (int y = place.top(); y <= place.bottom(); ++y)
+            for (int x = place.left(); x <= place.right(); ++x)
+                count += picture.pixelColor(x, y).lightness() < 128 ? 1 : 0;
+        return count;
+    };
+    const QString words = "Profile name: one two three four five six ";
+    const QString word(400, 'j');
+    const QImage two = pictureOf("Profile name:" + word.left(30));
+    for (const QString& text : {words.repeated(9), word, QString("one\ntwo\nthree\nfour\nfive")}) {
+        const QImage picture = pictureOf(text);
+        EXPECT_EQ(inkIn(picture, QRect(0, 0, 220, 1)), 0) << qPrintable(text);
+        EXPECT_EQ(inkIn(picture, QRect(0, 29, 220, 1)), 0) << qPrintable(text);
+        EXPECT_GT(inkIn(picture, QRect(0, 2, 220, 13)), 20) << qPrintable(text);
+        EXPECT_GT(inkIn(picture, QRect(0, 15, 220, 13)), 20) << qPrintable(text);
+    }
+    EXPECT_GT(inkIn(two, two.rect()), 40);
+    // Its beginning is there, and an ellipsis in place of its end.
+    const QImage cut = pictureOf(words.repeated(2));
+    EXPECT_EQ(cut.copy(0, 2, 220, 13), pictureOf(words.repeated(3)).copy(0, 2, 220, 13));
+    EXPECT_EQ(cut, pictureOf(words.repeated(2)));
 }
 
 TEST(Form, OpensTheListOfAComboBoxOnThePhone)

@@ -6,8 +6,11 @@
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QImage>
 #include <QPointer>
+#include <QScrollBar>
 #include <QSignalSpy>
+#include <QStyleOptionSlider>
 #include <QTest>
 #include <QTimer>
 #include <QWindow>
@@ -47,6 +50,8 @@ const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>
 const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>> RIGHT_PRESSES = {
     {"right button", [](const ListScreen& screen) { clickRow(screen.list, 1, Qt::RightButton); }},
     {"menu key", [](const ListScreen&) { press(Qt::Key_Menu); }},
+    {"F4", [](const ListScreen&) { press(Qt::Key_F4); }},
+    {"Shift+F10", [](const ListScreen&) { press(Qt::Key_F10, Qt::ShiftModifier); }},
     {"long press", [](const ListScreen& screen) { longPress(screen.list, 1); }},
 };
 
@@ -144,16 +149,62 @@ TEST(ListBox, TakesNoPressThatMovesForALongOne)
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST(ListBox, TakesTheMenuKeyForTheRightButtonOnTheCurrentRow)
+TEST(ListBox, TakesTheMenuKeysForTheRightButtonOnTheCurrentRow)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
     press(Qt::Key_Down);
+    press(Qt::Key_F10);
+    EXPECT_EQ(right.size(), 0);
     press(Qt::Key_Menu);
-    ASSERT_EQ(right.size(), 1);
-    EXPECT_EQ(textOf(right, 0), "row 1");
-    EXPECT_EQ(right[0][1].toPoint(), screen.list->viewport()->mapToGlobal(
-                                         screen.list->visualItemRect(screen.list->item(1)).center()));
+    press(Qt::Key_F4);
+    press(Qt::Key_F10, Qt::ShiftModifier);
+    press(Qt::Key_F4);
+    ASSERT_EQ(right.size(), 4);
+    for (const QList<QVariant>& arguments : right) {
+        EXPECT_EQ(arguments[0].value<QListBoxItem*>()->text(), "row 1");
+        EXPECT_EQ(arguments[1].toPoint(), screen.list->viewport()->mapToGlobal(
+                                              screen.list->visualItemRect(screen.list->item(1)).center()));
+    }
+}
+
+TEST(ListBox, SaysThatItHasNoEntries)
+{
+    const ListScreen screen("%I%T", 0);
+    screen.list->clearFocus();
+    const auto inked = [&screen] {
+        const QImage picture = screen.list->viewport()->grab().toImage();
+        int count = 0;
+        for (int y = 0; y < picture.height(); ++y)
+            for (int x = 0; x < picture.width(); ++x)
+                count += picture.pixelColor(x, y) != QColor(Qt::white) ? 1 : 0;
+        return count;
+    };
+    EXPECT_GT(inked(), 100);
+    auto* item = new UTIL_ListBoxItem(screen.list, "%I%T", false);
+    screen.list->insertItem(item, -1);
+    EXPECT_EQ(inked(), 0);
+}
+
+TEST(ListBox, DrawsTheThumbOfItsScrollBarDarkerThanTheGroove)
+{
+    const ListScreen screen("%I%T", 60);
+    QScrollBar* bar = screen.list->verticalScrollBar();
+    ASSERT_TRUE(bar->isVisible());
+    QStyleOptionSlider option;
+    option.initFrom(bar);
+    option.orientation = Qt::Vertical;
+    option.subControls = QStyle::SC_All;
+    option.minimum = bar->minimum();
+    option.maximum = bar->maximum();
+    option.pageStep = bar->pageStep();
+    const QImage picture = bar->grab().toImage();
+    const auto lightnessOf = [&](QStyle::SubControl part) {
+        const QRect place = bar->style()->subControlRect(QStyle::CC_ScrollBar, &option, part, bar);
+        EXPECT_FALSE(place.isEmpty());
+        return picture.pixelColor(place.center()).lightness();
+    };
+    EXPECT_LT(lightnessOf(QStyle::SC_ScrollBarSlider), lightnessOf(QStyle::SC_ScrollBarAddPage) - 40);
 }
 
 TEST(ListBox, KnowsNoLongPressAndNoMenuKeyInThePlainMouseMode)
@@ -163,6 +214,7 @@ TEST(ListBox, KnowsNoLongPressAndNoMenuKeyInThePlainMouseMode)
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
     const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
     press(Qt::Key_Menu);
+    press(Qt::Key_F4);
     QWidget* viewport = screen.list->viewport();
     QWindow* window = viewport->window()->windowHandle();
     const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));

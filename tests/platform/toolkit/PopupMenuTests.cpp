@@ -1,10 +1,16 @@
+#include "OrmuGlobal.h"
 #include "OrmuMainWidget.h"
 #include "OrmuPhoneWindow.h"
 #include "OrmuPushButton.h"
+#include "OrmuStyle.h"
 #include "ScreenDriver.h"
 #include "UTIL_CST.h"
+#include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QImage>
 #include <QPointer>
 #include <QSignalSpy>
 
@@ -73,6 +79,130 @@ TEST(PopupMenu, TellsTheIdOfTheChosenEntry)
     clickMenuEntry("New Profile");
     EXPECT_EQ(activated.size(), 4);
     EXPECT_EQ(activated.last()[0], 0);
+}
+
+TEST(PopupMenu, ReadsOnTheSoftKeysWhatTheyDoMeanwhile)
+{
+    const MenuScreen screen;
+    const auto* keys =
+        OrmuPhoneWindow::instance()->findChild<UTIL_CST*>(QString(), Qt::FindDirectChildrenOnly);
+    ASSERT_NE(keys, nullptr);
+    EXPECT_FALSE(keys->isVisible());
+    const QImage before = OrmuPhoneWindow::instance()->grab().toImage();
+    press(Qt::Key_F1);
+    ASSERT_TRUE(keys->isVisible());
+    EXPECT_EQ(keys->getLeftBtn()->text(), "Select");
+    EXPECT_EQ(keys->getMidBtn()->text(), "");
+    EXPECT_EQ(keys->getRightBtn()->text(), "Cancel");
+    EXPECT_NE(OrmuPhoneWindow::instance()->grab().toImage(), before);
+    press(Qt::Key_F3);
+    EXPECT_FALSE(keys->isVisible());
+    EXPECT_EQ(OrmuPhoneWindow::instance()->grab().toImage(), before);
+}
+
+TEST(PopupMenu, IsDrivenByThePointerOnTheSoftKeys)
+{
+    const MenuScreen screen;
+    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
+    const QSignalSpy back(screen.bar->getRightBtn(), &QPushButton::clicked);
+    press(Qt::Key_F1);
+    click(screen.bar->getRightBtn());
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    EXPECT_EQ(activated.size(), 0);
+    EXPECT_EQ(back.size(), 0);
+    press(Qt::Key_F1);
+    press(Qt::Key_Down);
+    click(screen.bar->getLeftBtn());
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    ASSERT_EQ(activated.size(), 1);
+    EXPECT_EQ(activated[0][0], 1);
+    press(Qt::Key_F1);
+    click(screen.bar->getMidBtn()); // it reads nothing: a tap beside the menu
+    EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    EXPECT_EQ(activated.size(), 1);
+}
+
+TEST(PopupMenu, SurvivesTheDeletionOfItsScreenByThePointer)
+{
+    MenuScreen screen;
+    screen.deleteWhenActivated();
+    press(Qt::Key_F1);
+    click(screen.bar->getLeftBtn());
+    EXPECT_TRUE(screen.widget.isNull());
+}
+
+TEST(PopupMenu, LiesAboveTheSoftKeysAtTheEndOfTheScreen)
+{
+    const MenuScreen screen;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    QRect place;
+    const auto answer = onceOpen<QPopupMenu>([&place](QPopupMenu& menu) {
+        place = menu.geometry();
+        press(Qt::Key_Escape);
+    });
+    screen.menu->exec(phone->mapToGlobal(OrmuGlobal::getContentR().bottomRight()), 0);
+    EXPECT_EQ(place.bottom(), phone->mapToGlobal(OrmuGlobal::getContentR().bottomLeft()).y());
+}
+
+TEST(PopupMenu, MovesWithItsWindow)
+{
+    const MenuScreen screen;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    press(Qt::Key_F1);
+    const QPoint before = screen.menu->pos() - phone->pos();
+    phone->move(phone->pos() + QPoint(130, 70));
+    EXPECT_TRUE(waitFor([&] { return screen.menu->pos() - phone->pos() == before; }));
+    EXPECT_EQ(open<QPopupMenu>(), screen.menu);
+    press(Qt::Key_Escape);
+    phone->move(0, 0);
+}
+
+TEST(PopupMenu, ClosesWithItsWindow)
+{
+    const MenuScreen screen;
+    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
+    const std::vector<std::function<void()>> ways = {[phone] { phone->hide(); }, [phone] { phone->close(); },
+                                                     [phone] { phone->showMinimized(); }};
+    QApplication::setQuitOnLastWindowClosed(false);
+    for (const auto& way : ways) {
+        press(Qt::Key_F1);
+        ASSERT_EQ(open<QPopupMenu>(), screen.menu);
+        way();
+        EXPECT_TRUE(waitFor([&] { return open<QPopupMenu>() == nullptr; }));
+        EXPECT_FALSE(screen.menu->isVisible());
+        phone->showNormal();
+        phone->activateWindow();
+        EXPECT_TRUE(waitFor([phone] { return phone->isActiveWindow(); }));
+    }
+    QApplication::setQuitOnLastWindowClosed(true);
+}
+
+TEST(PopupMenu, MarksItsEntryInTheColourOfListsAndComboBoxes)
+{
+    const MenuScreen screen;
+    press(Qt::Key_F1);
+    const QRect entry = screen.menu->actionGeometry(screen.menu->activeAction());
+    const QImage picture = screen.menu->grab().toImage();
+    for (const QPoint corner :
+         {entry.topLeft(), entry.bottomRight(), QPoint(entry.right() - 4, entry.center().y())})
+        EXPECT_EQ(picture.pixelColor(corner), OrmuStyle::focusColor());
+    press(Qt::Key_Escape);
+
+    QComboBox combo(screen.widget);
+    combo.addItems({"one", "two"});
+    combo.show();
+    combo.showPopup();
+    const QRect row = combo.view()->visualRect(combo.view()->currentIndex());
+    EXPECT_EQ(combo.view()->viewport()->grab().toImage().pixelColor(row.right() - 4, row.center().y()),
+              OrmuStyle::focusColor());
+    combo.hidePopup();
+
+    UTIL_ListBox list("%T", screen.widget, 0);
+    list.insertItem(new UTIL_ListBoxItem(&list, "%T", false));
+    list.resize(200, 100);
+    list.show();
+    list.setFocus();
+    EXPECT_EQ(list.viewport()->grab().toImage().pixelColor(150, 10), OrmuStyle::focusColor());
 }
 
 TEST(PopupMenu, DoesNotChooseADisabledEntry)

@@ -1,0 +1,129 @@
+#include "OrmuKeyFilter.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QWindow>
+
+namespace {
+
+// One number for press and release, also when Shift goes up or down in between.
+int numberOf(const QKeyEvent* event)
+{
+    return event->nativeScanCode() != 0 ? -static_cast<int>(event->nativeScanCode()) : event->key();
+}
+
+QWidget* receiverOfKeys()
+{
+    QWidget* popup = QApplication::activePopupWidget();
+    return popup != nullptr ? popup : QApplication::focusWidget();
+}
+
+bool mayRepeat(const QKeyEvent* event, const QWidget* receiver)
+{
+    switch (event->key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+    case Qt::Key_Backspace:
+    case Qt::Key_Delete:
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Escape:
+        return false;
+    default:
+        return !event->text().isEmpty() && qobject_cast<const QLineEdit*>(receiver) != nullptr;
+    }
+}
+
+bool isMenuKey(const QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_F4)
+        return event->modifiers() == Qt::NoModifier;
+    // Shift may go up before it.
+    return event->key() == Qt::Key_F10 &&
+           (event->type() == QEvent::KeyRelease || event->modifiers() == Qt::ShiftModifier);
+}
+// Sends the window a copy of the event that is another key, or another of its repeats.
+void sendAs(QWindow* window, const QKeyEvent* event, int key, bool repeat)
+{
+    const bool same = key == event->key();
+    QKeyEvent copy(event->type(), key, same ? event->modifiers() : Qt::NoModifier, event->nativeScanCode(),
+                   event->nativeVirtualKey(), event->nativeModifiers(), event->text(), repeat,
+                   static_cast<quint16>(event->count()), event->device());
+    copy.setTimestamp(event->timestamp());
+    QCoreApplication::sendEvent(window, &copy);
+}
+
+} // namespace
+
+OrmuKeyFilter::OrmuKeyFilter()
+{
+    qApp->installEventFilter(this);
+    // The releases of keys that are held meanwhile go to other programs.
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this] { held_.clear(); });
+}
+
+bool OrmuKeyFilter::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
+        return false;
+    auto* key = static_cast<QKeyEvent*>(event);
+    if (auto* window = qobject_cast<QWindow*>(watched))
+        return filter(window, key);
+    return key->isAutoRepeat() && !mayRepeat(key, qobject_cast<QWidget*>(watched));
+}
+
+bool OrmuKeyFilter::filter(QWindow* window, QKeyEvent* event)
+{
+    if (isMenuKey(event)) {
+        sendAs(window, event, Qt::Key_Menu, event->isAutoRepeat());
+        return true;
+    }
+    return event->type() == QEvent::KeyPress ? filterPress(window, event) : filterRelease(event);
+}
+
+bool OrmuKeyFilter::filterPress(QWindow* window, QKeyEvent* event)
+{
+    const int key = numberOf(event);
+    QWidget* receiver = receiverOfKeys();
+    const bool repeatsRelease = repeatsLastRelease(event);
+    if (!event->isAutoRepeat() && !repeatsRelease && !held_.contains(key)) {
+        held_.insert(key, receiver);
+        return false;
+    }
+    if (!held_.contains(key))
+        held_.insert(key, repeatsRelease ? lastRelease_.receiver : nullptr);
+    // What went down elsewhere is no text.
+    if (!mayRepeat(event, held_.value(key) == receiver ? receiver : nullptr))
+        return true;
+    if (event->isAutoRepeat())
+        return false;
+    sendAs(window, event, event->key(), true);
+    return true;
+}
+
+bool OrmuKeyFilter::filterRelease(const QKeyEvent* event)
+{
+    QWidget* receiver = receiverOfKeys();
+    if (event->isAutoRepeat())
+        return !mayRepeat(event, receiver);
+    const int key = numberOf(event);
+    lastRelease_ = {key, event->timestamp(), held_.take(key)};
+    return lastRelease_.receiver != receiver;
+}
+
+bool OrmuKeyFilter::repeatsLastRelease(const QKeyEvent* event) const
+{
+    // A program that makes up key events may well do so twice within a millisecond; a keyboard does not.
+    return event->nativeScanCode() != 0 && numberOf(event) == lastRelease_.key &&
+           event->timestamp() == lastRelease_.time;
+}

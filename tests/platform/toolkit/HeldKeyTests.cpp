@@ -1,0 +1,310 @@
+#include "OrmuApplication.h"
+#include "OrmuMainWidget.h"
+#include "OrmuMessageBox.h"
+#include "OrmuMultiLineEdit.h"
+#include "OrmuPushButton.h"
+#include "ScreenDriver.h"
+#include "UTIL_CST.h"
+#include "UTIL_ListBox.h"
+#include "qpopupmenu.h"
+
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTimer>
+#include <QWindow>
+
+#include <gtest/gtest.h>
+
+using namespace ScreenDriver;
+
+namespace {
+
+constexpr int REPEATS = 5;
+
+// How the repeats of a key come.
+enum class Repeats {
+    MARKED,         // as presses and releases that are marked
+    UNMARKED_PAIRS, // as an X server makes them up: a release and a press of one time, and no mark
+    PRESSES,        // as presses without releases, and no mark
+};
+constexpr Repeats ALL_REPEATS[] = {Repeats::MARKED, Repeats::UNMARKED_PAIRS, Repeats::PRESSES};
+
+std::string nameOf(const testing::TestParamInfo<Repeats>& info)
+{
+    switch (info.param) {
+    case Repeats::MARKED:
+        return "Marked";
+    case Repeats::UNMARKED_PAIRS:
+        return "UnmarkedPairs";
+    default:
+        return "PressesAlone";
+    }
+}
+
+// A keyboard at the phone's window.
+class Keyboard
+{
+public:
+    explicit Keyboard(Repeats repeats) : repeats_(repeats) {}
+
+    void down(Qt::Key key, const QString& text = QString()) { send(QEvent::KeyPress, key, text); }
+    void up(Qt::Key key) { send(QEvent::KeyRelease, key, QString()); }
+
+    void repeat(Qt::Key key, const QString& text = QString())
+    {
+        for (int i = 0; i < REPEATS; ++i) {
+            now += 40;
+            if (repeats_ != Repeats::PRESSES)
+                send(QEvent::KeyRelease, key, QString(), repeats_ == Repeats::MARKED, 0);
+            send(QEvent::KeyPress, key, text, repeats_ == Repeats::MARKED, 0);
+        }
+    }
+
+    void hold(Qt::Key key, const QString& text = QString())
+    {
+        down(key, text);
+        repeat(key, text);
+        up(key);
+    }
+
+private:
+    void send(QEvent::Type type, Qt::Key key, const QString& text, bool marked = false, int later = 300)
+    {
+        now += static_cast<quint64>(later);
+        const quint32 scanCode = repeats_ == Repeats::PRESSES ? 0 : 1 + key % 200;
+        QKeyEvent event(type, key, Qt::NoModifier, scanCode, 0, 0, text, marked);
+        event.setTimestamp(now);
+        QCoreApplication::sendEvent(OrmuPhoneWindow::instance()->windowHandle(), &event);
+    }
+
+    const Repeats repeats_;
+    quint64 now = 1000;
+};
+
+class HeldKey : public testing::TestWithParam<Repeats>
+{
+protected:
+    ~HeldKey() override { delete screen; }
+
+    UTIL_ListBox* addList(int rows)
+    {
+        auto* list = new UTIL_ListBox("%T", screen->getContentWidget(), 0);
+        for (int i = 0; i < rows; ++i) {
+            auto* row = new UTIL_ListBoxItem(list, "%T", false);
+            row->setString(0, QString("row %1").arg(i));
+            list->insertItem(row, -1);
+        }
+        list->setGeometry(0, 30, 240, 260);
+        screen->getContentWidget()->addChild(list, 0, 30);
+        OrmuApplication::setMouseMode(list->viewport(), 1);
+        return list;
+    }
+
+    void beForm()
+    {
+        delete screen;
+        screen = new OrmuMainWidget(true, nullptr);
+    }
+
+    QPointer<OrmuMainWidget> screen = new OrmuMainWidget;
+    Keyboard keyboard{GetParam()};
+};
+
+} // namespace
+
+TEST_P(HeldKey, PressesASoftKeyOnceAndAgainAfterItsRelease)
+{
+    auto* bar = new UTIL_CST(screen, "OK", "CST_Menu", "CST_Back");
+    screen->setCSTWidget(bar);
+    screen->show();
+    const std::pair<Qt::Key, OrmuPushButton*> keys[] = {{Qt::Key_F1, bar->getLeftBtn()},
+                                                        {Qt::Key_F2, bar->getMidBtn()},
+                                                        {Qt::Key_F3, bar->getRightBtn()},
+                                                        {Qt::Key_Escape, bar->getRightBtn()}};
+    for (const auto& [key, button] : keys) {
+        const QSignalSpy clicked(button, &QPushButton::clicked);
+        keyboard.hold(key);
+        EXPECT_EQ(clicked.size(), 1) << key;
+        keyboard.hold(key);
+        EXPECT_EQ(clicked.size(), 2) << key;
+    }
+}
+
+TEST_P(HeldKey, ClicksARowOnceAndOpensItsMenuOnce)
+{
+    auto* list = addList(3);
+    screen->show();
+    const QSignalSpy clicked(list, &QListBox::mouseButtonClicked);
+    const QSignalSpy right(list, &QListBox::rightButtonPressed);
+    keyboard.hold(Qt::Key_Return);
+    EXPECT_EQ(clicked.size(), 1);
+    keyboard.hold(Qt::Key_Menu);
+    EXPECT_EQ(right.size(), 1);
+    keyboard.hold(Qt::Key_F4);
+    EXPECT_EQ(right.size(), 2);
+    EXPECT_EQ(clicked.size(), 1);
+}
+
+TEST_P(HeldKey, TurnsACheckBoxOverOnce)
+{
+    beForm();
+    auto* check = new QCheckBox("Remember", screen->getContentWidget());
+    screen->getContentWidget()->addChild(check, 0, 30);
+    screen->show();
+    ASSERT_TRUE(check->hasFocus());
+    const QSignalSpy clicked(check, &QCheckBox::clicked);
+    keyboard.hold(Qt::Key_Return, "\r");
+    EXPECT_EQ(clicked.size(), 1);
+    keyboard.hold(Qt::Key_Space, " ");
+    EXPECT_EQ(clicked.size(), 2);
+}
+
+// The way of "Delete Profile": a row's menu, its entry, a question.
+TEST_P(HeldKey, DoesNotRunThroughAMenuAndItsQuestion)
+{
+    auto* list = addList(3);
+    QList<int> answers;
+    QObject::connect(list, &QListBox::rightButtonPressed, list, [&](QListBoxItem*, const QPoint& pos) {
+        auto* menu = new QPopupMenu(list);
+        menu->insertItem("Delete Profile", 2);
+        QObject::connect(menu, &QPopupMenu::activated, list, [&] {
+            answers += OrmuMessageBox::information(nullptr, QPixmap(), "Delete?", "OK", "Cancel", "", 1);
+        });
+        menu->exec(pos, 0);
+    });
+    screen->show();
+    for (const Qt::Key answer : {Qt::Key_Return, Qt::Key_Escape}) {
+        answers.clear();
+        const auto inMenu = onceOpen<QPopupMenu>([&](QPopupMenu& menu) {
+            const QPointer<QPopupMenu> open = &menu;
+            keyboard.repeat(Qt::Key_F4);
+            EXPECT_TRUE(!open.isNull() && open->isVisible());
+            keyboard.up(Qt::Key_F4);
+            const auto inQuestion = onceOpen<OrmuMessageBox>([&](OrmuMessageBox& box) {
+                const QPointer<OrmuMessageBox> question = &box;
+                keyboard.repeat(Qt::Key_Return);
+                keyboard.up(Qt::Key_Return);
+                EXPECT_TRUE(!question.isNull() && question->isVisible());
+                EXPECT_TRUE(answers.isEmpty());
+                keyboard.hold(answer);
+            });
+            keyboard.down(Qt::Key_Return);
+        });
+        keyboard.down(Qt::Key_F4);
+        EXPECT_EQ(answers, QList<int>{answer == Qt::Key_Return ? 0 : 1});
+    }
+}
+
+TEST_P(HeldKey, OpensTheMenuOfASoftKeyAndDoesNotChoose)
+{
+    auto* bar = new UTIL_CST(screen, "", "CST_Menu", "CST_Back");
+    QPopupMenu menu(screen);
+    menu.insertItem("New Profile", 0);
+    bar->getLeftBtn()->setPopup(&menu);
+    screen->setCSTWidget(bar);
+    screen->show();
+    const QSignalSpy activated(&menu, &QPopupMenu::activated);
+    keyboard.hold(Qt::Key_F1);
+    EXPECT_TRUE(menu.isVisible());
+    EXPECT_EQ(activated.size(), 0);
+    keyboard.hold(Qt::Key_F1);
+    EXPECT_FALSE(menu.isVisible());
+    EXPECT_EQ(activated.size(), 1);
+}
+
+TEST_P(HeldKey, MovesThroughTheRowsOfAList)
+{
+    auto* list = addList(20);
+    screen->show();
+    keyboard.hold(Qt::Key_Down);
+    EXPECT_EQ(list->currentItem(), 1 + REPEATS);
+    keyboard.hold(Qt::Key_Up);
+    EXPECT_EQ(list->currentItem(), 0);
+}
+
+TEST_P(HeldKey, TypesIntoAnEntryAndDeletesThere)
+{
+    beForm();
+    auto* entry = new OrmuMultiLineEdit(screen->getContentWidget(), true, 1);
+    screen->getContentWidget()->addChild(entry, 0, 30);
+    screen->show();
+    keyboard.hold(Qt::Key_A, "a");
+    EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a'));
+    keyboard.hold(Qt::Key_Space, " ");
+    EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a') + QString(1 + REPEATS, ' '));
+    keyboard.hold(Qt::Key_Backspace, "\b");
+    EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a'));
+}
+
+TEST_P(HeldKey, TypesNothingIntoAnEntryThatGetsTheFocusMeanwhile)
+{
+    beForm();
+    auto* check = new QCheckBox("Remember", screen->getContentWidget());
+    screen->getContentWidget()->addChild(check, 0, 30);
+    auto* entry = new OrmuMultiLineEdit(screen->getContentWidget(), true, 1);
+    screen->getContentWidget()->addChild(entry, 0, 90);
+    screen->show();
+    ASSERT_TRUE(check->hasFocus());
+    keyboard.down(Qt::Key_Space, " ");
+    entry->setFocus();
+    keyboard.repeat(Qt::Key_Space, " ");
+    keyboard.up(Qt::Key_Space);
+    EXPECT_EQ(entry->text(), "");
+    keyboard.hold(Qt::Key_Space, " ");
+    EXPECT_EQ(entry->text(), QString(1 + REPEATS, ' '));
+}
+
+TEST_P(HeldKey, IsReleasedForNothingWhereADialogOpenedMeanwhile)
+{
+    class Dialog : public OrmuBaseDialog
+    {
+    public:
+        QList<int> released;
+
+    protected:
+        void keyReleaseEvent(QKeyEvent* event) override { released += event->key(); }
+    };
+    addList(1);
+    screen->show();
+    keyboard.down(Qt::Key_Space, " ");
+    Dialog dialog;
+    dialog.show();
+    keyboard.repeat(Qt::Key_Space, " ");
+    keyboard.up(Qt::Key_Space);
+    EXPECT_EQ(dialog.released, QList<int>());
+    keyboard.down(Qt::Key_Space, " ");
+    keyboard.up(Qt::Key_Space);
+    EXPECT_EQ(dialog.released, QList<int>{Qt::Key_Space});
+}
+
+TEST_P(HeldKey, DismissesNoNotice)
+{
+    addList(20);
+    screen->show();
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Return, Qt::Key_F1}) {
+        keyboard.down(key);
+        const auto notice = onceOpen<OrmuMessageBox>([&](OrmuMessageBox& box) {
+            keyboard.repeat(key);
+            keyboard.up(key);
+            EXPECT_TRUE(box.isVisible()) << key;
+            keyboard.hold(key);
+        });
+        OrmuMessageBox::timerMessage(nullptr, QPixmap(), "notice", 1, 1);
+    }
+}
+
+TEST_P(HeldKey, IsForgottenWhenThePhoneIsLeft)
+{
+    auto* list = addList(3);
+    screen->show();
+    const QSignalSpy clicked(list, &QListBox::mouseButtonClicked);
+    keyboard.down(Qt::Key_Return);
+    emit qApp->applicationStateChanged(Qt::ApplicationInactive); // its release goes elsewhere
+    keyboard.down(Qt::Key_Return);
+    EXPECT_EQ(clicked.size(), 2);
+    keyboard.up(Qt::Key_Return);
+}
+
+INSTANTIATE_TEST_SUITE_P(Repeats, HeldKey, testing::ValuesIn(ALL_REPEATS), nameOf);
