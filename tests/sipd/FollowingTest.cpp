@@ -208,6 +208,7 @@ TEST_F(Following, TwelveProfilesMoveAtOnce)
 {
     constexpr int many = 12;
     std::vector<Place> places;
+    places.reserve(many);
     for (int i = 0; i < many; ++i)
         places.push_back({i, "user" + std::to_string(i), "secret", true});
     place(places);
