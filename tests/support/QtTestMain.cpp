@@ -19,6 +19,8 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("QT_SCALE_FACTOR");
     const OrmuApplication application(argc, argv);
+    // A test may close the phone's window and open it again.
+    OrmuApplication::setQuitOnLastWindowClosed(false);
     // The phone is on: its window has the keys.
     OrmuPhoneWindow::instance()->show();
     if (!QTest::qWaitForWindowActive(OrmuPhoneWindow::instance()))

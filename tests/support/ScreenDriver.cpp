@@ -11,9 +11,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-QWindow* phone()
+QWindow* ScreenDriver::phone()
 {
     OrmuPhoneWindow* window = OrmuPhoneWindow::instance();
     if (QApplication::activePopupWidget() == nullptr && !window->isActiveWindow()) {
@@ -24,13 +22,15 @@ QWindow* phone()
     return window->windowHandle();
 }
 
+namespace {
+
 // Those that a call of press() holds down: what it opens may call press() again before it returns.
 QSet<Qt::Key> heldKeys;
 
 void letGo(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     if (heldKeys.remove(key))
-        QTest::keyRelease(phone(), key, modifiers);
+        QTest::keyRelease(ScreenDriver::phone(), key, modifiers);
 }
 
 QPoint rowCentre(QListBox* list, int row)

@@ -9,6 +9,7 @@
 #include <memory>
 
 class QListBox;
+class QWindow;
 
 // Drives the phone as a person does: keys and the pointer go to the phone's window, or to the menu that is
 // open over it, and from there wherever the toolkit takes them. Every call may end with what it touched
@@ -16,6 +17,9 @@ class QListBox;
 namespace ScreenDriver {
 
 constexpr int PATIENCE_MS = 10000;
+
+// The phone's window, which has the keys unless a menu has them.
+QWindow* phone();
 
 // Presses and releases a key, which an outer call lets go first if it holds it down.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);

@@ -76,7 +76,7 @@ private:
         const quint32 scanCode = repeats_ == Repeats::PRESSES ? 0 : 1 + key % 200;
         QKeyEvent event(type, key, Qt::NoModifier, scanCode, 0, 0, text, marked);
         event.setTimestamp(now);
-        QCoreApplication::sendEvent(OrmuPhoneWindow::instance()->windowHandle(), &event);
+        QCoreApplication::sendEvent(phone(), &event);
     }
 
     const Repeats repeats_;
