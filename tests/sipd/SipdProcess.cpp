@@ -1,5 +1,6 @@
 #include "SipdProcess.h"
 
+#include "ChildProcess.h"
 #include "SETUP_SET_Manager.h"
 #include "SETUP_SIP_Agent.h"
 
@@ -112,6 +113,15 @@ uint32_t SipdTest::statusOf(const std::string& group)
     SipdClient client;
     client.introduce();
     return client.status(group);
+}
+
+std::optional<std::vector<std::string>> asNobody()
+{
+    constexpr uid_t nobody = 65534;
+    const auto tryIt = [] { return setuid(nobody) == 0 && access(SIPD, X_OK) == 0 ? 0 : 1; };
+    if (geteuid() != 0 || runInChild(tryIt) != 0)
+        return std::nullopt;
+    return std::vector<std::string>{"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
 }
 
 long memoryOf(pid_t process)

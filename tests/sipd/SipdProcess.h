@@ -9,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,10 @@ private:
     DaemonSocketClaim claim_;
     std::unique_ptr<SipdProcess> daemon_;
 };
+
+// A command before another that has it run as the user "nobody"; none when this is not root, or when nobody
+// may not execute the daemon in this checkout.
+std::optional<std::vector<std::string>> asNobody();
 
 // The memory that a process has, in kilobytes.
 long memoryOf(pid_t process);

@@ -227,11 +227,12 @@ TEST_F(StrangersPlace, AnotherUsersLinkIsRefusedWithItsOwner)
 
 TEST_F(StrangersPlace, AUserWithoutAPrivateDirectoryHasADaemonToo)
 {
-    const std::vector<std::string> asNobody = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
-                                               "--clear-groups"};
-    startDaemon({}, asNobody);
-    EXPECT_THAT(daemon().log(), HasSubstr("no directory for a lock"));
-    std::vector<std::string> second = asNobody;
+    const auto wrapper = asNobody();
+    if (!wrapper)
+        GTEST_SKIP() << "nobody else may execute the daemon here";
+    startDaemon({}, *wrapper);
+    ASSERT_THAT(daemon().log(), HasSubstr("no directory for a lock"));
+    std::vector<std::string> second = *wrapper;
     second.emplace_back(SIPD);
     const auto [output, status] = outcomeOf(second);
     EXPECT_THAT(output, HasSubstr(alreadyListening));
