@@ -3,6 +3,9 @@
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -206,3 +209,37 @@ TEST_F(HostileClient, KeepsNobodyOutWhenDescriptorsRunOut)
     EXPECT_TRUE(waitUntil([] { return SipdClient().introduce() == SIPD_ACK_SUCCESS; }));
 }
 #endif
+
+TEST_F(HostileClient, StallsNobodyByHalfRequestsAndUnreadAnswers)
+{
+    const std::string session =
+        SipdClient::registerMessage() + SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
+    std::string questions;
+    for (int i = 0; i < 100; ++i)
+        questions += SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
+    std::vector<SipdClient> attackers(256);
+    size_t unread = 0;
+    for (size_t i = 0; i < attackers.size(); ++i) {
+        ASSERT_TRUE(attackers[i].isConnected());
+        switch (i % 3) {
+        case 0: // says nothing
+            break;
+        case 1: // stops in the middle of a request
+            attackers[i].send(session.substr(0, 1 + i % session.size()));
+            break;
+        default: // asks until it is not read any more, and reads nothing
+            attackers[i].send(SipdClient::registerMessage());
+            for (size_t count = 1; count > 0; unread += count)
+                count = attackers[i].sendSome(questions);
+        }
+    }
+    EXPECT_GT(unread, 80 * questions.size()) << "the daemon was not left with answers";
+    std::chrono::steady_clock::duration longest{};
+    for (int i = 0; i < 100; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        ASSERT_EQ(admitted().status("Profile0"), 0U) << i;
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
+    }
+    std::printf("the longest of 100 answers took %ld microseconds\n",
+                static_cast<long>(std::chrono::duration_cast<std::chrono::microseconds>(longest).count()));
+}
