@@ -104,10 +104,11 @@ void HomeScreen::chooseProfile()
         tell("Dialog_Exclamatory_Mark.gif", error);
         return;
     }
-    QString group = chosenGroup_;
-    if (!choose(group) || isSettingsFileUnread(profileFile()))
+    QString name = chosenName_;
+    QString group;
+    if (!choose(name, group) || isSettingsFileUnread(profileFile()))
         return;
-    chosenGroup_ = group;
+    chosenName_ = name;
     tell("Dialog_Complete.gif", group.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : group);
 }
 
@@ -154,4 +155,9 @@ void HomeScreen::closeProfileList()
 {
     delete profileList_;
     profileList_ = nullptr;
+    QString error; // The next list tells it.
+    const auto tidy = reinterpret_cast<decltype(&tidyProfiles)>(
+        resolveLibraryFunction(REPAIR_LIBRARY, "tidyProfiles", error));
+    if (tidy != nullptr)
+        tidy();
 }

@@ -37,7 +37,7 @@ private:
     SettingsHostLock lock_;
     UTIL_ListBox* entries_ = nullptr;
     SETUP_SIP_ProfileListBase* profileList_ = nullptr;
-    QString chosenGroup_; // group name of the profile chosen last
+    QString chosenName_; // of the profile chosen last
 };
 
 #endif

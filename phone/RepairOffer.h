@@ -1,11 +1,15 @@
 #ifndef REPAIROFFER_H
 #define REPAIROFFER_H
 
-// To be called before a screen opens that loads the SIP profiles. Where something is wrong with their
-// settings file it tells the user what, and offers to repair it; a file that would keep the screen from ever
-// opening is not to be opened as it is. Nor is any while another user has the SIP daemon's socket, which it
-// tells as well. True when the screen may open. In a library of its own that is linked
-// with the setup library.
+// In a library of its own that is linked with the setup library.
+
+// To be called before a screen opens that loads the SIP profiles. Puts their numbers in order without a word.
+// Where their settings file is damaged it says what a repair does, and offers it. While another user has the
+// SIP daemon's socket it says so, and no screen is to be opened. True when the screen may open.
 extern "C" bool offerProfileRepair();
+
+// To be called when the list of profiles has closed: puts their numbers in order without a word, for other
+// programs. What cannot be done now is left to the next offerProfileRepair().
+extern "C" void tidyProfiles();
 
 #endif

@@ -1,11 +1,13 @@
 #include "ScreenTour.h"
 
+#include "OrmuConfig.h"
 #include "OrmuPhoneWindow.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QFile>
 #include <QKeyEvent>
 #include <QTimer>
 
@@ -62,6 +64,16 @@ public:
             const QString path = directory_.filePath(QLatin1String(name) + QLatin1String(".png"));
             if (!OrmuPhoneWindow::instance()->picture().save(path))
                 fail("cannot write " + path);
+            return true;
+        });
+    }
+
+    void appendToSettings(const char* text)
+    {
+        add([this, text] {
+            QFile file(OrmuConfig::getSettingDirectory() + "/ormu_sipsetup.cfg");
+            if (!file.open(QIODevice::Append) || file.write(text) < 0)
+                fail("cannot write " + file.fileName());
             return true;
         });
     }
@@ -230,8 +242,8 @@ void tourChoice(Tour& tour)
     tour.await("HomeScreen");
 }
 
-// Without the first profile the list would show the second one twice.
-void tourRepair(Tour& tour)
+// Without the first profile the numbers have a gap, which leads to no question.
+void tourReopening(Tour& tour)
 {
     tour.press(Qt::Key_Up);
     tour.press(Qt::Key_Return);
@@ -247,6 +259,17 @@ void tourRepair(Tour& tour)
     tour.press(Qt::Key_F3);
     tour.await("HomeScreen");
     tour.press(Qt::Key_Return);
+    tour.await("SETUP_SIP_ProfileList");
+    tour.picture("profiles-after-deletion");
+    tour.press(Qt::Key_F3);
+    tour.await("HomeScreen");
+}
+
+// What somebody does who edits the file by hand.
+void tourRepair(Tour& tour)
+{
+    tour.appendToSettings("\n[Profile4]\nServer=example.com\nUserID=anna\noops\n");
+    tour.press(Qt::Key_Return);
     tour.await("OrmuMessageBox");
     tour.picture("profiles-need-repair");
     tour.press(Qt::Key_F1);
@@ -254,7 +277,6 @@ void tourRepair(Tour& tour)
     tour.picture("profiles-repaired");
     tour.press(Qt::Key_Return);
     tour.await("SETUP_SIP_ProfileList");
-    tour.picture("profiles-after-repair");
     tour.press(Qt::Key_F3);
     tour.await("HomeScreen");
 }
@@ -270,6 +292,7 @@ bool takeScreenTour(const QString& directory)
     tourConnection(tour);
     tourDetail(tour);
     tourChoice(tour);
+    tourReopening(tour);
     tourRepair(tour);
     return tour.take();
 }

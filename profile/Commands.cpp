@@ -256,6 +256,8 @@ QString nameOf(ProfileFile::Finding::Kind kind)
         return QStringLiteral("wrong-count");
     case Finding::SeveralDefaults:
         return QStringLiteral("several-defaults");
+    case Finding::WrongDefault:
+        return QStringLiteral("wrong-default");
     }
     return QString();
 }
@@ -311,18 +313,9 @@ Outcome repairFile()
     if (file.findings().isEmpty())
         return nothingToRepair();
 
-    const auto held = heldProfiles(file.profiles());
-    if (!held)
-        return failure(EXIT_NO_DAEMON,
-                       QStringLiteral("The SIP daemon does not say whether a profile is connected."));
-    if (!held->isEmpty())
-        return failure(EXIT_IS_CONNECTED,
-                       QStringLiteral("%1 is connected or being connected: disconnect it first.")
-                           .arg(describe(held->first())));
-
-    const ProfileRepair repair = repairProfileFile(ProfileFile::path(), releaseProfiles);
+    const ProfileRepair repair = repairProfileFile(ProfileFile::path());
     if (!repair.error.isEmpty())
-        return failure(repair.outcome == ProfileRepair::Held ? EXIT_NO_DAEMON : EXIT_FILE, repair.error);
+        return failure(EXIT_FILE, repair.error);
     if (repair.outcome == ProfileRepair::NothingToDo)
         return nothingToRepair();
     const QJsonObject json = {{"file", ProfileFile::path()},

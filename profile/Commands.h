@@ -10,15 +10,14 @@
 
 // How the program ends.
 enum ExitCode {
-    EXIT_DONE = 0,         // done; the profile is connected; the file has nothing wrong
-    EXIT_NOT_SO = 1,       // the profile is not connected; the file has something wrong
-    EXIT_USAGE = 2,        // wrong options
-    EXIT_NO_PROFILE = 3,   // no profile of that name, or more than one
-    EXIT_NO_DAEMON = 4,    // no daemon, or one that refuses, goes away, makes no sense or keeps a profile
-    EXIT_FILE = 5,         // the settings file, or the output, cannot be read or written
-    EXIT_IS_CONNECTED = 6, // not repaired: a profile is connected or being connected
-    EXIT_STRANGER = 7,     // the daemon is another user's: nothing was asked
-    EXIT_ACK = 10,         // and the ack of a daemon that did not carry out the request
+    EXIT_DONE = 0,       // done; the profile is connected; the file has nothing wrong
+    EXIT_NOT_SO = 1,     // the profile is not connected; the file has something wrong
+    EXIT_USAGE = 2,      // wrong options
+    EXIT_NO_PROFILE = 3, // no profile of that name, or more than one
+    EXIT_NO_DAEMON = 4,  // no daemon, or one that refuses, goes away or makes no sense
+    EXIT_FILE = 5,       // the settings file, or the output, cannot be read or written
+    EXIT_STRANGER = 7,   // the daemon is another user's: nothing was asked
+    EXIT_ACK = 10,       // and the ack of a daemon that did not carry out the request
 };
 
 struct Outcome

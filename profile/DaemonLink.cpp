@@ -3,16 +3,8 @@
 #include "DaemonOwner.h"
 #include "SIP_COMM_Channel.h"
 
-#include <algorithm>
 #include <poll.h>
 #include <unistd.h>
-
-namespace {
-
-constexpr int DISCONNECT_MS = 10000;
-constexpr uint32_t NOT_CONNECTED = 0;
-
-} // namespace
 
 DaemonLink::DaemonLink()
 {
@@ -93,38 +85,4 @@ std::optional<_SIPD_APP_ACK_E> DaemonLink::readAck()
         return ack;
     state_ = Lost;
     return std::nullopt;
-}
-
-bool DaemonLink::disconnect(const QString& group)
-{
-    return send(Disconnect, group) && waitForAck(DISCONNECT_MS) && readAck() == SIPD_ACK_SUCCESS;
-}
-
-std::optional<QList<ProfileFile::Profile>> heldProfiles(const QList<ProfileFile::Profile>& profiles)
-{
-    QList<ProfileFile::Profile> held;
-    if (profiles.isEmpty())
-        return held;
-    DaemonLink link;
-    if (link.state() == DaemonLink::NoDaemon)
-        return held;
-    for (const ProfileFile::Profile& profile : profiles) {
-        const auto status = link.state() == DaemonLink::Open ? link.status(profile.group) : std::nullopt;
-        if (!status)
-            return std::nullopt;
-        if (*status != NOT_CONNECTED)
-            held += profile;
-    }
-    return held;
-}
-
-bool releaseProfiles(const QList<ProfileFile::Profile>& profiles)
-{
-    DaemonLink link;
-    if (link.state() == DaemonLink::NoDaemon)
-        return true;
-    return link.state() == DaemonLink::Open &&
-           std::all_of(profiles.begin(), profiles.end(), [&link](const ProfileFile::Profile& profile) {
-               return link.disconnect(profile.group);
-           });
 }

@@ -1,8 +1,10 @@
 #ifndef DAEMONLINK_H
 #define DAEMONLINK_H
 
-#include "ProfileFile.h"
 #include "SIP_COMM_Controler.h"
+
+#include <QCoreApplication>
+#include <QString>
 
 #include <memory>
 #include <optional>
@@ -39,9 +41,6 @@ public:
     // Waits so long for the ack of the request, or for the link's loss; false when neither has come.
     bool waitForAck(int milliseconds);
     std::optional<_SIPD_APP_ACK_E> readAck();
-    // Has the daemon disconnect the profile, or give up connecting it; false when it has not within ten
-    // seconds.
-    bool disconnect(const QString& group);
 
 private:
     struct Closer
@@ -55,14 +54,5 @@ private:
     uid_t stranger_ = 0; // in the state Stranger
     std::unique_ptr<_SIP_COMM_PROFILE_CONTROL_S, Closer> handle_;
 };
-
-// Those of the profiles that the daemon has connected or is connecting. Without a daemon there are none;
-// nothing when the daemon is there, but cannot be asked.
-std::optional<QList<ProfileFile::Profile>> heldProfiles(const QList<ProfileFile::Profile>& profiles);
-
-// Has the daemon let go of all these profiles, those too that it says are not connected: it may be about to
-// try one again, and would then take the profile that has got its number for it. True without a daemon. Ten
-// seconds at most for each ack.
-bool releaseProfiles(const QList<ProfileFile::Profile>& profiles);
 
 #endif

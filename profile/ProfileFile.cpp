@@ -65,7 +65,6 @@ ProfileFile::Profile profileOf(const ProfileKeys& keys, const QString& group)
     profile.port = keys.number(group, PORT_KEY).value_or(profile.port);
     profile.user = keys.text(group, USER_KEY);
     profile.autoConnect = !keys.isOff(group, AUTO_CONNECT_KEY);
-    profile.isDefault = keys.text(DEFAULT_GROUP, DEFAULT_KEY) == group;
     return profile;
 }
 
@@ -124,8 +123,10 @@ void ProfileFile::check(const QByteArray& bytes)
 {
     const ProfileKeys keys(bytes);
     canRepair_ = keys.isParsed();
+    const QString defaultGroup = keys.defaultGroup();
     for (const QString& group : keys.profileGroups()) {
         Profile profile = profileOf(keys, group);
+        profile.isDefault = group == defaultGroup;
         const QString shared = keys.sharedGroup(group);
         if (shared.isEmpty()) {
             profiles_.append(profile);
@@ -227,13 +228,21 @@ void ProfileFile::checkCount(const ProfileKeys& keys)
 void ProfileFile::checkDefaults(const ProfileKeys& keys)
 {
     QStringList marked;
+    QString named = printable(keys.text(DEFAULT_GROUP, DEFAULT_KEY));
     for (const Profile& profile : profiles_) {
         if (keys.isOn(profile.group, DEFAULT_PROFILE_KEY))
             marked += describe(profile);
+        if (profile.group == named)
+            named = describe(profile);
     }
     if (marked.size() > 1)
         find(Finding::SeveralDefaults, QString(),
              tr("More than one profile is the default: %1.").arg(marked.join(QStringLiteral(", "))));
+    else if (!keys.agreesOnDefault())
+        find(Finding::WrongDefault, QString(),
+             marked.isEmpty() ? tr("%1 is named as the default, but no profile is marked as it.").arg(named)
+                              : tr("%1 is marked as the default, but the settings file does not name it.")
+                                    .arg(marked.first()));
 }
 
 void ProfileFile::find(Finding::Kind kind, const QString& group, const QString& text)

@@ -24,7 +24,7 @@ public:
         unsigned int port = 5060;
         QString user;
         bool autoConnect = true;
-        bool isDefault = false; // the one that the file names as the system's default
+        bool isDefault = false;
     };
 
     struct Finding
@@ -42,6 +42,7 @@ public:
             Gap,             // a number without a profile, below one with
             WrongCount,      // the summary counts more profiles than there are, or fewer
             SeveralDefaults, // more than one profile is marked as the default
+            WrongDefault,    // the profile that the file names as the default is not the one that is marked
         };
         Kind kind;
         QString group; // of the profile that it is about; of the missing one for a gap; "" for the whole file

@@ -192,6 +192,54 @@ QSet<QString> ProfileKeys::remnantGroups() const
     return QSet<QString>(groups.begin(), groups.end());
 }
 
+bool ProfileKeys::isMarkedDefault(const QString& group) const
+{
+    return value(group, DEFAULT_PROFILE_KEY).isEmpty() ? text(DEFAULT_GROUP, DEFAULT_KEY) == group
+                                                       : isOn(group, DEFAULT_PROFILE_KEY);
+}
+
+QString ProfileKeys::defaultGroup() const
+{
+    QList<QString> marked = profileGroups();
+    marked.removeIf([this](const QString& group) { return !isMarkedDefault(group); });
+    const QString named = text(DEFAULT_GROUP, DEFAULT_KEY);
+    return marked.contains(named) ? named : marked.value(0);
+}
+
+bool ProfileKeys::agreesOnDefault() const
+{
+    const QString group = defaultGroup();
+    const QString named = text(DEFAULT_GROUP, DEFAULT_KEY);
+    return group.isEmpty() ? !isProfileGroup(named) : group == named && isOn(group, DEFAULT_PROFILE_KEY);
+}
+
+ProfileKeys::Contents ProfileKeys::contents(const QString& group) const
+{
+    Contents contents;
+    const Texts keys(g_key_file_get_keys(keys_.get(), group.toUtf8().constData(), nullptr, nullptr));
+    for (gchar** key = keys.get(); *key != nullptr; ++key) {
+        const char* const changing = group == SUMMARY_GROUP   ? TOTAL_KEY
+                                     : group == DEFAULT_GROUP ? DEFAULT_KEY
+                                                              : DEFAULT_PROFILE_KEY;
+        if (qstrcmp(changing, *key) != 0)
+            contents.insert(*key, value(group, *key));
+    }
+    return contents;
+}
+
+QMap<QString, ProfileKeys::Contents> ProfileKeys::otherContents() const
+{
+    QMap<QString, Contents> others;
+    const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
+    for (gchar** name = names.get(); *name != nullptr; ++name) {
+        const QString group = QString::fromUtf8(*name);
+        const Contents all = contents(group);
+        if (!isProfileGroup(group) && !all.isEmpty())
+            others.insert(group, all);
+    }
+    return others;
+}
+
 QByteArray ProfileKeys::value(const QString& group, const char* key) const
 {
     return QByteArray(

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QMap>
 #include <QSet>
 #include <QString>
 
@@ -30,6 +31,19 @@ public:
     QString sharedGroup(const QString& group) const { return sharedGroups_.value(group); }
     // The groups of such a name that hold switches at most.
     QSet<QString> remnantGroups() const;
+    // The group of the default profile: the one that is marked as it. A mark that is missing counts as set
+    // when the file names the group. Of several it is the one that the file names, or else the first; "" when
+    // there is none.
+    QString defaultGroup() const;
+    // Both ways that the file tells the default agree: the mark, and the group that it names.
+    bool agreesOnDefault() const;
+
+    using Contents = QMap<QByteArray, QByteArray>;
+    // The keys of the group and their values as they stand, but for those that tell the default and the
+    // count.
+    Contents contents(const QString& group) const;
+    // The same of each group that is no profile's and holds any such key.
+    QMap<QString, Contents> otherContents() const;
 
     // "" when it is missing or cannot be decoded.
     QString text(const QString& group, const char* key) const;
@@ -47,6 +61,7 @@ public:
 
 private:
     QByteArray value(const QString& group, const char* key) const;
+    bool isMarkedDefault(const QString& group) const;
     QList<QString> numberedGroups() const;
     bool isRemnant(const QString& group) const;
 

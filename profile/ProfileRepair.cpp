@@ -5,13 +5,18 @@
 #include <QFile>
 #include <QHash>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace {
 
 // A boolean is what the store writes to leave no profile as the default.
 constexpr char NO_DEFAULT[] = "true";
 constexpr int MOST_COPIES = 1000;
+// Of what the user is told.
+constexpr qsizetype MOST_NAMES = 2;
+constexpr qsizetype LONGEST_NAME = 20;
 
 ProfileRepair failed(const QString& why)
 {
@@ -59,24 +64,6 @@ void giveNames(ProfileKeys& keys, const QList<QString>& groups)
     }
 }
 
-void leaveOneDefault(ProfileKeys& keys, const QList<QString>& groups)
-{
-    QList<QString> marked;
-    for (const QString& group : groups) {
-        if (keys.isOn(group, DEFAULT_PROFILE_KEY))
-            marked += group;
-    }
-    if (marked.size() < 2)
-        return;
-    const QString named = keys.text(DEFAULT_GROUP, DEFAULT_KEY);
-    const QString kept = groups.contains(named) ? named : marked.first();
-    if (!marked.removeOne(kept))
-        keys.setValue(kept, DEFAULT_PROFILE_KEY, "true");
-    for (const QString& group : marked)
-        keys.setValue(group, DEFAULT_PROFILE_KEY, "false");
-    keys.setText(DEFAULT_GROUP, DEFAULT_KEY, kept);
-}
-
 using NewNames = QHash<QString, QString>;
 
 NewNames numberFromZero(const QList<QString>& groups)
@@ -87,14 +74,21 @@ NewNames numberFromZero(const QList<QString>& groups)
     return newNames;
 }
 
-// A default that is no profile's must not become that of the one that gets its number.
-void followDefault(ProfileKeys& keys, const NewNames& newNames)
+// The mark and the name of the default agree afterwards. A name that is no profile's must not become that of
+// the one that gets its number.
+void settleDefault(ProfileKeys& keys, const QList<QString>& groups, const NewNames& newNames)
 {
-    const QString named = keys.text(DEFAULT_GROUP, DEFAULT_KEY);
-    if (newNames.contains(named))
-        keys.setText(DEFAULT_GROUP, DEFAULT_KEY, newNames[named]);
-    else if (newNames.values().contains(named))
+    const QString kept = keys.defaultGroup();
+    if (kept.isEmpty() && keys.agreesOnDefault())
+        return;
+    for (const QString& group : groups) {
+        if (keys.isOn(group, DEFAULT_PROFILE_KEY) != (group == kept))
+            keys.setValue(group, DEFAULT_PROFILE_KEY, group == kept ? "true" : "false");
+    }
+    if (kept.isEmpty())
         keys.setValue(DEFAULT_GROUP, DEFAULT_KEY, NO_DEFAULT);
+    else
+        keys.setText(DEFAULT_GROUP, DEFAULT_KEY, newNames[kept]);
 }
 
 // In the text, where the groups keep their places and their comments.
@@ -122,8 +116,7 @@ QByteArray repaired(const QByteArray& bytes)
     const QList<QString> groups = keys.profileGroups();
     const NewNames newNames = numberFromZero(groups);
     giveNames(keys, groups);
-    leaveOneDefault(keys, groups);
-    followDefault(keys, newNames);
+    settleDefault(keys, groups, newNames);
     keys.setValue(SUMMARY_GROUP, TOTAL_KEY, QByteArray::number(groups.size()));
     return renameGroups(keys.toBytes(), newNames, keys.remnantGroups());
 }
@@ -145,9 +138,47 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
     return QByteArray();
 }
 
-} // namespace
+// Nothing but numbers, and how the file tells the default.
+bool differInNumbersAlone(const QByteArray& first, const QByteArray& second)
+{
+    const ProfileKeys a(first);
+    const ProfileKeys b(second);
+    const QList<QString> groupsA = a.profileGroups();
+    const QList<QString> groupsB = b.profileGroups();
+    return a.unparsedLines() == 0 && groupsA.size() == groupsB.size() &&
+           groupsA.indexOf(a.defaultGroup()) == groupsB.indexOf(b.defaultGroup()) &&
+           a.otherContents() == b.otherContents() &&
+           std::equal(groupsA.begin(), groupsA.end(), groupsB.begin(),
+                      [&](const QString& groupA, const QString& groupB) {
+                          return a.sharedGroup(groupA).isEmpty() && a.contents(groupA) == b.contents(groupB);
+                      });
+}
 
-ProfileRepair repairProfileFile(const QString& path, const Release& release)
+ProfileRepair replaceFile(const QByteArray& file, const QByteArray& bytes, const QString& copy = QString())
+{
+    if (!replaceSettingsBytes(file, bytes))
+        return failed(ProfileFile::tr("The settings file cannot be written."));
+    return {ProfileRepair::Repaired, copy, QString()};
+}
+
+ProfileRepair replaceNumbers(const QByteArray& file, const QByteArray& old, const QByteArray& mended)
+{
+    if (!differInNumbersAlone(old, mended))
+        return {ProfileRepair::Damaged, QString(), ProfileFile::tr("The settings file is damaged.")};
+    return replaceFile(file, mended);
+}
+
+ProfileRepair replaceAndKeepOld(const QByteArray& file, const QByteArray& old, const QByteArray& mended)
+{
+    const QByteArray copy = keepCopy(file, old);
+    if (copy.isEmpty())
+        return failed(ProfileFile::tr("No copy of the settings file can be kept."));
+    return replaceFile(file, mended, QFile::decodeName(copy));
+}
+
+using Replace = ProfileRepair(const QByteArray& file, const QByteArray& old, const QByteArray& mended);
+
+ProfileRepair mendFile(const QString& path, Replace* replace)
 {
     const QByteArray file = QFile::encodeName(path);
     const SettingsLock lock(file);
@@ -155,23 +186,84 @@ ProfileRepair repairProfileFile(const QString& path, const Release& release)
     if (!bytes) {
         if (errno == ENOENT)
             return {};
-        return failed(ProfileFile::tr("The settings file cannot be read."));
+        return {ProfileRepair::Unread, QString(),
+                ProfileFile::tr("The settings file cannot be read (%1).")
+                    .arg(QString::fromLocal8Bit(std::strerror(errno)))};
     }
-    const ProfileFile old(*bytes);
-    if (old.findings().isEmpty())
+    if (ProfileFile(*bytes).findings().isEmpty())
         return {};
 
     // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
     const QByteArray mended = repaired(repaired(*bytes));
     if (!ProfileFile(mended).findings().isEmpty())
         return failed(ProfileFile::tr("The settings file is beyond repair."));
-    const QByteArray copy = keepCopy(file, *bytes);
-    if (copy.isEmpty())
-        return failed(ProfileFile::tr("No copy of the settings file can be kept."));
-    if (release && !release(old.profiles()))
-        return {ProfileRepair::Held, QString(),
-                ProfileFile::tr("The SIP daemon does not disconnect the profiles for the repair.")};
-    if (!replaceSettingsBytes(file, mended))
-        return failed(ProfileFile::tr("The settings file cannot be written."));
-    return {ProfileRepair::Repaired, QFile::decodeName(copy), QString()};
+    return replace(file, *bytes, mended);
+}
+
+QString inQuotes(const QString& name)
+{
+    QString shown = printable(name);
+    if (shown.size() > LONGEST_NAME)
+        shown = shown.first(LONGEST_NAME - 1) + u'…';
+    return QStringLiteral("“%1”").arg(shown);
+}
+
+// “A”, “B” and 2 more
+QString listOf(const QStringList& names)
+{
+    QStringList shown;
+    for (const QString& name : names.first(qMin(names.size(), MOST_NAMES)))
+        shown += inQuotes(name);
+    const QString list = shown.join(QStringLiteral(", "));
+    return names.size() <= MOST_NAMES
+               ? list
+               : ProfileFile::tr("%1 and %2 more").arg(list).arg(names.size() - MOST_NAMES);
+}
+
+} // namespace
+
+ProfileRepair tidyProfileFile(const QString& path)
+{
+    return mendFile(path, replaceNumbers);
+}
+
+ProfileRepair repairProfileFile(const QString& path)
+{
+    return mendFile(path, replaceAndKeepOld);
+}
+
+QStringList describeRepair(const QString& path)
+{
+    const QByteArray bytes = readSettingsBytes(QFile::encodeName(path)).value_or(QByteArray());
+    ProfileKeys keys(bytes);
+    const ProfileKeys former = ProfileKeys(bytes);
+    const QList<QString> groups = keys.profileGroups();
+    giveNames(keys, groups);
+    QStringList shownAgain;
+    QStringList named;
+    QStringList renamed;
+    for (const QString& group : groups) {
+        const QString name = keys.text(group, DISPLAY_NAME_KEY);
+        const QString formerName = former.text(group, DISPLAY_NAME_KEY);
+        if (!keys.sharedGroup(group).isEmpty())
+            shownAgain += name;
+        if (formerName.isEmpty())
+            named += name;
+        else if (formerName != name)
+            renamed += name;
+    }
+
+    QStringList sentences;
+    const int lines = keys.unparsedLines() + ProfileKeys(repaired(bytes)).unparsedLines();
+    if (lines == 1)
+        sentences += ProfileFile::tr("A line that cannot be read is set aside.");
+    else if (lines > 1)
+        sentences += ProfileFile::tr("%1 lines that cannot be read are set aside.").arg(lines);
+    if (!shownAgain.isEmpty())
+        sentences += ProfileFile::tr("Listed again: %1.").arg(listOf(shownAgain));
+    if (!named.isEmpty())
+        sentences += ProfileFile::tr("Given a name: %1.").arg(listOf(named));
+    if (!renamed.isEmpty())
+        sentences += ProfileFile::tr("Renamed, since its name was taken: %1.").arg(listOf(renamed));
+    return sentences;
 }

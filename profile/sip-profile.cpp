@@ -20,9 +20,8 @@ Commands:
   connect NAME     have the SIP daemon connect the profile
   disconnect NAME  have the SIP daemon disconnect the profile
   check            tell what is wrong with the settings file
-  repair           mend it, keeping a copy; not while a profile is connected; and
-                   close the phone's list of profiles first: an open one keeps
-                   the numbers of the old file
+  repair           mend it, keeping a copy; close the phone's list of profiles
+                   first: an open one keeps the numbers of the old file
 
 NAME is the name that the phone shows, or the name of the profile's group in the
 settings file (Profile0).
@@ -34,9 +33,9 @@ settings file (Profile0).
 Ends with 0 when it is done, the profile is connected, the file has nothing wrong;
 1 when the profile is not connected, the file has something wrong; 2 wrong usage;
 3 no such profile, or several; 4 no SIP daemon; 5 the file cannot be read or written;
-6 not repaired, since a profile is connected or being connected; 7 the SIP daemon is
-another user's; 11 to 14 when the daemon could not connect: 11 in general, 12 no SIP
-service, 13 the profile is not right, 14 the server cannot be reached.
+7 the SIP daemon is another user's; 11 to 14 when the daemon could not connect: 11 in
+general, 12 no SIP service, 13 the profile is not right, 14 the server cannot be
+reached.
 )";
 
 // What the program itself says on standard error.

@@ -1,14 +1,18 @@
-#include "DaemonTest.h"
 #include "HomeScreen.h"
 #include "OrmuMessageBox.h"
 #include "ScreenDriver.h"
 #include "SettingsFixture.h"
 #include "StrangerAtSocket.h"
+#include "UTIL_Dialog.h"
 #include "UTIL_ListBox.h"
 
 #include <QDir>
+#include <QScrollBar>
+#include <QTextEdit>
 
+#include <csignal>
 #include <memory>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -20,12 +24,14 @@ namespace {
 const char DOUBLED[] = "[ProfileSummary]\nTotalProfile=2\n"
                        "[Profile1]\nDisplayName=B\n[Profile2]\nDisplayName=C\n";
 const char ENDLESS[] = "[ProfileSummary]\nTotalProfile=3\n[Profile1]\nDisplayName=B\n";
+const char DAMAGED[] = "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nServer=sip.example.com\nUserID=anna\n"
+                       "[Profile1]\nDisplayName=B\noops\n";
 
 // The texts of the boxes that were answered, each followed by those of its keys.
 using Told = std::vector<std::string>;
 
 // The phone over a settings file that is out of step. The libraries are the real ones, loaded at run time.
-class RepairOffer : public DaemonTest, protected SettingsDirectory
+class RepairOffer : public SettingsTest
 {
 protected:
     RepairOffer() { home.show(); }
@@ -73,140 +79,303 @@ protected:
     }
 
     static void openList() { press(Qt::Key_Return); }
+    static void closeList() { press(Qt::Key_F3); }
+
+    // Ticks these rows in the dialog of the main menu.
+    static void deleteRows(const QList<int>& rows)
+    {
+        const auto tick = onceOpen<UTIL_Dialog>([&rows](UTIL_Dialog& dialog) {
+            const int count = dialog.findChild<UTIL_ListBox*>()->count();
+            for (int row = 0; row < count; ++row) {
+                if (rows.contains(row))
+                    press(Qt::Key_Return);
+                press(Qt::Key_Down);
+            }
+            press(Qt::Key_F1);
+        });
+        press(Qt::Key_F1);
+        press(Qt::Key_Down);
+        press(Qt::Key_Return);
+    }
+
+    static void addProfile(const QString& name)
+    {
+        press(Qt::Key_F1);
+        press(Qt::Key_Return);
+        for (const QString& value : {name, QStringLiteral("127.0.0.1"), QString(), name, name}) {
+            type(value);
+            press(Qt::Key_Down);
+        }
+        press(Qt::Key_F2);
+    }
+
+    // Closes the list and opens it again: any question would keep it closed.
+    static void reopenList()
+    {
+        closeList();
+        ASSERT_NE(open<HomeScreen>(), nullptr);
+        openList();
+        ASSERT_TRUE(profileListIsOpen());
+    }
+
+    bool hasCopies() const { return !entries().filter(QStringLiteral("ormu_sipsetup.cfg.")).isEmpty(); }
+
+    // As ./run makes them.
+    QStringList writeSamples()
+    {
+        const QStringList names = {"Home", "Office", "Reception desk",
+                                   "Conference room on the second floor, east wing", "Дача у моря"};
+        QByteArray bytes = "[ProfileSummary]\nTotalProfile=5\n[SystemDefault]\nProfile=Profile0\n";
+        for (int i = 0; i < names.size(); ++i)
+            bytes += "[Profile" + QByteArray::number(i) + "]\nDisplayName=" + names[i].toUtf8() +
+                     "\nUserID=" + QByteArray::number(i) + "\nDefaultProfile=" + (i == 0 ? "true" : "false") +
+                     '\n';
+        writeFile(bytes);
+        return names;
+    }
 
     HomeScreen home;
 };
 
-const char DOUBLED_TEXT[] = "Something is wrong with the SIP profiles.\n"
-                            "“C” (Profile2) is not listed.\n“B” (Profile1) is listed 2 times.\n"
-                            "There is Profile1, but no Profile0.|Repair|Open|Back";
-const char ENDLESS_TEXT[] = "Something is wrong with the SIP profiles.\n"
-                            "The list of profiles never opens: it searches from Profile2 on without end.\n"
-                            "There is Profile1, but no Profile0.\n"
-                            "The settings file counts 3 profiles and holds 1.|Repair|Back";
+const char DAMAGED_TEXT[] = "The SIP profiles are damaged. A repair does this:\n"
+                            "– A line that cannot be read is set aside.\n"
+                            "– Given a name: “anna@sip.example.com”.\n"
+                            "The old file is kept.|Repair|Back";
 const char REPAIRED_TEXT[] =
     "The SIP profiles are repaired. The old file is kept as ormu_sipsetup.cfg.old.|OK";
 
-TEST_F(RepairOffer, RepairsItAndOpensTheListOfEveryProfile)
+TEST_F(RepairOffer, PutsNumbersInOrderWithoutAWordOrACopy)
 {
-    writeFile(DOUBLED);
-    const Told told = answer({Qt::Key_F1, Qt::Key_Return}, openList);
-    EXPECT_EQ(told, Told({DOUBLED_TEXT, REPAIRED_TEXT}));
-    ASSERT_TRUE(profileListIsOpen());
-    EXPECT_EQ(rows(), QStringList({"B", "C"}));
-    EXPECT_EQ(readFile(file() + ".old"), DOUBLED);
-    press(Qt::Key_F3);
+    for (const auto& [bytes, names] :
+         {std::pair(DOUBLED, QStringList({"B", "C"})), std::pair(ENDLESS, QStringList("B"))}) {
+        writeFile(bytes);
+        openList();
+        ASSERT_TRUE(profileListIsOpen());
+        EXPECT_EQ(rows(), names);
+        EXPECT_FALSE(hasCopies());
+        closeList();
+    }
+}
+
+TEST_F(RepairOffer, PutsNumbersInOrderWhenTheListHasClosed)
+{
+    writeSamples();
     openList();
-    EXPECT_TRUE(profileListIsOpen());
-    press(Qt::Key_F3);
+    deleteRows({0, 2});
+    EXPECT_TRUE(readFile().contains("[Profile4]"));
+    closeList();
+    EXPECT_FALSE(readFile().contains("[Profile3]"));
+    EXPECT_TRUE(readFile().contains("TotalProfile=3"));
+    EXPECT_FALSE(hasCopies());
 }
 
-TEST_F(RepairOffer, OpensTheListAsItIsWhenTheUserWantsIt)
+TEST_F(RepairOffer, IsNotMadeAfterAnySampleProfileIsDeleted)
 {
-    writeFile(DOUBLED);
-    EXPECT_EQ(answer({Qt::Key_F2}, openList), Told({DOUBLED_TEXT}));
+    for (int row = 0; row < 5; ++row) {
+        SCOPED_TRACE(row);
+        QStringList names = writeSamples();
+        openList();
+        deleteRows({row});
+        names.removeAt(row);
+        EXPECT_EQ(rows(), names);
+        ASSERT_NO_FATAL_FAILURE(reopenList());
+        EXPECT_EQ(rows(), names);
+        // Each once more: there is no double whose deletion takes two.
+        while (!names.isEmpty()) {
+            deleteRows({0});
+            names.removeFirst();
+            ASSERT_NO_FATAL_FAILURE(reopenList());
+            EXPECT_EQ(rows(), names);
+        }
+        closeList();
+        EXPECT_FALSE(hasCopies());
+    }
+}
+
+TEST_F(RepairOffer, LetsNoNewProfileOverwriteAnother)
+{
+    QStringList names = writeSamples();
+    openList();
+    deleteRows({0});
+    names.removeFirst();
+    ASSERT_NO_FATAL_FAILURE(reopenList());
+    for (const char* name : {"X", "Y"}) {
+        addProfile(name);
+        names += name;
+        EXPECT_EQ(rows(), names);
+    }
+    ASSERT_NO_FATAL_FAILURE(reopenList());
+    EXPECT_EQ(rows(), names);
+    closeList();
+    for (const char* user :
+         {"UserID=1\n", "UserID=2\n", "UserID=3\n", "UserID=4\n", "UserID=X\n", "UserID=Y\n"})
+        EXPECT_EQ(readFile().count(user), 1) << user;
+}
+
+TEST_F(RepairOffer, RepairsDamageAndOpensTheListOfEveryProfile)
+{
+    writeFile(DAMAGED);
+    const Told told = answer({Qt::Key_F1, Qt::Key_Return}, openList);
+    EXPECT_EQ(told, Told({DAMAGED_TEXT, REPAIRED_TEXT}));
     ASSERT_TRUE(profileListIsOpen());
-    EXPECT_EQ(rows(), QStringList({"B", "B"}));
-    EXPECT_EQ(readFile(), DOUBLED);
-    press(Qt::Key_F3);
+    EXPECT_EQ(rows(), QStringList({"anna@sip.example.com", "B"}));
+    EXPECT_EQ(readFile(file() + ".old"), DAMAGED);
+    EXPECT_EQ(FileIdentity(file() + ".old").mode & 07777, 0600u);
+    reopenList();
+    closeList();
 }
 
-TEST_F(RepairOffer, GoesBackHomeByTheRightSoftKey)
+TEST_F(RepairOffer, OpensNothingAfterBack)
 {
-    writeFile(DOUBLED);
-    EXPECT_EQ(answer({Qt::Key_F3}, openList), Told({DOUBLED_TEXT}));
-    EXPECT_EQ(open<HomeScreen>(), &home);
-    EXPECT_EQ(readFile(), DOUBLED);
-}
-
-TEST_F(RepairOffer, NeverOpensAListThatWouldNotEnd)
-{
-    writeFile(ENDLESS);
-    for (const Qt::Key key : {Qt::Key_F2, Qt::Key_F3, Qt::Key_Escape}) {
+    writeFile(DAMAGED);
+    for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
         SCOPED_TRACE(key);
-        const std::vector<Qt::Key> keys =
-            key == Qt::Key_F2 ? std::vector<Qt::Key>{Qt::Key_F3} : std::vector<Qt::Key>{key};
-        EXPECT_EQ(answer(keys, openList), Told({ENDLESS_TEXT}));
+        EXPECT_EQ(answer({key}, openList), Told({DAMAGED_TEXT}));
         EXPECT_EQ(open<HomeScreen>(), &home);
     }
-    EXPECT_EQ(answer({Qt::Key_Return, Qt::Key_Return}, openList), Told({ENDLESS_TEXT, REPAIRED_TEXT}));
-    ASSERT_TRUE(profileListIsOpen());
-    EXPECT_EQ(rows(), QStringList("B"));
-    press(Qt::Key_F3);
+    press(Qt::Key_Down);
+    EXPECT_EQ(answer({Qt::Key_F3}, openList), Told({DAMAGED_TEXT})) << "before the chooser";
+    EXPECT_EQ(open<HomeScreen>(), &home);
+    EXPECT_EQ(readFile(), DAMAGED);
+    EXPECT_FALSE(hasCopies());
 }
 
-TEST_F(RepairOffer, ChecksItBeforeTheChooserToo)
+TEST_F(RepairOffer, FitsOnTheScreenWhateverIsDamaged)
+{
+    QByteArray bytes = "oops\noops\n[ProfileSummary]\nTotalProfile=2\n";
+    for (const char* number : {"0", "1", "2", "0", "1", "2"}) {
+        for (const char* user :
+             {"", "UserID=somebody-with-a-long-name\n", "DisplayName=Another long name of one\n"})
+            bytes += QByteArray("[Profile") + number + "]\nDisplayName=\nServer=s\n" + user;
+        bytes += QByteArray("[Profile1") + number + "]\nServer=the-server-with-the-longest-name\n";
+    }
+    writeFile(bytes);
+    bool fits = false;
+    const auto look = onceOpen<OrmuMessageBox>([&fits](OrmuMessageBox& box) {
+        fits = box.findChild<QTextEdit*>()->verticalScrollBar()->maximum() == 0;
+        savePicture("longest-question.png");
+        press(Qt::Key_F3);
+    });
+    openList();
+    EXPECT_TRUE(fits);
+}
+
+// As on a full disk.
+class NoRoom
+{
+public:
+    NoRoom()
+    {
+        former_ = signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &limit_);
+        const rlimit none = {0, limit_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~NoRoom()
+    {
+        setrlimit(RLIMIT_FSIZE, &limit_);
+        signal(SIGXFSZ, former_);
+    }
+    NoRoom(const NoRoom&) = delete;
+    NoRoom& operator=(const NoRoom&) = delete;
+
+private:
+    rlimit limit_ = {};
+    sighandler_t former_ = nullptr;
+};
+
+TEST_F(RepairOffer, OpensNoListThatWouldBeWrongWhenNothingCanBeWritten)
+{
+    const WarningLog warnings;
+    for (const char* bytes : {DOUBLED, ENDLESS}) {
+        writeFile(bytes);
+        Told told;
+        {
+            const NoRoom noRoom;
+            told = answer({Qt::Key_Return}, openList);
+        }
+        EXPECT_EQ(told,
+                  Told({"The SIP profiles cannot be put in order. The settings file cannot be written.|OK"}));
+        EXPECT_EQ(open<HomeScreen>(), &home);
+        EXPECT_EQ(readFile(), bytes);
+        EXPECT_FALSE(hasCopies());
+    }
+    writeFile(DAMAGED);
+    Told told;
+    {
+        const NoRoom noRoom;
+        told = answer({Qt::Key_F1, Qt::Key_Return}, openList);
+    }
+    EXPECT_EQ(told,
+              Told({DAMAGED_TEXT,
+                    "The SIP profiles are not repaired. No copy of the settings file can be kept.|OK"}));
+    EXPECT_EQ(open<HomeScreen>(), &home);
+    EXPECT_EQ(readFile(), DAMAGED);
+}
+
+TEST_F(RepairOffer, OpensAListWithNothingWrongWhenNothingCanBeWritten)
+{
+    const QStringList names = writeSamples();
+    const NoRoom noRoom;
+    openList();
+    ASSERT_TRUE(profileListIsOpen());
+    EXPECT_EQ(rows(), names);
+    closeList();
+}
+
+TEST_F(RepairOffer, PutsNumbersInOrderBeforeTheChooser)
 {
     writeFile(ENDLESS);
+    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog& dialog) {
+        EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->count(), 1);
+        press(Qt::Key_F3);
+    });
     press(Qt::Key_Down);
-    EXPECT_EQ(answer({Qt::Key_F3}, openList), Told({ENDLESS_TEXT}));
+    openList();
     EXPECT_EQ(open<HomeScreen>(), &home);
 }
 
-TEST_F(RepairOffer, DisconnectsAConnectedProfileBeforeTheRepairWhenTheUserAgrees)
+TEST_F(RepairOffer, LeavesTheChosenProfileChosenWhenNumbersChange)
 {
-    writeFile(DOUBLED);
-    play("status:1");
-    const std::string question =
-        "“B” (Profile1) is connected or being connected. Disconnect it for the repair?|OK|Cancel";
-    EXPECT_EQ(answer({Qt::Key_F1, Qt::Key_F3, Qt::Key_F3}, openList),
-              Told({DOUBLED_TEXT, question, DOUBLED_TEXT}));
-    EXPECT_EQ(readFile(), DOUBLED);
-    EXPECT_EQ(open<HomeScreen>(), &home);
-
-    const std::string second =
-        "“C” (Profile2) is connected or being connected. Disconnect it for the repair?|OK|Cancel";
-    EXPECT_EQ(answer({Qt::Key_F1, Qt::Key_F1, Qt::Key_F1, Qt::Key_Return}, openList),
-              Told({DOUBLED_TEXT, question, second, REPAIRED_TEXT}));
-    std::vector<std::string> disconnected;
-    for (const _SIPD_MSG_PROFILE_S& request : daemon().requests()) {
-        if (request.request == PROFILE_CTRL_DISCONNECT)
-            disconnected.emplace_back(request.name);
-    }
-    EXPECT_EQ(disconnected, std::vector<std::string>({"Profile1", "Profile2", "Profile1", "Profile2"}))
-        << "each once by the user, and once more right before the repair";
-    ASSERT_TRUE(profileListIsOpen());
-    press(Qt::Key_F3);
+    writeSamples();
+    const auto choose = [](int downs) {
+        QString marked;
+        const auto pick = onceOpen<UTIL_Dialog>([&marked, downs](UTIL_Dialog& dialog) {
+            const auto* list = dialog.findChild<UTIL_ListBox*>();
+            for (int i = 0; i < list->count(); ++i) {
+                if (list->itemChecked(i))
+                    marked = list->item(i)->text();
+            }
+            if (downs > 0) {
+                for (int i = 0; i < downs; ++i)
+                    press(Qt::Key_Down);
+                press(Qt::Key_Return);
+            }
+            press(Qt::Key_F1);
+        });
+        const auto dismiss = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(Qt::Key_Return); });
+        press(Qt::Key_Return);
+        return marked;
+    };
+    press(Qt::Key_Down);
+    EXPECT_EQ(choose(2), "");
+    press(Qt::Key_Up);
+    openList();
+    deleteRows({0});
+    closeList();
+    press(Qt::Key_Down);
+    EXPECT_EQ(choose(0), "Reception desk");
 }
 
-TEST_F(RepairOffer, IsNotRepairedWhenTheDaemonDoesNotDisconnectOrSay)
-{
-    writeFile(DOUBLED);
-    Scenario stubborn = *findScenario("disconnect-ack:1");
-    stubborn.status = 2;
-    playScenario(stubborn);
-    Told told = answer({Qt::Key_F1, Qt::Key_F1, Qt::Key_Return, Qt::Key_F3}, openList);
-    ASSERT_EQ(told.size(), 4U);
-    EXPECT_EQ(told[2], "“B” (Profile1) cannot be disconnected.|OK");
-    play("refuse");
-    told = answer({Qt::Key_F1, Qt::Key_Return, Qt::Key_F3}, openList);
-    ASSERT_EQ(told.size(), 3U);
-    EXPECT_EQ(told[1], "The SIP daemon does not say whether a profile is connected.|OK");
-    EXPECT_EQ(readFile(), DOUBLED);
-    EXPECT_EQ(open<HomeScreen>(), &home);
-}
-
-TEST_F(RepairOffer, IsNotRepairedWhenTheDaemonDoesNotGiveUpAProfileThatIsNotConnected)
-{
-    writeFile(DOUBLED);
-    play("disconnect-ack:1");
-    const Told told = answer({Qt::Key_F1, Qt::Key_Return, Qt::Key_F3}, openList);
-    ASSERT_EQ(told.size(), 3U);
-    EXPECT_EQ(told[1], "The SIP daemon does not disconnect the profiles for the repair.|OK");
-    EXPECT_EQ(readFile(), DOUBLED);
-    EXPECT_EQ(open<HomeScreen>(), &home);
-}
-
-TEST_F(RepairOffer, DoesNotRepairAFileThatCannotBeRead)
+TEST_F(RepairOffer, IsNotMadeForWhatIsNoFileAtAll)
 {
     ASSERT_TRUE(QDir().mkpath(file()));
     const WarningLog warnings;
-    EXPECT_EQ(answer({Qt::Key_F1}, openList),
-              Told({"Something is wrong with the SIP profiles.\n"
-                    "The settings file cannot be read (Invalid argument): no profile is listed."
-                    "|Open|Back"}));
+    openList();
     EXPECT_TRUE(profileListIsOpen());
-    press(Qt::Key_F3);
+    closeList();
+    EXPECT_TRUE(QDir(file()).exists());
+    EXPECT_FALSE(hasCopies());
 }
 
 TEST_F(RepairOffer, OpensNoListWhileAnotherUserHasTheDaemonsSocket)

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QMap>
 
 #include <atomic>
 #include <cerrno>
@@ -32,6 +33,24 @@ struct Broken
     QStringList found;                  // what the check says
     QStringList listed;                 // the names that the store lists once it is repaired
     QByteArray repaired = QByteArray(); // the whole file, where it is told
+};
+
+// Those in which more than numbers and the default is wrong, and what a repair does then.
+const QMap<QByteArray, QStringList> DAMAGED = {
+    {"NamesDoubledOverAndOver", {"Renamed, since its name was taken: “A (3)”, “A (4)”."}},
+    {"NamesMissing", {"Given a name: “anna@example.com”, “anna (2)” and 2 more."}},
+    {"NameInLatin1", {"Given a name: “Büro”."}},
+    {"GroupsOfOneNumber", {"Listed again: “A”, “C”."}},
+    {"GroupsOfOneNumberAfterAByteOrderMark", {"Listed again: “A”."}},
+    {"LineOfRubbish", {"A line that cannot be read is set aside."}},
+    {"NotesInBrackets", {"3 lines that cannot be read are set aside."}},
+    {"KeysBeforeTheFirstGroup", {"A line that cannot be read is set aside."}},
+    {"HeadersHalfWritten", {"3 lines that cannot be read are set aside."}},
+    {"HeadersWithANote", {"4 lines that cannot be read are set aside."}},
+    {"HeaderBeyondRepair", {"A line that cannot be read is set aside."}},
+    {"ZeroBytes", {"A line that cannot be read is set aside."}},
+    {"KeyThatAFirstGroupMustNotHold", {"A line that cannot be read is set aside."}},
+    {"RandomBytes", {"4 lines that cannot be read are set aside."}},
 };
 
 void PrintTo(const Broken& broken, std::ostream* out)
@@ -104,15 +123,37 @@ const Broken FILES[] = {
     {"SwitchesAlone",
      "[ProfileSummary]\nTotalProfile=1\n[Profile0]\n# of the first\nDefaultProfile=false\n"
      "# of the second\n[Profile1]\nDisplayName=B\n[SystemDefault]\nProfile=Profile0\n",
-     {"There is Profile1, but no Profile0."},
+     {"There is Profile1, but no Profile0.",
+      "Profile0 is named as the default, but no profile is marked as it."},
      {"B"},
      "[ProfileSummary]\nTotalProfile=1\n\n# of the first\n# of the second\n\n[Profile0]\nDisplayName=B\n\n"
      "[SystemDefault]\nProfile=true\n"},
     {"DefaultThatIsNoProfile",
      "[ProfileSummary]\nTotalProfile=1\n[Profile1]\nDisplayName=B\n[SystemDefault]\nProfile=Profile7\n",
-     {"There is Profile1, but no Profile0."},
+     {"There is Profile1, but no Profile0.",
+      "Profile7 is named as the default, but no profile is marked as it."},
      {"B"},
-     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=B\n\n[SystemDefault]\nProfile=Profile7\n"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=B\n\n[SystemDefault]\nProfile=true\n"},
+    {"DefaultThatIsNotNamed",
+     "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n"
+     "DefaultProfile=true\n[SystemDefault]\nProfile=true\n",
+     {"“B” (Profile1) is marked as the default, but the settings file does not name it."},
+     {"A", "B"},
+     "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\n\n[Profile1]\nDisplayName=B\n"
+     "DefaultProfile=true\n\n[SystemDefault]\nProfile=Profile1\n"},
+    {"DefaultThatIsNamedButNotMarked",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n[SystemDefault]\n"
+     "Profile=Profile0\n",
+     {"“A” (Profile0) is named as the default, but no profile is marked as it."},
+     {"A"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\nDefaultProfile=false\n\n"
+     "[SystemDefault]\nProfile=true\n"},
+    {"DefaultThatIsNamedAndHasNoMark",
+     "[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\n[SystemDefault]\nProfile=Profile0\n",
+     {"“A” (Profile0) is named as the default, but no profile is marked as it."},
+     {"A"},
+     "[ProfileSummary]\nTotalProfile=1\n\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n\n"
+     "[SystemDefault]\nProfile=Profile0\n"},
     {"DefaultsOfWhichOneIsNamed",
      "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n"
      "[Profile1]\nDisplayName=B\nDefaultProfile=1\n[SystemDefault]\nProfile=Profile1\n",
@@ -142,12 +183,13 @@ const Broken FILES[] = {
      "[Profile0]\nUserID=b\n DisplayName = C\n[Other]\nDisplayName=X\n[Profile0]\nDisplayName=D\n[Profile2]\n"
      "DisplayName=E\n[Other]\nDisplayName=Y\n[SystemDefault]\nProfile=Profile0\n",
      {"“A” (Profile0) is not listed: there is another Profile0 below.",
-      "“C” (Profile0) is not listed: there is another Profile0 below."},
+      "“C” (Profile0) is not listed: there is another Profile0 below.",
+      "“D” (Profile0) is named as the default, but no profile is marked as it."},
      {"D", "B", "E", "A", "C"},
      "[ProfileSummary]\nTotalProfile=5\n\n[Profile3]\nDisplayName=A\nUserID=a\n\n[Profile1]\nDisplayName="
      "B\n\n"
      "[Profile4]\nUserID=b\nDisplayName=C\n\n[Other]\nDisplayName=X\nDisplayName=Y\n\n[Profile0]"
-     "\nDisplayName=D\n\n"
+     "\nDisplayName=D\nDefaultProfile=true\n\n"
      "[Profile2]\nDisplayName=E\n\n[SystemDefault]\nProfile=Profile0\n"},
     {"GroupsOfOneNumberAfterAByteOrderMark",
      "\xEF\xBB\xBF[Profile0]\nDisplayName=A\nServer=a\n[Profile0]\nDisplayName=B\n[ProfileSummary]\n"
@@ -198,10 +240,11 @@ const Broken FILES[] = {
      "mine\nProfile=Profile1\n[ProfileSummary\nTotalProfile=2\nInputSettings]\nUserID=u\n"
      "[Profile0]\nDisplayName=A\n[Profile1] # hers\nDisplayName=B\n",
      {"“A” (Profile0) is not listed.", "“B” (Profile1) is not listed.",
-      "Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty."},
+      "Line 1 and 3 more of the settings file cannot be read: the whole file counts as empty.",
+      "“B” (Profile1) is named as the default, but no profile is marked as it."},
      {"A", "B"},
      "[SystemDefault]\nProfile=Profile1\n\n[ProfileSummary]\nTotalProfile=2\n\n[InputSettings]\nUserID=u\n\n"
-     "[Profile0]\nDisplayName=A\n\n[Profile1]\nDisplayName=B\n"},
+     "[Profile0]\nDisplayName=A\n\n[Profile1]\nDisplayName=B\nDefaultProfile=true\n"},
     {"HeaderBeyondRepair",
      QByteArray("[ProfileSummary]\nTotalProfile=1\n") + ONE + "[\x01]\nDisplayName=B\n",
      {"“A” (Profile0) is not listed.",
@@ -258,6 +301,30 @@ TEST_P(BrokenFile, IsToldInWordsAndListsEveryProfileOnceRepaired)
     EXPECT_EQ(listed.join('\n').toStdString(), GetParam().listed.join('\n').toStdString());
 }
 
+TEST_P(BrokenFile, IsTidiedInSilenceUnlessItIsDamaged)
+{
+    const WarningLog warnings;
+    writeFile(GetParam().bytes);
+    const ProfileRepair tidied = tidyProfileFile(file());
+    EXPECT_EQ(tidied.copy, "");
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    const QByteArray now = readFile();
+    const auto damage = DAMAGED.find(GetParam().name);
+    if (damage != DAMAGED.end()) {
+        EXPECT_EQ(tidied.outcome, ProfileRepair::Damaged);
+        EXPECT_EQ(now, GetParam().bytes);
+        EXPECT_EQ(describeRepair(file()).join('\n').toStdString(), damage->join('\n').toStdString());
+        return;
+    }
+    EXPECT_EQ(tidied.outcome,
+              GetParam().found.isEmpty() ? ProfileRepair::NothingToDo : ProfileRepair::Repaired);
+    EXPECT_EQ(describeRepair(file()), QStringList());
+    EXPECT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::NothingToDo);
+    writeFile(GetParam().bytes);
+    repairProfileFile(file());
+    EXPECT_EQ(now, readFile()) << "what the repair makes of it";
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, BrokenFile, testing::ValuesIn(FILES),
                          [](const auto& broken) { return std::string(broken.param.name); });
 
@@ -285,6 +352,21 @@ TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
         ASSERT_EQ(listed->size(), profiles);
     }
     EXPECT_GT(repaired, good.size() / 2);
+}
+
+// It changes nothing, or nothing that the check or a repair would see; and says what else there is to do.
+void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)
+{
+    const ProfileRepair tidied = tidyProfileFile(settings.file());
+    const ProfileFile after(settings.file());
+    if (tidied.outcome == ProfileRepair::Repaired)
+        ASSERT_TRUE(after.findings().isEmpty());
+    else
+        ASSERT_EQ(settings.readFile(), bytes);
+    ASSERT_EQ(tidied.outcome == ProfileRepair::Damaged, !after.findings().isEmpty());
+    ASSERT_EQ(tidied.outcome == ProfileRepair::Damaged, !describeRepair(settings.file()).isEmpty());
+    ASSERT_EQ(settings.entries().size(), 1);
+    settings.writeFile(bytes);
 }
 
 // Pieces of files in any order: whatever they make up, the check and the repair agree on it.
@@ -338,6 +420,7 @@ TEST(BrokenFiles, OfPiecesInAnyOrderAreWholeOnceRepaired)
         settings.writeFile(bytes);
         const WarningLog warnings;
         const bool isGood = ProfileFile(settings.file()).findings().isEmpty();
+        verifyTidying(settings, bytes);
         const ProfileRepair repair = repairProfileFile(settings.file());
         ASSERT_EQ(repair.outcome, isGood ? ProfileRepair::NothingToDo : ProfileRepair::Repaired);
         repaired += !isGood;
@@ -407,13 +490,32 @@ TEST_F(Repair, LeavesTheOldFileOnAFullDisk)
     EXPECT_EQ(readFile(file() + ".old"), broken_);
 }
 
+TEST_F(Repair, ChangesNothingWhenATidyCannotReadOrWriteTheFile)
+{
+    const WarningLog warnings;
+    writeFile(broken_);
+    {
+        const SystemCallFault fault(SystemCall::Write, ENOSPC);
+        EXPECT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Failed);
+        ASSERT_GT(fault.fired(), 0);
+    }
+    {
+        const SystemCallFault fault(SystemCall::Read, EIO);
+        EXPECT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Unread);
+        ASSERT_GT(fault.fired(), 0);
+    }
+    EXPECT_EQ(readFile(), broken_);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
 TEST_F(Repair, OfAFileThatCannotBeReadFails)
 {
     ASSERT_TRUE(QDir().mkpath(file() + "/inside"));
     const ProfileFile checked(file());
     EXPECT_TRUE(checked.has(ProfileFile::Finding::CannotRead));
     EXPECT_FALSE(checked.canRepair());
-    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::Failed);
+    EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::Unread);
+    EXPECT_EQ(repairProfileFile(file()).error, "The settings file cannot be read (Invalid argument).");
     EXPECT_TRUE(QDir(file() + "/inside").exists());
 }
 

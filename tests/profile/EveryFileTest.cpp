@@ -73,7 +73,20 @@ QList<StoredProfile> storedProfiles()
     return profiles;
 }
 
-// The user of the default profile; "" when there is none.
+// The user of the profile that is marked as the default: of several, of the one that the file names, or else
+// of the first. "" when there is none.
+QString markedUser(const QList<StoredProfile>& profiles)
+{
+    const QString group = SETUP_SIP_Agent::getDefaultProfile();
+    QString user;
+    for (const StoredProfile& profile : profiles) {
+        if (profile.record.defaultProfile && (user.isEmpty() || profile.group == group))
+            user = profile.record.userID;
+    }
+    return user;
+}
+
+// The user of the profile that the file names as the default; "" when there is none.
 QString defaultUser(const QList<StoredProfile>& profiles)
 {
     const QString group = SETUP_SIP_Agent::getDefaultProfile();
@@ -88,6 +101,18 @@ qsizetype marked(const QList<StoredProfile>& profiles)
 {
     return std::count_if(profiles.begin(), profiles.end(),
                          [](const StoredProfile& profile) { return profile.record.defaultProfile; });
+}
+
+// The one that is marked is the one that the file names.
+bool agreesOnDefault(const QList<StoredProfile>& profiles)
+{
+    QString group;
+    for (const StoredProfile& profile : profiles) {
+        if (profile.record.defaultProfile)
+            group = profile.group;
+    }
+    const QString named = SETUP_SIP_Agent::getDefaultProfile();
+    return group.isEmpty() ? !named.startsWith("Profile") : named == group;
 }
 
 // All that is in it but its name and its mark as the default, which a repair may change.
@@ -302,7 +327,7 @@ protected:
             names.insert(name);
         }
         ASSERT_EQ(checked.profiles().size(), profiles.size());
-        ASSERT_EQ(!checked.findings().isEmpty(), wrong || marked(profiles) > 1);
+        ASSERT_EQ(!checked.findings().isEmpty(), wrong || marked(profiles) > 1 || !agreesOnDefault(profiles));
         if (listed && names.size() == profiles.size())
             verifyListing(checked, *listed);
     }
@@ -324,7 +349,7 @@ protected:
 
     void verifyRepair(const QByteArray& bytes, const QList<StoredProfile>& before)
     {
-        const QString formerDefault = defaultUser(before);
+        const QString formerDefault = markedUser(before);
         const bool wasWrong = !ProfileFile(file()).findings().isEmpty();
         const ProfileRepair repair = repairProfileFile(file());
         ASSERT_EQ(repair.outcome, wasWrong ? ProfileRepair::Repaired : ProfileRepair::NothingToDo);

@@ -1,5 +1,4 @@
-// The repair while the daemon is at work on the profiles.
-#include "DaemonLink.h"
+// The settings file is put in order while the daemon is at work on the profiles.
 #include "ProfileRepair.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
@@ -23,29 +22,34 @@ std::vector<std::string> usersThatCameTo(const TestRegistrar& registrar)
     return users;
 }
 
-class RepairBesideSipd : public SipdTest
+class TidyBesideSipd : public SipdTest
 {
 };
 
-TEST_F(RepairBesideSipd, LetsNoProfileBeConnectedForTheOneThatHadItsNumber)
+TEST_F(TidyBesideSipd, LeavesEveryProfileConnectedUnderItsNewNumber)
 {
     TestRegistrar broken;
     broken.setAnswer(500);
     TestRegistrar good;
     writeFile("[ProfileSummary]\nTotalProfile=3\n[Profile1]\n" +
               profile("B", "berta", broken).replace("AutoConnect=false", "AutoConnect=true") +
-              "[Profile2]\n" + profile("C", "carla", good) + "[Profile4]\n" + profile("D", "dora", good));
+              "[Profile2]\n" + profile("C", "carla", good) + "[Profile4]\n" + profile("D", "dora", good) +
+              "DefaultProfile=true\n");
     startDaemon();
     ASSERT_TRUE(waitUntil([&] { return !broken.requests().empty() && statusOf("Profile1") == 0; }));
-
-    ASSERT_EQ(repairProfileFile(file(), releaseProfiles).outcome, ProfileRepair::Repaired);
-    // Once it has noticed the next change, it has seen the repaired file, too.
     ASSERT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    writeFile(readFile().replace("dora", "doris"));
-    ASSERT_TRUE(waitUntil([&] { return usersThatCameTo(good).back() == "doris"; }));
-    EXPECT_THAT(usersThatCameTo(good), testing::Not(testing::Contains("carla")));
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    EXPECT_EQ(statusOf("Profile1"), 0U);
+    ASSERT_EQ(connectProfile("Profile4"), SIPD_ACK_SUCCESS);
+    const std::vector<std::string> users = usersThatCameTo(good);
+
+    ASSERT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Repaired);
+    EXPECT_NE(statusOf("Profile0"), SIPD_PROFILE_CONNECTED);
+    EXPECT_EQ(statusOf("Profile1"), SIPD_PROFILE_CONNECTED);
+    EXPECT_EQ(statusOf("Profile2"), SIPD_PROFILE_CONNECTED);
+    EXPECT_EQ(statusOf("Profile4"), 0U);
+    EXPECT_EQ(usersThatCameTo(good), users) << "nothing was sent";
+    EXPECT_EQ(disconnectProfile("Profile1"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(usersThatCameTo(good).back(), "carla");
+    EXPECT_EQ(statusOf("Profile2"), SIPD_PROFILE_CONNECTED);
 }
 
 } // namespace

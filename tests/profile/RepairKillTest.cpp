@@ -80,4 +80,35 @@ TEST_F(KilledRepair, LeavesTheOldFileOrTheNewOneWholeAndTheNextOneFinishes)
     EXPECT_LT(kept, killed);
 }
 
+TEST_F(KilledRepair, LeavesNothingBesideTheFileWhenItIsATidy)
+{
+    umask(0);
+    restore();
+    ASSERT_EQ(runInChild([this] { return static_cast<int>(tidyProfileFile(file()).outcome); }),
+              ProfileRepair::Repaired);
+    const QByteArray tidied = readFile();
+    int killed = 0;
+    int kept = 0;
+    for (;; ++killed) {
+        ASSERT_LT(killed, MOST_CALLS);
+        SCOPED_TRACE(testing::Message() << "killed before system call " << killed);
+        restore();
+        const Kill result = killBeforeSystemCall(
+            killed, [] {}, [this] { tidyProfileFile(file()); });
+        ASSERT_NE(result, Kill::Failed);
+        if (result == Kill::NoSuchCall)
+            break;
+        const QByteArray now = readFile();
+        ASSERT_TRUE(now == BROKEN || now == tidied);
+        kept += now == BROKEN;
+        expectNothingOpenToOthers();
+        ASSERT_FALSE(QFile::exists(file() + ".old"));
+    }
+    ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    std::cout << "[ KILLED   ] before each of " << killed << " system calls; " << kept
+              << " times the old file, " << killed - kept << " times the new one\n";
+    EXPECT_GT(kept, 0);
+    EXPECT_LT(kept, killed);
+}
+
 } // namespace

@@ -25,7 +25,7 @@ const QByteArray FILE_OF_THREE = "[ProfileSummary]\nTotalProfile=3\n"
                                  "[Profile0]\nDisplayName=Home\nServer=sip.example.com\nUserID=anna\n"
                                  "Password=secret\nPortNum=5070\n"
                                  "[Profile1]\nDisplayName=Büro 2\nServer=2001:db8::1\nPassword=geheim\n"
-                                 "AutoConnect=false\n"
+                                 "AutoConnect=false\nDefaultProfile=true\n"
                                  "[Profile2]\nDisplayName=C\n"
                                  "[SystemDefault]\nProfile=Profile1\n";
 const QByteArray ENDLESS_FILE = "[ProfileSummary]\nTotalProfile=3\n[Profile0]\nDisplayName=A\n"
@@ -420,6 +420,10 @@ TEST_F(SipProfile, ChecksTheFileAndSaysWhatItFoundByItsExitCode)
     EXPECT_EQ(json["findings"][0]["kind"].toString(), "endless");
     EXPECT_EQ(json["findings"][1]["kind"].toString(), "wrong-count");
     EXPECT_EQ(readFile(), ENDLESS_FILE);
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\nDefaultProfile=true\n");
+    EXPECT_EQ(run({"check"}).out,
+              "“A” (Profile0) is marked as the default, but the settings file does not name it.\n");
+    EXPECT_EQ(runJson({"check"}, 1)["findings"][0]["kind"].toString(), "wrong-default");
 }
 
 TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
@@ -429,6 +433,7 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.out, "“C” (Profile2) is not listed.\n“B” (Profile1) is listed 2 times.\n"
                           "There is Profile1, but no Profile0.\n"
+                          "“C” (Profile2) is named as the default, but no profile is marked as it.\n"
                           "Repaired. The old file is kept as " +
                               file().toStdString() + ".old.\n");
     EXPECT_EQ(result.err,
@@ -444,84 +449,24 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
     const QJsonObject json = runJson({"repair"}, 0);
     EXPECT_TRUE(json["repaired"].toBool());
     EXPECT_EQ(json["copy"].toString(), file() + ".old");
-    EXPECT_EQ(json["findings"].toArray().size(), 3);
+    EXPECT_EQ(json["findings"].toArray().size(), 4);
 }
 
-TEST_F(SipProfile, SaysThatNothingIsWrongWithAFileThatSomeoneElseRepairsMeanwhile)
+TEST_F(SipProfile, RepairsTheFileWhateverTheDaemonDoesAndAsksItNothing)
 {
-    writeFile(DOUBLED_FILE);
-    ScriptedDaemon daemon(Scenario{}, [this](int, const SipdMessage&) { writeFile(FILE_OF_THREE); });
-    ASSERT_EQ(daemon.start(), "");
-    const Result result = run({"repair"});
-    EXPECT_EQ(result.code, 0);
-    EXPECT_EQ(result.out, "Nothing is wrong with " + file().toStdString() + ".\n");
-    writeFile(DOUBLED_FILE);
-    EXPECT_EQ(
-        runJson({"repair"}, 0),
-        QJsonObject({{"file", file()}, {"findings", QJsonArray()}, {"repaired", false}, {"exitCode", 0}}));
-    EXPECT_EQ(readFile(), FILE_OF_THREE);
-}
-
-TEST_F(SipProfile, DoesNotRepairWhileTheDaemonHasAProfileConnected)
-{
-    writeFile(DOUBLED_FILE);
-    play("admit");
-    ASSERT_EQ(run({"connect", "C"}).code, 0);
-    expectFailure({"repair"}, 6, "“C” (Profile2) is connected or being connected: disconnect it first.");
-    EXPECT_EQ(readFile(), DOUBLED_FILE);
-    ASSERT_EQ(run({"disconnect", "C"}).code, 0);
-    EXPECT_EQ(run({"repair"}).code, 0);
-    EXPECT_NE(readFile(), DOUBLED_FILE);
-}
-
-TEST_F(SipProfile, DoesNotRepairWhileTheDaemonIsConnectingAProfile)
-{
-    writeFile(DOUBLED_FILE);
-    for (const char* scenario : {"status:1", "status:7"}) {
+    for (const char* scenario : {"status:1", "status:2", "disconnect-ack:1", "refuse", "reset", "silent"}) {
+        SCOPED_TRACE(scenario);
+        writeFile(DOUBLED_FILE);
         play(scenario);
-        expectFailure({"repair"}, 6, "“B” (Profile1) is connected or being connected: disconnect it first.");
-        EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>());
+        EXPECT_EQ(run({"repair"}).code, 0);
+        EXPECT_NE(readFile(), DOUBLED_FILE);
+        EXPECT_EQ(daemon().accepted(), 0);
     }
-    EXPECT_EQ(readFile(), DOUBLED_FILE);
 }
 
-TEST_F(SipProfile, HasTheDaemonGiveUpEveryProfileRightBeforeTheRepair)
+TEST_F(SipProfile, NamesNoExitStatusForWhatIsConnected)
 {
-    writeFile(DOUBLED_FILE);
-    std::vector<std::string> givenUp;
-    ScriptedDaemon daemon(Scenario{}, [&](int, const SipdMessage& message) {
-        const auto request = decodeProfile(message);
-        if (!request || request->request != PROFILE_CTRL_DISCONNECT)
-            return;
-        givenUp.emplace_back(request->name);
-        EXPECT_EQ(readFile(), DOUBLED_FILE);
-        EXPECT_EQ(readFile(file() + ".old"), DOUBLED_FILE);
-    });
-    ASSERT_EQ(daemon.start(), "");
-    EXPECT_EQ(run({"repair"}).code, 0);
-    daemon.stop();
-    EXPECT_EQ(givenUp, std::vector<std::string>({"Profile1", "Profile2"}));
-    EXPECT_NE(readFile(), DOUBLED_FILE);
-}
-
-TEST_F(SipProfile, DoesNotRepairWhenTheDaemonDoesNotGiveUpAProfile)
-{
-    writeFile(DOUBLED_FILE);
-    play("disconnect-ack:1");
-    expectFailure({"repair"}, 4, "The SIP daemon does not disconnect the profiles for the repair.");
-    EXPECT_EQ(requested(PROFILE_CTRL_DISCONNECT), std::vector<std::string>({"Profile1", "Profile1"}));
-    EXPECT_EQ(readFile(), DOUBLED_FILE);
-}
-
-TEST_F(SipProfile, DoesNotRepairWhileTheDaemonDoesNotSay)
-{
-    writeFile(DOUBLED_FILE);
-    for (const char* scenario : {"refuse", "reset", "close-after:20"}) {
-        play(scenario);
-        expectFailure({"repair"}, 4, "The SIP daemon does not say whether a profile is connected.");
-    }
-    EXPECT_EQ(readFile(), DOUBLED_FILE);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_THAT(run({"--help"}).out, Not(HasSubstr("not repaired")));
 }
 
 TEST_F(SipProfile, SaysWhenTheFileCannotBeRead)
@@ -569,7 +514,7 @@ TEST_F(SipProfile, ExplainsItself)
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
     for (const char* word : {"list", "status [NAME]", "connect NAME", "disconnect NAME", "check", "repair",
-                             "--json", "close the phone's list of profiles first"})
+                             "--json", "close the phone's list of profiles"})
         EXPECT_THAT(help.out, HasSubstr(word));
     EXPECT_EQ(run({"repair", "--help"}).out, help.out);
     EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("sip-profile [0-9.]+\n"));

@@ -1,0 +1,499 @@
+// Every order of what a person can do with the profiles, by what the screens call in the store and by what
+// the phone does before the list opens and after it has closed. ORMU_EVERY_ORDER=full in the environment has
+// it go deeper.
+#include "BoundedListing.h"
+#include "ProfileFile.h"
+#include "ProfileRepair.h"
+#include "RepairDecision.h"
+#include "SETUP_SIP_Agent.h"
+#include "SettingsFixture.h"
+
+#include <QFile>
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <unistd.h>
+
+// Nothing here is to survive the machine: thousands of files are not waited for.
+extern "C" int fsync(int)
+{
+    return 0;
+}
+
+namespace {
+
+// Where there is such a place, the files are written to memory.
+const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
+
+const bool IS_FULL = qgetenv("ORMU_EVERY_ORDER") == "full";
+#if defined(__SANITIZE_ADDRESS__) || defined(__arm__)
+constexpr int LESS = 1; // it takes four times as long, under emulation twenty times
+#else
+constexpr int LESS = 0;
+#endif
+const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5 - LESS;
+const int DEPTH_FROM_THREE = IS_FULL ? 5 : 3 - LESS;
+constexpr int MOST_GROUPS = 14;
+
+// A profile as the person knows it. The user tells it from every other, whatever its name is.
+struct Known
+{
+    QString name;
+    QString user;
+    bool isDefault = false;
+    bool operator==(const Known&) const = default;
+};
+using Profiles = QList<Known>;
+
+Profiles sorted(Profiles profiles)
+{
+    std::sort(profiles.begin(), profiles.end(),
+              [](const Known& a, const Known& b) { return a.name < b.name; });
+    return profiles;
+}
+
+void PrintTo(const Known& known, std::ostream* out)
+{
+    *out << qPrintable(known.name) << " of " << qPrintable(known.user)
+         << (known.isDefault ? ", default" : "");
+}
+
+struct Operation
+{
+    enum Kind { Add, Delete, Rename, SetDefault, Reopen, KillAndReopen };
+    Kind kind = Reopen;
+    QStringList names = {}; // a rename's are the old one and the new one
+    QString user = {};      // of an addition
+};
+
+QString describe(const Operation& operation)
+{
+    static const char* const verbs[] = {"add ",         "delete ", "rename ",
+                                        "set default ", "reopen",  "kill, reopen"};
+    return verbs[operation.kind] + operation.names.join(u' ');
+}
+
+// The open store is what the file was when the list opened, and what was done with it since.
+struct State
+{
+    QByteArray opened;
+    QList<Operation> since;
+    QByteArray file;
+    Profiles known;
+};
+
+// Values that tell the user's profile from every other, in every field.
+SIP_PROFILE_CONTENT recordOf(const QString& name, const QString& user)
+{
+    const unsigned int number = user.mid(1).toUInt();
+    SIP_PROFILE_CONTENT record;
+    record.displayName = name;
+    record.server = user + ".net";
+    record.portNum = 1000 + number;
+    record.userID = user;
+    record.password = user + "p";
+    record.registerValue = user + "r";
+    record.network = user + "n";
+    record.autoConnect = (number & 1u) != 0;
+    record.locked = (number & 2u) != 0;
+    record.needUserIDPass = (number & 4u) != 0;
+    record.remPassword = (number & 8u) != 0;
+    return record;
+}
+
+Known knownOf(const SIP_PROFILE_CONTENT& record)
+{
+    const SIP_PROFILE_CONTENT whole = recordOf(record.displayName, record.userID);
+    const bool isWhole =
+        std::tie(record.server, record.portNum, record.password, record.registerValue, record.network,
+                 record.autoConnect, record.locked, record.needUserIDPass, record.remPassword) ==
+        std::tie(whole.server, whole.portNum, whole.password, whole.registerValue, whole.network,
+                 whole.autoConnect, whole.locked, whole.needUserIDPass, whole.remPassword);
+    return {record.displayName, isWhole ? record.userID : "mixed up", record.defaultProfile};
+}
+
+// Answers the question as it is told, and counts.
+class Person : public RepairDecision
+{
+public:
+    explicit Person(bool wantsRepair) : wantsRepair_(wantsRepair) {}
+
+    int asked() const { return asked_; }
+    int told() const { return told_; }
+
+protected:
+    bool asksForRepair(const QString&) override
+    {
+        ++asked_;
+        return wantsRepair_;
+    }
+    void tellSuccess(const QString&) override { ++told_; }
+    void tellFailure(const QString&) override { ++told_; }
+
+private:
+    const bool wantsRepair_;
+    int asked_ = 0;
+    int told_ = 0;
+};
+
+class EveryOrder : public SettingsTest
+{
+protected:
+    ~EveryOrder() override { SETUP_SIP_Agent::cleanup(); }
+
+    static SETUP_SIP_Agent& store() { return *SETUP_SIP_Agent::instance(); }
+
+    // What the screens call in the store.
+
+    static void add(const QString& name, const QString& user)
+    {
+        SIP_PROFILE_CONTENT record = recordOf(name, user);
+        store().setProfileInfo(record, name);
+    }
+
+    static void rename(const QString& from, const QString& to)
+    {
+        SIP_PROFILE_CONTENT record;
+        store().getProfileInfo(record, from);
+        record.displayName = to;
+        store().deleteProfile(from);
+        store().setProfileInfo(record, to);
+    }
+
+    void run(const Operation& operation)
+    {
+        switch (operation.kind) {
+        case Operation::Add:
+            return add(operation.names[0], operation.user);
+        case Operation::Delete:
+            for (const QString& name : operation.names)
+                store().deleteProfile(name);
+            return;
+        case Operation::Rename:
+            return rename(operation.names[0], operation.names[1]);
+        case Operation::SetDefault:
+            return store().setDefaultProfile(operation.names[0]);
+        case Operation::Reopen:
+            SETUP_SIP_Agent::cleanup();
+            tidyProfileFile(file());
+            return open();
+        case Operation::KillAndReopen:
+            SETUP_SIP_Agent::cleanup();
+            return open();
+        }
+    }
+
+    void open()
+    {
+        Person person(true);
+        ASSERT_TRUE(person.mayOpen());
+        ASSERT_EQ(person.asked(), 0) << "a question";
+        ASSERT_EQ(person.told(), 0);
+        ASSERT_TRUE(boundedListing(file())) << "the list never opens";
+        ASSERT_TRUE(ProfileFile(file()).findings().isEmpty());
+        ASSERT_LE(entries().size(), 1 + copies_) << "a copy";
+        store();
+    }
+
+    // What the person expects of it.
+    static Profiles expected(Profiles known, const Operation& operation)
+    {
+        const auto remove = [&known](const QString& name) {
+            known.removeIf([&name](const Known& profile) { return profile.name == name; });
+        };
+        switch (operation.kind) {
+        case Operation::Add:
+            known.append({operation.names[0], operation.user});
+            break;
+        case Operation::Delete:
+            for (const QString& name : operation.names)
+                remove(name);
+            break;
+        case Operation::Rename:
+            remove(operation.names[1]);
+            for (Known& profile : known) {
+                if (profile.name == operation.names[0])
+                    profile.name = operation.names[1];
+            }
+            break;
+        case Operation::SetDefault:
+            for (Known& profile : known)
+                profile.isDefault = profile.name == operation.names[0];
+            break;
+        case Operation::Reopen:
+        case Operation::KillAndReopen:
+            break;
+        }
+        return known;
+    }
+
+    static QString firstNotIn(const QStringList& taken, const QString& stem, int first)
+    {
+        int number = first;
+        while (taken.contains(stem + QString::number(number)))
+            ++number;
+        return stem + QString::number(number);
+    }
+
+    static QList<Operation> operations(const Profiles& known)
+    {
+        QStringList names;
+        QStringList users;
+        for (const Known& profile : known) {
+            names += profile.name;
+            users += profile.user;
+        }
+        const QString newName = firstNotIn(names, "N", 0);
+        QList<Operation> operations = {{Operation::Reopen}, {Operation::KillAndReopen}};
+        if (names.size() < SETUP_SIP_Agent::MAX_SIP_PROFILE)
+            operations.append({Operation::Add, {newName}, firstNotIn(users, "u", 0)});
+        for (unsigned int ticked = 1; ticked < 1u << names.size(); ++ticked) {
+            QStringList rows;
+            for (qsizetype i = 0; i < names.size(); ++i) {
+                if ((ticked & (1u << i)) != 0)
+                    rows += names[i];
+            }
+            operations.append({Operation::Delete, rows});
+        }
+        for (const QString& name : names) {
+            operations.append({Operation::SetDefault, {name}});
+            operations.append({Operation::Rename, {name, newName}});
+            for (const QString& other : names) {
+                if (other != name)
+                    operations.append({Operation::Rename, {name, other}});
+            }
+        }
+        return operations;
+    }
+
+    // What the list shows, and what stands in the file, is what the person expects.
+    void verify(const Profiles& known) const
+    {
+        Profiles listed;
+        for (const QString& name : std::as_const(store().displayNames)) {
+            SIP_PROFILE_CONTENT record;
+            store().getProfileInfo(record, name);
+            listed.append(knownOf(record));
+        }
+        ASSERT_EQ(sorted(listed), sorted(known)) << "in the list";
+        Profiles stored;
+        SETUP_SET_Manager manager(file(), false);
+        for (int number = 0; number < MOST_GROUPS; ++number) {
+            SIP_PROFILE_CONTENT record;
+            SETUP_SIP_Agent::getProfileInfoFromFile(&manager, record,
+                                                    QStringLiteral("Profile%1").arg(number));
+            if (!record.displayName.isEmpty())
+                stored.append(knownOf(record));
+        }
+        ASSERT_EQ(sorted(stored), sorted(known)) << "in the file";
+    }
+
+    static void verifyDefault(const Profiles& known)
+    {
+        QString group = SETUP_SIP_Agent::getDefaultProfile();
+        QString name;
+        for (const Known& profile : known) {
+            if (profile.isDefault)
+                name = profile.name;
+        }
+        ASSERT_EQ(SETUP_SIP_Agent::getProfileDisplayName(group), name)
+            << "the default is " << qPrintable(group);
+        ASSERT_EQ(group.startsWith("Profile"), !name.isEmpty());
+    }
+
+    void enter(const State& state)
+    {
+        SETUP_SIP_Agent::cleanup();
+        if (state.opened.isEmpty())
+            QFile::remove(file());
+        else
+            writeFile(state.opened);
+        store();
+        for (const Operation& operation : state.since)
+            run(operation);
+        ASSERT_EQ(fileNow(), state.file);
+    }
+
+    QByteArray fileNow() const { return QFile::exists(file()) ? readFile() : QByteArray(); }
+
+    State reach(const State& from, const Operation& operation)
+    {
+        run(operation);
+        const bool isReopened =
+            operation.kind == Operation::Reopen || operation.kind == Operation::KillAndReopen;
+        State state = {from.opened, from.since + QList<Operation>{operation}, fileNow(),
+                       expected(from.known, operation)};
+        if (isReopened)
+            state = {state.file, {}, state.file, state.known};
+        verify(state.known);
+        if (isReopened)
+            verifyDefault(state.known);
+        return state;
+    }
+
+    // What tells the open store from others that are as the person expects: all but names and contents, which
+    // are the same to the store and to the phone as long as they differ.
+    static QByteArray keyOf(const State& state)
+    {
+        QByteArray key;
+        for (const QByteArray& line : state.file.split('\n')) {
+            if (line.startsWith('[') || line.startsWith("TotalProfile=") ||
+                line.startsWith("DefaultProfile=") || line.startsWith("Profile="))
+                key += line + '\n';
+        }
+        for (const QString& name : std::as_const(store().displayNames)) {
+            QString group;
+            store().getProfileGroupName(name, group);
+            key += group.toUtf8() + '\n';
+        }
+        return key;
+    }
+
+    // Each state is gone on from once, however many orders lead to it.
+    void expand(int index)
+    {
+        const State state = states_[index];
+        for (const Operation& operation : operations(state.known)) {
+            ASSERT_NO_FATAL_FAILURE(enter(state));
+            const State next = reach(state, operation);
+            ++operations_;
+            if (HasFatalFailure()) {
+                std::cout << "after" << qPrintable(' ' + orders_[index] + describe(operation)) << '\n';
+                return;
+            }
+            const QByteArray key = keyOf(next);
+            auto found = indexes_.find(key);
+            if (found == indexes_.end()) {
+                found = indexes_.insert(key, static_cast<int>(states_.size()));
+                states_.append(next);
+                orders_.append(orders_[index] + describe(operation) + "; ");
+            }
+            successors_[index].append(*found);
+        }
+    }
+
+    void explore(const State& start, int depth)
+    {
+        states_ = {start};
+        orders_ = {QString()};
+        std::map<int, quint64> level = {{0, 1}};
+        quint64 orders = 0;
+        for (int i = 0; i < depth; ++i) {
+            std::map<int, quint64> next;
+            for (const auto& [index, count] : level) {
+                if (!successors_.contains(index))
+                    expand(index);
+                if (HasFatalFailure())
+                    return;
+                for (const int successor : std::as_const(successors_[index]))
+                    next[successor] += count;
+            }
+            level = next;
+            orders = 0;
+            for (const auto& [index, count] : level)
+                orders += count;
+        }
+        std::cout << "[ ORDERS   ] " << orders << " of " << depth << " operations, " << states_.size()
+                  << " states, " << operations_ << " operations\n";
+    }
+
+    // So many profiles, of which the first is the default if there is one.
+    State fresh(int profiles, bool hasDefault)
+    {
+        Profiles known;
+        for (int i = 0; i < profiles; ++i) {
+            known.append({QStringLiteral("N%1").arg(i), QStringLiteral("u%1").arg(i), hasDefault && i == 0});
+            add(known.last().name, known.last().user);
+        }
+        if (hasDefault)
+            store().setDefaultProfile(known.first().name);
+        SETUP_SIP_Agent::cleanup();
+        return {fileNow(), {}, fileNow(), known};
+    }
+
+    int copies_ = 0; // kept before the first operation
+    QList<State> states_;
+    QStringList orders_;
+    QHash<QByteArray, int> indexes_;
+    QHash<int, QList<int>> successors_;
+    quint64 operations_ = 0;
+};
+
+TEST_F(EveryOrder, FromNoProfileKeepsEveryProfileAndAsksNothing)
+{
+    explore(fresh(0, false), DEPTH_FROM_NONE);
+    EXPECT_GT(states_.size(), 100);
+}
+
+TEST_F(EveryOrder, FromThreeProfilesKeepsEveryProfileAndAsksNothing)
+{
+    explore(fresh(3, false), DEPTH_FROM_THREE);
+    EXPECT_GT(states_.size(), 100);
+}
+
+TEST_F(EveryOrder, FromThreeOfWhichOneIsDefaultKeepsItAndAsksNothing)
+{
+    explore(fresh(3, true), DEPTH_FROM_THREE);
+    EXPECT_GT(states_.size(), 100);
+}
+
+struct Damage
+{
+    const char* name;
+    const char* piece; // of the file of three profiles, and what stands there instead
+    const char* instead;
+    QStringList names; // once it is repaired
+};
+
+void PrintTo(const Damage& damage, std::ostream* out)
+{
+    *out << damage.name;
+}
+
+class EveryOrderFromDamage : public EveryOrder, public testing::WithParamInterface<Damage>
+{
+};
+
+TEST_P(EveryOrderFromDamage, AsksUntilRepairedAndNeverAgain)
+{
+    State state = fresh(3, true);
+    ASSERT_TRUE(state.file.contains(GetParam().piece));
+    const QByteArray damaged = state.file.replace(GetParam().piece, GetParam().instead);
+    writeFile(damaged);
+    for (int i = 0; i < 2; ++i) {
+        Person declining(false);
+        ASSERT_FALSE(declining.mayOpen());
+        ASSERT_EQ(declining.asked(), 1);
+        ASSERT_EQ(declining.told(), 0);
+        ASSERT_EQ(readFile(), damaged);
+        ASSERT_EQ(entries().size(), 1);
+    }
+    Person agreeing(true);
+    ASSERT_TRUE(agreeing.mayOpen());
+    ASSERT_EQ(agreeing.asked(), 1);
+    ASSERT_EQ(agreeing.told(), 1);
+    ASSERT_EQ(readFile(file() + ".old"), damaged);
+    ASSERT_EQ(FileIdentity(file() + ".old").mode & 07777, 0600u);
+
+    copies_ = 1;
+    for (qsizetype i = 0; i < state.known.size(); ++i)
+        state.known[i].name = GetParam().names[i];
+    state.opened = state.file = readFile();
+    verify(state.known);
+    verifyDefault(state.known);
+    explore(state, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, EveryOrderFromDamage,
+    testing::Values(Damage{"ALine", "UserID=u1\n", "UserID=u1\noops\n", {"N0", "N1", "N2"}},
+                    Damage{"TwoOfOneNumber", "[Profile2]", "[Profile1]", {"N0", "N1", "N2"}},
+                    Damage{"NoName", "DisplayName=N1\n", "", {"N0", "u1@u1.net", "N2"}},
+                    Damage{"TwoOfOneName", "DisplayName=N1\n", "DisplayName=N0\n", {"N0", "N0 (2)", "N2"}}),
+    [](const auto& damage) { return std::string(damage.param.name); });
+
+} // namespace
