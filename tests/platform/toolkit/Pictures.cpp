@@ -129,6 +129,45 @@ void form()
     take("form-check");
 }
 
+// Labels longer than their places, under a menu at the last row.
+void details()
+{
+    OrmuMainWidget screen;
+    auto* bar = new UTIL_CST(&screen, "Set as default", "CST_Menu", "CST_Back");
+    screen.setCSTWidget(bar);
+    QScrollView* content = screen.getContentWidget();
+    int y = 0;
+    for (const QString& text :
+         {QString("Profile name:Home"),
+          "Profile name:" + QString("Conference room, second floor ").repeated(4),
+          "Server address:" + QString("a.very.long.host.").repeated(8), "User Name:" + QString(90, 'w')}) {
+        auto* label = new QLabel(text, content);
+        label->setTextFormat(Qt::PlainText);
+        label->setGeometry(0, y, 220, 30);
+        content->addChild(label, 0, y);
+        y += 30;
+    }
+    screen.show();
+    take("details");
+    UTIL_ProgressDialog progress("Connecting...", "Cancel", 10, &screen);
+    progress.show();
+    OrmuMessageBox notice(nullptr, RES_ICON_Reader().getIcon("Dialog_Complete.gif"),
+                          "connect to server successfully", "", "", "", 1);
+    notice.show();
+    take("notice-over-progress");
+    progress.hide();
+    take("notice-alone");
+    notice.hide();
+    QPopupMenu menu;
+    menu.insertItem("Connect", 0);
+    menu.insertItem("Delete Profile", 1);
+    menu.popup(OrmuPhoneWindow::fitPopup(
+                   QRect(OrmuPhoneWindow::instance()->mapToGlobal(QPoint(120, 280)), menu.sizeHint()))
+                   .topLeft());
+    take("menu-at-the-end");
+    menu.close();
+}
+
 void dialog(const char* name, const QString& titleText, const QString& format)
 {
     UTIL_Dialog dialog(UTIL_Dialog::LARGE, false, nullptr, nullptr, 1, 0);
@@ -181,6 +220,7 @@ int main(int argc, char** argv)
     target.mkpath(".");
     list();
     form();
+    details();
     dialog("delete", "Delete", "%C%T");
     dialog("select", "Select Profile", "%R%T");
     const RES_ICON_Reader icons;
