@@ -120,10 +120,7 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
 }
 
 // The mark stays where it is while the pointer goes to the soft key that chooses.
-void QPopupMenu::leaveEvent(QEvent* event)
-{
-    QWidget::leaveEvent(event);
-}
+void QPopupMenu::leaveEvent(QEvent*) {}
 
 void QPopupMenu::mouseMoveEvent(QMouseEvent* event)
 {
