@@ -155,6 +155,7 @@ void HomeScreen::closeProfileList()
 {
     delete profileList_;
     profileList_ = nullptr;
+    endSettings(profileFile());
     QString error; // The next list tells it.
     const auto tidy = reinterpret_cast<decltype(&tidyProfiles)>(
         resolveLibraryFunction(REPAIR_LIBRARY, "tidyProfiles", error));

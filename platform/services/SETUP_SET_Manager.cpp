@@ -5,6 +5,7 @@
 #include "SettingsText.h"
 
 #include <QFile>
+#include <QHash>
 #include <QStringEncoder>
 #include <QVarLengthArray>
 
@@ -100,6 +101,44 @@ bool apply(GKeyFile* keys, const Change& change)
     return change.key.isEmpty() ? clearGroupKeepingComment(keys, change.group) : setValue(keys, change);
 }
 
+// The changes that could not be saved, for each path.
+QHash<QString, std::vector<Change>>& unsavedChanges()
+{
+    static QHash<QString, std::vector<Change>> changes;
+    return changes;
+}
+
+// False, errno saying why, when it fails.
+bool replaceWith(const std::vector<Change>& changes, const SettingsFile& file, const QByteArray& name)
+{
+    bool differs = false;
+    for (const Change& change : changes)
+        differs |= apply(file.keys.get(), change);
+    return !differs ||
+           ((!file.damaged || keepDamagedFile(name)) && replaceSettingsFile(name, file.keys.get()));
+}
+
+// Saves what could not be saved before, and these changes after it. What fails is kept for the next save.
+void saveChanges(const QString& path, const std::vector<Change>& changes)
+{
+    const QByteArray name = QFile::encodeName(path);
+    if (const int error = unreadError(path)) {
+        qWarning("settings file %s could not be read, nothing is written", name.constData());
+        reportUnread(SettingsFailure::NotSavedUnread, path, error);
+        return;
+    }
+    std::vector<Change> all = unsavedChanges().take(path);
+    all.insert(all.end(), changes.begin(), changes.end());
+    const SettingsLock lock(name);
+    const SettingsFile file = readSettingsFile(name);
+    if (file.error != 0) {
+        reportUnread(SettingsFailure::NotSavedUnread, path, file.error);
+    } else if (!replaceWith(all, file, name)) {
+        reportUnsaved(path, errno);
+        unsavedChanges().insert(path, all);
+    }
+}
+
 } // namespace
 
 class SETUP_SET_Manager::File
@@ -112,6 +151,8 @@ public:
         isUnread_ = file.error != 0;
         if (isUnread_)
             reportUnread(SettingsFailure::NotRead, path_, file.error);
+        for (const Change& change : unsavedChanges().value(path_))
+            apply(keys_.get(), change);
     }
 
     Value value(const QString& group, const QString& key) const
@@ -133,19 +174,8 @@ public:
 
     void save() const
     {
-        if (!changed_)
-            return;
-        if (const int error = unreadError(path_)) {
-            qWarning("settings file %s could not be read, nothing is written", name_.constData());
-            reportUnread(SettingsFailure::NotSavedUnread, path_, error);
-            return;
-        }
-        const SettingsLock lock(name_);
-        const SettingsFile file = readSettingsFile(name_);
-        if (file.error != 0)
-            reportUnread(SettingsFailure::NotSavedUnread, path_, file.error);
-        else if (!replace(file))
-            reportUnsaved(path_, errno);
+        if (changed_)
+            saveChanges(path_, changes_);
     }
 
 private:
@@ -157,16 +187,6 @@ private:
         changes_.push_back(change);
     }
 
-    // False, errno saying why, when it fails.
-    bool replace(const SettingsFile& file) const
-    {
-        bool differs = false;
-        for (const Change& change : changes_)
-            differs |= apply(file.keys.get(), change);
-        return !differs ||
-               ((!file.damaged || keepDamagedFile(name_)) && replaceSettingsFile(name_, file.keys.get()));
-    }
-
     QString path_;
     QByteArray name_; // The path as the system takes it.
     KeyFile keys_;
@@ -174,6 +194,18 @@ private:
     bool isUnread_ = false;
     bool changed_ = false;
 };
+
+void endSettings(const QString& path)
+{
+    if (unsavedChanges().contains(path))
+        saveChanges(path, {});
+    dropUnsavedChanges(path);
+}
+
+void dropUnsavedChanges(const QString& path)
+{
+    unsavedChanges().remove(path);
+}
 
 SETUP_SET_Manager::SETUP_SET_Manager(const QString& path, bool) : file_(std::make_unique<File>(path)) {}
 

@@ -31,6 +31,10 @@
 // A path that is a symbolic link stands for the file at the end of the links: that one is replaced, or made
 // when it is not there yet, with its lock, temporary and damaged files beside it.
 //
+// Changes that cannot be saved for another reason are read as if they had been, and are saved with the next
+// save of that path in this process, or when the host has closed the screens (endSettings() in
+// SettingsFailure.h).
+//
 // The operations report no errors. What could not be read or saved is told to the host's handler (see
 // SettingsFailure.h), and in a warning, which quotes no values.
 //

@@ -103,6 +103,7 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 
 std::optional<SettingsFailure> beginSettings(const QString& path)
 {
+    dropUnsavedChanges(path);
     const int error = readSettingsFile(QFile::encodeName(path)).error;
     if (error == 0) {
         failures().unread.remove(path);

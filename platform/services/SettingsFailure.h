@@ -36,12 +36,20 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler);
 // that is missing or cannot be parsed has been read.
 std::optional<SettingsFailure> beginSettings(const QString& path);
 
+// The host calls this when the screens that had loaded the settings are closed, before anything else works on
+// the file. Changes that could not be saved are saved with the next save of that path in this process, so
+// that the file goes on agreeing with what the screens hold; this tries the rest once more and then drops it.
+// The handler gets the failure.
+void endSettings(const QString& path);
+
 // Whether the file could not be read since beginSettings(): what was loaded from it is not to be relied on.
 bool isSettingsFileUnread(const QString& path);
 
 // Whether files can be made in the settings directory, which is made as needed. Nothing when they can.
 std::optional<SettingsFailure> checkSettingsDirectory();
 
+// Forgets the changes of that path that could not be saved.
+void dropUnsavedChanges(const QString& path);
 // What the manager says of a read or a save that failed with this errno. A failed read forbids further saves.
 void reportUnread(SettingsFailure::Kind kind, const QString& path, int error);
 void reportUnsaved(const QString& path, int error);

@@ -88,6 +88,7 @@ TEST_P(StoreOperation, TellsEachCallOfTheSaveThatFails)
         for (const int error : {ENOSPC, EIO}) {
             for (int passing = 0;; ++passing) {
                 writeFile(bytes_);
+                ASSERT_FALSE(beginSettings(file()).has_value());
                 reopenedStore();
                 log.clear();
                 const SystemCallFault fault(call, error, passing, 1);
@@ -231,6 +232,65 @@ TEST_F(StoreFaults, OneReadThatFailsAnywhereKeepsEveryLaterSaveFromTheFile)
     }
     EXPECT_GE(faults, 20);
     std::cout << "[ FAULTS   ] " << faults << " reads that failed\n";
+}
+
+// As the edit screen renames a profile, with one save that fails.
+class FailedRename : public StoreFaults
+{
+protected:
+    FailedRename()
+    {
+        store().deleteProfile("B");
+        const SystemCallFault fault(SystemCall::Rename, ENOSPC, 0, 1);
+        addProfile("B renamed");
+        EXPECT_EQ(fault.fired(), 1);
+        EXPECT_EQ(log_.only().kind, SettingsFailure::NotSaved);
+        log_.clear();
+    }
+
+    QStringList namesAfterReopening()
+    {
+        SETUP_SIP_Agent::cleanup();
+        EXPECT_FALSE(beginSettings(file()).has_value());
+        reopenedStore();
+        return names();
+    }
+
+    const WarningLog warnings_;
+    FailureLog log_;
+};
+
+TEST_F(FailedRename, IsMadeUpForByTheNextSave)
+{
+    store().setDefaultProfile("C");
+    EXPECT_EQ(namesAfterReopening(), QStringList({"A", "B renamed", "C"}));
+    EXPECT_TRUE(log_.failures().isEmpty());
+}
+
+TEST_F(FailedRename, IsMadeUpForWhenTheListCloses)
+{
+    SETUP_SIP_Agent::cleanup();
+    endSettings(file());
+    EXPECT_EQ(namesAfterReopening(), QStringList({"A", "B renamed", "C"}));
+    EXPECT_TRUE(log_.failures().isEmpty());
+}
+
+TEST_F(FailedRename, IsReadAsTheListShowsIt)
+{
+    QString group = "Profile1";
+    EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(group), "B renamed");
+}
+
+TEST_F(FailedRename, IsToldOnceMoreAndDroppedWhenTheListClosesOnAFullDisk)
+{
+    {
+        const SystemCallFault fault(SystemCall::Rename, ENOSPC);
+        endSettings(file());
+        EXPECT_EQ(log_.only().kind, SettingsFailure::NotSaved);
+    }
+    EXPECT_EQ(namesAfterReopening(), QStringList({"A", "C"}));
+    addProfile("D");
+    EXPECT_EQ(namesAfterReopening(), QStringList({"A", "D", "C"}));
 }
 
 TEST_F(StoreFaults, AFullDiskIsToldForEveryChangeUntilThereIsRoom)
