@@ -30,13 +30,8 @@ namespace {
 const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
 
 const bool IS_FULL = qgetenv("ORMU_EVERY_ORDER") == "full";
-#if defined(__SANITIZE_ADDRESS__) || defined(__arm__)
-constexpr int LESS = 1; // it takes four times as long, under emulation twenty times
-#else
-constexpr int LESS = 0;
-#endif
-const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5 - LESS;
-const int DEPTH_FROM_THREE = IS_FULL ? 5 : 3 - LESS;
+const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5;
+const int DEPTH_FROM_THREE = IS_FULL ? 5 : 3;
 constexpr int MOST_GROUPS = 14;
 
 // A profile as the person knows it. The user tells it from every other, whatever its name is.
