@@ -22,6 +22,8 @@ namespace {
 
 constexpr int handedOverFd = 3;
 constexpr int keeperFd = 4;
+// To make the socket's file anew. The directory may be full.
+constexpr int mostAttempts = 100;
 constexpr char handedOverByKeeper[] = "socket:keeper";
 
 std::string problem(const std::string& what)
@@ -290,14 +292,14 @@ bool DaemonSocket::handleChange(const std::function<void(int former)>& onReplace
 
 void DaemonSocket::restoreFile(const std::function<void(int former)>& onReplaced)
 {
-    while (fd_ >= 0 && inodeAtPath() != inode_) {
+    for (int attempt = 1; fd_ >= 0 && inodeAtPath() != inode_; ++attempt) {
         const int former = fd_;
         std::string reason = clearPath();
         if (reason.empty())
             reason = bindOwn();
         // Before the watch is there, somebody may remove it again, or remove what is in its place.
         watchPlace();
-        if (!reason.empty() && inodeAtPath() == 0)
+        if (!reason.empty() && inodeAtPath() == 0 && attempt < mostAttempts)
             continue;
         if (!reason.empty()) {
             ORMU_LOG(ORMU_LEVEL_ERROR, "nobody reaches the daemon: %s", reason.c_str());

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -59,6 +60,8 @@ std::chrono::milliseconds pauseAfter(int shortLived)
 
 int Keeper::run()
 {
+    // Whoever ends every process that is called sipd ends the daemon alone.
+    prctl(PR_SET_NAME, "sip-keeper");
     const sigset_t signals = handledSignals();
     sigprocmask(SIG_BLOCK, &signals, nullptr);
     signals_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);

@@ -151,8 +151,10 @@ public:
         isUnread_ = file.error != 0;
         if (isUnread_)
             reportUnread(SettingsFailure::NotRead, path_, file.error);
-        for (const Change& change : unsavedChanges().value(path_))
+        const auto unsaved = unsavedChanges().value(path_);
+        for (const Change& change : unsaved)
             apply(keys_.get(), change);
+        isUnsaved_ = !unsaved.empty();
     }
 
     Value value(const QString& group, const QString& key) const
@@ -180,10 +182,11 @@ public:
 
 private:
     // What changes nothing is noted too: another manager may have removed it by the time of the saving, and
-    // a group that this one wrote must then be whole. What is in a file that was not read is not known.
+    // a group that this one wrote must then be whole. What is in a file that was not read is not known; and
+    // what could not be saved is saved with this.
     void make(const Change& change)
     {
-        changed_ |= apply(keys_.get(), change) || isUnread_;
+        changed_ |= apply(keys_.get(), change) || isUnread_ || isUnsaved_;
         changes_.push_back(change);
     }
 
@@ -192,6 +195,7 @@ private:
     KeyFile keys_;
     std::vector<Change> changes_;
     bool isUnread_ = false;
+    bool isUnsaved_ = false; // What is read has in part not been saved.
     bool changed_ = false;
 };
 

@@ -35,7 +35,8 @@ protected:
     void showEvent(QShowEvent* event) override
     {
         OrmuMessageBox::showEvent(event);
-        QTimer::singleShot(buttonText(0).isEmpty() ? NOTICE_MS : BUTTON_NOTICE_MS, this, &Notice::reject);
+        QTimer::singleShot(buttonText(0).isEmpty() ? NOTICE_MS : BUTTON_NOTICE_MS, Qt::PreciseTimer, this,
+                           &Notice::reject);
     }
 
     void keyPressEvent(QKeyEvent* event) override

@@ -233,7 +233,7 @@ TEST_F(Following, TheDefaultMarkIsNoPartOfAProfile)
     const size_t count = registrar.requests().size();
     replaceFile(textOf({{0, "bert"}, {1, "cleo", "secret", false, "cleo"}}, 1));
     EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_EQ(registrar.requests().size(), count);
+    EXPECT_TRUE(isSilentSince(count));
     EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
 }
 
@@ -297,11 +297,8 @@ TEST_F(Following, APauseMovesAndEndsInARegistration)
     ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 2; }, 1min));
     ASSERT_TRUE(waitForStatus("Profile1", 0));
     place({{0, "bert", "secret", true}});
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    EXPECT_EQ(registrar.requests().size(), 2U);
     registrar.setAnswer(std::nullopt);
     EXPECT_TRUE(waitForStatus("Profile0", 2));
-    EXPECT_EQ(registrar.requests().size(), 3U);
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_TRUE(usersNow().empty());
 }

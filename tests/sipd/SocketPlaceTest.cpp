@@ -102,7 +102,7 @@ TEST_F(SocketPlace, ItsFileIsMadeAnewWhenItIsRemoved)
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     for (int i = 0; i < 10; ++i) {
         ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
-        ASSERT_TRUE(waitUntil(isThere, patience));
+        ASSERT_TRUE(waitUntil(isReached, patience));
         EXPECT_EQ(statusOf("Profile0"), 2U);
     }
     struct stat status;
@@ -154,7 +154,7 @@ TEST_F(SocketPlace, ASecondOneRefusesWhileTheFileIsAway)
         command.emplace_back("--keep-running");
         EXPECT_EQ(outcomeOf(command), std::pair(std::string(alreadyListening), 1));
         kill(process, SIGCONT);
-        EXPECT_TRUE(waitUntil(isThere, patience));
+        EXPECT_TRUE(waitUntil(isReached, patience));
     }
 }
 
@@ -211,7 +211,7 @@ TEST_F(StrangersPlace, AnotherUsersSocketIsRefusedWithItsOwner)
 TEST_F(StrangersPlace, AnotherUsersListenerIsRefusedWhoeverOwnsTheFile)
 {
     const Stranger stranger([] { return bindSocket(SIPD_SOCKET_PATH); });
-    ASSERT_TRUE(waitUntil(isThere, patience));
+    ASSERT_TRUE(waitUntil([] { return SipdClient().isConnected(); }, patience));
     ASSERT_EQ(chown(SIPD_SOCKET_PATH, 0, 0), 0);
     EXPECT_EQ(outcomeOf({SIPD}),
               std::pair(std::string("sipd: user nobody is listening on " SIPD_SOCKET_PATH "\n"), 1));

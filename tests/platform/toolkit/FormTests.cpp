@@ -263,7 +263,13 @@ TEST(Form, CutsTheTextOfALabelAtItsEnd)
     // Its beginning is there, and an ellipsis in place of its end.
     const QImage cut = pictureOf(words.repeated(2));
     EXPECT_EQ(cut.copy(0, 2, 220, 13), pictureOf(words.repeated(3)).copy(0, 2, 220, 13));
-    EXPECT_EQ(cut, pictureOf(words.repeated(2)));
+    bool hasEllipsis = false;
+    for (qsizetype length = 1; length < words.size() * 2; ++length) {
+        const QString beginning = words.repeated(2).left(length);
+        const QImage shortened = pictureOf(beginning + QChar(0x2026));
+        hasEllipsis |= shortened == cut && shortened != pictureOf(beginning);
+    }
+    EXPECT_TRUE(hasEllipsis);
 }
 
 TEST(Form, OpensTheListOfAComboBoxOnThePhone)
