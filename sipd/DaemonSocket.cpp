@@ -135,6 +135,11 @@ void prepare(int fd)
     fcntl(fd, F_SETFL, O_NONBLOCK);
 }
 
+std::unique_ptr<OwnedFd> openSpare()
+{
+    return std::make_unique<OwnedFd>(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
 bool isNumber(const char* text, long number)
 {
     if (text == nullptr)
@@ -214,6 +219,7 @@ std::string DaemonSocket::takeOverFromKeeper()
     prepare(keeperFd);
     fd_ = handedOverFd;
     watchFd_ = keeperFd;
+    spareFd_ = openSpare();
     return {};
 }
 
@@ -301,10 +307,12 @@ void DaemonSocket::restoreFile(const std::function<void(int former)>& onReplaced
         watchPlace();
         if (!reason.empty() && inodeAtPath() == 0 && attempt < mostAttempts)
             continue;
-        if (!reason.empty()) {
+        isAway_ = !reason.empty();
+        const bool isNews = reason != std::exchange(awayReason_, reason);
+        if (isAway_ && isNews)
             ORMU_LOG(ORMU_LEVEL_ERROR, "nobody reaches the daemon: %s", reason.c_str());
+        if (isAway_)
             return;
-        }
         ORMU_LOG(ORMU_LEVEL_INFO, "%s was removed, and is made anew", SIPD_SOCKET_PATH);
         onReplaced(former);
         close(former);
@@ -321,9 +329,13 @@ bool DaemonSocket::receiveSocket(const std::function<void(int former)>& onReplac
     message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
+    spareFd_.reset();
     const ssize_t length = recvmsg(watchFd_, &message, MSG_CMSG_CLOEXEC);
-    if (length <= 0)
-        return length < 0 && (errno == EAGAIN || errno == EINTR);
+    if (length <= 0) {
+        const bool isLater = length < 0 && (errno == EAGAIN || errno == EINTR);
+        spareFd_ = openSpare();
+        return isLater;
+    }
     const cmsghdr* const header = CMSG_FIRSTHDR(&message);
     if (header == nullptr || header->cmsg_type != SCM_RIGHTS)
         return true;
@@ -331,6 +343,7 @@ bool DaemonSocket::receiveSocket(const std::function<void(int former)>& onReplac
     std::memcpy(&fd_, CMSG_DATA(header), sizeof(fd_));
     onReplaced(former);
     close(former);
+    spareFd_ = openSpare();
     return true;
 }
 
@@ -348,7 +361,7 @@ void DaemonSocket::handOver(int channel) const
     setenv("LISTEN_FDNAMES", handedOverByKeeper, 1);
 }
 
-void DaemonSocket::sendTo(int channel) const
+bool DaemonSocket::sendTo(int channel) const
 {
     char byte = 0;
     iovec data = {&byte, 1};
@@ -363,6 +376,7 @@ void DaemonSocket::sendTo(int channel) const
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(sizeof(int));
     std::memcpy(CMSG_DATA(header), &fd_, sizeof(fd_));
-    // It fails when the daemon has ended; the next one is given the new socket anyway.
-    sendmsg(channel, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    // When the daemon has ended, the next one is given the new socket anyway.
+    return sendmsg(channel, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0 ||
+           (errno != EAGAIN && errno != EINTR && errno != ENOBUFS && errno != ETOOMANYREFS);
 }

@@ -4,6 +4,7 @@
 #include "DaemonLock.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <sys/types.h>
 
@@ -40,11 +41,15 @@ public:
     // accepted, is closed after that. False when the Keeper has gone.
     bool handleChange(const std::function<void(int former)>& onReplaced);
 
+    // Whether clients cannot reach fd(), since its file could not be made anew. handleChange() tries again.
+    bool isAway() const { return isAway_; }
+
     // Hands it over in a child of this process, right before that executes the daemon. channel: the daemon's
     // end.
     void handOver(int channel) const;
-    // Tells the daemon at the other end of the channel that fd() is another socket now.
-    void sendTo(int channel) const;
+    // Tells the daemon at the other end of the channel that fd() is another socket now. False when that is to
+    // be tried again later.
+    bool sendTo(int channel) const;
 
 private:
     std::string takeOver();
@@ -60,8 +65,11 @@ private:
     int watch_ = -1;
     bool isKept_ = false;
     bool isOwn_ = false; // made here, not handed over
-    ino_t inode_ = 0;    // of its file; 0 when there was none
+    bool isAway_ = false;
+    std::string awayReason_; // as it was logged last
+    ino_t inode_ = 0;        // of its file; 0 when there was none
     DaemonLock lock_;
+    std::unique_ptr<OwnedFd> spareFd_; // given up for a socket from the Keeper
 };
 
 #endif

@@ -30,6 +30,7 @@ constexpr std::chrono::milliseconds longestPause = 800ms;
 // The daemon itself takes four seconds at most.
 constexpr auto endLimit = 6s;
 constexpr int notExecuted = 127;
+constexpr int retryMs = 500;
 
 sigset_t handledSignals()
 {
@@ -77,7 +78,8 @@ int Keeper::run()
             start();
         wait();
         handleSignals();
-        socket_.handleChange([this](int) { socket_.sendTo(channel_); });
+        socket_.handleChange([this](int) { isUnsent_ = true; });
+        isUnsent_ = isUnsent_ && !socket_.sendTo(channel_);
     }
     return end();
 }
@@ -112,7 +114,7 @@ void Keeper::becomeDaemon(int channel) const
 void Keeper::wait() const
 {
     std::array<pollfd, 2> watched = {pollfd{signals_, POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
-    int limit = -1;
+    int limit = isUnsent_ || socket_.isAway() ? retryMs : -1;
     if (daemon_ < 0) {
         const auto pause = std::chrono::ceil<std::chrono::milliseconds>(nextStart_ - BootClock::now());
         limit = std::max(0, static_cast<int>(pause.count()));

@@ -36,10 +36,11 @@ private:
     char** const arguments_;
     DaemonSocket socket_;
     int signals_ = -1;
-    int endedBy_ = 0;    // the signal
-    pid_t daemon_ = -1;  // -1 while there is none
-    int channel_ = -1;   // to the daemon
-    int shortLived_ = 0; // daemons in a row that did not last
+    int endedBy_ = 0;       // the signal
+    pid_t daemon_ = -1;     // -1 while there is none
+    int channel_ = -1;      // to the daemon
+    bool isUnsent_ = false; // the daemon has to be told of another socket
+    int shortLived_ = 0;    // daemons in a row that did not last
     Time started_;
     Time nextStart_;
 };

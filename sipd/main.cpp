@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <getopt.h>
 #include <optional>
 #include <poll.h>
@@ -170,10 +171,11 @@ int run(const Options& options)
 
     bool isEnding = false;
     std::optional<FdWatch> socketWatch;
+    const auto restoreSocket = [&] {
+        isEnding = !socket.handleChange([&](int) { server->listenOn(socket.fd()); }) || isEnding;
+    };
     if (socket.watchFd() >= 0)
-        socketWatch.emplace(loop, socket.watchFd(), POLLIN, [&](int) {
-            isEnding = !socket.handleChange([&](int) { server->listenOn(socket.fd()); }) || isEnding;
-        });
+        socketWatch.emplace(loop, socket.watchFd(), POLLIN, [&](int) { restoreSocket(); });
     bool isLate = false;
     Timer endTimer(loop, [&isLate] { isLate = true; });
     const FdWatch signalWatch(loop, endSignals, POLLIN, [&](int) {
@@ -185,6 +187,8 @@ int run(const Options& options)
     std::fflush(stdout);
     while (!isLate && (server || !registrations.isEmpty())) {
         loop.step();
+        if (server && socket.isAway())
+            restoreSocket();
         if (isEnding && server) {
             server.reset();
             socketWatch.reset();
@@ -204,10 +208,21 @@ int run(const Options& options)
     return EXIT_SUCCESS;
 }
 
+// What is opened later must not get the numbers of closed standard descriptors.
+void openStandardDescriptors()
+{
+    int fd = 0;
+    while (fd >= 0 && fd <= STDERR_FILENO)
+        fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO)
+        close(fd);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    openStandardDescriptors();
     keepMemoryPrivate();
     umask(0077);
     const CommandLine line = parseCommandLine(argc, argv);

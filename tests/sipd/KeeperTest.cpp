@@ -182,6 +182,22 @@ TEST_F(KeptDaemon, GoesOnWithTheSocketThatItsKeeperMakesAnew)
     EXPECT_EQ(statusOf("Profile0"), 0U) << "the next one has the new socket, too";
 }
 
+// More than the channel from the keeper to the daemon holds.
+TEST_F(KeptDaemon, IsToldOfTheLastOfManySockets)
+{
+    startKept();
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    const pid_t process = daemonProcess();
+    ::kill(process, SIGSTOP);
+    for (int i = 0; i < 600; ++i) {
+        ASSERT_TRUE(waitUntil(isThere, patience));
+        ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
+    }
+    ::kill(process, SIGCONT);
+    EXPECT_TRUE(waitUntil([this] { return statusOf("Profile0") == 0U; }, patience));
+    EXPECT_EQ(daemonProcess(), process);
+}
+
 TEST_F(KeptDaemon, IsStartedWithPausesWhenItNeverLasts)
 {
     const std::string certificates = directory().toStdString() + "/certificates";
