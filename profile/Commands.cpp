@@ -3,6 +3,7 @@
 #include "DaemonLink.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
+#include "SettingsHostLock.h"
 
 #include <QJsonArray>
 
@@ -43,9 +44,10 @@ QString toColumns(const QList<QStringList>& rows)
     return text;
 }
 
+// Wrong numbers are ordinary while the phone's list is open: the phone puts them in order when it closes.
 QString noteOn(const ProfileFile& file)
 {
-    if (file.findings().isEmpty())
+    if (file.findings().isEmpty() || describeRepair(ProfileFile::path()).isEmpty())
         return QString();
     return QStringLiteral("The settings file needs repair: see sip-profile check.");
 }
@@ -313,6 +315,10 @@ Outcome repairFile()
     if (file.findings().isEmpty())
         return nothingToRepair();
 
+    // An open list has the numbers of the old file.
+    SettingsHostLock lock;
+    if (lock.hold() == SettingsHostLock::HeldByAnother)
+        return failure(EXIT_FILE, QStringLiteral("A phone has the profiles open. Close it, then try again."));
     const ProfileRepair repair = repairProfileFile(ProfileFile::path());
     if (!repair.error.isEmpty())
         return failure(EXIT_FILE, repair.error);
@@ -323,8 +329,5 @@ Outcome repairFile()
                               {"repaired", true},
                               {"copy", repair.copy}};
     const QString done = QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy);
-    const QString note = QStringLiteral(
-        "If the phone has had a list of profiles open, close it and change nothing in it: it keeps the old "
-        "numbers.");
-    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, note};
+    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, QString()};
 }

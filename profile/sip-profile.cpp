@@ -20,8 +20,7 @@ Commands:
   connect NAME     have the SIP daemon connect the profile
   disconnect NAME  have the SIP daemon disconnect the profile
   check            tell what is wrong with the settings file
-  repair           mend it, keeping a copy; close the phone's list of profiles
-                   first: an open one keeps the numbers of the old file
+  repair           mend it, keeping a copy; not while a phone has the profiles open
 
 NAME is the name that the phone shows, or the name of the profile's group in the
 settings file (Profile0).

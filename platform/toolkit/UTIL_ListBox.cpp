@@ -1,5 +1,6 @@
 #include "UTIL_ListBox.h"
 
+#include <QApplication>
 #include <QPainter>
 #include <QStyleOption>
 #include <QStyledItemDelegate>
@@ -33,7 +34,8 @@ public:
     {
         const auto* row = static_cast<UTIL_ListBoxItem*>(list_->item(index.row()));
         const bool current = index.row() == list_->currentItem();
-        const bool focused = current && list_->hasFocus();
+        // While a menu is open, its entry is the one that the keys are for.
+        const bool focused = current && list_->hasFocus() && QApplication::activePopupWidget() == nullptr;
         if (current)
             painter->fillRect(option.rect, focused ? option.palette.highlight()
                                                    : option.palette.brush(QPalette::Midlight));

@@ -45,6 +45,27 @@ struct MenuScreen
 
 } // namespace
 
+TEST(PopupMenu, HasTheOnlyHighlightWhileItIsOpen)
+{
+    const MenuScreen screen;
+    UTIL_ListBox list("%T", screen.widget->getContentWidget(), 0);
+    list.setGeometry(0, 0, 240, 100);
+    auto* row = new UTIL_ListBoxItem(&list, "%T", false);
+    row->setString(0, "Home");
+    list.insertItem(row, -1);
+    list.setCurrentItem(0);
+    list.show();
+    list.setFocus();
+    const auto rowColor = [&list] { return list.grab().toImage().pixelColor(200, 13); };
+    const QColor highlight = list.palette().highlight().color();
+    EXPECT_EQ(rowColor(), highlight);
+    press(Qt::Key_F1);
+    ASSERT_EQ(open<QPopupMenu>(), screen.menu);
+    EXPECT_NE(rowColor(), highlight);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(rowColor(), highlight);
+}
+
 TEST(PopupMenu, OpensOverTheSoftKeyByKeyAndPointer)
 {
     const MenuScreen screen;
