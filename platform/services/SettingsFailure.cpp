@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QHash>
+#include <QSet>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -43,6 +44,8 @@ QString Reason::of(const QString& path, int error)
         return tr("there is a file in the folder's place", "99.99.99;DIALOG_ICON_50_WARP");
     case ELOOP:
         return tr("the link leads in a circle", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_APPEARED:
+        return tr("the file was missing when the list was opened", "99.99.99;DIALOG_ICON_50_WARP");
     case EMFILE:
     case ENFILE:
         return tr("too many files are open", "99.99.99;DIALOG_ICON_50_WARP");
@@ -79,7 +82,8 @@ QString Reason::ofRefusal(const QString& path)
 struct Failures
 {
     SettingsFailureHandler handler;
-    QHash<QString, int> unread; // The errno of the last read that failed, for each path.
+    QHash<QString, int> unread; // The error of the last read that failed, for each path.
+    QSet<QString> missing;      // The paths of files that this process has not made since.
 };
 
 Failures& failures()
@@ -104,7 +108,11 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 std::optional<SettingsFailure> beginSettings(const QString& path)
 {
     dropUnsavedChanges(path);
-    const int error = readSettingsFile(QFile::encodeName(path)).error;
+    const SettingsFile file = readSettingsFile(QFile::encodeName(path));
+    const int error = file.error;
+    failures().missing.remove(path);
+    if (file.missing)
+        failures().missing.insert(path);
     if (error == 0) {
         failures().unread.remove(path);
         return std::nullopt;
@@ -126,6 +134,16 @@ std::optional<SettingsFailure> checkSettingsDirectory()
         faccessat(AT_FDCWD, name.constData(), W_OK | X_OK, AT_EACCESS) == 0)
         return std::nullopt;
     return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+}
+
+bool isSettingsFileNew(const QString& path)
+{
+    return failures().missing.contains(path);
+}
+
+void noteSettingsFileMade(const QString& path)
+{
+    failures().missing.remove(path);
 }
 
 void reportUnread(SettingsFailure::Kind kind, const QString& path, int error)

@@ -10,6 +10,9 @@
 // errors: which settings could not be read or saved, so that it can tell the user. All of it is for one
 // thread.
 
+// Errors that errno does not know.
+enum SettingsError { SETTINGS_APPEARED = -2 }; // The file was missing at beginSettings().
+
 struct SettingsFailure
 {
     enum Kind {
@@ -33,7 +36,11 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler);
 // change may follow from what was not read. The host ends that by a call of this, before it opens a screen
 // that loads the settings anew; no such screen, nor what it has loaded, may be left by then. Reads the file:
 // when that fails all stays as it is, and the result is the failure, which the handler does not get. A file
-// that is missing or cannot be parsed has been read.
+// that is missing or cannot be parsed has been read; but not one whose directory is missing.
+//
+// A file that was missing then, and is there at a later save though this process did not make it, counts as
+// one that could not be read: it was away for a moment, or is another program's, and the host's screens know
+// nothing of what is in it.
 std::optional<SettingsFailure> beginSettings(const QString& path);
 
 // The host calls this when the screens that had loaded the settings are closed, before anything else works on
@@ -50,7 +57,11 @@ std::optional<SettingsFailure> checkSettingsDirectory();
 
 // Forgets the changes of that path that could not be saved.
 void dropUnsavedChanges(const QString& path);
-// What the manager says of a read or a save that failed with this errno. A failed read forbids further saves.
+// The path's file was missing at beginSettings(), and this process has not made it since.
+bool isSettingsFileNew(const QString& path);
+void noteSettingsFileMade(const QString& path);
+// What the manager says of a read or a save that failed with this error: an errno, or a SettingsError. A
+// failed read forbids further saves.
 void reportUnread(SettingsFailure::Kind kind, const QString& path, int error);
 void reportUnsaved(const QString& path, int error);
 // Why the file could not be read since beginSettings(), as errno says it; 0 when it could.

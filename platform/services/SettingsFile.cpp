@@ -71,6 +71,19 @@ QByteArray directoryOf(const QByteArray& path)
     return slash < 0 ? QByteArray("./") : path.first(slash + 1);
 }
 
+// Nothing when the file that path stands for is missing from a directory that is there; otherwise why it was
+// not found.
+std::optional<int> whyNotFound(const QByteArray& path)
+{
+    const std::optional<QByteArray> target = settingsTarget(path);
+    struct stat status = {};
+    if (!target || stat(directoryOf(*target).constData(), &status) != 0)
+        return errno;
+    if (lstat(target->constData(), &status) == 0) // By now it is there.
+        return ENOENT;
+    return errno == ENOENT ? std::nullopt : std::optional(errno);
+}
+
 bool areSameFile(const QByteArray& first, const QByteArray& second)
 {
     struct stat a = {};
@@ -297,9 +310,14 @@ SettingsFile readSettingsFile(const QByteArray& path)
 {
     SettingsFile file{KeyFile(g_key_file_new())};
     Bytes bytes;
-    const int error = readWhole(path, bytes);
-    if (error == ENOENT)
-        return file;
+    int error = readWhole(path, bytes);
+    if (error == ENOENT) {
+        const std::optional<int> why = whyNotFound(path);
+        file.missing = !why;
+        if (file.missing)
+            return file;
+        error = *why;
+    }
     if (error != 0) {
         file.damaged = true;
         file.error = error == NO_FILE ? 0 : error;

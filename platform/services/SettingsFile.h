@@ -27,6 +27,8 @@ struct SettingsFile
     bool damaged = false; // There is something of that name, but it cannot be read or parsed.
     int error = 0; // Why it could not be read, as errno says it: what is in it is unknown. 0 when it was
                    // read, is missing, or is no file at all but, say, a directory.
+    bool missing = false; // From a directory that is there. Where that is missing too, the file may only be
+                          // away: error is ENOENT.
 };
 
 SettingsFile readSettingsFile(const QByteArray& path);

@@ -102,8 +102,31 @@ TEST_F(SettingsLink, ALinkIntoAMissingDirectoryIsToldAndStays)
     const FailureLog log;
     writeNew(file());
     EXPECT_TRUE(isLink(file()));
-    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
-    EXPECT_EQ(log.only().reason, "the folder is missing");
+    ASSERT_EQ(log.failures().size(), 2);
+    EXPECT_EQ(log.failures()[0].kind, SettingsFailure::NotRead);
+    EXPECT_EQ(log.failures()[1].kind, SettingsFailure::NotSavedUnread);
+    for (const SettingsFailure& failure : log.failures())
+        EXPECT_EQ(failure.reason, "the folder is missing");
+}
+
+TEST_F(SettingsLink, ATargetAwayForAMomentIsNotWrittenOver)
+{
+    writeFile(target(), OLD);
+    makeLink(file(), "elsewhere/" + TARGET);
+    const WarningLog warnings;
+    const FailureLog log;
+    const QString away = directory() + "/away";
+    ASSERT_TRUE(QDir().rename(elsewhere(), away));
+    const auto failure = beginSettings(file());
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(failure->reason, "the folder is missing");
+    ASSERT_TRUE(QDir().rename(away, elsewhere()));
+    writeNew(file());
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSavedUnread);
+    EXPECT_EQ(readFile(target()), OLD);
+    EXPECT_FALSE(beginSettings(file()).has_value());
+    writeNew(file());
+    expectOnlyTheTargetIsNew();
 }
 
 TEST_F(SettingsLink, LinksInACircleAreToldAndStay)
