@@ -108,14 +108,20 @@ QHash<QString, std::vector<Change>>& unsavedChanges()
     return changes;
 }
 
-// False, errno saying why, when it fails.
-bool replaceWith(const std::vector<Change>& changes, const SettingsFile& file, const QByteArray& name)
+// 0, or why it fails.
+int replaceWith(const std::vector<Change>& changes, const SettingsFile& file, const QByteArray& name,
+                const SettingsLock& lock)
 {
     bool differs = false;
     for (const Change& change : changes)
         differs |= apply(file.keys.get(), change);
-    return !differs ||
-           ((!file.damaged || keepDamagedFile(name)) && replaceSettingsFile(name, file.keys.get()));
+    if (!differs)
+        return 0;
+    if (lock.refusal() != 0) {
+        qWarning("settings file %s is not written: the lock file beside it is not private", name.constData());
+        return lock.refusal();
+    }
+    return (!file.damaged || keepDamagedFile(name)) && replaceSettingsFile(name, file.keys.get()) ? 0 : errno;
 }
 
 // Why the file is not known to hold what the changes follow from; 0 when it is.
@@ -154,8 +160,8 @@ void saveChanges(const QString& path, const std::vector<Change>& changes)
         refuseUnread(path, error);
         return;
     }
-    if (!replaceWith(all, file, name)) {
-        reportUnsaved(path, errno);
+    if (const int error = replaceWith(all, file, name, lock)) {
+        reportUnsaved(path, error);
         unsavedChanges().insert(path, all);
     }
     noteIfMade(path, name);

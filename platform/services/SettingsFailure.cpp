@@ -25,6 +25,7 @@ public:
 
 private:
     static QString ofRefusal(const QString& path);
+    static QString ofLockFile(const QString& path);
 };
 
 QString Reason::of(const QString& path, int error)
@@ -46,6 +47,12 @@ QString Reason::of(const QString& path, int error)
         return tr("the link leads in a circle", "99.99.99;DIALOG_ICON_50_WARP");
     case SETTINGS_APPEARED:
         return tr("the file was missing when the list was opened", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_TOO_MANY_COPIES:
+        return tr("too many copies are kept", "99.99.99;DIALOG_ICON_50_WARP");
+    case EISDIR:
+        return tr("it is no file", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_LOCK_NOT_PRIVATE:
+        return ofLockFile(path);
     case EMFILE:
     case ENFILE:
         return tr("too many files are open", "99.99.99;DIALOG_ICON_50_WARP");
@@ -79,6 +86,14 @@ QString Reason::ofRefusal(const QString& path)
     return tr("not allowed", "99.99.99;DIALOG_ICON_50_WARP");
 }
 
+QString Reason::ofLockFile(const QString& path)
+{
+    const QByteArray file = QFile::encodeName(path);
+    return belongsToAnother(directoryOf(settingsTarget(file).value_or(file)) + ".lock")
+               ? tr("the file .lock belongs to another user", "99.99.99;DIALOG_ICON_50_WARP")
+               : tr("the file .lock is not for this user alone", "99.99.99;DIALOG_ICON_50_WARP");
+}
+
 struct Failures
 {
     SettingsFailureHandler handler;
@@ -92,6 +107,11 @@ Failures& failures()
     return all;
 }
 
+bool mayMakeFilesIn(const QByteArray& directory)
+{
+    return faccessat(AT_FDCWD, directory.constData(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
 void report(const SettingsFailure& failure)
 {
     if (failures().handler)
@@ -99,6 +119,11 @@ void report(const SettingsFailure& failure)
 }
 
 } // namespace
+
+QString settingsReason(const QString& path, int error)
+{
+    return Reason::of(path, error);
+}
 
 void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 {
@@ -126,14 +151,16 @@ bool isSettingsFileUnread(const QString& path)
     return unreadError(path) != 0;
 }
 
-std::optional<SettingsFailure> checkSettingsDirectory()
+std::optional<SettingsFailure> checkSettingsDirectory(const QString& file)
 {
     const QString directory = OrmuConfig::getSettingDirectory() + u'/';
     const QByteArray name = QFile::encodeName(directory);
-    if (g_mkdir_with_parents(name.constData(), 0700) == 0 &&
-        faccessat(AT_FDCWD, name.constData(), W_OK | X_OK, AT_EACCESS) == 0)
-        return std::nullopt;
-    return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+    if (g_mkdir_with_parents(name.constData(), 0700) != 0 || !mayMakeFilesIn(name))
+        return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+    const auto target = file.isEmpty() ? std::nullopt : settingsTarget(QFile::encodeName(file));
+    if (target && !mayMakeFilesIn(directoryOf(*target)))
+        return SettingsFailure{SettingsFailure::NoDirectory, file, Reason::of(file, errno)};
+    return std::nullopt;
 }
 
 bool isSettingsFileNew(const QString& path)

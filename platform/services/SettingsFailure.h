@@ -10,9 +10,6 @@
 // errors: which settings could not be read or saved, so that it can tell the user. All of it is for one
 // thread.
 
-// Errors that errno does not know.
-enum SettingsError { SETTINGS_APPEARED = -2 }; // The file was missing at beginSettings().
-
 struct SettingsFailure
 {
     enum Kind {
@@ -25,6 +22,9 @@ struct SettingsFailure
     QString path;
     QString reason; // In words for the user, such as "no room on the disk".
 };
+
+// Why that path could not be read or saved, in words for the user; error is an errno, or a SettingsError.
+QString settingsReason(const QString& path, int error);
 
 // Called at each failure, also inside a manager's destructor, deep in a slot of some screen: it must do no
 // more than note the failure, and use no manager. An empty one is none.
@@ -52,8 +52,9 @@ void endSettings(const QString& path);
 // Whether the file could not be read since beginSettings(): what was loaded from it is not to be relied on.
 bool isSettingsFileUnread(const QString& path);
 
-// Whether files can be made in the settings directory, which is made as needed. Nothing when they can.
-std::optional<SettingsFailure> checkSettingsDirectory();
+// Whether files can be made in the settings directory, which is made as needed, and in the directory into
+// which that settings file is a link. Nothing when they can.
+std::optional<SettingsFailure> checkSettingsDirectory(const QString& file = QString());
 
 // Forgets the changes of that path that could not be saved.
 void dropUnsavedChanges(const QString& path);

@@ -109,7 +109,7 @@ TEST_F(SettingsFault, ShortWritesAreContinued)
 TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
 {
     writeFile(OLD);
-    const SystemCallFault fault(SystemCall::Flock, ENOLCK);
+    const SystemCallFault fault(SystemCall::Lock, ENOLCK);
     writeNew();
     EXPECT_EQ(fault.fired(), 1);
     EXPECT_EQ(readFile(), NEW);
@@ -219,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(EachRead, SettingsReadFault,
                          testing::Values(FailingRead{"FirstRead", SystemCall::Read, EIO, 0},
                                          FailingRead{"ReadOfTheSave", SystemCall::Read, EIO, 1},
                                          FailingRead{"FirstOpen", SystemCall::Open, EACCES, 0},
-                                         // The second is that of the directory, to lock it.
+                                         // The second is that of the lock file.
                                          FailingRead{"OpenOfTheSave", SystemCall::Open, EMFILE, 2}),
                          [](const auto& read) { return std::string(read.param.name); });
 
@@ -401,7 +401,7 @@ TEST_F(SettingsFault, ReadingOpensTheFileOnceAndWritesNothing)
     EXPECT_EQ(callCount(SystemCall::Read), 1);
     EXPECT_EQ(callCount(SystemCall::CreateTemporary), 0);
     EXPECT_EQ(callCount(SystemCall::Write), 0);
-    EXPECT_EQ(callCount(SystemCall::Flock), 0);
+    EXPECT_EQ(callCount(SystemCall::Lock), 0);
 }
 
 TEST_F(SettingsFault, ManyChangesAreOneReplacement)
