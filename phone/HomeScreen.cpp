@@ -22,19 +22,19 @@ enum Entry { ENTRY_SIP_PROFILE = 0, ENTRY_CHOOSE_PROFILE = 1 };
 constexpr int TITLE_HEIGHT = 30;
 const char ROW_FORMAT[] = "%T";
 
-// The library's settings file.
-QString profileFile()
+} // namespace
+
+QString HomeScreen::profileFile()
 {
     QString path = OrmuConfig::getSettingDirectory();
     if (!path.endsWith(u'/'))
         path += u'/';
     return path + QLatin1String("ormu_sipsetup.cfg");
 }
-} // namespace
 
 HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home"), notices_(new SettingsNotices(this))
 {
-    if (const auto failure = checkSettingsDirectory())
+    if (const auto failure = checkSettingsDirectory(profileFile()))
         notices_->note(*failure);
 
     const QRect content = OrmuGlobal::getContentR();
@@ -119,11 +119,24 @@ bool HomeScreen::mayOpenProfiles()
 
 bool HomeScreen::isOnlyHost()
 {
-    if (lock_.hold() != SettingsHostLock::HeldByAnother)
+    switch (lock_.hold()) {
+    case SettingsHostLock::Held:
+    case SettingsHostLock::NoLocks:
         return true;
-    tell("Dialog_Exclamatory_Mark.gif", tr("The SIP profiles are in use by another phone on this computer. "
-                                           "Close that one, then try again.",
-                                           "99.99.99;DIALOG_ICON_50_WARP"));
+    case SettingsHostLock::HeldByAnother:
+        tell("Dialog_Exclamatory_Mark.gif",
+             tr("The SIP profiles are in use by another phone on this computer. "
+                "Close that one, then try again.",
+                "99.99.99;DIALOG_ICON_50_WARP"));
+        return false;
+    case SettingsHostLock::NoLockFile:
+        break;
+    }
+    if (checkSettingsDirectory()) // Told at the start: no phone can save anything there.
+        return true;
+    tell("Dialog_Exclamatory_Mark.gif",
+         tr("The SIP profiles cannot be opened: %1.", "99.99.99;DIALOG_ICON_50_WARP")
+             .arg(settingsReason(profileFile(), lock_.error())));
     return false;
 }
 

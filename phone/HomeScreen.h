@@ -19,6 +19,9 @@ class HomeScreen : public OrmuMainWidget
 public:
     HomeScreen();
 
+    // The path of the library's settings file, as the library itself writes it.
+    static QString profileFile();
+
 private slots:
     void entryClicked(int button, QListBoxItem* entry, const QPoint& pos);
     void closeProfileList();

@@ -2,13 +2,13 @@
 
 #include "ProfileKeys.h"
 #include "SETUP_SIP_Agent.h"
+#include "SettingsFailure.h"
 
 #include <QFile>
 #include <QHash>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <limits>
 #include <map>
 #include <vector>
@@ -104,7 +104,7 @@ ProfileFile::ProfileFile(const QString& path)
         canRepair_ = false;
         find(Finding::CannotRead, QString(),
              tr("The settings file cannot be read (%1): no profile is listed.")
-                 .arg(QString::fromLocal8Bit(std::strerror(errno))));
+                 .arg(settingsReason(path, errno)));
     }
 }
 

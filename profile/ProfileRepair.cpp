@@ -1,13 +1,13 @@
 #include "ProfileRepair.h"
 
 #include "ProfileKeys.h"
+#include "SettingsFailure.h"
 
 #include <QFile>
 #include <QHash>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace {
 
@@ -121,8 +121,8 @@ QByteArray repaired(const QByteArray& bytes)
     return renameGroups(keys.toBytes(), newNames, keys.remnantGroups());
 }
 
-// Where the copy is; empty when it cannot be made. One that an earlier repair left before it was killed will
-// do.
+// Where the copy is; empty, errno saying why, when it cannot be made. One that an earlier repair left before
+// it was killed will do.
 QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
 {
     const QByteArray base = path + ".old";
@@ -135,6 +135,7 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
             return replaceSettingsBytes(copy, bytes) ? copy : QByteArray();
         copy = base + '.' + QByteArray::number(number);
     }
+    errno = SETTINGS_TOO_MANY_COPIES;
     return QByteArray();
 }
 
@@ -154,10 +155,16 @@ bool differInNumbersAlone(const QByteArray& first, const QByteArray& second)
                       });
 }
 
+ProfileRepair cannotWrite(const QByteArray& file, int error)
+{
+    return failed(ProfileFile::tr("The settings file cannot be written (%1).")
+                      .arg(settingsReason(QFile::decodeName(file), error)));
+}
+
 ProfileRepair replaceFile(const QByteArray& file, const QByteArray& bytes, const QString& copy = QString())
 {
     if (!replaceSettingsBytes(file, bytes))
-        return failed(ProfileFile::tr("The settings file cannot be written."));
+        return cannotWrite(file, errno);
     return {ProfileRepair::Repaired, copy, QString()};
 }
 
@@ -172,7 +179,8 @@ ProfileRepair replaceAndKeepOld(const QByteArray& file, const QByteArray& old, c
 {
     const QByteArray copy = keepCopy(file, old);
     if (copy.isEmpty())
-        return failed(ProfileFile::tr("No copy of the settings file can be kept."));
+        return failed(ProfileFile::tr("No copy of the settings file can be kept (%1).")
+                          .arg(settingsReason(QFile::decodeName(file), errno)));
     return replaceFile(file, mended, QFile::decodeName(copy));
 }
 
@@ -187,8 +195,7 @@ ProfileRepair mendFile(const QString& path, Replace* replace)
         if (errno == ENOENT)
             return {};
         return {ProfileRepair::Unread, QString(),
-                ProfileFile::tr("The settings file cannot be read (%1).")
-                    .arg(QString::fromLocal8Bit(std::strerror(errno)))};
+                ProfileFile::tr("The settings file cannot be read (%1).").arg(settingsReason(path, errno))};
     }
     if (ProfileFile(*bytes).findings().isEmpty())
         return {};
@@ -197,6 +204,8 @@ ProfileRepair mendFile(const QString& path, Replace* replace)
     const QByteArray mended = repaired(repaired(*bytes));
     if (!ProfileFile(mended).findings().isEmpty())
         return failed(ProfileFile::tr("The settings file is beyond repair."));
+    if (const int error = lock.refusal())
+        return cannotWrite(file, error);
     return replace(file, *bytes, mended);
 }
 

@@ -108,35 +108,63 @@ QHash<QString, std::vector<Change>>& unsavedChanges()
     return changes;
 }
 
-// False, errno saying why, when it fails.
-bool replaceWith(const std::vector<Change>& changes, const SettingsFile& file, const QByteArray& name)
+// 0, or why it fails.
+int replaceWith(const std::vector<Change>& changes, const SettingsFile& file, const QByteArray& name,
+                const SettingsLock& lock)
 {
     bool differs = false;
     for (const Change& change : changes)
         differs |= apply(file.keys.get(), change);
-    return !differs ||
-           ((!file.damaged || keepDamagedFile(name)) && replaceSettingsFile(name, file.keys.get()));
+    if (!differs)
+        return 0;
+    if (lock.refusal() != 0) {
+        qWarning("settings file %s is not written: the lock file beside it is not private", name.constData());
+        return lock.refusal();
+    }
+    return (!file.damaged || keepDamagedFile(name)) && replaceSettingsFile(name, file.keys.get()) ? 0 : errno;
 }
 
-// Saves what could not be saved before, and these changes after it. What fails is kept for the next save.
+// Why the file is not known to hold what the changes follow from; 0 when it is.
+int unreadError(const QString& path, const SettingsFile& file)
+{
+    return file.error == 0 && !file.missing && isSettingsFileNew(path) ? SETTINGS_APPEARED : file.error;
+}
+
+void refuseUnread(const QString& path, int error)
+{
+    qWarning("settings file %s is not known, nothing is written", QFile::encodeName(path).constData());
+    reportUnread(SettingsFailure::NotSavedUnread, path, error);
+}
+
+// Even a replacement that fails may have made the file, and only not be durable.
+void noteIfMade(const QString& path, const QByteArray& name)
+{
+    if (isSettingsFileNew(path) && !readSettingsFile(name).missing)
+        noteSettingsFileMade(path);
+}
+
+// Saves what could not be saved before, and these changes after it. When the file cannot be written, all of
+// them are kept for the next save. When it could not be read, then or before, all of them are dropped.
 void saveChanges(const QString& path, const std::vector<Change>& changes)
 {
-    const QByteArray name = QFile::encodeName(path);
+    std::vector<Change> all = unsavedChanges().take(path);
     if (const int error = unreadError(path)) {
-        qWarning("settings file %s could not be read, nothing is written", name.constData());
-        reportUnread(SettingsFailure::NotSavedUnread, path, error);
+        refuseUnread(path, error);
         return;
     }
-    std::vector<Change> all = unsavedChanges().take(path);
     all.insert(all.end(), changes.begin(), changes.end());
+    const QByteArray name = QFile::encodeName(path);
     const SettingsLock lock(name);
     const SettingsFile file = readSettingsFile(name);
-    if (file.error != 0) {
-        reportUnread(SettingsFailure::NotSavedUnread, path, file.error);
-    } else if (!replaceWith(all, file, name)) {
-        reportUnsaved(path, errno);
+    if (const int error = unreadError(path, file)) {
+        refuseUnread(path, error);
+        return;
+    }
+    if (const int error = replaceWith(all, file, name, lock)) {
+        reportUnsaved(path, error);
         unsavedChanges().insert(path, all);
     }
+    noteIfMade(path, name);
 }
 
 } // namespace

@@ -18,15 +18,16 @@
 // Groups, keys and comments that the program does not know stay as they are, but for blanks around "=" and
 // between lines. The file has mode 0600.
 //
-// A missing file reads as empty, and so does one that cannot be parsed. The latter is given a second name
-// that ends in ".damaged", ".damaged.1" and so on, and mode 0600, before it is replaced; if that fails it is
-// not replaced.
+// A file that is missing from its directory reads as empty, and so does one that cannot be parsed. The latter
+// is given a second name that ends in ".damaged", ".damaged.1" and so on, and mode 0600, before it is
+// replaced; if that fails it is not replaced.
 //
-// A file that cannot be read (input/output error, no permission, ...) answers with defaults, but is not taken
-// for empty: nothing is written over it. The save of this manager is refused, and so is every later one of
-// that path in this process, whether or not the file can be read again by then, until the host loads the
-// settings anew (see SettingsFailure.h). Nothing that follows from a read that failed so gets into the file.
-// The same holds when it is the destructor that cannot read the file.
+// A file that cannot be read (input/output error, no permission, no directory, ...) answers with defaults,
+// but is not taken for empty: nothing is written over it. The save of this manager is refused, and so is
+// every later one of that path in this process, whether or not the file can be read again by then, until the
+// host loads the settings anew (see SettingsFailure.h). Nothing that follows from a read that failed so gets
+// into the file. The same holds when it is the destructor that cannot read the file; changes that earlier
+// saves could not write are dropped as well then.
 //
 // A path that is a symbolic link stands for the file at the end of the links: that one is replaced, or made
 // when it is not there yet, with its lock, temporary and damaged files beside it.
@@ -43,8 +44,8 @@
 class SETUP_SET_Manager
 {
 public:
-    // path is the file's; its directory must exist by the time of the destruction. create, and localized
-    // below, are for the phone's own manager; this one does the same for either value.
+    // path is the file's, in a directory that exists. create, and localized below, are for the phone's own
+    // manager; this one does the same for either value.
     SETUP_SET_Manager(const QString& path, bool create);
     ~SETUP_SET_Manager();
     SETUP_SET_Manager(const SETUP_SET_Manager&) = delete;

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QHash>
+#include <QSet>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -24,6 +25,7 @@ public:
 
 private:
     static QString ofRefusal(const QString& path);
+    static QString ofLockFile(const QString& path);
 };
 
 QString Reason::of(const QString& path, int error)
@@ -43,6 +45,14 @@ QString Reason::of(const QString& path, int error)
         return tr("there is a file in the folder's place", "99.99.99;DIALOG_ICON_50_WARP");
     case ELOOP:
         return tr("the link leads in a circle", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_APPEARED:
+        return tr("the file was missing when the list was opened", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_TOO_MANY_COPIES:
+        return tr("too many copies are kept", "99.99.99;DIALOG_ICON_50_WARP");
+    case EISDIR:
+        return tr("it is no file", "99.99.99;DIALOG_ICON_50_WARP");
+    case SETTINGS_LOCK_NOT_PRIVATE:
+        return ofLockFile(path);
     case EMFILE:
     case ENFILE:
         return tr("too many files are open", "99.99.99;DIALOG_ICON_50_WARP");
@@ -76,16 +86,30 @@ QString Reason::ofRefusal(const QString& path)
     return tr("not allowed", "99.99.99;DIALOG_ICON_50_WARP");
 }
 
+QString Reason::ofLockFile(const QString& path)
+{
+    const QByteArray file = QFile::encodeName(path);
+    return belongsToAnother(directoryOf(settingsTarget(file).value_or(file)) + ".lock")
+               ? tr("the file .lock belongs to another user", "99.99.99;DIALOG_ICON_50_WARP")
+               : tr("the file .lock is not for this user alone", "99.99.99;DIALOG_ICON_50_WARP");
+}
+
 struct Failures
 {
     SettingsFailureHandler handler;
-    QHash<QString, int> unread; // The errno of the last read that failed, for each path.
+    QHash<QString, int> unread; // The error of the last read that failed, for each path.
+    QSet<QString> missing;      // The paths of files that this process has not made since.
 };
 
 Failures& failures()
 {
     static Failures all;
     return all;
+}
+
+bool mayMakeFilesIn(const QByteArray& directory)
+{
+    return faccessat(AT_FDCWD, directory.constData(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 void report(const SettingsFailure& failure)
@@ -96,6 +120,11 @@ void report(const SettingsFailure& failure)
 
 } // namespace
 
+QString settingsReason(const QString& path, int error)
+{
+    return Reason::of(path, error);
+}
+
 void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 {
     failures().handler = handler;
@@ -104,7 +133,11 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 std::optional<SettingsFailure> beginSettings(const QString& path)
 {
     dropUnsavedChanges(path);
-    const int error = readSettingsFile(QFile::encodeName(path)).error;
+    const SettingsFile file = readSettingsFile(QFile::encodeName(path));
+    const int error = file.error;
+    failures().missing.remove(path);
+    if (file.missing)
+        failures().missing.insert(path);
     if (error == 0) {
         failures().unread.remove(path);
         return std::nullopt;
@@ -118,14 +151,26 @@ bool isSettingsFileUnread(const QString& path)
     return unreadError(path) != 0;
 }
 
-std::optional<SettingsFailure> checkSettingsDirectory()
+std::optional<SettingsFailure> checkSettingsDirectory(const QString& file)
 {
     const QString directory = OrmuConfig::getSettingDirectory() + u'/';
     const QByteArray name = QFile::encodeName(directory);
-    if (g_mkdir_with_parents(name.constData(), 0700) == 0 &&
-        faccessat(AT_FDCWD, name.constData(), W_OK | X_OK, AT_EACCESS) == 0)
-        return std::nullopt;
-    return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+    if (g_mkdir_with_parents(name.constData(), 0700) != 0 || !mayMakeFilesIn(name))
+        return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
+    const auto target = file.isEmpty() ? std::nullopt : settingsTarget(QFile::encodeName(file));
+    if (target && !mayMakeFilesIn(directoryOf(*target)))
+        return SettingsFailure{SettingsFailure::NoDirectory, file, Reason::of(file, errno)};
+    return std::nullopt;
+}
+
+bool isSettingsFileNew(const QString& path)
+{
+    return failures().missing.contains(path);
+}
+
+void noteSettingsFileMade(const QString& path)
+{
+    failures().missing.remove(path);
 }
 
 void reportUnread(SettingsFailure::Kind kind, const QString& path, int error)

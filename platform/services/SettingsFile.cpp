@@ -12,7 +12,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <string_view>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,6 +35,10 @@ constexpr int RANDOM_CHARACTERS = 5;
 constexpr std::string_view NAME_CHARACTERS = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 constexpr int NO_FILE = -1;
+constexpr int MISSING = -2;
+constexpr int NOW_THERE = -3;
+// Of a file that is made between being missed and being looked for.
+constexpr int MOST_READS = 10;
 
 // 0, or why the file cannot be read: an errno, or NO_FILE when it is a directory or a device.
 int readWhole(const QByteArray& path, Bytes& bytes)
@@ -69,6 +72,31 @@ QByteArray directoryOf(const QByteArray& path)
 {
     const qsizetype slash = path.lastIndexOf('/');
     return slash < 0 ? QByteArray("./") : path.first(slash + 1);
+}
+
+// Why the file that path stands for was not found: an errno, MISSING when its directory is there, or
+// NOW_THERE.
+int whyNotFound(const QByteArray& path)
+{
+    const std::optional<QByteArray> target = settingsTarget(path);
+    struct stat status = {};
+    if (!target || stat(directoryOf(*target).constData(), &status) != 0)
+        return errno;
+    if (lstat(target->constData(), &status) == 0)
+        return NOW_THERE;
+    return errno == ENOENT ? MISSING : errno;
+}
+
+// As readWhole(), or MISSING.
+int readOrFindMissing(const QByteArray& path, Bytes& bytes)
+{
+    for (int reads = 0; reads < MOST_READS; ++reads) {
+        const int error = readWhole(path, bytes);
+        const int why = error == ENOENT ? whyNotFound(path) : error;
+        if (why != NOW_THERE)
+            return why;
+    }
+    return ENOENT;
 }
 
 bool areSameFile(const QByteArray& first, const QByteArray& second)
@@ -269,7 +297,7 @@ std::optional<QByteArray> readSettingsBytes(const QByteArray& path)
 {
     Bytes bytes;
     if (const int error = readWhole(path, bytes); error != 0) {
-        errno = error == NO_FILE ? EINVAL : error;
+        errno = error == NO_FILE ? EISDIR : error;
         return std::nullopt;
     }
     return QByteArray(bytes.constData(), bytes.size());
@@ -297,8 +325,9 @@ SettingsFile readSettingsFile(const QByteArray& path)
 {
     SettingsFile file{KeyFile(g_key_file_new())};
     Bytes bytes;
-    const int error = readWhole(path, bytes);
-    if (error == ENOENT)
+    const int error = readOrFindMissing(path, bytes);
+    file.missing = error == MISSING;
+    if (file.missing)
         return file;
     if (error != 0) {
         file.damaged = true;
@@ -358,25 +387,20 @@ bool replaceSettingsBytes(const QByteArray& path, QByteArrayView bytes)
     return false;
 }
 
-SettingsLock::SettingsLock(const QByteArray& path)
+SettingsLock::SettingsLock(const QByteArray& path) : SettingsLock(path, settingsTarget(path).value_or(path))
 {
-    const QByteArray target = settingsTarget(path).value_or(path);
-    directory_ = open(directoryOf(target).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory_ < 0)
-        return;
-    int locked = 0;
-    do {
-        locked = flock(directory_, LOCK_EX);
-    } while (locked != 0 && errno == EINTR);
-    if (locked != 0)
+}
+
+SettingsLock::SettingsLock(const QByteArray& path, const QByteArray& target) : file_(directoryOf(target))
+{
+    if (!file_.isOpen() || !file_.waitForLock(SettingsLockFile::WriterByte))
         return;
     removeTemporariesOf(target);
     if (target != path)
         removeTemporariesOf(path);
 }
 
-SettingsLock::~SettingsLock()
+int SettingsLock::refusal() const
 {
-    if (directory_ >= 0)
-        close(directory_);
+    return file_.error() == SETTINGS_LOCK_NOT_PRIVATE ? SETTINGS_LOCK_NOT_PRIVATE : 0;
 }

@@ -1,6 +1,8 @@
 #ifndef SETTINGSFILE_H
 #define SETTINGSFILE_H
 
+#include "SettingsLockFile.h"
+
 #include <QByteArray>
 
 #include <glib.h>
@@ -12,6 +14,13 @@
 // it when it is damaged. Failures are reported with one warning each, which never quotes the file: it holds
 // passwords.
 //
+// Errors that errno does not know.
+enum SettingsError {
+    SETTINGS_LOCK_NOT_PRIVATE = -2, // The lock file is another user's, or open to others.
+    SETTINGS_APPEARED = -3,         // The file was missing at beginSettings().
+    SETTINGS_TOO_MANY_COPIES = -4,
+};
+
 // A path that is a symbolic link stands for the file at the end of the links, which need not be there yet.
 // The replacement, the ".damaged" copies and the lock belong to that file and its directory; the link stays.
 
@@ -27,12 +36,14 @@ struct SettingsFile
     bool damaged = false; // There is something of that name, but it cannot be read or parsed.
     int error = 0; // Why it could not be read, as errno says it: what is in it is unknown. 0 when it was
                    // read, is missing, or is no file at all but, say, a directory.
+    bool missing = false; // From a directory that is there. Where that is missing too, the file may only be
+                          // away: error is ENOENT.
 };
 
 SettingsFile readSettingsFile(const QByteArray& path);
 
 // The two steps of readSettingsFile(), without its warnings. Nothing, errno saying why, when the file cannot
-// be read; false when bytes cannot be parsed, keys then holding a part of them.
+// be read (EISDIR when it is no file); false when bytes cannot be parsed, keys then holding a part of them.
 std::optional<QByteArray> readSettingsBytes(const QByteArray& path);
 bool parseSettings(GKeyFile* keys, QByteArrayView bytes);
 
@@ -54,7 +65,9 @@ bool replaceSettingsFile(const QByteArray& path, GKeyFile* keys);
 bool replaceSettingsBytes(const QByteArray& path, QByteArrayView bytes);
 
 // Holds off the other writers of the files in path's directory while it lives; waits for the one that is at
-// work, which is a matter of one file write. Without effect where the directory cannot be locked.
+// work, which is a matter of one file write. Without effect where the lock file cannot be made or locked. By
+// the SettingsLockFile of that directory; where that is not private nothing is held off, and nothing may be
+// written.
 //
 // With the lock it removes the temporary files of writers of this file, and of its ".old" copies, that died:
 // the user's own regular files of exactly such a name.
@@ -62,12 +75,13 @@ class SettingsLock
 {
 public:
     explicit SettingsLock(const QByteArray& path);
-    ~SettingsLock();
-    SettingsLock(const SettingsLock&) = delete;
-    SettingsLock& operator=(const SettingsLock&) = delete;
+    // Why nothing may be written: SETTINGS_LOCK_NOT_PRIVATE; 0 when it may.
+    int refusal() const;
 
 private:
-    int directory_;
+    SettingsLock(const QByteArray& path, const QByteArray& target);
+
+    SettingsLockFile file_;
 };
 
 #endif

@@ -294,8 +294,8 @@ TEST_F(RepairOffer, OpensNoListThatWouldBeWrongWhenNothingCanBeWritten)
             const NoRoom noRoom;
             told = answer({Qt::Key_Return}, openList);
         }
-        EXPECT_EQ(told,
-                  Told({"The SIP profiles cannot be put in order. The settings file cannot be written.|OK"}));
+        EXPECT_EQ(told, Told({"The SIP profiles cannot be put in order. The settings file cannot be written "
+                              "(File too large).|OK"}));
         EXPECT_EQ(open<HomeScreen>(), &home);
         EXPECT_EQ(readFile(), bytes);
         EXPECT_FALSE(hasCopies());
@@ -306,9 +306,8 @@ TEST_F(RepairOffer, OpensNoListThatWouldBeWrongWhenNothingCanBeWritten)
         const NoRoom noRoom;
         told = answer({Qt::Key_F1, Qt::Key_Return}, openList);
     }
-    EXPECT_EQ(told,
-              Told({DAMAGED_TEXT,
-                    "The SIP profiles are not repaired. No copy of the settings file can be kept.|OK"}));
+    EXPECT_EQ(told, Told({DAMAGED_TEXT, "The SIP profiles are not repaired. No copy of the settings file can "
+                                        "be kept (File too large).|OK"}));
     EXPECT_EQ(open<HomeScreen>(), &home);
     EXPECT_EQ(readFile(), DAMAGED);
 }

@@ -287,6 +287,33 @@ TEST_F(Notices, AtStartTellADirectoryInWhichNothingCanBeSaved)
     EXPECT_TRUE(staysSilent());
 }
 
+TEST_F(Notices, TellALockFileThatCannotBeOpenedAndOpenNoList)
+{
+    const QString lockFile = directory() + "/" + LOCK_FILE;
+    const auto told = [] {
+        QString text;
+        const auto dismiss = onceOpen<OrmuMessageBox>([&text](OrmuMessageBox&) { text = boxText("lock"); });
+        press(Qt::Key_Return);
+        return text;
+    };
+    {
+        const SystemCallFault fault(SystemCall::Open, EIO, 0, SystemCallFault::ALL, LOCK_FILE);
+        EXPECT_EQ(told(), "The SIP profiles cannot be opened: input/output error.");
+    }
+    writeFile(lockFile, "");
+    ASSERT_EQ(chmod(QFile::encodeName(lockFile).constData(), 0644), 0);
+    EXPECT_EQ(told(), "The SIP profiles cannot be opened: the file .lock is not for this user alone.");
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(QFile::encodeName(lockFile).constData(), 65534, 65534), 0);
+        EXPECT_EQ(told(), "The SIP profiles cannot be opened: the file .lock belongs to another user.");
+    }
+    EXPECT_EQ(open<HomeScreen>(), home.get());
+    ASSERT_TRUE(QFile::remove(lockFile));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(listIsOpen());
+    press(Qt::Key_F3);
+}
+
 // Another phone on the same settings directory.
 class TwoPhones : public Notices
 {

@@ -109,7 +109,7 @@ TEST_F(SettingsFault, ShortWritesAreContinued)
 TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
 {
     writeFile(OLD);
-    const SystemCallFault fault(SystemCall::Flock, ENOLCK);
+    const SystemCallFault fault(SystemCall::Lock, ENOLCK);
     writeNew();
     EXPECT_EQ(fault.fired(), 1);
     EXPECT_EQ(readFile(), NEW);
@@ -219,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(EachRead, SettingsReadFault,
                          testing::Values(FailingRead{"FirstRead", SystemCall::Read, EIO, 0},
                                          FailingRead{"ReadOfTheSave", SystemCall::Read, EIO, 1},
                                          FailingRead{"FirstOpen", SystemCall::Open, EACCES, 0},
-                                         // The second is that of the directory, to lock it.
+                                         // The second is that of the lock file.
                                          FailingRead{"OpenOfTheSave", SystemCall::Open, EMFILE, 2}),
                          [](const auto& read) { return std::string(read.param.name); });
 
@@ -250,6 +250,107 @@ TEST_F(SettingsFault, AMissingOrDamagedFileIsNotUnread)
     writeNew();
     EXPECT_EQ(readFile(), NEW);
     EXPECT_TRUE(log.failures().isEmpty());
+}
+
+// A file that was missing when the host began.
+class SettingsAppeared : public SettingsFault
+{
+protected:
+    SettingsAppeared() { EXPECT_FALSE(beginSettings(file()).has_value()); }
+
+    const WarningLog warnings_;
+    FailureLog log_;
+};
+
+TEST_F(SettingsAppeared, SinceTheBeginningIsNotWrittenOver)
+{
+    writeFile(OLD);
+    for (int save = 0; save < 3; ++save) {
+        log_.clear();
+        writeNew();
+        EXPECT_EQ(log_.only().kind, SettingsFailure::NotSavedUnread);
+        EXPECT_EQ(log_.only().reason, "the file was missing when the list was opened");
+    }
+    EXPECT_TRUE(isSettingsFileUnread(file()));
+    EXPECT_EQ(readFile(), OLD);
+
+    log_.clear();
+    EXPECT_FALSE(beginSettings(file()).has_value());
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_TRUE(log_.failures().isEmpty());
+}
+
+TEST_F(SettingsAppeared, BrokenSinceTheBeginningIsNotMovedAside)
+{
+    writeFile(GARBAGE);
+    writeNew();
+    EXPECT_EQ(log_.only().kind, SettingsFailure::NotSavedUnread);
+    EXPECT_EQ(readFile(), GARBAGE);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+}
+
+TEST_F(SettingsAppeared, ByAnOwnSaveIsWrittenAgain)
+{
+    writeNew();
+    SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Other", 2);
+    EXPECT_EQ(readFile(), NEW + "Other=2\n");
+    EXPECT_TRUE(log_.failures().isEmpty());
+}
+
+TEST_F(SettingsAppeared, ByAnOwnSaveThatWasNotDurableIsWrittenAgain)
+{
+    {
+        const SystemCallFault fault(SystemCall::Fsync, EIO, 1);
+        writeNew();
+        ASSERT_EQ(fault.fired(), 1);
+    }
+    EXPECT_EQ(log_.only().kind, SettingsFailure::NotSaved);
+    log_.clear();
+    SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Other", 2);
+    EXPECT_EQ(readFile(), NEW + "Other=2\n");
+    EXPECT_TRUE(log_.failures().isEmpty());
+}
+
+TEST_F(SettingsAppeared, AfterAnOwnSaveThatFailedIsNotWrittenOver)
+{
+    {
+        const SystemCallFault fault(SystemCall::Write, ENOSPC);
+        writeNew();
+    }
+    writeFile(OLD);
+    log_.clear();
+    writeNew();
+    EXPECT_EQ(log_.only().kind, SettingsFailure::NotSavedUnread);
+    EXPECT_EQ(readFile(), OLD);
+}
+
+// Once a read has failed, nothing that was to be saved before or after comes into the file.
+TEST_F(SettingsFault, AReadThatFailsDropsTheChangesOfEarlierSaves)
+{
+    const WarningLog warnings;
+    // In the save itself, and before it.
+    for (const int passing : {1, 0}) {
+        writeFile(OLD);
+        ASSERT_FALSE(beginSettings(file()).has_value());
+        FailureLog log;
+        {
+            const SystemCallFault fault(SystemCall::Rename, ENOSPC);
+            SETUP_SET_Manager(file(), false).setSettingInfo("Earlier", "Key", 1);
+        }
+        {
+            const SystemCallFault fault(SystemCall::Read, EIO, passing, 1);
+            writeNew();
+            ASSERT_EQ(fault.fired(), 1);
+        }
+        QString text;
+        SETUP_SET_Manager(file(), false).getSettingInfo("Earlier", "Key", text, "gone", false);
+        EXPECT_EQ(text, "gone") << passing;
+        log.clear();
+        endSettings(file());
+        EXPECT_TRUE(log.failures().isEmpty()) << passing;
+        EXPECT_EQ(readFile(), OLD);
+    }
 }
 
 TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
@@ -300,7 +401,7 @@ TEST_F(SettingsFault, ReadingOpensTheFileOnceAndWritesNothing)
     EXPECT_EQ(callCount(SystemCall::Read), 1);
     EXPECT_EQ(callCount(SystemCall::CreateTemporary), 0);
     EXPECT_EQ(callCount(SystemCall::Write), 0);
-    EXPECT_EQ(callCount(SystemCall::Flock), 0);
+    EXPECT_EQ(callCount(SystemCall::Lock), 0);
 }
 
 TEST_F(SettingsFault, ManyChangesAreOneReplacement)

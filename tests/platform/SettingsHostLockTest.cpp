@@ -1,5 +1,7 @@
 #include "SettingsHostLock.h"
 #include "ChildProcess.h"
+#include "FailureLog.h"
+#include "SETUP_SET_Manager.h"
 #include "SettingsFixture.h"
 
 #include <QDir>
@@ -8,6 +10,8 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,7 +22,7 @@ using Result = SettingsHostLock::Result;
 class SettingsHost : public SettingsTest
 {
 protected:
-    QString lockFile() const { return directory() + "/.host.lock"; }
+    QString lockFile() const { return directory() + "/" + LOCK_FILE; }
 
     // As another process sees it.
     static int triedByAnother()
@@ -37,7 +41,8 @@ TEST_F(SettingsHost, HoldsTheDirectoryUntilItGoes)
         EXPECT_EQ(SettingsHostLock().hold(), Result::HeldByAnother);
     }
     EXPECT_EQ(triedByAnother(), Result::Held);
-    EXPECT_EQ(entries(), QStringList(".host.lock"));
+    EXPECT_EQ(entries(), QStringList());
+    EXPECT_TRUE(QFile::exists(lockFile()));
 }
 
 TEST_F(SettingsHost, MakesALockFileForItsUserAlone)
@@ -79,7 +84,7 @@ TEST_F(SettingsHost, HoldsTheDirectoryThatIsThereNow)
     EXPECT_EQ(triedByAnother(), Result::Held);
     EXPECT_EQ(lock.hold(), Result::Held);
     EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
-    ASSERT_TRUE(QFile::remove(other.directory() + "/.host.lock"));
+    ASSERT_TRUE(QFile::remove(other.directory() + "/" + LOCK_FILE));
     EXPECT_EQ(lock.hold(), Result::Held);
     EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
 }
@@ -87,15 +92,156 @@ TEST_F(SettingsHost, HoldsTheDirectoryThatIsThereNow)
 TEST_F(SettingsHost, SaysWhenTheDirectoryCannotBeLocked)
 {
     ASSERT_TRUE(QDir().mkpath(lockFile()));
-    EXPECT_EQ(SettingsHostLock().hold(), Result::CannotLock);
+    EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
 }
 
 TEST_F(SettingsHost, FollowsNoLinkInTheLockFilesPlace)
 {
     const QString outside = directory() + "/outside";
     ASSERT_EQ(symlink(QFile::encodeName(outside).constData(), QFile::encodeName(lockFile()).constData()), 0);
-    EXPECT_EQ(SettingsHostLock().hold(), Result::CannotLock);
+    EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
     EXPECT_FALSE(QFile::exists(outside));
+}
+
+// A save beside a lock file, or a directory, that others have to do with.
+class SettingsWriterLock : public SettingsHost
+{
+protected:
+    SettingsWriterLock() { writeFile(OLD); }
+
+    void writeNew() const
+    {
+        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", QString("new"), false);
+    }
+    void expectRefusal(const QString& reason) const
+    {
+        const WarningLog warnings;
+        const FailureLog log;
+        writeNew();
+        EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
+        EXPECT_EQ(log.only().reason, reason);
+        EXPECT_EQ(readFile(), OLD);
+        EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+        SettingsHostLock lock;
+        EXPECT_EQ(lock.hold(), Result::NoLockFile);
+        EXPECT_EQ(settingsReason(file(), lock.error()), reason);
+    }
+    void setMode(const QString& path, mode_t mode) const
+    {
+        ASSERT_EQ(chmod(QFile::encodeName(path).constData(), mode), 0);
+    }
+
+    const QByteArray OLD = "[Group]\nKey=old\n";
+    const QByteArray NEW = "[Group]\nKey=new\n";
+};
+
+// Does something as another user, holds it, and tells when it is done.
+class OtherUser
+{
+public:
+    explicit OtherUser(const std::function<bool()>& work)
+    {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        child_ = startChild([&] {
+            const char done = setgid(65534) == 0 && setuid(65534) == 0 && work();
+            if (write(ready[1], &done, 1) == 1)
+                pause();
+            return 0;
+        });
+        char done = 0;
+        EXPECT_EQ(read(ready[0], &done, 1), 1);
+        hasDone = done != 0;
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~OtherUser()
+    {
+        kill(child_, SIGKILL);
+        waitForChild(child_);
+    }
+    OtherUser(const OtherUser&) = delete;
+    OtherUser& operator=(const OtherUser&) = delete;
+
+    bool hasDone = false;
+
+private:
+    pid_t child_ = -1;
+};
+
+TEST_F(SettingsWriterLock, MakesALockFileForItsUserAlone)
+{
+    umask(0);
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_EQ(FileIdentity(lockFile()).mode, S_IFREG | 0600U);
+}
+
+TEST_F(SettingsWriterLock, IsNotThatOfTheHost)
+{
+    SettingsHostLock host;
+    ASSERT_EQ(host.hold(), Result::Held);
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
+}
+
+TEST_F(SettingsWriterLock, CannotBeHeldByAnotherUserOfTheDirectory)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    setMode(directory(), 0755);
+    const OtherUser other([&] {
+        const int opened = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
+        return flock(opened, LOCK_EX) == 0;
+    });
+    ASSERT_TRUE(other.hasDone);
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+    EXPECT_EQ(SettingsHostLock().hold(), Result::Held);
+}
+
+TEST_F(SettingsWriterLock, OfAnotherUserIsToldAndNotWaitedFor)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    setMode(directory(), 0777);
+    std::unique_ptr<SettingsLockFile> file;
+    const OtherUser other([&] {
+        file = std::make_unique<SettingsLockFile>(QFile::encodeName(directory() + "/"));
+        return file->tryLock(SettingsLockFile::HostByte) && file->tryLock(SettingsLockFile::WriterByte);
+    });
+    ASSERT_TRUE(other.hasDone);
+    expectRefusal("the file .lock belongs to another user");
+    setMode(lockFile(), 0666);
+    expectRefusal("the file .lock belongs to another user");
+    ASSERT_TRUE(QFile::remove(lockFile()));
+    writeNew();
+    EXPECT_EQ(readFile(), NEW);
+}
+
+TEST_F(SettingsWriterLock, OpenToOthersIsToldAndNothingIsLost)
+{
+    writeFile(lockFile(), "");
+    for (const mode_t mode : {0644U, 0620U, 0602U}) {
+        setMode(lockFile(), mode);
+        expectRefusal("the file .lock is not for this user alone");
+    }
+    setMode(lockFile(), 0600);
+    SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Other", 2);
+    EXPECT_EQ(readFile(), NEW + "Other=2\n");
+}
+
+TEST_F(SettingsWriterLock, ThatIsNoFileIsTold)
+{
+    ASSERT_TRUE(QDir().mkpath(lockFile()));
+    expectRefusal("the file .lock is not for this user alone");
+    ASSERT_TRUE(QDir().rmdir(lockFile()));
+    ASSERT_EQ(symlink("outside", QFile::encodeName(lockFile()).constData()), 0);
+    expectRefusal("the file .lock is not for this user alone");
+    ASSERT_TRUE(QFile::remove(lockFile()));
+    ASSERT_EQ(mkfifo(QFile::encodeName(lockFile()).constData(), 0600), 0);
+    expectRefusal("the file .lock is not for this user alone");
 }
 
 } // namespace

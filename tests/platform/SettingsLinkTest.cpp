@@ -43,7 +43,9 @@ protected:
     static bool isLink(const QString& path) { return S_ISLNK(FileIdentity(path).mode); }
     QStringList targets() const
     {
-        return QDir(elsewhere()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+        QStringList names = QDir(elsewhere()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+        names.removeAll(LOCK_FILE);
+        return names;
     }
 
     void expectOnlyTheTargetIsNew() const
@@ -102,8 +104,52 @@ TEST_F(SettingsLink, ALinkIntoAMissingDirectoryIsToldAndStays)
     const FailureLog log;
     writeNew(file());
     EXPECT_TRUE(isLink(file()));
-    EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
-    EXPECT_EQ(log.only().reason, "the folder is missing");
+    ASSERT_EQ(log.failures().size(), 2);
+    EXPECT_EQ(log.failures()[0].kind, SettingsFailure::NotRead);
+    EXPECT_EQ(log.failures()[1].kind, SettingsFailure::NotSavedUnread);
+    for (const SettingsFailure& failure : log.failures())
+        EXPECT_EQ(failure.reason, "the folder is missing");
+}
+
+TEST_F(SettingsLink, ATargetAwayForAMomentIsNotWrittenOver)
+{
+    writeFile(target(), OLD);
+    makeLink(file(), "elsewhere/" + TARGET);
+    const WarningLog warnings;
+    const FailureLog log;
+    const QString away = directory() + "/away";
+    ASSERT_TRUE(QDir().rename(elsewhere(), away));
+    const auto failure = beginSettings(file());
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(failure->reason, "the folder is missing");
+    ASSERT_TRUE(QDir().rename(away, elsewhere()));
+    writeNew(file());
+    EXPECT_EQ(log.only().kind, SettingsFailure::NotSavedUnread);
+    EXPECT_EQ(readFile(target()), OLD);
+    EXPECT_FALSE(beginSettings(file()).has_value());
+    writeNew(file());
+    expectOnlyTheTargetIsNew();
+}
+
+TEST_F(SettingsLink, AFolderOfTheTargetWithoutPermissionIsToldAtStart)
+{
+    writeFile(target(), OLD);
+    makeLink(file(), "elsewhere/" + TARGET);
+    EXPECT_FALSE(checkSettingsDirectory(file()).has_value());
+    const int result = runUnprivileged(directory(), [&] {
+        if (chmod(name(elsewhere()).constData(), 0500) != 0 || checkSettingsDirectory())
+            return 1;
+        const auto failure = checkSettingsDirectory(file());
+        return failure && failure->kind == SettingsFailure::NoDirectory && failure->reason == "not allowed"
+                   ? 0
+                   : 2;
+    });
+    EXPECT_EQ(result, 0);
+    ASSERT_TRUE(QFile::remove(file()));
+    makeLink(file(), "missing/" + TARGET);
+    const auto failure = checkSettingsDirectory(file());
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_EQ(failure->reason, "the folder is missing");
 }
 
 TEST_F(SettingsLink, LinksInACircleAreToldAndStay)

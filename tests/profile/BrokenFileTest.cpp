@@ -3,6 +3,7 @@
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
 #include "SETUP_SIP_Agent.h"
+#include "SettingsFile.h"
 #include "SettingsFixture.h"
 #include "SystemCallFault.h"
 
@@ -15,9 +16,9 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <iterator>
+#include <memory>
 #include <ostream>
 #include <random>
-#include <sys/file.h>
 #include <thread>
 #include <unistd.h>
 
@@ -475,7 +476,7 @@ TEST_F(Repair, LeavesTheOldFileOnAFullDisk)
         const ProfileRepair repair = repairProfileFile(file());
         ASSERT_GT(fault.fired(), 0);
         EXPECT_EQ(repair.outcome, ProfileRepair::Failed);
-        EXPECT_EQ(repair.error, "No copy of the settings file can be kept.");
+        EXPECT_EQ(repair.error, "No copy of the settings file can be kept (no room on the disk).");
     }
     EXPECT_EQ(readFile(), broken_);
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
@@ -484,7 +485,7 @@ TEST_F(Repair, LeavesTheOldFileOnAFullDisk)
         const ProfileRepair repair = repairProfileFile(file());
         ASSERT_GT(fault.fired(), 0);
         EXPECT_EQ(repair.outcome, ProfileRepair::Failed);
-        EXPECT_EQ(repair.error, "The settings file cannot be written.");
+        EXPECT_EQ(repair.error, "The settings file cannot be written (input/output error).");
     }
     EXPECT_EQ(readFile(), broken_);
     EXPECT_EQ(readFile(file() + ".old"), broken_);
@@ -496,12 +497,16 @@ TEST_F(Repair, ChangesNothingWhenATidyCannotReadOrWriteTheFile)
     writeFile(broken_);
     {
         const SystemCallFault fault(SystemCall::Write, ENOSPC);
-        EXPECT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Failed);
+        const ProfileRepair tidied = tidyProfileFile(file());
+        EXPECT_EQ(tidied.outcome, ProfileRepair::Failed);
+        EXPECT_EQ(tidied.error, "The settings file cannot be written (no room on the disk).");
         ASSERT_GT(fault.fired(), 0);
     }
     {
         const SystemCallFault fault(SystemCall::Read, EIO);
-        EXPECT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Unread);
+        const ProfileRepair tidied = tidyProfileFile(file());
+        EXPECT_EQ(tidied.outcome, ProfileRepair::Unread);
+        EXPECT_EQ(tidied.error, "The settings file cannot be read (input/output error).");
         ASSERT_GT(fault.fired(), 0);
     }
     EXPECT_EQ(readFile(), broken_);
@@ -515,27 +520,42 @@ TEST_F(Repair, OfAFileThatCannotBeReadFails)
     EXPECT_TRUE(checked.has(ProfileFile::Finding::CannotRead));
     EXPECT_FALSE(checked.canRepair());
     EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::Unread);
-    EXPECT_EQ(repairProfileFile(file()).error, "The settings file cannot be read (Invalid argument).");
+    EXPECT_EQ(repairProfileFile(file()).error, "The settings file cannot be read (it is no file).");
     EXPECT_TRUE(QDir(file() + "/inside").exists());
+}
+
+TEST_F(Repair, WritesNothingBesideALockFileThatOthersMayOpen)
+{
+    const WarningLog warnings;
+    writeFile(broken_);
+    const QString lockFile = directory() + "/" + LOCK_FILE;
+    writeFile(lockFile, "");
+    ASSERT_EQ(chmod(QFile::encodeName(lockFile).constData(), 0644), 0);
+    for (const ProfileRepair& repair : {tidyProfileFile(file()), repairProfileFile(file())}) {
+        EXPECT_EQ(repair.outcome, ProfileRepair::Failed);
+        EXPECT_EQ(repair.error,
+                  "The settings file cannot be written (the file .lock is not for this user alone).");
+    }
+    EXPECT_EQ(readFile(), broken_);
+    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
 }
 
 TEST_F(Repair, WaitsForAWriterThatIsAtWork)
 {
     writeFile(broken_);
-    const int directoryFd = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(flock(directoryFd, LOCK_EX), 0);
+    auto writer = std::make_unique<SettingsLock>(QFile::encodeName(file()));
     resetCallCounts();
     std::atomic<bool> done = false;
     std::thread repairing([&] {
         repairProfileFile(file());
         done = true;
     });
-    while (callCount(SystemCall::Flock) == 0 && !done)
+    while (callCount(SystemCall::Lock) == 0 && !done)
         std::this_thread::yield();
     EXPECT_FALSE(done);
     // What the writer stores is repaired, too.
     writeFile(broken_ + "[Profile3]\nDisplayName=C\n");
-    close(directoryFd);
+    writer.reset();
     repairing.join();
     EXPECT_EQ(ProfileFile(file()).profiles().size(), 2);
     EXPECT_TRUE(ProfileFile(file()).findings().isEmpty());

@@ -488,8 +488,7 @@ TEST_F(SipProfile, SaysWhenTheFileCannotBeRead)
     ASSERT_TRUE(QDir().mkpath(file()));
     for (const QStringList& command :
          QList<QStringList>{{"list"}, {"status"}, {"status", "A"}, {"connect", "A"}, {"check"}, {"repair"}})
-        expectFailure(command, 5,
-                      "The settings file cannot be read (Invalid argument): no profile is listed.");
+        expectFailure(command, 5, "The settings file cannot be read (it is no file): no profile is listed.");
 }
 
 TEST_F(SipProfile, SaysWhenItsOutputCannotBeWritten)

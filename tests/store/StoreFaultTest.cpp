@@ -215,7 +215,7 @@ TEST_F(StoreFaults, OneReadThatFailsAnywhereKeepsEveryLaterSaveFromTheFile)
             }
             if (fault.fired() == 0)
                 break;
-            // An open that fails may also be the directory's, without which a save goes on.
+            // An open that fails may also be the lock file's, without which a save goes on.
             ASSERT_TRUE(hasFailed || call == SystemCall::Open);
             ASSERT_EQ(hasFailed, !log.failures().isEmpty());
             faults += hasFailed;

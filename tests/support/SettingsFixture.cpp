@@ -50,8 +50,11 @@ QByteArray SettingsDirectory::readFile(const QString& path)
 
 QStringList SettingsDirectory::entries() const
 {
-    return QDir(directory())
-        .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    QStringList names =
+        QDir(directory())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    names.removeAll(LOCK_FILE);
+    return names;
 }
 
 FileIdentity::FileIdentity(const QString& path)

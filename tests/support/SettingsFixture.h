@@ -29,7 +29,8 @@ public:
     static void writeFile(const QString& path, const QByteArray& bytes);
     static QByteArray readFile(const QString& path);
 
-    // The names in the settings directory, sorted.
+    // The names in the settings directory, sorted, but for that of the lock file.
+    static constexpr char LOCK_FILE[] = ".lock";
     QStringList entries() const;
 
 private:

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <string_view>
-#include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -56,6 +55,15 @@ int openAs(const char* path, int flags, mode_t mode)
 mode_t modeOf(int flags, va_list arguments)
 {
     return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+// Only locks are counted. A number and an address are passed on alike.
+int fcntlAs(int fd, int command, va_list arguments)
+{
+    const unsigned long argument = va_arg(arguments, unsigned long);
+    if ((command == F_OFD_SETLK || command == F_OFD_SETLKW) && fails(SystemCall::Lock))
+        return -1;
+    return static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
 }
 
 } // namespace
@@ -161,8 +169,17 @@ int link(const char* from, const char* to) noexcept
                                    : static_cast<int>(syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
-int flock(int fd, int operation) noexcept
+int fcntl(int fd, int command, ...)
 {
-    return fails(SystemCall::Flock) ? -1 : static_cast<int>(syscall(SYS_flock, fd, operation));
+    va_list arguments;
+    va_start(arguments, command);
+    return fcntlAs(fd, command, arguments);
+}
+
+int fcntl64(int fd, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    return fcntlAs(fd, command, arguments);
 }
 }

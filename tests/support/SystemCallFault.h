@@ -3,7 +3,7 @@
 
 // The calls through which the settings file is read and written. A program that links this file counts them,
 // whoever makes them, and can make them fail.
-enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link, Flock, Last = Flock };
+enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link, Lock, Last = Lock };
 
 // How often the call was made in this process since the last resetCallCounts().
 int callCount(SystemCall call);
