@@ -1,52 +1,107 @@
 #include "ProfileMatch.h"
 
 #include <algorithm>
+#include <deque>
+#include <tuple>
 
 namespace {
 
 using Profile = StoredProfiles::value_type;
+
+// Orders profiles by what is the same for those that a pass takes for one another.
+bool isContentLess(const Profile* first, const Profile* second)
+{
+    return first->second.content < second->second.content;
+}
+
+// Both have an account.
+bool isAccountLess(const Profile* first, const Profile* second)
+{
+    const auto key = [](const Profile* profile) {
+        const SipProfile& sip = *profile->second.sip;
+        return std::tie(sip.registrar.host, sip.registrar.port, sip.registrar.transport,
+                        sip.registrar.numeric, sip.registrar.defaultPort, sip.user, sip.password);
+    };
+    return key(first) < key(second);
+}
+
+bool isNameLess(const Profile* first, const Profile* second)
+{
+    return first->second.displayName < second->second.displayName;
+}
+
+using IsLess = bool (*)(const Profile*, const Profile*);
+// Profiles that are the same, in their order.
+using Alike = std::map<const Profile*, std::deque<const Profile*>, IsLess>;
 
 class Matching
 {
 public:
     Matching(const StoredProfiles& before, const StoredProfiles& now) : before_(before), now_(now) {}
 
-    // Gives every profile that has no place yet the first free one where isSame holds.
+    // Gives every profile that has no place yet that of its own number, if it is the same there.
     template <class IsSame>
-    void place(const IsSame& isSame)
+    void placeAtSameNumber(const IsSame& isSame)
     {
         for (const Profile& old : before_) {
-            if (places_.contains(old.first))
+            const auto found = now_.find(old.first);
+            if (!places_.contains(old.first) && found != now_.end() && !taken_.contains(old.first) &&
+                isSame(old, *found))
+                place(old, found->first);
+        }
+    }
+
+    // Gives every profile that concerns the pass and has no place yet the first free one of those that are
+    // the same.
+    template <class Concerns>
+    void placeAtFirst(IsLess isLess, const Concerns& concerns)
+    {
+        Alike free(isLess);
+        for (const Profile& present : now_) {
+            if (concerns(present) && !taken_.contains(present.first))
+                free[&present].push_back(&present);
+        }
+        for (const Profile& old : before_) {
+            if (!concerns(old) || places_.contains(old.first))
                 continue;
-            const auto found = std::find_if(now_.begin(), now_.end(), [&](const Profile& present) {
-                return !taken_.contains(present.first) && isSame(old, present);
-            });
-            if (found == now_.end())
+            const auto found = free.find(&old);
+            if (found == free.end() || found->second.empty())
                 continue;
-            places_[old.first] = found->first;
-            taken_.insert(found->first);
+            place(old, found->second.front()->first);
+            found->second.pop_front();
         }
     }
 
     // Profiles in use that have no place get that of a profile with the same content that is not.
     void prefer(const std::set<std::string>& inUse)
     {
+        Alike idle(isContentLess);
+        for (const Profile& old : before_) {
+            if (places_.contains(old.first) && !inUse.contains(old.first))
+                idle[&old].push_back(&old);
+        }
         for (const Profile& old : before_) {
             if (places_.contains(old.first) || !inUse.contains(old.first))
                 continue;
-            const auto idle = std::find_if(places_.begin(), places_.end(), [&](const auto& place) {
-                return !inUse.contains(place.first) && before_.at(place.first).content == old.second.content;
-            });
-            if (idle == places_.end())
+            const auto found = idle.find(&old);
+            if (found == idle.end() || found->second.empty())
                 continue;
-            places_[old.first] = idle->second;
-            places_.erase(idle);
+            const auto former = places_.find(found->second.front()->first);
+            places_[old.first] = former->second;
+            places_.erase(former);
+            found->second.pop_front();
         }
     }
 
     ProfilePlaces places() const { return places_; }
 
 private:
+    void place(const Profile& old, const std::string& group)
+    {
+        places_[old.first] = group;
+        taken_.insert(group);
+    }
+
     const StoredProfiles& before_;
     const StoredProfiles& now_;
     ProfilePlaces places_;
@@ -55,32 +110,27 @@ private:
 
 } // namespace
 
+// A settings file may hold thousands of profiles, and the loop waits meanwhile. So no pass compares each with
+// each.
 ProfilePlaces matchProfiles(const StoredProfiles& before, const StoredProfiles& now,
                             const std::set<std::string>& inUse)
 {
-    const auto isSameNumber = [](const Profile& old, const Profile& present) {
-        return old.first == present.first;
-    };
-    const auto isSameContent = [](const Profile& old, const Profile& present) {
-        return old.second.content == present.second.content;
-    };
-    const auto isSameAccount = [](const Profile& old, const Profile& present) {
-        return old.second.sip && old.second.sip == present.second.sip;
-    };
-    const auto isSameName = [](const Profile& old, const Profile& present) {
-        return old.second.displayName == present.second.displayName;
-    };
+    const auto isAny = [](const Profile&) { return true; };
+    const auto hasAccount = [](const Profile& profile) { return profile.second.sip.has_value(); };
     Matching matching(before, now);
-    const auto placeFirstAtSameNumber = [&](const auto& isSame) {
-        matching.place([&](const Profile& old, const Profile& present) {
-            return isSameNumber(old, present) && isSame(old, present);
-        });
-        matching.place(isSame);
-    };
-    placeFirstAtSameNumber(isSameContent);
+    matching.placeAtSameNumber([](const Profile& old, const Profile& present) {
+        return old.second.content == present.second.content;
+    });
+    matching.placeAtFirst(isContentLess, isAny);
     matching.prefer(inUse);
-    placeFirstAtSameNumber(isSameAccount);
-    placeFirstAtSameNumber(isSameName);
-    matching.place(isSameNumber);
+    matching.placeAtSameNumber([](const Profile& old, const Profile& present) {
+        return old.second.sip && old.second.sip == present.second.sip;
+    });
+    matching.placeAtFirst(isAccountLess, hasAccount);
+    matching.placeAtSameNumber([](const Profile& old, const Profile& present) {
+        return old.second.displayName == present.second.displayName;
+    });
+    matching.placeAtFirst(isNameLess, isAny);
+    matching.placeAtSameNumber([](const Profile&, const Profile&) { return true; });
     return matching.places();
 }

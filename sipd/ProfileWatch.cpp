@@ -2,6 +2,7 @@
 
 #include "Log.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -16,6 +17,8 @@ namespace {
 
 // Editors move the old file away before they write the new one.
 constexpr std::chrono::milliseconds settleTime{100};
+// Somebody may write it, or touch it, again and again.
+constexpr std::chrono::milliseconds longestSettleTime{1000};
 
 constexpr uint32_t changes = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
 
@@ -50,6 +53,7 @@ ProfileWatch::ProfileWatch(EventLoop& loop, std::string path, std::function<void
 void ProfileWatch::watchWay()
 {
     const auto former = std::exchange(names_, {});
+    isComplete_ = true;
     std::list<fs::path> parts;
     fs::path directory = prepend(parts, path_, {});
     for (int links = 0; !parts.empty() && links < mostLinks;) {
@@ -81,8 +85,10 @@ bool ProfileWatch::watchDirectory(const std::string& directory, const std::strin
         names_[watch].insert(name);
     else if (errno == ENOENT || errno == ENOTDIR)
         return false;
-    else
+    else {
+        isComplete_ = false;
         ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles may go unnoticed: %s", std::strerror(errno));
+    }
     return true;
 }
 
@@ -120,7 +126,16 @@ void ProfileWatch::handleEvents()
     if (!isConcerned)
         return;
     watchWay();
-    settled_.set(settleTime);
+    settle();
+}
+
+void ProfileWatch::settle()
+{
+    const auto now = BootClock::now();
+    if (!firstChange_)
+        firstChange_ = now;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*firstChange_ + longestSettleTime - now);
+    settled_.set(std::clamp(left, std::chrono::milliseconds(0), settleTime));
 }
 
 void ProfileWatch::catchUp()
@@ -134,6 +149,7 @@ void ProfileWatch::catchUp()
 void ProfileWatch::tell()
 {
     settled_.stop();
+    firstChange_.reset();
     isReplaced_ = false;
     onChanged_();
 }

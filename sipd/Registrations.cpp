@@ -2,6 +2,7 @@
 
 #include "Log.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -25,29 +26,70 @@ void Registrations::connect(const std::string& group, Requester* requester)
         requester->acknowledge(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
-    watch_.catchUp();
-    registration(group).connect(requester, presentProfile(group));
+    request({true, group, requester});
 }
 
 void Registrations::disconnect(const std::string& group, Requester* requester)
 {
+    request({false, group, requester});
+}
+
+// Who asks while the file is written means the numbers that will stand in it.
+void Registrations::request(const Request& request)
+{
     watch_.catchUp();
-    const auto found = registrations_.find(group);
+    if (!waiting_.empty() || isHalfDone()) {
+        waiting_.push_back(request);
+        return;
+    }
+    readIfUnsure();
+    carryOut(request);
+}
+
+void Registrations::carryOut(const Request& request)
+{
+    if (request.isConnect) {
+        registration(request.group).connect(request.requester, profile(request.group));
+        return;
+    }
+    const auto found = registrations_.find(request.group);
     if (found == registrations_.end())
-        requester->acknowledge(SIPD_ACK_SUCCESS);
+        request.requester->acknowledge(SIPD_ACK_SUCCESS);
     else
-        found->second->disconnect(requester);
+        found->second->disconnect(request.requester);
+}
+
+// A file that was only touched is what it was.
+bool Registrations::isHalfDone() const
+{
+    if (!watch_.isSettling())
+        return false;
+    const ProfileReading reading = readProfiles(path_);
+    return reading.state != ProfileReading::State::Read || reading.profiles != profiles_;
+}
+
+// What the watch has not told.
+void Registrations::readIfUnsure()
+{
+    if (!isRead_ || !watch_.isComplete())
+        review();
 }
 
 ConnectionStatus Registrations::status(const std::string& group)
 {
     watch_.catchUp();
+    const bool isWaiting = std::any_of(waiting_.begin(), waiting_.end(), [&](const Request& request) {
+        return request.isConnect && request.group == group;
+    });
+    if (isWaiting)
+        return ConnectionStatus::Working;
     const auto found = registrations_.find(group);
     return found == registrations_.end() ? ConnectionStatus::NotConnected : found->second->status();
 }
 
 void Registrations::forget(Requester* requester)
 {
+    std::erase_if(waiting_, [&](const Request& request) { return request.requester == requester; });
     for (const auto& [group, registration] : registrations_)
         registration->forget(requester);
     for (const auto& registration : leaving_)
@@ -74,7 +116,8 @@ void Registrations::connectAutomatically()
 {
     ProfileReading reading = readProfiles(path_);
     profiles_ = std::move(reading.profiles);
-    if (reading.state != ProfileReading::State::Failed)
+    isRead_ = reading.state == ProfileReading::State::Read;
+    if (isRead_)
         start();
 }
 
@@ -90,19 +133,30 @@ void Registrations::start()
 
 void Registrations::review()
 {
-    ProfileReading reading = readProfiles(path_);
     if (isEnding_)
         return;
-    if (reading.state != ProfileReading::State::Read) {
+    ProfileReading reading = readProfiles(path_);
+    isRead_ = reading.state == ProfileReading::State::Read;
+    if (isRead_)
+        adopt(std::move(reading.profiles));
+    else
         SIPD_DETAIL("the settings file is away, the profiles stay as they are");
-        return;
+    // Whoever is answered may ask again.
+    while (!waiting_.empty()) {
+        const Request request = std::move(waiting_.front());
+        waiting_.pop_front();
+        carryOut(request);
     }
-    const StoredProfiles before = std::exchange(profiles_, std::move(reading.profiles));
+}
+
+void Registrations::adopt(StoredProfiles profiles)
+{
+    const StoredProfiles before = std::exchange(profiles_, std::move(profiles));
     const ProfilePlaces places = matchProfiles(before, profiles_, groupsInUse());
     moveNames(before, places);
     moveRegistrations(places);
     for (const auto& [group, registration] : registrations_)
-        registration->reviewProfile(profiles_.at(group).sip);
+        registration->reviewProfile(profile(group));
     if (!hasStarted_)
         start();
 }
@@ -148,27 +202,21 @@ std::set<std::string> Registrations::groupsInUse() const
     return groups;
 }
 
-// While the file cannot be read: as it was.
-std::optional<SipProfile> Registrations::presentProfile(const std::string& group)
+// As it was last read.
+std::optional<SipProfile> Registrations::profile(const std::string& group) const
 {
-    const ProfileReading reading = readProfiles(path_);
-    const bool isRead = reading.state == ProfileReading::State::Read;
-    const StoredProfiles& profiles = isRead ? reading.profiles : profiles_;
-    const auto found = profiles.find(group);
-    if (found == profiles.end())
-        return std::nullopt;
-    // What is connected is known, that it can be followed.
-    profiles_.insert(*found);
-    return found->second.sip;
+    const auto found = profiles_.find(group);
+    return found == profiles_.end() ? std::nullopt : found->second.sip;
 }
 
 void Registrations::retry(Registration& registration)
 {
     watch_.catchUp();
+    readIfUnsure();
     if (!registration.isPausing())
         return;
-    if (readProfiles(path_).state == ProfileReading::State::Read)
-        registration.keepConnected(profiles_.at(registration.group()).sip);
+    if (isRead_ && !watch_.isSettling())
+        registration.keepConnected(profile(registration.group()));
     else
         registration.postpone();
 }
@@ -176,6 +224,8 @@ void Registrations::retry(Registration& registration)
 void Registrations::end()
 {
     isEnding_ = true;
+    for (const Request& request : std::exchange(waiting_, {}))
+        request.requester->acknowledge(request.isConnect ? SIPD_ACK_FAILED : SIPD_ACK_SUCCESS);
     for (const auto& [group, registration] : registrations_)
         registration->end();
 }

@@ -25,6 +25,8 @@ struct StoredProfile
     std::string displayName;
     bool autoConnect = false;
     std::optional<SipProfile> sip; // nothing when no server could register it: no user, no sensible address
+
+    bool operator==(const StoredProfile&) const = default;
 };
 
 // Orders groups by their numbers.

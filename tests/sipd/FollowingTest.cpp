@@ -4,10 +4,15 @@
 #include "TestRegistrar.h"
 
 #include <algorithm>
+#include <atomic>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <numeric>
 #include <sstream>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
@@ -82,10 +87,16 @@ protected:
                            [](const auto& request) { return request.user == "probe"; });
     }
     // Replaces the file and remembers what stands in it for isSilentSince().
-    void place(const std::vector<Place>& places)
+    void place(const std::vector<Place>& places, int defaultNumber = -1)
     {
         places_ = places;
-        replaceFile(places);
+        replaceFile(textOf(places, defaultNumber));
+    }
+    // As place(), but in the file itself.
+    void placeInside(const std::vector<Place>& places)
+    {
+        places_ = places;
+        writeFile(QString::fromStdString(settingsFile()), QByteArray::fromStdString(textOf(places)));
     }
 
     std::vector<std::string> usersNow() const
@@ -227,11 +238,11 @@ TEST_F(Following, TwelveProfilesMoveAtOnce)
 
 TEST_F(Following, TheDefaultMarkIsNoPartOfAProfile)
 {
-    replaceFile(textOf(threePlaces, 1));
+    place(threePlaces, 1);
     startDaemon();
     EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
     const size_t count = registrar.requests().size();
-    replaceFile(textOf({{0, "bert"}, {1, "cleo", "secret", false, "cleo"}}, 1));
+    place({{0, "bert"}, {1, "cleo", "secret", false, "cleo"}}, 1);
     EXPECT_EQ(statusOf("Profile1"), 2U);
     EXPECT_TRUE(isSilentSince(count));
     EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
@@ -544,4 +555,112 @@ TEST_F(Following, AnEndlessLinkInTheWayEndsNothing)
     fs::rename(settings() + ".away", settings());
     place({{3, "anna"}});
     EXPECT_EQ(statusOf("Profile3"), 2U);
+}
+
+TEST_F(Following, AConnectRightAfterASwapInPlaceMeansTheNewNumber)
+{
+    place({{0, "anna"}, {1, "cleo"}});
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const size_t count = registrar.requests().size();
+    SipdClient client;
+    client.introduce();
+    placeInside({{0, "cleo"}, {1, "anna"}});
+    EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, "Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_TRUE(isSilentSince(count + 1));
+    EXPECT_EQ(registrar.requests()[count].user, "cleo");
+    EXPECT_EQ(statusOf("Profile0"), 2U);
+    EXPECT_EQ(statusOf("Profile1"), 0U);
+    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
+}
+
+TEST_F(Following, ADisconnectRightAfterASwapInPlaceMeansTheNewNumber)
+{
+    place({{0, "anna"}, {1, "cleo"}});
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
+    SipdClient gone;
+    gone.introduce();
+    SipdClient client;
+    client.introduce();
+    placeInside({{0, "cleo"}, {1, "anna"}});
+    gone.send(SipdClient::profileMessage(PROFILE_CTRL_DISCONNECT, "Profile1"));
+    gone.close();
+    EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, "Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_FALSE(testing::Matches(testing::Contains("cleo"))(usersNow()));
+}
+
+TEST_F(Following, SwapsDuringConnectsChangeNoProfile)
+{
+    const std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
+    const std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    place(one);
+    startDaemon({"-v"});
+    SipdClient client;
+    client.introduce();
+    std::atomic<bool> isDone = false;
+    std::thread swapper([&] {
+        for (int i = 1; !isDone; ++i)
+            replaceFile(i % 2 == 0 ? one : other);
+    });
+    constexpr int rounds = 150;
+    for (int i = 0; i < rounds; ++i) {
+        const std::string group = "Profile" + std::to_string(i % 2);
+        EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, group), SIPD_ACK_SUCCESS);
+        EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, group), SIPD_ACK_SUCCESS);
+    }
+    isDone = true;
+    swapper.join();
+    EXPECT_THAT(daemon().log(), testing::Not(testing::HasSubstr("has changed")));
+}
+
+TEST_F(Following, AFileThatIsHalfWrittenEndsNothing)
+{
+    place(threePlaces);
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    {
+        std::ofstream file(settingsFile(), std::ios::trunc);
+        file << textOf({{0, "bert"}}) << std::flush;
+        EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS) << "as it was";
+        EXPECT_THAT(usersNow(), testing::ElementsAre("anna", "cleo"));
+    }
+    EXPECT_TRUE(waitForUsers({})) << "it is done";
+}
+
+TEST_F(Following, AFileThatIsTouchedAllTheTimeIsReadStill)
+{
+    place({{0, "anna"}});
+    startDaemon();
+    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    placeInside({{0, "bert", "secret", false, "anna"}});
+    std::atomic<bool> isDone = false;
+    std::thread toucher([&] {
+        while (!isDone) {
+            EXPECT_EQ(utimensat(AT_FDCWD, settingsFile().c_str(), nullptr, 0), 0);
+            std::this_thread::sleep_for(1ms);
+        }
+    });
+    EXPECT_TRUE(waitForUsers({"bert"}));
+    isDone = true;
+    toucher.join();
+}
+
+TEST_F(Following, AFileThatWasAwayAtTheStartIsConnectedFrom)
+{
+    place({{0, "anna", "secret", true}, {1, "bert"}});
+    fs::rename(settingsFile(), settingsFile() + ".away");
+    startDaemon();
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    fs::rename(settingsFile() + ".away", settingsFile());
+    EXPECT_TRUE(waitForUsers({"anna"}));
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const size_t count = registrar.requests().size();
+    // Only once.
+    fs::rename(settingsFile(), settingsFile() + ".away");
+    fs::rename(settingsFile() + ".away", settingsFile());
+    EXPECT_EQ(statusOf("Profile0"), 0U);
+    EXPECT_TRUE(isSilentSince(count));
 }

@@ -236,6 +236,51 @@ TEST(ProfileMatch, FindsARenamedProfileByItsAccount)
               (ProfilePlaces{{"Profile1", "Profile1"}}));
 }
 
+// Comparing each with each would take many minutes.
+TEST(ProfileMatch, FindsFiftyThousandChangedProfilesSoon)
+{
+    constexpr int many = 50'000;
+    StoredProfiles before;
+    StoredProfiles renamed;
+    StoredProfiles changed;
+    std::set<std::string> inUse;
+    for (int i = 0; i < many; ++i) {
+        const std::string name = "name " + std::to_string(i);
+        StoredProfile& old = before[group(i)] = profile(name, "a");
+        old.sip = SipProfile{{}, name, "secret"};
+        StoredProfile& moved = renamed[group(many - 1 - i)] = profile("new " + name, "a");
+        moved.sip = old.sip;
+        changed[group(many - 1 - i)] = profile(name, "b");
+        inUse.insert(group(i));
+    }
+    const ProfilePlaces byAccount = matchProfiles(before, renamed, inUse);
+    const ProfilePlaces byName = matchProfiles(before, changed, inUse);
+    ASSERT_EQ(byAccount.size(), static_cast<size_t>(many));
+    EXPECT_EQ(byAccount, byName);
+    EXPECT_EQ(byAccount.at("Profile0"), group(many - 1));
+    EXPECT_TRUE(matchProfiles(before, {}, inUse).empty());
+}
+
+// Profiles that are all equal, of which others are in use than have kept their places.
+TEST(ProfileMatch, PrefersWhatIsInUseOfFiftyThousandSoon)
+{
+    constexpr int many = 50'000;
+    StoredProfiles before;
+    StoredProfiles now;
+    std::set<std::string> inUse;
+    for (int i = 0; i < many; ++i) {
+        before[group(i)] = profile("A", "a");
+        if (i < many / 2)
+            now[group(i)] = profile("A", "a");
+        else
+            inUse.insert(group(i));
+    }
+    const ProfilePlaces places = matchProfiles(before, now, inUse);
+    ASSERT_EQ(places.size(), inUse.size());
+    EXPECT_TRUE(std::all_of(places.begin(), places.end(),
+                            [&](const auto& place) { return inUse.contains(place.first); }));
+}
+
 TEST(ProfileMatch, OrdersGroupsByTheirNumbers)
 {
     std::vector<std::string> groups = {"Profile10", "Profile9", "Profile0", "Profile100", "Profile2"};
