@@ -13,6 +13,9 @@ using Profile = ProfileFile::Profile;
 
 constexpr int PROGRESS_STEP_MS = 1000;
 
+// How often the daemon is asked anew when the settings file has changed meanwhile.
+constexpr int MOST_ATTEMPTS = 10;
+
 Outcome failure(int code, const QString& error)
 {
     return {code, QString(), error, QJsonObject(), QString()};
@@ -132,6 +135,20 @@ Outcome statusOf(const QList<Profile>& profiles)
         allConnected ? EXIT_DONE : EXIT_NOT_SO, toColumns(rows), QString(), {{"profiles", json}}, QString()};
 }
 
+// The daemon knows profiles by their numbers in the file, which may change between a look into it and the
+// answer: gives what attempt gives when the same stands in the file before and after.
+template <class Look, class Attempt>
+Outcome whileUnchanged(const Look& look, const Attempt& attempt)
+{
+    for (int attempts = 0; attempts < MOST_ATTEMPTS; ++attempts) {
+        const auto before = look();
+        Outcome outcome = attempt(before);
+        if (look() == before)
+            return outcome;
+    }
+    return failure(EXIT_FILE, QStringLiteral("The settings file changes all the time."));
+}
+
 QString wordsFor(DaemonLink::Request request, _SIPD_APP_ACK_E ack)
 {
     switch (ack) {
@@ -152,16 +169,22 @@ QString wordsFor(DaemonLink::Request request, _SIPD_APP_ACK_E ack)
 Outcome ask(DaemonLink::Request request, const QString& name, const Progress& progress)
 {
     Outcome why;
-    const std::optional<Profile> profile = findProfile(name, why);
+    std::optional<Profile> profile = findProfile(name, why);
     if (!profile)
         return why;
 
+    DaemonLink link;
+    if (link.state() != DaemonLink::Open)
+        return noDaemon(link);
+    // The daemon may have taken its time, and the profile another number.
+    profile = findProfile(name, why);
+    if (!profile)
+        return why;
     const QString what = (request == DaemonLink::Connect ? QStringLiteral("Connecting %1")
                                                          : QStringLiteral("Disconnecting %1"))
                              .arg(describe(*profile));
     progress(what, 0);
-    DaemonLink link;
-    if (link.state() != DaemonLink::Open || !link.send(request, profile->group))
+    if (!link.send(request, profile->group))
         return noDaemon(link);
     for (int seconds = 0; !link.waitForAck(PROGRESS_STEP_MS);)
         progress(what, ++seconds);
@@ -205,21 +228,33 @@ Outcome listProfiles()
 
 Outcome showStatus()
 {
-    const ProfileFile file(ProfileFile::path());
-    if (isUnreadable(file))
-        return unreadable(file);
-    Outcome outcome = statusOf(file.profiles());
+    Outcome why;
+    QString note;
+    const auto look = [&]() -> std::optional<QList<Profile>> {
+        const ProfileFile file(ProfileFile::path());
+        if (isUnreadable(file)) {
+            why = unreadable(file);
+            return std::nullopt;
+        }
+        note = noteOn(file);
+        return file.profiles();
+    };
+    Outcome outcome = whileUnchanged(look, [&](const std::optional<QList<Profile>>& profiles) {
+        return profiles ? statusOf(*profiles) : why;
+    });
+    if (outcome.code != EXIT_FILE)
+        outcome.note = note;
     if (outcome.code == EXIT_NOT_SO)
         outcome.code = EXIT_DONE;
-    outcome.note = noteOn(file);
     return outcome;
 }
 
 Outcome showStatusOf(const QString& name)
 {
     Outcome why;
-    const std::optional<Profile> profile = findProfile(name, why);
-    return profile ? statusOf({*profile}) : why;
+    const auto look = [&] { return findProfile(name, why); };
+    return whileUnchanged(
+        look, [&](const std::optional<Profile>& profile) { return profile ? statusOf({*profile}) : why; });
 }
 
 Outcome connectProfile(const QString& name, const Progress& progress)

@@ -25,6 +25,8 @@ public:
         QString user;
         bool autoConnect = true;
         bool isDefault = false;
+
+        bool operator==(const Profile&) const = default;
     };
 
     struct Finding

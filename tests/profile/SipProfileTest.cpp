@@ -112,6 +112,14 @@ protected:
                 process.readAllStandardError().toStdString()};
     }
 
+    // In one step, as the store does.
+    void replaceFile(const QByteArray& bytes) const
+    {
+        const QString other = file() + ".new";
+        SettingsDirectory::writeFile(other, bytes);
+        EXPECT_EQ(rename(qPrintable(other), qPrintable(file())), 0);
+    }
+
     static void expectFailure(const QStringList& arguments, int code, const std::string& words)
     {
         SCOPED_TRACE(arguments.join(' ').toStdString());
@@ -355,6 +363,48 @@ TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)
     EXPECT_EQ(daemon().accepted(), 0);
     EXPECT_EQ(run({"connect", "Profile2"}).code, 0);
     EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2"}));
+}
+
+TEST_F(SipProfile, TellsTheStatusByTheFileAsItIsAtTheEnd)
+{
+    int queries = 0;
+    ScriptedDaemon swapping(*findScenario("status:2"), [&](int, const SipdMessage& message) {
+        if (message.type == SIPD_MSG_PROFILE && ++queries == 1)
+            replaceFile("[Profile0]\nDisplayName=C\n[Profile1]\nDisplayName=Home\n");
+    });
+    ASSERT_EQ(swapping.start(), "");
+    EXPECT_THAT(run({"status"}).out, HasSubstr("C     Profile0  connected\nHome  Profile1  connected\n"));
+    writeFile(FILE_OF_THREE);
+    queries = 0;
+    EXPECT_EQ(run({"status", "Home"}).out, "Home  Profile1  connected\n");
+}
+
+TEST_F(SipProfile, GivesUpOnAFileThatChangesAllTheTime)
+{
+    int queries = 0;
+    ScriptedDaemon swapping(*findScenario("status:2"), [&](int, const SipdMessage& message) {
+        if (message.type == SIPD_MSG_PROFILE)
+            replaceFile("[Profile0]\nDisplayName=Home\nPortNum=" + QByteArray::number(++queries) + '\n');
+    });
+    ASSERT_EQ(swapping.start(), "");
+    expectFailure({"status"}, 5, "The settings file changes all the time.");
+    expectFailure({"status", "Home"}, 5, "The settings file changes all the time.");
+}
+
+TEST_F(SipProfile, AsksForTheNumberThatStandsInTheFileAfterTheWait)
+{
+    ScriptedDaemon swapping(Scenario(), [&](int, const SipdMessage& message) {
+        if (message.type == SIPD_MSG_REGISTER)
+            replaceFile("[Profile0]\nDisplayName=C\n[Profile1]\nDisplayName=Home\n");
+    });
+    ASSERT_EQ(swapping.start(), "");
+    for (const char* command : {"connect", "disconnect"}) {
+        writeFile(FILE_OF_THREE);
+        EXPECT_EQ(run({command, "Home"}).code, 0);
+        EXPECT_STREQ(swapping.requests().back().name, "Profile1") << command;
+    }
+    writeFile(FILE_OF_THREE);
+    EXPECT_EQ(run({"connect", "Büro 2"}).code, 3) << "it is gone";
 }
 
 TEST_F(SipProfile, TakesNoNameForNoProfileAlsoWhenOneIsWithoutAName)

@@ -586,7 +586,7 @@ TEST_F(Following, ADisconnectRightAfterASwapInPlaceMeansTheNewNumber)
     SipdClient client;
     client.introduce();
     placeInside({{0, "cleo"}, {1, "anna"}});
-    gone.send(SipdClient::profileMessage(PROFILE_CTRL_DISCONNECT, "Profile1"));
+    gone.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile7"));
     gone.close();
     EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, "Profile0"), SIPD_ACK_SUCCESS);
     EXPECT_FALSE(testing::Matches(testing::Contains("cleo"))(usersNow()));
@@ -594,8 +594,13 @@ TEST_F(Following, ADisconnectRightAfterASwapInPlaceMeansTheNewNumber)
 
 TEST_F(Following, SwapsDuringConnectsChangeNoProfile)
 {
-    const std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
-    const std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
+    std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    // A reading takes its time.
+    for (int i = 2; i < 200; ++i) {
+        one.push_back({i, "user" + std::to_string(i)});
+        other.push_back(one.back());
+    }
     place(one);
     startDaemon({"-v"});
     SipdClient client;
