@@ -53,6 +53,8 @@ QString Reason::of(const QString& path, int error)
         return tr("it is no file", "99.99.99;DIALOG_ICON_50_WARP");
     case SETTINGS_LOCK_NOT_PRIVATE:
         return ofLockFile(path);
+    case EFBIG:
+        return tr("the file is too large", "99.99.99;DIALOG_ICON_50_WARP");
     case EMFILE:
     case ENFILE:
         return tr("too many files are open", "99.99.99;DIALOG_ICON_50_WARP");

@@ -27,6 +27,8 @@ using Text = std::unique_ptr<gchar, GLibDeleter>;
 using Bytes = QVarLengthArray<char, 8192>;
 
 constexpr int MOST_LINKS = 40;
+// Ten profiles need some kilobytes. More than this is no settings file, and would take all memory.
+constexpr off_t MOST_BYTES = 64 * 1024 * 1024;
 constexpr mode_t FILE_MODE = 0600;
 
 // A temporary file is called "FILE.~xxxxx": a name that nobody gives to a copy by hand.
@@ -50,6 +52,8 @@ int readWhole(const QByteArray& path, Bytes& bytes)
         return errno;
     if (!S_ISREG(status.st_mode))
         return NO_FILE;
+    if (status.st_size > MOST_BYTES)
+        return EFBIG;
 
     bytes.resize(static_cast<qsizetype>(status.st_size));
     qsizetype length = 0;
@@ -226,20 +230,12 @@ bool replaceFile(const QByteArray& target, QByteArrayView bytes)
            storeDirectory(directoryOf(target));
 }
 
-bool isAmong(QByteArrayView characters, char first, char last)
-{
-    return std::any_of(characters.begin(), characters.end(), [=](char c) { return c >= first && c <= last; });
-}
-
-// "~" and what temporaryName() puts behind it. Or six characters as GLib gives them to a temporary file; but
-// never a word or a number such as people give to a copy.
+// What temporaryName() puts behind the name of the file.
 bool isTemporaryEnding(QByteArrayView ending)
 {
-    const bool isOurs = ending.startsWith(TEMPORARY_MARK.back());
-    const QByteArrayView random = isOurs ? ending.sliced(1) : ending;
-    return std::all_of(random.begin(), random.end(),
-                       [](char c) { return NAME_CHARACTERS.find(c) != std::string_view::npos; }) &&
-           (isOurs || (isAmong(random, 'a', 'z') && isAmong(random, 'A', 'Z') && isAmong(random, '0', '9')));
+    return ending.startsWith(TEMPORARY_MARK.data()) &&
+           std::all_of(ending.begin() + TEMPORARY_MARK.size(), ending.end(),
+                       [](char c) { return NAME_CHARACTERS.find(c) != std::string_view::npos; });
 }
 
 // Whether it is the ending of a copy of the old file, or of the file itself.
@@ -260,8 +256,7 @@ bool isTemporaryName(QByteArrayView name, QByteArrayView base)
     if (!name.startsWith(base) || name.size() < base.size() + random)
         return false;
     const QByteArrayView ending = name.last(random);
-    return ending.front() == '.' && isTemporaryEnding(ending.sliced(1)) &&
-           isCopyEnding(name.sliced(base.size()).chopped(random));
+    return isTemporaryEnding(ending) && isCopyEnding(name.sliced(base.size()).chopped(random));
 }
 
 void removeIfOwnFile(int directory, const char* name)

@@ -112,6 +112,20 @@ TEST_F(SettingsFailures, ADirectoryWithoutWritePermissionIsTold)
     EXPECT_EQ(result, 0);
 }
 
+TEST_F(SettingsFailures, AFileOfATerabyteIsNotReadAndNotWrittenOver)
+{
+    const WarningLog warnings;
+    const FailureLog log;
+    writeFile(OLD);
+    ASSERT_EQ(truncate(QFile::encodeName(file()).constData(), off_t(1) << 40), 0);
+    writeNew();
+    ASSERT_FALSE(log.failures().isEmpty());
+    EXPECT_TRUE(isSaying(log.failures().first(), SettingsFailure::NotRead, "the file is too large"));
+    struct stat status = {};
+    ASSERT_EQ(stat(QFile::encodeName(file()).constData(), &status), 0);
+    EXPECT_EQ(status.st_size, off_t(1) << 40);
+}
+
 TEST_F(SettingsFailures, AFileThatMayNotBeReadIsTold)
 {
     writeFile(OLD);
@@ -164,6 +178,7 @@ TEST_F(SettingsFailures, EachReasonIsToldInWords)
                                                    {ENOTDIR, "there is a file in the folder's place"},
                                                    {ELOOP, "the link leads in a circle"},
                                                    {EMFILE, "too many files are open"},
+                                                   {EFBIG, "the file is too large"},
                                                    {ENAMETOOLONG, "File name too long"}};
     for (const auto& [error, words] : reasons) {
         const FailureLog log;

@@ -219,15 +219,15 @@ TEST_F(SettingsLeftovers, AreRemovedByTheNextWriterAndNothingElseIs)
 {
     const QString file = "ormu_sipsetup.cfg";
     expectAfterNextSave(
-        {file + ".~aB3xZ", file + ".~abcde", file + ".~12345", file + ".old.~abcde", file + ".old.12.~abcde",
-         file + ".aB3xZ9", file + ".ZZZZz0", file + ".old.aB3xZ9", file + ".old.1.aB3xZ9"},
+        {file + ".~aB3xZ", file + ".~abcde", file + ".~12345", file + ".old.~abcde", file + ".old.12.~abcde"},
         {file + ".damaged",      file + ".damaged.1",    file + ".damaged.100000", file + ".damaged.~abcde",
          file + ".old",          file + ".old.1",        file + ".old.10",         file + ".old.100000",
          file + ".old.x.~abcde", file + ".older.~abcde", file + ".backup",         file + ".Backup",
          file + ".BACKUP",       file + ".241122",       file + ".bak001",         file + ".~abcd",
          file + ".~abcdef",      file + ".~ab-de",       file + "..~abcde",        file + "~",
-         file + ".aB3xZ",        file + ".aB3xZ9a",      file + ".aB3x.9",         file + "XaB3xZ9",
-         "other.cfg.~abcde",     "x" + file + ".~abcde", file + ".aB3xé"});
+         file + ".Copy01",       file + ".old.Save1A",   file + ".aB3xZ9",         file + ".aB3xZ",
+         file + ".aB3xZ9a",      file + ".aB3x.9",       file + "XaB3xZ9",         "other.cfg.~abcde",
+         "x" + file + ".~abcde", file + ".aB3xé"});
 }
 
 TEST_F(SettingsLeftovers, OfOtherUsersAndOtherKindsStay)
