@@ -28,7 +28,7 @@ using Bytes = QVarLengthArray<char, 8192>;
 
 constexpr int MOST_LINKS = 40;
 // Ten profiles need some kilobytes. More than this is no settings file, and would take all memory.
-constexpr off_t MOST_BYTES = 64 * 1024 * 1024;
+constexpr off_t MOST_BYTES = off_t{64} << 20;
 constexpr mode_t FILE_MODE = 0600;
 
 // A temporary file is called "FILE.~xxxxx": a name that nobody gives to a copy by hand.
