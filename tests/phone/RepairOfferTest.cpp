@@ -295,7 +295,7 @@ TEST_F(RepairOffer, OpensNoListThatWouldBeWrongWhenNothingCanBeWritten)
             told = answer({Qt::Key_Return}, openList);
         }
         EXPECT_EQ(told, Told({"The SIP profiles cannot be put in order. The settings file cannot be written "
-                              "(File too large).|OK"}));
+                              "(the file is too large).|OK"}));
         EXPECT_EQ(open<HomeScreen>(), &home);
         EXPECT_EQ(readFile(), bytes);
         EXPECT_FALSE(hasCopies());
@@ -307,7 +307,7 @@ TEST_F(RepairOffer, OpensNoListThatWouldBeWrongWhenNothingCanBeWritten)
         told = answer({Qt::Key_F1, Qt::Key_Return}, openList);
     }
     EXPECT_EQ(told, Told({DAMAGED_TEXT, "The SIP profiles are not repaired. No copy of the settings file can "
-                                        "be kept (File too large).|OK"}));
+                                        "be kept (the file is too large).|OK"}));
     EXPECT_EQ(open<HomeScreen>(), &home);
     EXPECT_EQ(readFile(), DAMAGED);
 }
