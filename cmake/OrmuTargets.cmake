@@ -52,9 +52,9 @@ function(ormu_common_options target)
         $<${is_program}:-pie> -Wl,-z,noexecstack -Wl,-z,relro -Wl,-z,$<IF:$<BOOL:${ARG_LATE_BINDING}>,lazy,now>)
 endfunction()
 
-# One room of the library: an object library, compiled with hidden visibility, that both the
+# One component of the library: an object library, compiled with hidden visibility, that both the
 # shared library and the tests of its inner classes are linked from.
-function(ormu_add_room target)
+function(ormu_add_component target)
     add_library(${target} OBJECT ${ARGN})
     ormu_common_options(${target})
     set_target_properties(${target} PROPERTIES

@@ -68,11 +68,11 @@ void Client::handleUnread()
 
 void Client::handleMessage(const MessageReader::Message& message)
 {
-    if (message.type == SIPD_MSG_REGISTER && standing_ == Standing::Unregistered)
+    if (message.type == SIPD_MSG_REGISTER && state_ == State::Unregistered)
         handleRegister();
-    else if (message.type == SIPD_MSG_PROFILE && standing_ == Standing::Admitted)
+    else if (message.type == SIPD_MSG_PROFILE && state_ == State::Admitted)
         handleProfile(message.profile);
-    else if (message.type != SIPD_MSG_COMMAND || standing_ == Standing::Unregistered) {
+    else if (message.type != SIPD_MSG_COMMAND || state_ == State::Unregistered) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends message type %d out of turn",
                  static_cast<int>(message.type));
         close();
@@ -82,7 +82,7 @@ void Client::handleMessage(const MessageReader::Message& message)
 void Client::handleRegister()
 {
     if (!server_.isRefused(*this)) {
-        standing_ = Standing::Admitted;
+        state_ = State::Admitted;
         acknowledge(SIPD_ACK_SUCCESS);
         return;
     }

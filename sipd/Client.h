@@ -14,10 +14,10 @@ class Server;
 
 // One client's connection. What it sends is not read while it does not read its answers, so that neither
 // side's bytes ever pile up here.
-class Client : public Requester
+class Client : public RequestObserver
 {
 public:
-    enum class Standing { Unregistered, Admitted };
+    enum class State { Unregistered, Admitted };
 
     // Owns fd, which is non-blocking.
     Client(Server& server, int fd, bool isForeign);
@@ -28,7 +28,7 @@ public:
     void acknowledge(_SIPD_APP_ACK_E ack) override;
 
     bool isForeign() const { return isForeign_; }
-    Standing standing() const { return standing_; }
+    State state() const { return state_; }
     bool isClosed() const { return isClosed_; }
 
     // Ends the connection, and cancels what it waits for. The object is of no use any more.
@@ -49,7 +49,7 @@ private:
     Server& server_;
     const OwnedFd fd_;
     const bool isForeign_;
-    Standing standing_ = Standing::Unregistered;
+    State state_ = State::Unregistered;
     bool isWaiting_ = false; // for the ack of a request
     bool isClosed_ = false;
 

@@ -65,10 +65,10 @@ ConnectionStatus Registration::status() const
     return ConnectionStatus::NotConnected;
 }
 
-void Registration::connect(Requester* requester, std::optional<SipProfile> profile)
+void Registration::connect(RequestObserver* observer, std::optional<SipProfile> profile)
 {
     const bool isUnderWay = status() == ConnectionStatus::Working;
-    connecting_.push_back(requester);
+    connecting_.push_back(observer);
     if (isUnderWay && profile == profile_)
         return;
     profile_ = std::move(profile);
@@ -165,12 +165,13 @@ void Registration::tryAddresses()
         const auto share = timeLeft() / static_cast<int>(addresses_.size());
         const ServerAddress address = addresses_.back();
         addresses_.pop_back();
-        binding_ = std::make_unique<Binding>(services_.loop, services_.settings, *profile_,
-                                             [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
-        reason = binding_->registerAt(address, std::max(share, shortestTry));
+        attempt_ =
+            std::make_unique<RegisterAttempt>(services_.loop, services_.settings, *profile_,
+                                              [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
+        reason = attempt_->registerAt(address, std::max(share, shortestTry));
         if (reason == SIPD_ACK_SUCCESS)
             return;
-        binding_.reset();
+        attempt_.reset();
     }
     fail(reason);
 }
@@ -188,7 +189,7 @@ void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
         answer(connecting_, SIPD_ACK_SUCCESS);
         return;
     }
-    former_.push_back(std::move(binding_));
+    former_.push_back(std::move(attempt_));
     if (outcome == SIPD_ACK_CONNECT_FAILED && phase_ == Phase::Registering && !addresses_.empty())
         tryAddresses();
     else
@@ -223,11 +224,11 @@ void Registration::handleTimer()
         fail(SIPD_ACK_CONNECT_FAILED);
 }
 
-void Registration::disconnect(Requester* requester)
+void Registration::disconnect(RequestObserver* observer)
 {
     if (disconnecting_.empty())
         disconnectLimit_.set(disconnectLimit);
-    disconnecting_.push_back(requester);
+    disconnecting_.push_back(observer);
     end();
 }
 
@@ -241,10 +242,10 @@ void Registration::end()
         answer(disconnecting_, SIPD_ACK_SUCCESS);
 }
 
-void Registration::forget(Requester* requester)
+void Registration::forget(RequestObserver* observer)
 {
-    std::erase(disconnecting_, requester);
-    const bool wasConnecting = std::erase(connecting_, requester) > 0;
+    std::erase(disconnecting_, observer);
+    const bool wasConnecting = std::erase(connecting_, observer) > 0;
     if (!wasConnecting || !connecting_.empty() || isKept_)
         return;
     SIPD_DETAIL("%s: nobody waits for it any more", group_.c_str());
@@ -258,34 +259,35 @@ void Registration::dropAttempt()
     isPostponed_ = false;
     lookup_.reset();
     addresses_.clear();
-    if (binding_) {
-        binding_->leave();
-        former_.push_back(std::move(binding_));
+    if (attempt_) {
+        attempt_->unregisterOrAbandon();
+        former_.push_back(std::move(attempt_));
     }
     phase_ = Phase::Off;
 }
 
-void Registration::answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack)
+void Registration::answer(std::vector<RequestObserver*>& observers, _SIPD_APP_ACK_E ack)
 {
-    for (Requester* requester : std::exchange(requesters, {}))
-        requester->acknowledge(ack);
+    for (RequestObserver* observer : std::exchange(observers, {}))
+        observer->acknowledge(ack);
 }
 
 // The next attempt waits for that.
 bool Registration::isClearing() const
 {
-    const auto count = [this](Binding::State state) {
+    const auto count = [this](RegisterAttempt::State state) {
         return std::count_if(former_.begin(), former_.end(),
-                             [state](const auto& binding) { return binding->state() == state; });
+                             [state](const auto& attempt) { return attempt->state() == state; });
     };
-    return count(Binding::State::Unregistering) > 0 || count(Binding::State::Abandoned) > mostAbandoned;
+    return count(RegisterAttempt::State::Unregistering) > 0 ||
+           count(RegisterAttempt::State::Abandoned) > mostAbandoned;
 }
 
 bool Registration::isLeaving() const
 {
-    return std::any_of(former_.begin(), former_.end(), [](const auto& binding) {
-        return binding->state() == Binding::State::Unregistering ||
-               binding->state() == Binding::State::Abandoned;
+    return std::any_of(former_.begin(), former_.end(), [](const auto& attempt) {
+        return attempt->state() == RegisterAttempt::State::Unregistering ||
+               attempt->state() == RegisterAttempt::State::Abandoned;
     });
 }
 
@@ -296,7 +298,7 @@ milliseconds Registration::timeLeft() const
 
 void Registration::reap()
 {
-    std::erase_if(former_, [](const auto& binding) { return binding->isGone(); });
+    std::erase_if(former_, [](const auto& attempt) { return attempt->isGone(); });
     if (phase_ == Phase::Clearing && !isClearing())
         resolve();
     if (!disconnecting_.empty() && !isLeaving())

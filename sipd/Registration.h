@@ -1,7 +1,7 @@
 #ifndef REGISTRATION_H
 #define REGISTRATION_H
 
-#include "Binding.h"
+#include "RegisterAttempt.h"
 #include "Resolver.h"
 
 #include <chrono>
@@ -12,10 +12,10 @@
 #include <vector>
 
 // Someone who waits for the end of a request.
-class Requester
+class RequestObserver
 {
 public:
-    virtual ~Requester() = default;
+    virtual ~RequestObserver() = default;
     virtual void acknowledge(_SIPD_APP_ACK_E ack) = 0;
 };
 
@@ -38,7 +38,7 @@ enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connecte
 //
 // It knows its profile by the group in the settings file, which may change. It never reads that file itself.
 //
-// Requesters are told the end of their request once; they must outlive that, or be forgotten.
+// Observers are told the end of their request once; they must outlive that, or be forgotten.
 class Registration
 {
 public:
@@ -57,13 +57,13 @@ public:
     // The profile, here and below: nothing when nobody could register with it.
 
     // Registers with the profile as it is given, anew if need be. Ends within 8 seconds.
-    void connect(Requester* requester, std::optional<SipProfile> profile);
+    void connect(RequestObserver* observer, std::optional<SipProfile> profile);
     // Takes the registration back. Ends within 3 seconds, always with success.
-    void disconnect(Requester* requester);
-    // The requester has gone. What was begun for nobody else is given up.
-    void forget(Requester* requester);
+    void disconnect(RequestObserver* observer);
+    // The observer has gone. What was begun for nobody else is given up.
+    void forget(RequestObserver* observer);
 
-    // Connects it and keeps it so, without a requester.
+    // Connects it and keeps it so, without an observer.
     void keepConnected(std::optional<SipProfile> profile);
     // The next try waits for reviewProfile(), or for a minute.
     void postpone();
@@ -71,7 +71,7 @@ public:
     void reviewProfile(std::optional<SipProfile> profile);
     // The profile has been deleted: as end(), but whoever waits for it to be connected is told.
     void endDeleted();
-    // As disconnect(), without a requester.
+    // As disconnect(), without an observer.
     void end();
 
     // Between two steps of the loop: deletes what has come to its end, and goes on where that was waited for.
@@ -99,7 +99,7 @@ private:
     void fail(_SIPD_APP_ACK_E reason);
     void pauseAfter(_SIPD_APP_ACK_E reason);
     void dropAttempt();
-    void answer(std::vector<Requester*>& requesters, _SIPD_APP_ACK_E ack);
+    void answer(std::vector<RequestObserver*>& observers, _SIPD_APP_ACK_E ack);
     bool isClearing() const;
     bool isLeaving() const;
     void handleTimer();
@@ -116,13 +116,13 @@ private:
     BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;
 
-    Resolver::Ticket lookup_;
-    std::vector<ServerAddress> addresses_;         // that are still to be tried, the next one last
-    std::unique_ptr<Binding> binding_;             // the present attempt or registration
-    std::vector<std::unique_ptr<Binding>> former_; // on their way out
+    Resolver::LookupHandle lookup_;
+    std::vector<ServerAddress> addresses_;                 // that are still to be tried, the next one last
+    std::unique_ptr<RegisterAttempt> attempt_;             // the present attempt or registration
+    std::vector<std::unique_ptr<RegisterAttempt>> former_; // on their way out
 
-    std::vector<Requester*> connecting_;
-    std::vector<Requester*> disconnecting_;
+    std::vector<RequestObserver*> connecting_;
+    std::vector<RequestObserver*> disconnecting_;
 
     Timer timer_; // of the attempt, or of the pause
     Timer disconnectLimit_;

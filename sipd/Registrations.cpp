@@ -20,18 +20,18 @@ Registrations::Registrations(const SipServices& services)
 {
 }
 
-void Registrations::connect(const std::string& group, Requester* requester)
+void Registrations::connect(const std::string& group, RequestObserver* observer)
 {
     if (!isProfileGroup(group)) {
-        requester->acknowledge(SIPD_ACK_INCORRECT_PROFILE);
+        observer->acknowledge(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
-    request({true, group, requester});
+    request({true, group, observer});
 }
 
-void Registrations::disconnect(const std::string& group, Requester* requester)
+void Registrations::disconnect(const std::string& group, RequestObserver* observer)
 {
-    request({false, group, requester});
+    request({false, group, observer});
 }
 
 // Who asks while the file is written means the numbers that will stand in it.
@@ -49,14 +49,14 @@ void Registrations::request(const Request& request)
 void Registrations::carryOut(const Request& request)
 {
     if (request.isConnect) {
-        registration(request.group).connect(request.requester, profile(request.group));
+        registration(request.group).connect(request.observer, profile(request.group));
         return;
     }
     const auto found = registrations_.find(request.group);
     if (found == registrations_.end())
-        request.requester->acknowledge(SIPD_ACK_SUCCESS);
+        request.observer->acknowledge(SIPD_ACK_SUCCESS);
     else
-        found->second->disconnect(request.requester);
+        found->second->disconnect(request.observer);
 }
 
 // A file that was only touched is what it was.
@@ -87,13 +87,13 @@ ConnectionStatus Registrations::status(const std::string& group)
     return found == registrations_.end() ? ConnectionStatus::NotConnected : found->second->status();
 }
 
-void Registrations::forget(Requester* requester)
+void Registrations::forget(RequestObserver* observer)
 {
-    std::erase_if(waiting_, [&](const Request& request) { return request.requester == requester; });
+    std::erase_if(waiting_, [&](const Request& request) { return request.observer == observer; });
     for (const auto& [group, registration] : registrations_)
-        registration->forget(requester);
+        registration->forget(observer);
     for (const auto& registration : leaving_)
-        registration->forget(requester);
+        registration->forget(observer);
 }
 
 _SIPD_APP_ACK_E Registrations::setName(uint32_t application, const std::string& name)
@@ -225,7 +225,7 @@ void Registrations::end()
 {
     isEnding_ = true;
     for (const Request& request : std::exchange(waiting_, {}))
-        request.requester->acknowledge(request.isConnect ? SIPD_ACK_FAILED : SIPD_ACK_SUCCESS);
+        request.observer->acknowledge(request.isConnect ? SIPD_ACK_FAILED : SIPD_ACK_SUCCESS);
     for (const auto& [group, registration] : registrations_)
         registration->end();
 }

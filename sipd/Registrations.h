@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-// The connections of all profiles, by their group names, and the names that applications have set. Requesters
+// The connections of all profiles, by their group names, and the names that applications have set. Observers
 // are told the end of a request at once, or from the loop.
 //
 // All of it follows the profiles when they stand under other numbers in a settings file that has replaced the
@@ -26,10 +26,10 @@ class Registrations
 public:
     explicit Registrations(const SipServices& services);
 
-    void connect(const std::string& group, Requester* requester);
-    void disconnect(const std::string& group, Requester* requester);
+    void connect(const std::string& group, RequestObserver* observer);
+    void disconnect(const std::string& group, RequestObserver* observer);
     ConnectionStatus status(const std::string& group);
-    void forget(Requester* requester);
+    void forget(RequestObserver* observer);
 
     // The name that an application uses; "" without one, or when its profile has been deleted.
     _SIPD_APP_ACK_E setName(uint32_t application, const std::string& name);
@@ -50,7 +50,7 @@ private:
     {
         bool isConnect;
         std::string group;
-        Requester* requester;
+        RequestObserver* observer;
     };
 
     void review();

@@ -172,15 +172,15 @@ Resolver::~Resolver()
         thread.join();
 }
 
-Resolver::Ticket Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
+Resolver::LookupHandle Resolver::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
 {
-    auto ticket = std::make_shared<Lookup>(std::move(onResolved));
+    auto handle = std::make_shared<Lookup>(std::move(onResolved));
     const std::lock_guard lock(shared_->mutex);
     shared_->dropAbandoned();
-    shared_->waiting.emplace_back(ticket, registrar);
+    shared_->waiting.emplace_back(handle, registrar);
     if (shared_->threads.size() < mostThreads)
         startThread();
-    return ticket;
+    return handle;
 }
 
 void Resolver::startThread()
@@ -213,7 +213,7 @@ void Resolver::deliver()
     for (std::thread& thread : ended)
         thread.join();
     for (const auto& [lookup, addresses] : results) {
-        if (const Ticket ticket = lookup.lock())
-            ticket->finish(addresses);
+        if (const LookupHandle handle = lookup.lock())
+            handle->finish(addresses);
     }
 }

@@ -19,7 +19,7 @@ public:
 
     // Somebody waits for the result, as long as he keeps this.
     class Lookup;
-    using Ticket = std::shared_ptr<Lookup>;
+    using LookupHandle = std::shared_ptr<Lookup>;
 
     explicit Resolver(EventLoop& loop);
     ~Resolver();
@@ -28,7 +28,7 @@ public:
 
     // Calls onResolved from the loop, never from within, and not before there is a thread for it. Registrars
     // at the default port are looked for by their SRV records first.
-    Ticket resolve(const RegistrarAddress& registrar, OnResolved onResolved);
+    LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved);
 
     // Whether a thread still looks for a name. It cannot be stopped; after a few seconds it ends by itself.
     bool isBusy() const;

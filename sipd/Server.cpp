@@ -92,7 +92,7 @@ bool Server::makeRoom()
     if (clients_.size() < mostConnections)
         return true;
     const auto silent = std::find_if(clients_.begin(), clients_.end(), [](const auto& client) {
-        return client->standing() == Client::Standing::Unregistered;
+        return client->state() == Client::State::Unregistered;
     });
     if (silent == clients_.end())
         return false;
@@ -103,7 +103,7 @@ bool Server::makeRoom()
 bool Server::isRefused(const Client& client) const
 {
     const auto admitted = std::count_if(clients_.begin(), clients_.end(), [](const auto& other) {
-        return other->standing() == Client::Standing::Admitted && !other->isClosed();
+        return other->state() == Client::State::Admitted && !other->isClosed();
     });
     const char* reason = nullptr;
     if (client.isForeign())

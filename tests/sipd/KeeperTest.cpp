@@ -18,7 +18,7 @@ using testing::HasSubstr;
 namespace {
 
 // For what may only fail by never coming.
-constexpr auto patience = 2min;
+constexpr auto timeout = 2min;
 
 class KeptDaemon : public SipdTest
 {
@@ -42,7 +42,7 @@ protected:
                     process;
                 return process != 0 && process != former;
             },
-            patience));
+            timeout));
         return process;
     }
     static bool isThere() { return access(SIPD_SOCKET_PATH, F_OK) == 0; }
@@ -89,13 +89,13 @@ TEST_F(KeptDaemon, IsBackForEveryClientHoweverOftenItIsKilled)
     for (int i = 0; i < many; ++i) {
         process = daemonProcess(process);
         const int before = served;
-        EXPECT_TRUE(waitUntil([&] { return served > before; }, patience));
+        EXPECT_TRUE(waitUntil([&] { return served > before; }, timeout));
         ++kills;
         ASSERT_EQ(::kill(process, SIGKILL), 0);
         ++kills; // for who began in between
     }
     const int before = served;
-    EXPECT_TRUE(waitUntil([&] { return served > before + 4; }, patience));
+    EXPECT_TRUE(waitUntil([&] { return served > before + 4; }, timeout));
     isDone = true;
     for (std::thread& client : clients)
         client.join();
@@ -127,11 +127,11 @@ TEST_F(KeptDaemon, IsBackWhateverEndsIt)
     pid_t process = 0;
     for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGABRT, SIGSEGV, SIGKILL}) {
         process = daemonProcess(process);
-        ASSERT_TRUE(waitUntil([] { return statusOf("Profile0") == 2U; }, patience)) << signal;
+        ASSERT_TRUE(waitUntil([] { return statusOf("Profile0") == 2U; }, timeout)) << signal;
         ASSERT_EQ(::kill(process, signal), 0);
     }
     EXPECT_NE(daemonProcess(process), process);
-    EXPECT_TRUE(waitUntil([] { return statusOf("Profile0") == 2U; }, patience));
+    EXPECT_TRUE(waitUntil([] { return statusOf("Profile0") == 2U; }, timeout));
 }
 
 TEST_F(KeptDaemon, EndsWithItsKeeperAndTakesItsRegistrationsBack)
@@ -159,7 +159,7 @@ TEST_F(KeptDaemon, EndsByItselfWhenItsKeeperIsKilled)
     const pid_t process = daemonProcess();
     daemon().signal(SIGKILL);
     EXPECT_EQ(daemon().wait(), -SIGKILL);
-    EXPECT_TRUE(waitUntil([&] { return isGone(process); }, patience));
+    EXPECT_TRUE(waitUntil([&] { return isGone(process); }, timeout));
     EXPECT_EQ(registrar.contacts().size(), 0U);
     startKept();
     EXPECT_EQ(statusOf("Profile0"), 0U);
@@ -175,7 +175,7 @@ TEST_F(KeptDaemon, GoesOnWithTheSocketThatItsKeeperMakesAnew)
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
         // It is there for a moment before anybody listens on it.
-        EXPECT_TRUE(waitUntil([this] { return statusOf("Profile0") == 2U; }, patience));
+        EXPECT_TRUE(waitUntil([this] { return statusOf("Profile0") == 2U; }, timeout));
     }
     EXPECT_EQ(daemonProcess(), process);
     ::kill(process, SIGKILL);
@@ -190,11 +190,11 @@ TEST_F(KeptDaemon, IsToldOfTheLastOfManySockets)
     const pid_t process = daemonProcess();
     ::kill(process, SIGSTOP);
     for (int i = 0; i < 600; ++i) {
-        ASSERT_TRUE(waitUntil(isThere, patience));
+        ASSERT_TRUE(waitUntil(isThere, timeout));
         ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
     }
     ::kill(process, SIGCONT);
-    EXPECT_TRUE(waitUntil([this] { return statusOf("Profile0") == 0U; }, patience));
+    EXPECT_TRUE(waitUntil([this] { return statusOf("Profile0") == 0U; }, timeout));
     EXPECT_EQ(daemonProcess(), process);
 }
 
@@ -207,7 +207,7 @@ TEST_F(KeptDaemon, IsStartedWithPausesWhenItNeverLasts)
     unlink(certificates.c_str());
     ::kill(daemonProcess(), SIGKILL);
     SipdClient waiting;
-    EXPECT_TRUE(waitUntil([&] { return restarts() >= 6; }, patience));
+    EXPECT_TRUE(waitUntil([&] { return restarts() >= 6; }, timeout));
     const size_t before = restarts();
     std::this_thread::sleep_for(2s);
     EXPECT_LE(restarts() - before, 6U) << "it is started without a pause";

@@ -33,9 +33,9 @@ class Registering : public SipdTest
 {
 protected:
     static bool waitForStatus(const std::string& group, uint32_t status,
-                              std::chrono::milliseconds patience = 10s)
+                              std::chrono::milliseconds timeout = 10s)
     {
-        return waitUntil([&] { return statusOf(group) == status; }, patience);
+        return waitUntil([&] { return statusOf(group) == status; }, timeout);
     }
 
     // Has the client connect Profile0; false when the registrar is not asked for it.
@@ -533,8 +533,8 @@ namespace {
 std::string answerTo(const std::string& method, const std::string& contact)
 {
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    const timeval patience = {5, 0};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    const timeval timeout = {5, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
     sockaddr_in phone = {};
     phone.sin_family = AF_INET;
     phone.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

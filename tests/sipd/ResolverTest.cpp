@@ -41,7 +41,7 @@ std::string resolved(const RegistrarAddress& address)
     EventLoop loop;
     Resolver resolver(loop);
     std::string result = "nothing yet";
-    const auto ticket = resolver.resolve(
+    const auto lookup = resolver.resolve(
         address, [&result](const std::vector<ServerAddress>& found) { result = textOf(found); });
     EXPECT_EQ(result, "nothing yet") << "it may not call at once";
     while (result == "nothing yet")
@@ -210,7 +210,7 @@ TEST(Resolver, HasALookupWaitUntilThereIsAThreadForIt)
         EventLoop loop;
         Resolver resolver(loop);
         constexpr int many = 40;
-        std::vector<Resolver::Ticket> tickets;
+        std::vector<Resolver::LookupHandle> tickets;
         int answered = 0;
         int found = 0;
         const auto count = [&](const std::vector<ServerAddress>& addresses) {

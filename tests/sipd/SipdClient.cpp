@@ -13,8 +13,8 @@ SipdClient::SipdClient() : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, SIPD_SOCKET_PATH, sizeof(SIPD_SOCKET_PATH));
-    const timeval patience = {20, 0};
-    setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    const timeval timeout = {20, 0};
+    setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
     connected_ = connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
 

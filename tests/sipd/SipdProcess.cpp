@@ -134,9 +134,9 @@ long memoryOf(pid_t process)
     return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience)
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto end = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)
             return false;

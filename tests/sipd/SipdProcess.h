@@ -80,6 +80,6 @@ long memoryOf(pid_t process);
 
 // Waits until the condition holds; false when it does not in time.
 bool waitUntil(const std::function<bool()>& condition,
-               std::chrono::milliseconds patience = std::chrono::seconds(10));
+               std::chrono::milliseconds timeout = std::chrono::seconds(10));
 
 #endif

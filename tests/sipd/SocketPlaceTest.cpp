@@ -23,7 +23,7 @@ using testing::HasSubstr;
 namespace {
 
 constexpr uid_t nobody = 65534;
-constexpr auto patience = 2min;
+constexpr auto timeout = 2min;
 constexpr char alreadyListening[] = "sipd: a daemon is already listening on " SIPD_SOCKET_PATH "\n";
 
 class SocketPlace : public SipdTest
@@ -102,7 +102,7 @@ TEST_F(SocketPlace, ItsFileIsMadeAnewWhenItIsRemoved)
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     for (int i = 0; i < 10; ++i) {
         ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
-        ASSERT_TRUE(waitUntil(isReached, patience));
+        ASSERT_TRUE(waitUntil(isReached, timeout));
         EXPECT_EQ(statusOf("Profile0"), 2U);
     }
     struct stat status;
@@ -117,9 +117,9 @@ TEST_F(SocketPlace, ItsFileIsMadeAnewWhenItIsMovedAway)
     startDaemon();
     const std::string away = SIPD_SOCKET_PATH ".away";
     ASSERT_EQ(rename(SIPD_SOCKET_PATH, away.c_str()), 0);
-    ASSERT_TRUE(waitUntil(isReached, patience));
+    ASSERT_TRUE(waitUntil(isReached, timeout));
     ASSERT_EQ(rename(away.c_str(), SIPD_SOCKET_PATH), 0);
-    EXPECT_TRUE(waitUntil(isReached, patience)) << "and when a dead one takes its place";
+    EXPECT_TRUE(waitUntil(isReached, timeout)) << "and when a dead one takes its place";
 }
 
 TEST_F(SocketPlace, AClientThatWaitsAtTheRemovedFileIsServed)
@@ -132,7 +132,7 @@ TEST_F(SocketPlace, AClientThatWaitsAtTheRemovedFileIsServed)
     unlink(SIPD_SOCKET_PATH);
     kill(process, SIGCONT);
     EXPECT_EQ(waiting.introduce(), SIPD_ACK_SUCCESS);
-    EXPECT_TRUE(waitUntil(isReached, patience));
+    EXPECT_TRUE(waitUntil(isReached, timeout));
 }
 
 TEST_F(SocketPlace, ASecondOneRefusesWhileTheFileIsAway)
@@ -154,7 +154,7 @@ TEST_F(SocketPlace, ASecondOneRefusesWhileTheFileIsAway)
         command.emplace_back("--keep-running");
         EXPECT_EQ(outcomeOf(command), std::pair(std::string(alreadyListening), 1));
         kill(process, SIGCONT);
-        EXPECT_TRUE(waitUntil(isReached, patience));
+        EXPECT_TRUE(waitUntil(isReached, timeout));
     }
 }
 
@@ -163,7 +163,7 @@ TEST_F(SocketPlace, WhatTakesItsPlaceIsLeftAloneUntilItGoes)
     startDaemon();
     const int other = bindSocket(elsewhere());
     ASSERT_EQ(rename(elsewhere().c_str(), SIPD_SOCKET_PATH), 0);
-    EXPECT_TRUE(waitUntil([this] { return says("nobody reaches the daemon"); }, patience));
+    EXPECT_TRUE(waitUntil([this] { return says("nobody reaches the daemon"); }, timeout));
     stopDaemon();
     EXPECT_TRUE(isThere()) << "it is another's";
     unlink(SIPD_SOCKET_PATH);
@@ -172,9 +172,9 @@ TEST_F(SocketPlace, WhatTakesItsPlaceIsLeftAloneUntilItGoes)
     startDaemon();
     std::ofstream(elsewhere()) << "mine";
     ASSERT_EQ(rename(elsewhere().c_str(), SIPD_SOCKET_PATH), 0);
-    EXPECT_TRUE(waitUntil([this] { return says("is not a socket"); }, patience));
+    EXPECT_TRUE(waitUntil([this] { return says("is not a socket"); }, timeout));
     unlink(SIPD_SOCKET_PATH);
-    EXPECT_TRUE(waitUntil(isReached, patience));
+    EXPECT_TRUE(waitUntil(isReached, timeout));
 }
 
 TEST_F(SocketPlace, AHandedOverSocketsFileIsMadeAnew)
@@ -184,7 +184,7 @@ TEST_F(SocketPlace, AHandedOverSocketsFileIsMadeAnew)
                 {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=1 exec \"$0\" \"$@\" 3<&" + std::to_string(fd)});
     EXPECT_TRUE(isReached());
     unlink(SIPD_SOCKET_PATH);
-    EXPECT_TRUE(waitUntil(isReached, patience));
+    EXPECT_TRUE(waitUntil(isReached, timeout));
     close(fd);
 }
 
@@ -201,7 +201,7 @@ TEST_F(SocketPlace, ALockOnTheDirectoryIsNobodysHindrance)
 TEST_F(StrangersPlace, AnotherUsersSocketIsRefusedWithItsOwner)
 {
     const Stranger stranger([] { return bindSocket(SIPD_SOCKET_PATH); });
-    ASSERT_TRUE(waitUntil(isThere, patience));
+    ASSERT_TRUE(waitUntil(isThere, timeout));
     const auto refusal = std::pair(std::string("sipd: " SIPD_SOCKET_PATH " belongs to user nobody\n"), 1);
     EXPECT_EQ(outcomeOf({SIPD}), refusal);
     EXPECT_EQ(outcomeOf({SIPD, "--keep-running"}), refusal);
@@ -211,7 +211,7 @@ TEST_F(StrangersPlace, AnotherUsersSocketIsRefusedWithItsOwner)
 TEST_F(StrangersPlace, AnotherUsersListenerIsRefusedWhoeverOwnsTheFile)
 {
     const Stranger stranger([] { return bindSocket(SIPD_SOCKET_PATH); });
-    ASSERT_TRUE(waitUntil([] { return SipdClient().isConnected(); }, patience));
+    ASSERT_TRUE(waitUntil([] { return SipdClient().isConnected(); }, timeout));
     ASSERT_EQ(chown(SIPD_SOCKET_PATH, 0, 0), 0);
     EXPECT_EQ(outcomeOf({SIPD}),
               std::pair(std::string("sipd: user nobody is listening on " SIPD_SOCKET_PATH "\n"), 1));
@@ -220,7 +220,7 @@ TEST_F(StrangersPlace, AnotherUsersListenerIsRefusedWhoeverOwnsTheFile)
 TEST_F(StrangersPlace, AnotherUsersLinkIsRefusedWithItsOwner)
 {
     const Stranger stranger([] { return symlink("/dev/null", SIPD_SOCKET_PATH); });
-    ASSERT_TRUE(waitUntil(isThere, patience));
+    ASSERT_TRUE(waitUntil(isThere, timeout));
     EXPECT_EQ(outcomeOf({SIPD}),
               std::pair(std::string("sipd: " SIPD_SOCKET_PATH " belongs to user nobody\n"), 1));
 }

@@ -18,7 +18,7 @@ namespace {
 
 // Far more than anything here takes, and less than the minute after which the daemon's loop looks at its
 // timers unasked.
-constexpr auto patience = 45s;
+constexpr auto timeout = 45s;
 
 class Time : public SipdTest, public testing::WithParamInterface<int>
 {
@@ -63,7 +63,7 @@ protected:
     }
     bool waitForRequests(size_t count)
     {
-        return waitUntil([&] { return registrar.requests().size() >= count; }, patience);
+        return waitUntil([&] { return registrar.requests().size() >= count; }, timeout);
     }
     void beginToConnect(SipdClient& client)
     {
@@ -81,7 +81,7 @@ protected:
             const long switches = switchesOf(daemon);
             return std::exchange(former, switches) == switches;
         };
-        ASSERT_TRUE(waitUntil(isIdle, patience));
+        ASSERT_TRUE(waitUntil(isIdle, timeout));
     }
     TestProfile profile() const { return {.port = registrar.port()}; }
 

@@ -1,5 +1,5 @@
-#ifndef BINDING_H
-#define BINDING_H
+#ifndef REGISTERATTEMPT_H
+#define REGISTERATTEMPT_H
 
 #include "EventLoop.h"
 #include "SIPD_Messages.h"
@@ -25,7 +25,7 @@ struct SipSettings
 // refreshed. It has a SIP agent of its own, at a port of its own.
 //
 // It lives until isGone(), and is then deleted between two steps of the loop.
-class Binding
+class RegisterAttempt
 {
 public:
     enum class State {
@@ -38,26 +38,27 @@ public:
     };
 
     // Is told how the attempt ends, from the loop, and after a success the reason when the registration is
-    // lost. Not after leave().
+    // lost. Not after unregisterOrAbandon().
     using OnOutcome = std::function<void(_SIPD_APP_ACK_E)>;
 
-    Binding(EventLoop& loop, const SipSettings& settings, const SipProfile& profile, OnOutcome onOutcome);
-    ~Binding();
-    Binding(const Binding&) = delete;
-    Binding& operator=(const Binding&) = delete;
+    RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
+                    OnOutcome onOutcome);
+    ~RegisterAttempt();
+    RegisterAttempt(const RegisterAttempt&) = delete;
+    RegisterAttempt& operator=(const RegisterAttempt&) = delete;
 
-    // Gives up after the patience. Success means that the attempt is under way; anything else why it is not:
+    // Gives up after the timeout. Success means that the attempt is under way; anything else why it is not:
     // no way to that address, or no agent.
-    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds patience);
+    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout);
 
     // Takes the registration back, if there is one, and ends; also when the server does not answer.
-    void leave();
+    void unregisterOrAbandon();
 
     State state() const { return state_; }
     bool isGone() const { return state_ == State::Gone; }
 
 private:
-    void createAgent(const std::string& localHost, std::chrono::milliseconds patience);
+    void createAgent(const std::string& localHost, std::chrono::milliseconds timeout);
     void sendRegister(const ServerAddress& server);
     void handleRegisterAnswer(int status, const sip_s* sip);
     void handleUnregisterAnswer(int status, const sip_s* sip);
@@ -68,7 +69,7 @@ private:
     void unregister();
     void close();
 
-    friend struct BindingCallbacks;
+    friend struct RegisterAttemptCallbacks;
 
     EventLoop& loop_;
     const SipSettings& settings_;

@@ -1,6 +1,6 @@
-#define NUA_MAGIC_T class Binding
-#define NUA_HMAGIC_T class Binding
-#include "Binding.h"
+#define NUA_MAGIC_T class RegisterAttempt
+#define NUA_HMAGIC_T class RegisterAttempt
+#include "RegisterAttempt.h"
 
 #include "CertificateDirectory.h"
 #include "Digest.h"
@@ -68,53 +68,54 @@ _SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
 
 } // namespace
 
-struct BindingCallbacks
+struct RegisterAttemptCallbacks
 {
     static void onEvent(nua_event_t event, int status, const char* /*phrase*/, nua_t* /*nua*/,
-                        Binding* binding, nua_handle_t* handle, Binding* /*owner*/, const sip_t* sip,
-                        tagi_t* /*tags*/)
+                        RegisterAttempt* attempt, nua_handle_t* handle, RegisterAttempt* /*owner*/,
+                        const sip_t* sip, tagi_t* /*tags*/)
     {
         if (event == nua_r_shutdown) {
             if (status >= 200)
-                binding->setState(Binding::State::Gone);
+                attempt->setState(RegisterAttempt::State::Gone);
             return;
         }
         if (handle == nullptr)
             return;
-        if (handle != binding->handle_) {
+        if (handle != attempt->handle_) {
             // A request from outside, which the stack has answered; or the last of a handle that is gone.
             if (nua_handle_magic(handle) == nullptr && event < nua_r_set_params)
                 nua_handle_destroy(handle);
             return;
         }
         if (event == nua_r_register)
-            binding->handleRegisterAnswer(status, sip);
+            attempt->handleRegisterAnswer(status, sip);
         else if (event == nua_r_unregister)
-            binding->handleUnregisterAnswer(status, sip);
+            attempt->handleUnregisterAnswer(status, sip);
         else if (event == nua_r_authenticate && status >= 300)
-            binding->fail(SIPD_ACK_FAILED);
+            attempt->fail(SIPD_ACK_FAILED);
     }
 };
 
-Binding::Binding(EventLoop& loop, const SipSettings& settings, const SipProfile& profile, OnOutcome onOutcome)
+RegisterAttempt::RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
+                                 OnOutcome onOutcome)
     : loop_(loop), settings_(settings), profile_(profile), onOutcome_(std::move(onOutcome)),
       limit_(loop, [this] { close(); })
 {
 }
 
-Binding::~Binding()
+RegisterAttempt::~RegisterAttempt()
 {
     const EventLoop::Hold hold(loop_);
     if (agent_ != nullptr)
         nua_destroy(agent_);
 }
 
-_SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::milliseconds patience)
+_SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout)
 {
     const std::string localHost = server.localUriHost();
     if (localHost.empty())
         return SIPD_ACK_CONNECT_FAILED;
-    createAgent(localHost, patience);
+    createAgent(localHost, timeout);
     if (agent_ == nullptr)
         return SIPD_ACK_FAILED;
     sendRegister(server);
@@ -122,7 +123,7 @@ _SIPD_APP_ACK_E Binding::registerAt(const ServerAddress& server, std::chrono::mi
     return SIPD_ACK_SUCCESS;
 }
 
-void Binding::createAgent(const std::string& localHost, std::chrono::milliseconds patience)
+void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::milliseconds timeout)
 {
     const bool tls = profile_.registrar.transport == Transport::Tls;
     // The stack knows TLS under this scheme alone.
@@ -135,8 +136,8 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
     if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
         ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
     const EventLoop::Hold hold(loop_);
-    agent_ = nua_create(loop_.root(), BindingCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
-                        NTATAG_SIP_T1X64(static_cast<unsigned>(patience.count())), NUTAG_MAX_RETRY_AFTER(0),
+    agent_ = nua_create(loop_.root(), RegisterAttemptCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
+                        NTATAG_SIP_T1X64(static_cast<unsigned>(timeout.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
                         NUTAG_KEEPALIVE(0), SIPTAG_ALLOW_STR("OPTIONS"),
                         TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
@@ -144,7 +145,7 @@ void Binding::createAgent(const std::string& localHost, std::chrono::millisecond
                         TAG_IF(tls, TPTAG_TLS_VERSION(tls12)), TAG_END());
 }
 
-void Binding::sendRegister(const ServerAddress& server)
+void RegisterAttempt::sendRegister(const ServerAddress& server)
 {
     const RegistrarAddress& registrar = profile_.registrar;
     const std::string user = escaped(profile_.user);
@@ -165,7 +166,7 @@ void Binding::sendRegister(const ServerAddress& server)
                  SIPTAG_EXPIRES_STR(std::to_string(settings_.expires.count()).c_str()), TAG_END());
 }
 
-void Binding::handleRegisterAnswer(int status, const sip_t* sip)
+void RegisterAttempt::handleRegisterAnswer(int status, const sip_t* sip)
 {
     if (status < 200)
         return;
@@ -185,7 +186,7 @@ void Binding::handleRegisterAnswer(int status, const sip_t* sip)
 }
 
 // Answers the challenge. False when it cannot, or has already.
-bool Binding::authenticate(const sip_t* sip)
+bool RegisterAttempt::authenticate(const sip_t* sip)
 {
     if (sip == nullptr)
         return false;
@@ -204,13 +205,13 @@ bool Binding::authenticate(const sip_t* sip)
 }
 
 // Its owner looks at it between two steps.
-void Binding::setState(State state)
+void RegisterAttempt::setState(State state)
 {
     state_ = state;
     loop_.wake();
 }
 
-void Binding::succeed()
+void RegisterAttempt::succeed()
 {
     if (state_ == State::Registered)
         return;
@@ -218,7 +219,7 @@ void Binding::succeed()
     onOutcome_(SIPD_ACK_SUCCESS);
 }
 
-void Binding::fail(_SIPD_APP_ACK_E reason)
+void RegisterAttempt::fail(_SIPD_APP_ACK_E reason)
 {
     if (state_ == State::Closing || state_ == State::Gone)
         return;
@@ -228,7 +229,7 @@ void Binding::fail(_SIPD_APP_ACK_E reason)
         onOutcome_(reason);
 }
 
-void Binding::leave()
+void RegisterAttempt::unregisterOrAbandon()
 {
     if (state_ == State::Registering)
         setState(State::Abandoned);
@@ -236,14 +237,14 @@ void Binding::leave()
         unregister();
 }
 
-void Binding::unregister()
+void RegisterAttempt::unregister()
 {
     setState(State::Unregistering);
     limit_.set(unregisterLimit);
     nua_unregister(handle_, TAG_END());
 }
 
-void Binding::handleUnregisterAnswer(int status, const sip_t* sip)
+void RegisterAttempt::handleUnregisterAnswer(int status, const sip_t* sip)
 {
     if (status < 200 || state_ != State::Unregistering)
         return;
@@ -251,7 +252,7 @@ void Binding::handleUnregisterAnswer(int status, const sip_t* sip)
         close();
 }
 
-void Binding::close()
+void RegisterAttempt::close()
 {
     if (state_ == State::Closing || state_ == State::Gone)
         return;
