@@ -26,11 +26,6 @@ quint64 numberOf(const QString& group)
     return fits ? number : std::numeric_limits<quint64>::max();
 }
 
-QString groupOf(quint64 number)
-{
-    return QStringLiteral("Profile") + QString::number(number);
-}
-
 // How the store's loading goes: it takes, for each number below the total, the first profile from there on.
 struct Loading
 {
@@ -101,7 +96,6 @@ ProfileFile::ProfileFile(const QString& path)
     if (const std::optional<QByteArray> bytes = readSettingsBytes(QFile::encodeName(path))) {
         check(*bytes);
     } else if (errno != ENOENT) {
-        canRepair_ = false;
         find(Finding::CannotRead, QString(),
              tr("The settings file cannot be read (%1): no profile is listed.")
                  .arg(settingsReason(path, errno)));
@@ -122,19 +116,18 @@ bool ProfileFile::has(Finding::Kind kind) const
 void ProfileFile::check(const QByteArray& bytes)
 {
     const ProfileKeys keys(bytes);
-    canRepair_ = keys.isParsed();
     const QString defaultGroup = keys.defaultGroup();
     for (const QString& group : keys.profileGroups()) {
         Profile profile = profileOf(keys, group);
         profile.isDefault = group == defaultGroup;
-        const QString shared = keys.sharedGroup(group);
-        if (shared.isEmpty()) {
+        const QString former = keys.formerGroup(group);
+        if (former.isEmpty()) {
             profiles_.append(profile);
             continue;
         }
-        profile.group = shared;
-        find(Finding::Hidden, shared,
-             tr("%1 is not listed: there is another %2 below.").arg(describe(profile), shared));
+        profile.group = former;
+        find(Finding::Hidden, former,
+             tr("%1 is not listed: there is another %2 below.").arg(describe(profile), former));
     }
     checkLoading(keys);
     checkNames();
@@ -147,17 +140,17 @@ void ProfileFile::check(const QByteArray& bytes)
 
 void ProfileFile::checkLoading(const ProfileKeys& keys)
 {
-    if (keys.unparsedLines() == 0) {
+    if (keys.rejectedLines() == 0) {
         checkListing(keys.totalProfile());
         return;
     }
-    const int more = keys.unparsedLines() - 1;
+    const int more = keys.rejectedLines() - 1;
     find(Finding::UnparsedLine, QString(),
          more == 0
              ? tr("Line %1 of the settings file cannot be read: the whole file counts as empty.")
-                   .arg(keys.firstUnparsedLine())
+                   .arg(keys.firstRejectedLine())
              : tr("Line %1 and %2 more of the settings file cannot be read: the whole file counts as empty.")
-                   .arg(keys.firstUnparsedLine())
+                   .arg(keys.firstRejectedLine())
                    .arg(more));
     checkListing(0);
 }
@@ -171,7 +164,7 @@ void ProfileFile::checkListing(int total)
     }
     const Loading loading = load(total, numbers);
     if (!loading.ends) {
-        const QString group = groupOf(loading.searchesFrom);
+        const QString group = profileGroup(loading.searchesFrom);
         find(Finding::Endless, group,
              tr("The list of profiles never opens: it searches from %1 on without end.").arg(group));
         return;
@@ -209,7 +202,7 @@ void ProfileFile::checkNumbers()
 {
     quint64 expected = 0;
     for (const Profile& profile : profiles_) {
-        const QString missing = groupOf(expected);
+        const QString missing = profileGroup(expected);
         if (profile.group != missing)
             find(Finding::Gap, missing, tr("There is %1, but no %2.").arg(profile.group, missing));
         expected = numberOf(profile.group) + 1;

@@ -65,8 +65,6 @@ public:
     // In the order of Finding::Kind; empty when there is nothing wrong.
     const QList<Finding>& findings() const { return findings_; }
     bool has(Finding::Kind kind) const;
-    // repairProfileFile() mends all that was found.
-    bool canRepair() const { return canRepair_; }
 
 private:
     void check(const QByteArray& bytes);
@@ -80,7 +78,6 @@ private:
 
     QList<Profile> profiles_;
     QList<Finding> findings_;
-    bool canRepair_ = true;
 };
 
 // The text with a sign in place of each character that would move a terminal's cursor or turn its text

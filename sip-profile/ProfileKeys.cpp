@@ -2,6 +2,8 @@
 
 #include "SettingsText.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <array>
 
@@ -15,10 +17,20 @@ struct GLibDeleter
 using Text = std::unique_ptr<gchar, GLibDeleter>;
 using Texts = std::unique_ptr<gchar*, GLibDeleter>;
 
-const QString GROUP_STEM = QStringLiteral("Profile");
-// Nobody typed these: the store writes them by itself.
+const QByteArray GROUP_STEM = "Profile";
+// What the store writes by itself into a group that a person has deleted.
 constexpr std::array SWITCH_KEYS = {AUTO_CONNECT_KEY, "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
                                     "RemPassword"};
+
+// What a repair may change. GLib knows the last one, and takes not every value of it in a file's first group.
+constexpr std::array CHANGED_KEYS = {TOTAL_KEY, DEFAULT_KEY, DISPLAY_NAME_KEY, DEFAULT_PROFILE_KEY,
+                                     "Encoding"};
+
+template <size_t count>
+bool isOneOf(const std::array<const char*, count>& keys, const QByteArray& key)
+{
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
 
 bool parses(QByteArrayView bytes)
 {
@@ -26,93 +38,48 @@ bool parses(QByteArrayView bytes)
     return parseSettings(keys.get(), bytes);
 }
 
-struct Mended
-{
-    QByteArray bytes;
-    int lines = 0;
-    int firstLine = 0;
-};
-
-// Group names are read as Latin-1 here: UTF-8 would lose a byte order mark, and take the group for another.
-bool isProfileGroup(const QString& group)
+bool isProfileGroup(QByteArrayView group)
 {
     if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
         return false;
-    const QStringView number = QStringView(group).sliced(GROUP_STEM.size());
-    return (number[0] != u'0' || number.size() == 1) &&
-           std::all_of(number.begin(), number.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    const QByteArrayView number = group.sliced(GROUP_STEM.size());
+    return (number[0] != '0' || number.size() == 1) &&
+           std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-bool isKnownGroup(const QByteArray& name)
+bool isKnownGroup(QByteArrayView group)
 {
-    return name == SUMMARY_GROUP || name == DEFAULT_GROUP || name == "InputSettings" ||
-           isProfileGroup(QString::fromLatin1(name));
+    return group == SUMMARY_GROUP || group == DEFAULT_GROUP || group == "InputSettings" ||
+           isProfileGroup(group);
 }
 
-// A line that was to begin a group still does, lest the keys below it count to the group above. Other
-// brackets are somebody's note among the keys of one group.
-QByteArray mendLine(const QByteArray& line, int number)
+bool isComment(const QByteArray& line)
 {
     const QByteArray text = line.trimmed();
+    return text.isEmpty() || text.startsWith('#');
+}
+
+QByteArray headerOf(const QByteArray& group)
+{
+    return '[' + group + ']';
+}
+
+// What stands in place of a line that GLib rejects.
+QList<QByteArray> mendLine(QByteArray line, int number)
+{
+    line.replace('\0', "");
+    const QByteArray text = withoutByteOrderMark(line).toByteArray().trimmed();
     const bool isOpened = text.startsWith('[');
     const bool isClosed = text.endsWith(']');
-    const QByteArray name = text.split(']').first().replace('[', "").trimmed();
-    if ((isOpened || isClosed) && isKnownGroup(name))
-        return '[' + name + ']';
-    return "# " + line +
-           (isOpened && isClosed ? "\n[Line " + QByteArray::number(number) + ']' : QByteArray());
+    const QByteArray group = text.split(']').first().replace('[', "").trimmed();
+    if ((isOpened || isClosed) && isKnownGroup(group))
+        return {headerOf(group)};
+    if (isOpened && isClosed) // The keys below it must not get into the group above.
+        return {"# " + line, headerOf("Line " + QByteArray::number(number))};
+    return {"# " + line};
 }
 
-// Mends each line that is neither blank, a comment, a group nor a key of a group.
-Mended mend(QByteArrayView bytes)
-{
-    Mended mended;
-    bool inGroup = false;
-    int number = 0;
-    for (const QByteArray& line : withoutByteOrderMark(bytes).toByteArray().split('\n')) {
-        ++number;
-        QByteArray good = withoutByteOrderMark(line).toByteArray();
-        good.replace('\0', "");
-        if (!parses(good) && !(inGroup && parses("[group]\n" + good)))
-            good = mendLine(good, number);
-        if (good != line && mended.lines++ == 0)
-            mended.firstLine = number;
-        inGroup = inGroup || parses(good + "\nkey=value");
-        mended.bytes += good + '\n';
-    }
-    mended.bytes.chop(1);
-    return mended;
-}
-
-QString firstFree(const QSet<QString>& groups)
-{
-    int number = 0;
-    while (groups.contains(GROUP_STEM + QString::number(number)))
-        ++number;
-    return GROUP_STEM + QString::number(number);
-}
-
-struct Section
-{
-    qsizetype line; // of its header
-    QString group;
-    bool isNamed = false;
-};
-
-QList<Section> sectionsOf(const QList<QByteArray>& lines)
-{
-    QList<Section> sections;
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        const QByteArray line = lines[i].trimmed();
-        if (line.startsWith('['))
-            sections.append({i, QString::fromLatin1(line.mid(1, line.size() - 2))});
-        else if (!sections.isEmpty() && line.left(line.indexOf('=')).trimmed() == DISPLAY_NAME_KEY)
-            sections.last().isNamed = true;
-    }
-    return sections;
-}
-
-// Their numbers may be longer than any integer.
+// Numbers may be longer than any integer.
 bool isBefore(const QString& a, const QString& b)
 {
     return a.size() != b.size() ? a.size() < b.size() : a < b;
@@ -120,76 +87,134 @@ bool isBefore(const QString& a, const QString& b)
 
 } // namespace
 
-ProfileKeys::ProfileKeys(const QByteArray& bytes) : keys_(g_key_file_new())
+QString profileGroup(quint64 number)
 {
-    Mended mended = {bytes};
-    if (!parses(bytes))
-        mended = mend(bytes);
-    unparsedLines_ = mended.lines;
-    firstUnparsedLine_ = mended.firstLine;
-    isParsed_ = parseSettings(keys_.get(), separateGroups(withoutByteOrderMark(mended.bytes).toByteArray()));
-    if (!isParsed_)
-        keys_.reset(g_key_file_new());
+    return QString::fromLatin1(GROUP_STEM) + QString::number(number);
 }
 
-QByteArray ProfileKeys::separateGroups(const QByteArray& bytes)
+ProfileKeys::ProfileKeys(const QByteArray& bytes)
+    : keys_(g_key_file_new()), isParsed_(parseSettings(keys_.get(), bytes))
 {
-    QList<QByteArray> lines = bytes.split('\n');
-    const QList<Section> sections = sectionsOf(lines);
-    QSet<QString> groups;
-    QHash<QString, qsizetype> lastLines;
-    for (const Section& section : sections) {
+    int number = 0;
+    for (const QByteArray& line : withoutByteOrderMark(bytes).toByteArray().split('\n')) {
+        ++number;
+        if (isParsed_ || parses(headers() + '\n' + line + '\n')) {
+            read(line);
+            continue;
+        }
+        for (const QByteArray& mended : mendLine(line, number))
+            read(mended);
+        if (rejectedLines_++ == 0)
+            firstRejectedLine_ = number;
+    }
+    separateGroups();
+    if (isParsed_ && formerGroups_.isEmpty())
+        return;
+    keys_.reset(g_key_file_new());
+    isParsed_ = parseSettings(keys_.get(), joined(sections_));
+}
+
+// Those on which it depends whether GLib takes the next line: it is stricter in a file's first group.
+QByteArray ProfileKeys::headers() const
+{
+    if (sections_.size() == 1)
+        return QByteArray();
+    return headerOf(sections_[1].group) + '\n' + headerOf(sections_.last().group);
+}
+
+void ProfileKeys::read(const QByteArray& line)
+{
+    const QByteArray text = line.trimmed();
+    if (text.startsWith('[')) {
+        sections_.append({text.mid(1, text.lastIndexOf(']') - 1)});
+        return;
+    }
+    Section& section = sections_.last();
+    section.lines.append(line);
+    section.isNamed = section.isNamed || text.left(text.indexOf('=')).trimmed() == DISPLAY_NAME_KEY;
+}
+
+void ProfileKeys::separateGroups()
+{
+    QSet<QByteArray> groups;
+    QHash<QByteArray, const Section*> last;
+    for (const Section& section : std::as_const(sections_)) {
         groups.insert(section.group);
         if (section.isNamed)
-            lastLines.insert(section.group, section.line);
+            last.insert(section.group, &section);
     }
-    for (const Section& section : sections) {
-        if (!section.isNamed || !isProfileGroup(section.group) || section.line == lastLines[section.group])
+    quint64 number = 0;
+    for (Section& section : sections_) {
+        if (!section.isNamed || !isProfileGroup(section.group) || last[section.group] == &section)
             continue;
-        const QString own = firstFree(groups);
-        groups.insert(own);
-        sharedGroups_.insert(own, section.group);
-        lines[section.line] = '[' + own.toUtf8() + ']';
+        while (groups.contains(profileGroup(number).toLatin1()))
+            ++number;
+        const QString own = profileGroup(number++);
+        formerGroups_.insert(own, QString::fromLatin1(section.group));
+        section.group = own.toLatin1();
+    }
+}
+
+QByteArray ProfileKeys::joined(const QList<Section>& sections)
+{
+    QList<QByteArray> lines;
+    for (const Section& section : sections) {
+        if (!section.group.isEmpty())
+            lines.append(headerOf(section.group));
+        lines.append(section.lines);
     }
     return lines.join('\n');
 }
 
-QList<QString> ProfileKeys::numberedGroups() const
+QByteArray ProfileKeys::numberedFromZero() const
+{
+    const QList<QString> profiles = profileGroups();
+    QList<Section> sections = sections_;
+    for (Section& section : sections) {
+        if (!isProfileGroup(section.group))
+            continue;
+        const qsizetype number = profiles.indexOf(QString::fromLatin1(section.group));
+        if (number >= 0) {
+            section.group = profileGroup(static_cast<quint64>(number)).toLatin1();
+            continue;
+        }
+        section.group.clear();
+        section.lines.removeIf([](const QByteArray& line) { return !isComment(line); });
+        section.lines.prepend(QByteArray());
+    }
+    return joined(sections);
+}
+
+QList<QString> ProfileKeys::groups(bool ofProfiles) const
 {
     QList<QString> groups;
     const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
     for (gchar** name = names.get(); *name != nullptr; ++name) {
-        const QString group = QString::fromLatin1(*name);
-        if (isProfileGroup(group))
-            groups += group;
+        if (isProfileGroup(*name) == ofProfiles)
+            groups += QString::fromUtf8(*name);
     }
-    std::sort(groups.begin(), groups.end(), isBefore);
     return groups;
 }
 
-bool ProfileKeys::isRemnant(const QString& group) const
+QList<QByteArray> ProfileKeys::keys(const QString& group) const
 {
     const Texts keys(g_key_file_get_keys(keys_.get(), group.toUtf8().constData(), nullptr, nullptr));
-    for (gchar** key = keys.get(); *key != nullptr; ++key) {
-        const auto isThis = [key](const char* name) { return qstrcmp(name, *key) == 0; };
-        if (std::none_of(SWITCH_KEYS.begin(), SWITCH_KEYS.end(), isThis))
-            return false;
-    }
-    return true;
+    QList<QByteArray> all;
+    for (gchar** key = keys.get(); key != nullptr && *key != nullptr; ++key)
+        all.append(*key);
+    return all;
 }
 
 QList<QString> ProfileKeys::profileGroups() const
 {
-    QList<QString> groups = numberedGroups();
-    groups.removeIf([this](const QString& group) { return isRemnant(group); });
-    return groups;
-}
-
-QSet<QString> ProfileKeys::remnantGroups() const
-{
-    QList<QString> groups = numberedGroups();
-    groups.removeIf([this](const QString& group) { return !isRemnant(group); });
-    return QSet<QString>(groups.begin(), groups.end());
+    QList<QString> profiles = groups(true);
+    profiles.removeIf([this](const QString& group) {
+        const QList<QByteArray> all = keys(group);
+        return std::all_of(all.begin(), all.end(),
+                           [](const QByteArray& key) { return isOneOf(SWITCH_KEYS, key); });
+    });
+    std::sort(profiles.begin(), profiles.end(), isBefore);
+    return profiles;
 }
 
 bool ProfileKeys::isMarkedDefault(const QString& group) const
@@ -210,34 +235,23 @@ bool ProfileKeys::agreesOnDefault() const
 {
     const QString group = defaultGroup();
     const QString named = text(DEFAULT_GROUP, DEFAULT_KEY);
-    return group.isEmpty() ? !isProfileGroup(named) : group == named && isOn(group, DEFAULT_PROFILE_KEY);
+    return group.isEmpty() ? !isProfileGroup(named.toUtf8())
+                           : group == named && isOn(group, DEFAULT_PROFILE_KEY);
 }
 
-ProfileKeys::Contents ProfileKeys::contents(const QString& group) const
+QList<ProfileKeys::Contents> ProfileKeys::contents() const
 {
-    Contents contents;
-    const Texts keys(g_key_file_get_keys(keys_.get(), group.toUtf8().constData(), nullptr, nullptr));
-    for (gchar** key = keys.get(); *key != nullptr; ++key) {
-        const char* const changing = group == SUMMARY_GROUP   ? TOTAL_KEY
-                                     : group == DEFAULT_GROUP ? DEFAULT_KEY
-                                                              : DEFAULT_PROFILE_KEY;
-        if (qstrcmp(changing, *key) != 0)
-            contents.insert(*key, value(group, *key));
+    QList<Contents> all;
+    for (const QString& group : profileGroups() + groups(false)) {
+        Contents contents;
+        for (const QByteArray& key : keys(group)) {
+            if (!isOneOf(CHANGED_KEYS, key))
+                contents.insert(key, value(group, key.constData()));
+        }
+        if (!contents.isEmpty())
+            all.append(contents);
     }
-    return contents;
-}
-
-QMap<QString, ProfileKeys::Contents> ProfileKeys::otherContents() const
-{
-    QMap<QString, Contents> others;
-    const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
-    for (gchar** name = names.get(); *name != nullptr; ++name) {
-        const QString group = QString::fromUtf8(*name);
-        const Contents all = contents(group);
-        if (!isProfileGroup(group) && !all.isEmpty())
-            others.insert(group, all);
-    }
-    return others;
+    return all;
 }
 
 QByteArray ProfileKeys::value(const QString& group, const char* key) const

@@ -20,10 +20,10 @@ constexpr qsizetype LONGEST_NAME = 20;
 
 ProfileRepair failed(const QString& why)
 {
-    return {ProfileRepair::Failed, QString(), why};
+    return {.outcome = ProfileRepair::Failed, .error = why};
 }
 
-// The name itself, or else the first of "name (2)", "name (3)" and so on that nobody has.
+// The name itself, or else the first of "name (2)", "name (3)" and so on that no profile has.
 QString uniqueName(const QString& name, const QSet<QString>& taken)
 {
     QString unique = name;
@@ -45,84 +45,85 @@ QString nameFor(const ProfileKeys& keys, const QString& group)
     return group;
 }
 
-void giveNames(ProfileKeys& keys, const QList<QString>& groups)
+QStringList namesOf(const ProfileKeys& keys)
 {
-    QSet<QString> all;
-    for (const QString& group : groups)
-        all.insert(keys.text(group, DISPLAY_NAME_KEY));
+    QStringList names;
+    for (const QString& group : keys.profileGroups())
+        names += keys.text(group, DISPLAY_NAME_KEY);
+    return names;
+}
+
+// The names of the profiles, each changed that is empty or another's before it.
+QStringList uniqueNames(const ProfileKeys& keys)
+{
+    const QList<QString> groups = keys.profileGroups();
+    QStringList names = namesOf(keys);
+    QSet<QString> all(names.begin(), names.end());
     QSet<QString> seen = {QString()};
-    for (const QString& group : groups) {
-        const QString name = keys.text(group, DISPLAY_NAME_KEY);
-        if (!seen.contains(name)) {
-            seen.insert(name);
-            continue;
-        }
-        const QString given = uniqueName(nameFor(keys, group), all);
-        all.insert(given);
-        seen.insert(given);
-        keys.setText(group, DISPLAY_NAME_KEY, given);
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        if (seen.contains(names[i]))
+            names[i] = uniqueName(nameFor(keys, groups[i]), all);
+        all.insert(names[i]);
+        seen.insert(names[i]);
     }
+    return names;
 }
 
-using NewNames = QHash<QString, QString>;
-
-NewNames numberFromZero(const QList<QString>& groups)
+// The profile that the file as it was, old, has as its default becomes the one that is marked and named.
+void settleDefault(ProfileKeys& keys, const ProfileKeys& old)
 {
-    NewNames newNames;
-    for (const QString& group : groups)
-        newNames.insert(group, QStringLiteral("Profile%1").arg(newNames.size()));
-    return newNames;
-}
-
-// The mark and the name of the default agree afterwards. A name that is no profile's must not become that of
-// the one that gets its number.
-void settleDefault(ProfileKeys& keys, const QList<QString>& groups, const NewNames& newNames)
-{
-    const QString kept = keys.defaultGroup();
-    if (kept.isEmpty() && keys.agreesOnDefault())
+    const QList<QString> groups = old.profileGroups();
+    const qsizetype kept = groups.indexOf(old.defaultGroup());
+    if (kept < 0 && old.agreesOnDefault())
         return;
-    for (const QString& group : groups) {
-        if (keys.isOn(group, DEFAULT_PROFILE_KEY) != (group == kept))
-            keys.setValue(group, DEFAULT_PROFILE_KEY, group == kept ? "true" : "false");
+    for (qsizetype i = 0; i < groups.size(); ++i) {
+        if (keys.isOn(profileGroup(i), DEFAULT_PROFILE_KEY) != (i == kept))
+            keys.setValue(profileGroup(i), DEFAULT_PROFILE_KEY, i == kept ? "true" : "false");
     }
-    if (kept.isEmpty())
+    // A name that is no profile's must not become that of the one that gets its number.
+    if (kept < 0)
         keys.setValue(DEFAULT_GROUP, DEFAULT_KEY, NO_DEFAULT);
     else
-        keys.setText(DEFAULT_GROUP, DEFAULT_KEY, newNames[kept]);
+        keys.setText(DEFAULT_GROUP, DEFAULT_KEY, profileGroup(kept));
 }
 
-// In the text, where the groups keep their places and their comments.
-QByteArray renameGroups(const QByteArray& bytes, const NewNames& newNames, const QSet<QString>& leftOut)
+// A file, and what it becomes.
+struct Mended
 {
-    QByteArray renamed;
-    bool isLeftOut = false;
-    for (QByteArray line : bytes.split('\n')) {
-        if (line.startsWith('[') && line.endsWith(']')) {
-            const QString group = QString::fromLatin1(line.sliced(1).chopped(1));
-            isLeftOut = leftOut.contains(group);
-            if (newNames.contains(group))
-                line = '[' + newNames[group].toUtf8() + ']';
-        }
-        if (!isLeftOut || line.trimmed().isEmpty() || line.trimmed().startsWith('#'))
-            renamed += line + '\n';
+    explicit Mended(const QByteArray& bytes);
+
+    const ProfileKeys old;
+    ProfileKeys keys;
+};
+
+Mended::Mended(const QByteArray& bytes) : old(bytes), keys(old.numberedFromZero())
+{
+    const QStringList names = uniqueNames(old);
+    const QStringList formerNames = namesOf(old);
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        if (names[i] != formerNames[i])
+            keys.setText(profileGroup(i), DISPLAY_NAME_KEY, names[i]);
     }
-    renamed.chop(1);
-    return renamed;
+    settleDefault(keys, old);
+    keys.setValue(SUMMARY_GROUP, TOTAL_KEY, QByteArray::number(names.size()));
 }
 
-QByteArray repaired(const QByteArray& bytes)
+qsizetype defaultOf(const ProfileKeys& keys)
 {
-    ProfileKeys keys(bytes);
-    const QList<QString> groups = keys.profileGroups();
-    const NewNames newNames = numberFromZero(groups);
-    giveNames(keys, groups);
-    settleDefault(keys, groups, newNames);
-    keys.setValue(SUMMARY_GROUP, TOTAL_KEY, QByteArray::number(groups.size()));
-    return renameGroups(keys.toBytes(), newNames, keys.remnantGroups());
+    return keys.profileGroups().indexOf(keys.defaultGroup());
 }
 
-// Where the copy is; empty, errno saying why, when it cannot be made. One that an earlier repair left before
-// it was killed will do.
+// Nothing is wrong with the new file, and all that the profiles and the other groups hold is in it.
+bool isWhole(const Mended& mended)
+{
+    const QByteArray bytes = mended.keys.toBytes();
+    const ProfileKeys written(bytes);
+    return mended.old.isParsed() && ProfileFile(bytes).findings().isEmpty() &&
+           written.contents() == mended.old.contents() && defaultOf(written) == defaultOf(mended.old);
+}
+
+// The path of the copy; empty, errno saying why, when it cannot be made. A copy of these bytes that an
+// earlier repair has left is used again.
 QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
 {
     const QByteArray base = path + ".old";
@@ -137,76 +138,6 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
     }
     errno = SETTINGS_TOO_MANY_COPIES;
     return QByteArray();
-}
-
-// Nothing but numbers, and how the file tells the default.
-bool differInNumbersAlone(const QByteArray& first, const QByteArray& second)
-{
-    const ProfileKeys a(first);
-    const ProfileKeys b(second);
-    const QList<QString> groupsA = a.profileGroups();
-    const QList<QString> groupsB = b.profileGroups();
-    return a.unparsedLines() == 0 && groupsA.size() == groupsB.size() &&
-           groupsA.indexOf(a.defaultGroup()) == groupsB.indexOf(b.defaultGroup()) &&
-           a.otherContents() == b.otherContents() &&
-           std::equal(groupsA.begin(), groupsA.end(), groupsB.begin(),
-                      [&](const QString& groupA, const QString& groupB) {
-                          return a.sharedGroup(groupA).isEmpty() && a.contents(groupA) == b.contents(groupB);
-                      });
-}
-
-ProfileRepair cannotWrite(const QByteArray& file, int error)
-{
-    return failed(ProfileFile::tr("The settings file cannot be written (%1).")
-                      .arg(settingsReason(QFile::decodeName(file), error)));
-}
-
-ProfileRepair replaceFile(const QByteArray& file, const QByteArray& bytes, const QString& copy = QString())
-{
-    if (!replaceSettingsBytes(file, bytes))
-        return cannotWrite(file, errno);
-    return {ProfileRepair::Repaired, copy, QString()};
-}
-
-ProfileRepair replaceNumbers(const QByteArray& file, const QByteArray& old, const QByteArray& mended)
-{
-    if (!differInNumbersAlone(old, mended))
-        return {ProfileRepair::Damaged, QString(), ProfileFile::tr("The settings file is damaged.")};
-    return replaceFile(file, mended);
-}
-
-ProfileRepair replaceAndKeepOld(const QByteArray& file, const QByteArray& old, const QByteArray& mended)
-{
-    const QByteArray copy = keepCopy(file, old);
-    if (copy.isEmpty())
-        return failed(ProfileFile::tr("No copy of the settings file can be kept (%1).")
-                          .arg(settingsReason(QFile::decodeName(file), errno)));
-    return replaceFile(file, mended, QFile::decodeName(copy));
-}
-
-using Replace = ProfileRepair(const QByteArray& file, const QByteArray& old, const QByteArray& mended);
-
-ProfileRepair mendFile(const QString& path, Replace* replace)
-{
-    const QByteArray file = QFile::encodeName(path);
-    const SettingsLock lock(file);
-    const std::optional<QByteArray> bytes = readSettingsBytes(file);
-    if (!bytes) {
-        if (errno == ENOENT)
-            return {};
-        return {ProfileRepair::Unread, QString(),
-                ProfileFile::tr("The settings file cannot be read (%1).").arg(settingsReason(path, errno))};
-    }
-    if (ProfileFile(*bytes).findings().isEmpty())
-        return {};
-
-    // Twice: a group that has become the file's first may hold a key that only a first group must not hold.
-    const QByteArray mended = repaired(repaired(*bytes));
-    if (!ProfileFile(mended).findings().isEmpty())
-        return failed(ProfileFile::tr("The settings file is beyond repair."));
-    if (const int error = lock.refusal())
-        return cannotWrite(file, error);
-    return replace(file, *bytes, mended);
 }
 
 QString inQuotes(const QString& name)
@@ -229,50 +160,84 @@ QString listOf(const QStringList& names)
                : ProfileFile::tr("%1 and %2 more").arg(list).arg(names.size() - MOST_NAMES);
 }
 
-} // namespace
-
-ProfileRepair tidyProfileFile(const QString& path)
+QStringList describe(const Mended& mended)
 {
-    return mendFile(path, replaceNumbers);
-}
-
-ProfileRepair repairProfileFile(const QString& path)
-{
-    return mendFile(path, replaceAndKeepOld);
-}
-
-QStringList describeRepair(const QString& path)
-{
-    const QByteArray bytes = readSettingsBytes(QFile::encodeName(path)).value_or(QByteArray());
-    ProfileKeys keys(bytes);
-    const ProfileKeys former = ProfileKeys(bytes);
-    const QList<QString> groups = keys.profileGroups();
-    giveNames(keys, groups);
-    QStringList shownAgain;
+    const QList<QString> groups = mended.old.profileGroups();
+    const QStringList formerNames = namesOf(mended.old);
+    QStringList listedAgain;
     QStringList named;
     QStringList renamed;
-    for (const QString& group : groups) {
-        const QString name = keys.text(group, DISPLAY_NAME_KEY);
-        const QString formerName = former.text(group, DISPLAY_NAME_KEY);
-        if (!keys.sharedGroup(group).isEmpty())
-            shownAgain += name;
-        if (formerName.isEmpty())
+    for (qsizetype i = 0; i < groups.size(); ++i) {
+        const QString name = mended.keys.text(profileGroup(i), DISPLAY_NAME_KEY);
+        if (!mended.old.formerGroup(groups[i]).isEmpty())
+            listedAgain += name;
+        if (formerNames[i].isEmpty())
             named += name;
-        else if (formerName != name)
+        else if (formerNames[i] != name)
             renamed += name;
     }
 
     QStringList sentences;
-    const int lines = keys.unparsedLines() + ProfileKeys(repaired(bytes)).unparsedLines();
+    const int lines = mended.old.rejectedLines() + mended.keys.rejectedLines();
     if (lines == 1)
         sentences += ProfileFile::tr("A line that cannot be read is set aside.");
     else if (lines > 1)
         sentences += ProfileFile::tr("%1 lines that cannot be read are set aside.").arg(lines);
-    if (!shownAgain.isEmpty())
-        sentences += ProfileFile::tr("Listed again: %1.").arg(listOf(shownAgain));
+    if (!listedAgain.isEmpty())
+        sentences += ProfileFile::tr("Listed again: %1.").arg(listOf(listedAgain));
     if (!named.isEmpty())
         sentences += ProfileFile::tr("Given a name: %1.").arg(listOf(named));
     if (!renamed.isEmpty())
         sentences += ProfileFile::tr("Renamed, since its name was taken: %1.").arg(listOf(renamed));
     return sentences;
+}
+
+enum class Way { Tidy, Repair };
+
+ProfileRepair mendFile(const QString& path, Way way)
+{
+    const QByteArray file = QFile::encodeName(path);
+    const auto because = [&path](const QString& text) { return text.arg(settingsReason(path, errno)); };
+    const SettingsLock lock(file);
+    const std::optional<QByteArray> bytes = readSettingsBytes(file);
+    if (!bytes && errno == ENOENT)
+        return {};
+    if (!bytes)
+        return {.outcome = ProfileRepair::Unread,
+                .error = because(ProfileFile::tr("The settings file cannot be read (%1)."))};
+    if (ProfileFile(*bytes).findings().isEmpty())
+        return {};
+
+    const Mended mended(*bytes);
+    if (!isWhole(mended))
+        return failed(ProfileFile::tr("The settings file is beyond repair."));
+    const QString cannotWrite = ProfileFile::tr("The settings file cannot be written (%1).");
+    errno = lock.refusal();
+    if (errno != 0)
+        return failed(because(cannotWrite));
+    if (way == Way::Tidy && !describe(mended).isEmpty())
+        return {.outcome = ProfileRepair::Damaged, .error = ProfileFile::tr("The settings file is damaged.")};
+    const QByteArray copy = way == Way::Repair ? keepCopy(file, *bytes) : QByteArray();
+    if (way == Way::Repair && copy.isEmpty())
+        return failed(because(ProfileFile::tr("No copy of the settings file can be kept (%1).")));
+    if (!replaceSettingsBytes(file, mended.keys.toBytes()))
+        return failed(because(cannotWrite));
+    return {.outcome = ProfileRepair::Repaired, .copy = QFile::decodeName(copy)};
+}
+
+} // namespace
+
+ProfileRepair tidyProfileFile(const QString& path)
+{
+    return mendFile(path, Way::Tidy);
+}
+
+ProfileRepair repairProfileFile(const QString& path)
+{
+    return mendFile(path, Way::Repair);
+}
+
+QStringList describeRepair(const QString& path)
+{
+    return describe(Mended(readSettingsBytes(QFile::encodeName(path)).value_or(QByteArray())));
 }

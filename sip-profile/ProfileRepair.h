@@ -15,8 +15,8 @@ struct ProfileRepair
         Failed,
     };
     Outcome outcome = NothingToDo;
-    QString copy;  // where the old file is kept; empty when it is not
-    QString error; // why nothing was repaired though something is wrong, for the user
+    QString copy = {};  // the path of the old file's copy; empty when none is kept
+    QString error = {}; // why nothing was repaired though something is wrong, for the user
 };
 
 // Both mend what ProfileFile finds in the store's file, and put the new file in its place as one atomic

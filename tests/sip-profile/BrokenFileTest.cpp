@@ -518,7 +518,6 @@ TEST_F(Repair, OfAFileThatCannotBeReadFails)
     ASSERT_TRUE(QDir().mkpath(file() + "/inside"));
     const ProfileFile checked(file());
     EXPECT_TRUE(checked.has(ProfileFile::Finding::CannotRead));
-    EXPECT_FALSE(checked.canRepair());
     EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::Unread);
     EXPECT_EQ(repairProfileFile(file()).error, "The settings file cannot be read (it is no file).");
     EXPECT_TRUE(QDir(file() + "/inside").exists());
