@@ -1,13 +1,11 @@
 #include "HomeScreen.h"
 
 #include "LibraryFunction.h"
+#include "MessageBox.h"
 #include "OrmuConfig.h"
 #include "OrmuGlobal.h"
-#include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
-#include "ProfileChooser.h"
-#include "RES_ICON_Reader.h"
-#include "RepairOffer.h"
+#include "PhoneProfiles.h"
 #include "SETUP_SIP_ProfileListBase.h"
 #include "SettingsFailure.h"
 #include "SettingsNotices.h"
@@ -72,17 +70,24 @@ void HomeScreen::entryClicked(int, QListBoxItem* entry, const QPoint&)
         chooseProfile();
 }
 
+template <class Function>
+Function* HomeScreen::resolve(const char* library, const char* name)
+{
+    QString error;
+    const QFunctionPointer function = resolveLibraryFunction(library, name, error);
+    if (function == nullptr)
+        showMessage(MessageIcon::Warning, error);
+    return reinterpret_cast<Function*>(function);
+}
+
 void HomeScreen::openProfileList()
 {
-    if (profileList_ != nullptr || !mayOpenProfiles())
+    if (profileList_ != nullptr || !mayOpenList())
         return;
-    QString error;
-    const auto create = reinterpret_cast<decltype(&SETUP_SIP_CreateProfileList)>(
-        resolveLibraryFunction(SETUP_LIBRARY, "SETUP_SIP_CreateProfileList", error));
-    if (create == nullptr) {
-        tell("Dialog_Exclamatory_Mark.gif", error);
+    const auto create =
+        resolve<decltype(SETUP_SIP_CreateProfileList)>(SETUP_LIBRARY, "SETUP_SIP_CreateProfileList");
+    if (create == nullptr)
         return;
-    }
     profileList_ = create(this);
     if (isSettingsFileUnread(profileFile())) {
         closeProfileList();
@@ -95,24 +100,19 @@ void HomeScreen::openProfileList()
 
 void HomeScreen::chooseProfile()
 {
-    if (profileList_ != nullptr || !mayOpenProfiles())
+    if (profileList_ != nullptr || !mayOpenList())
         return;
-    QString error;
-    const auto choose = reinterpret_cast<decltype(&chooseSipProfile)>(
-        resolveLibraryFunction(CHOOSER_LIBRARY, "chooseSipProfile", error));
-    if (choose == nullptr) {
-        tell("Dialog_Exclamatory_Mark.gif", error);
-        return;
-    }
+    const auto choose = resolve<decltype(chooseSipProfile)>(PROFILES_LIBRARY, "chooseSipProfile");
     QString name = chosenName_;
     QString group;
-    if (!choose(name, group) || isSettingsFileUnread(profileFile()))
+    if (choose == nullptr || !choose(name, group) || isSettingsFileUnread(profileFile()))
         return;
     chosenName_ = name;
-    tell("Dialog_Complete.gif", group.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : group);
+    showMessage(MessageIcon::Done,
+                group.isEmpty() ? tr("No profile", "99.99.99;DIALOG_ICON_50_WARP") : group);
 }
 
-bool HomeScreen::mayOpenProfiles()
+bool HomeScreen::mayOpenList()
 {
     return isOnlyHost() && canReadProfiles() && areProfilesInOrder();
 }
@@ -124,19 +124,18 @@ bool HomeScreen::isOnlyHost()
     case SettingsHostLock::NoLocks:
         return true;
     case SettingsHostLock::HeldByAnother:
-        tell("Dialog_Exclamatory_Mark.gif",
-             tr("The SIP profiles are in use by another phone on this computer. "
-                "Close that one, then try again.",
-                "99.99.99;DIALOG_ICON_50_WARP"));
+        showMessage(MessageIcon::Warning, tr("The SIP profiles are in use by another phone on this computer. "
+                                             "Close that one, then try again.",
+                                             "99.99.99;DIALOG_ICON_50_WARP"));
         return false;
     case SettingsHostLock::NoLockFile:
         break;
     }
     if (checkSettingsDirectory()) // Told at the start: no phone can save anything there.
         return true;
-    tell("Dialog_Exclamatory_Mark.gif",
-         tr("The SIP profiles cannot be opened: %1.", "99.99.99;DIALOG_ICON_50_WARP")
-             .arg(settingsReason(profileFile(), lock_.error())));
+    showMessage(MessageIcon::Warning,
+                tr("The SIP profiles cannot be opened: %1.", "99.99.99;DIALOG_ICON_50_WARP")
+                    .arg(settingsReason(profileFile(), lock_.error())));
     return false;
 }
 
@@ -150,18 +149,18 @@ bool HomeScreen::canReadProfiles()
 
 bool HomeScreen::areProfilesInOrder()
 {
-    QString error;
-    const auto offer = reinterpret_cast<decltype(&offerProfileRepair)>(
-        resolveLibraryFunction(REPAIR_LIBRARY, "offerProfileRepair", error));
-    if (offer == nullptr)
-        tell("Dialog_Exclamatory_Mark.gif", error);
-    return offer != nullptr && offer();
+    const auto mayOpen = resolve<decltype(mayOpenProfiles)>(PROFILES_LIBRARY, "mayOpenProfiles");
+    return mayOpen != nullptr && mayOpen(*this);
 }
 
-void HomeScreen::tell(const char* icon, const QString& text)
+bool HomeScreen::ask(const QString& question)
 {
-    OrmuMessageBox::information(nullptr, RES_ICON_Reader().getIcon(icon), text,
-                                tr("OK", "99.99.99;SOFTKEY_1BUTTON"), QString(), QString(), 1);
+    return askUser(question, tr("Repair", "3.3.1;CST_3BUTTON"), tr("Back", "3.3.1;CST_3BUTTON"));
+}
+
+void HomeScreen::tell(Result result, const QString& text)
+{
+    showMessage(result == Success ? MessageIcon::Done : MessageIcon::Warning, text);
 }
 
 void HomeScreen::closeProfileList()
@@ -169,9 +168,6 @@ void HomeScreen::closeProfileList()
     delete profileList_;
     profileList_ = nullptr;
     endSettings(profileFile());
-    QString error; // The next list tells it.
-    const auto tidy = reinterpret_cast<decltype(&tidyProfiles)>(
-        resolveLibraryFunction(REPAIR_LIBRARY, "tidyProfiles", error));
-    if (tidy != nullptr)
+    if (const auto tidy = resolve<decltype(tidyProfiles)>(PROFILES_LIBRARY, "tidyProfiles"))
         tidy();
 }

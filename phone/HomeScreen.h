@@ -2,6 +2,7 @@
 #define HOMESCREEN_H
 
 #include "OrmuMainWidget.h"
+#include "RepairDialogue.h"
 #include "SettingsHostLock.h"
 
 class QListBoxItem;
@@ -9,10 +10,11 @@ class SETUP_SIP_ProfileListBase;
 class SettingsNotices;
 class UTIL_ListBox;
 
-// The settings application's first screen: what there is to set. The profiles open for one host at a time,
-// and only when they can be read. What could not be read or saved, now or in the screens it opens, is told in
-// a box, and so is a settings directory in which nothing can be saved when the program starts.
-class HomeScreen : public OrmuMainWidget
+// The settings application's first screen: the list of the settings. The SIP profiles open for one phone at a
+// time, and only when their file can be read and is in order. A box tells the settings that could not be read
+// or saved, here or in the screens it opens, and at the start a settings directory in which nothing can be
+// saved.
+class HomeScreen : public OrmuMainWidget, private RepairDialogue
 {
     Q_OBJECT
 
@@ -30,17 +32,21 @@ private:
     void addEntry(const QString& text);
     void openProfileList();
     void chooseProfile();
-    bool mayOpenProfiles();
+    bool mayOpenList();
     bool isOnlyHost();
     bool canReadProfiles();
     bool areProfilesInOrder();
-    void tell(const char* icon, const QString& text);
+    bool ask(const QString& question) override;
+    void tell(Result result, const QString& text) override;
+    // The function of that name in the library; null, after a box, when it cannot be found.
+    template <class Function>
+    static Function* resolve(const char* library, const char* name);
 
     SettingsNotices* notices_;
     SettingsHostLock lock_;
     UTIL_ListBox* entries_ = nullptr;
     SETUP_SIP_ProfileListBase* profileList_ = nullptr;
-    QString chosenName_; // of the profile chosen last
+    QString chosenName_; // the display name of the profile chosen last
 };
 
 #endif

@@ -1,11 +1,29 @@
-#include "ProfileChooser.h"
+#include "PhoneProfiles.h"
 
+#include "DaemonOwner.h"
+#include "ProfileFile.h"
+#include "ProfileRepair.h"
+#include "RepairDialogue.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 
+bool mayOpenProfiles(RepairDialogue& user)
+{
+    if (const auto stranger = strangerOnDaemonSocket()) {
+        user.tell(RepairDialogue::Failure, describeStranger(*stranger));
+        return false;
+    }
+    return putProfilesInOrder(user);
+}
+
+void tidyProfiles()
+{
+    tidyProfileFile(ProfileFile::path());
+}
+
 bool chooseSipProfile(QString& name, QString& group)
 {
-    // By its name: the number of its group may have changed since.
+    // The number of the profile's group may have changed since it was chosen.
     QString marked;
     SETUP_SIP_Agent::instance()->getProfileGroupName(name, marked);
     SETUP_SIP_ProfileSelectDlg dialog(marked, nullptr, nullptr);

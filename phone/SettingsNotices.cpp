@@ -1,7 +1,7 @@
 #include "SettingsNotices.h"
 
+#include "MessageBox.h"
 #include "OrmuMessageBox.h"
-#include "RES_ICON_Reader.h"
 
 #include <QStringList>
 
@@ -46,36 +46,34 @@ QString SettingsNotices::textFor(const SettingsFailure& failure)
     return QString();
 }
 
-// What was not saved since it could not be read says both.
+// A change that was not saved because the file could not be read tells both.
 QString SettingsNotices::takeText()
 {
-    const bool saysBoth =
+    const bool tellsBoth =
         std::any_of(failures_.cbegin(), failures_.cend(), [](const SettingsFailure& failure) {
             return failure.kind == SettingsFailure::NotSavedUnread;
         });
     QStringList texts;
     for (const SettingsFailure& failure : std::exchange(failures_, {})) {
-        if (!saysBoth || failure.kind != SettingsFailure::NotRead)
+        if (!tellsBoth || failure.kind != SettingsFailure::NotRead)
             texts += textFor(failure);
     }
     texts.removeDuplicates();
     return texts.join(u'\n');
 }
 
-// Not waited for: what is open underneath goes its way meanwhile.
+// Not modal: the screens beneath stay at work.
 void SettingsNotices::showBox()
 {
     if (box_ != nullptr || failures_.isEmpty())
         return;
-    box_ = std::make_unique<OrmuMessageBox>(nullptr, RES_ICON_Reader().getIcon("Dialog_Exclamatory_Mark.gif"),
-                                            takeText(), tr("OK", "99.99.99;SOFTKEY_1BUTTON"), QString(),
-                                            QString(), 1);
+    box_ = makeMessageBox(MessageIcon::Warning, takeText());
     connect(box_.get(), &QDialog::finished, this, &SettingsNotices::boxClosed);
     box_->show();
 }
 
 void SettingsNotices::boxClosed()
 {
-    box_.release()->deleteLater(); // Its own key called this.
+    box_.release()->deleteLater(); // Its own key has called this.
     soon_.start(0);
 }

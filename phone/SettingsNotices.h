@@ -11,9 +11,9 @@
 
 class OrmuMessageBox;
 
-// Tells the user which settings could not be read or saved: in a box over whatever is open by then, once the
-// program is back in an event loop. Failures in a row are told in one box, and each of them once. Hears of
-// every failure of the settings services while it lives; one object to a program.
+// Tells the user which settings could not be read or saved, in a box over the screen that is open once the
+// program is back in an event loop. One box tells all failures since the last one, each once. Gets every
+// failure of the settings services while it lives; one object to a program.
 class SettingsNotices : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
     explicit SettingsNotices(QObject* parent);
     ~SettingsNotices() override;
 
-    // May be called from anywhere: it shows nothing by itself.
+    // May be called from anywhere: shows nothing yet.
     void note(const SettingsFailure& failure);
 
 private:
@@ -31,7 +31,7 @@ private:
     void showBox();
     void boxClosed();
 
-    QList<SettingsFailure> failures_; // Not told yet.
+    QList<SettingsFailure> failures_; // Not told yet
     QTimer soon_;
     std::unique_ptr<OrmuMessageBox> box_;
 };

@@ -1,29 +1,23 @@
-#ifndef REPAIRDECISION_H
-#define REPAIRDECISION_H
+#ifndef REPAIRDIALOGUE_H
+#define REPAIRDIALOGUE_H
 
-#include <QCoreApplication>
+class QString;
 
-// Whether a screen that loads the SIP profiles may open, and what the user is asked and told before. How, is
-// up to the derived class.
-class RepairDecision
+// How a program asks and tells its user about the profiles' settings file.
+class RepairDialogue
 {
-    Q_DECLARE_TR_FUNCTIONS(RepairDecision)
-
 public:
-    virtual ~RepairDecision() = default;
+    enum Result { Success, Failure };
 
-    // Tidies the settings file; repairs it, where it is damaged and the user agrees. What cannot be done is
-    // told.
-    bool mayOpen();
-
-protected:
-    // True when the user wants the repair.
-    virtual bool asksForRepair(const QString& question) = 0;
-    virtual void tellSuccess(const QString& text) = 0;
-    virtual void tellFailure(const QString& text) = 0;
-
-private:
-    bool repair();
+    virtual ~RepairDialogue() = default;
+    // True when the user wants the repair that the question describes.
+    virtual bool ask(const QString& question) = 0;
+    virtual void tell(Result result, const QString& text) = 0;
 };
+
+// Tidies the settings file, without a word; repairs it if it is damaged and the user agrees; tells the
+// repair's result and every failure. Returns true when the profiles may be listed. The store would show a
+// profile twice, or search without end, in a file that is not in order. Blocks for the disk and the user.
+bool putProfilesInOrder(RepairDialogue& user);
 
 #endif

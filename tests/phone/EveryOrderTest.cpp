@@ -4,7 +4,7 @@
 #include "BoundedListing.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
-#include "RepairDecision.h"
+#include "RepairDialogue.h"
 #include "SETUP_SIP_Agent.h"
 #include "SettingsFixture.h"
 
@@ -112,7 +112,7 @@ Known knownOf(const SIP_PROFILE_CONTENT& record)
 }
 
 // Answers the question as it is told, and counts.
-class Person : public RepairDecision
+class Person : public RepairDialogue
 {
 public:
     explicit Person(bool wantsRepair) : wantsRepair_(wantsRepair) {}
@@ -120,14 +120,12 @@ public:
     int asked() const { return asked_; }
     int told() const { return told_; }
 
-protected:
-    bool asksForRepair(const QString&) override
+    bool ask(const QString&) override
     {
         ++asked_;
         return wantsRepair_;
     }
-    void tellSuccess(const QString&) override { ++told_; }
-    void tellFailure(const QString&) override { ++told_; }
+    void tell(Result, const QString&) override { ++told_; }
 
 private:
     const bool wantsRepair_;
@@ -185,7 +183,7 @@ protected:
     void open()
     {
         Person person(true);
-        ASSERT_TRUE(person.mayOpen());
+        ASSERT_TRUE(putProfilesInOrder(person));
         ASSERT_EQ(person.asked(), 0) << "a question";
         ASSERT_EQ(person.told(), 0);
         ASSERT_TRUE(boundedListing(file())) << "the list never opens";
@@ -461,14 +459,14 @@ TEST_P(EveryOrderFromDamage, AsksUntilRepairedAndNeverAgain)
     writeFile(damaged);
     for (int i = 0; i < 2; ++i) {
         Person declining(false);
-        ASSERT_FALSE(declining.mayOpen());
+        ASSERT_FALSE(putProfilesInOrder(declining));
         ASSERT_EQ(declining.asked(), 1);
         ASSERT_EQ(declining.told(), 0);
         ASSERT_EQ(readFile(), damaged);
         ASSERT_EQ(entries().size(), 1);
     }
     Person agreeing(true);
-    ASSERT_TRUE(agreeing.mayOpen());
+    ASSERT_TRUE(putProfilesInOrder(agreeing));
     ASSERT_EQ(agreeing.asked(), 1);
     ASSERT_EQ(agreeing.told(), 1);
     ASSERT_EQ(readFile(file() + ".old"), damaged);
