@@ -1,7 +1,8 @@
-/* connect-profile NAME: connects the profile with that group name ("Profile0") and prints the daemon's ack.
+/* connect-profile NAME: connects the profile with that group name ("Profile0") and prints the daemon's
+ * ack.
  *
- * Ends with 0 when the daemon has connected the profile, 1 when it would not, 2 when there was no talking to
- * it. */
+ * Exit status: 0 when the daemon has connected the profile, 1 when it has not, 2 when there is no
+ * exchange with the daemon. */
 
 #include "SIP_COMM_Controler.h"
 
@@ -9,19 +10,28 @@
 
 static const char* meaningOf(_SIPD_APP_ACK_E ack)
 {
-    switch (ack) {
-    case SIPD_ACK_SUCCESS:
-        return "success";
-    case SIPD_ACK_FAILED:
-        return "failed";
-    case SIPD_ACK_SERVICE_UNAVAILABLE:
-        return "service unavailable";
-    case SIPD_ACK_INCORRECT_PROFILE:
-        return "incorrect profile";
-    case SIPD_ACK_CONNECT_FAILED:
-        return "failure to reach the server";
+    static const char* const meanings[] = {
+        [SIPD_ACK_SUCCESS] = "success",
+        [SIPD_ACK_FAILED] = "failed",
+        [SIPD_ACK_SERVICE_UNAVAILABLE] = "service unavailable",
+        [SIPD_ACK_INCORRECT_PROFILE] = "incorrect profile",
+        [SIPD_ACK_CONNECT_FAILED] = "failure to reach the server",
+    };
+    return ack <= SIPD_ACK_CONNECT_FAILED ? meanings[ack] : "unknown";
+}
+
+static const char* causeOf(int result)
+{
+    switch (result) {
+    case SIP_COMM_IO_ERROR:
+        return "the connection to the SIP daemon failed";
+    case SIP_COMM_NO_MEMORY:
+        return "out of memory";
+    case SIP_COMM_CLOSED:
+        return "the SIP daemon closed the connection";
+    default:
+        return "the SIP daemon sent an unexpected message";
     }
-    return "unknown";
 }
 
 int main(int argc, char** argv)
@@ -34,18 +44,18 @@ int main(int argc, char** argv)
         fprintf(stderr, "usage: connect-profile NAME\n");
         return 2;
     }
-    if (SIP_COMM_ControlerConstruct(&handle) != 0) {
-        fprintf(stderr, "connect-profile: the SIP daemon is not there, or refuses\n");
+    if (SIP_COMM_ControlerConstruct(&handle) != SIP_COMM_SUCCESS) {
+        fprintf(stderr, "connect-profile: the SIP daemon is not running or refuses the connection\n");
         return 2;
     }
 
-    /* Waits for the ack. A program that has better to do polls SIP_COMM_ControlerGetFd() before GetAck. */
+    /* GetAck waits. A program that must not wait polls SIP_COMM_ControlerGetFd() first. */
     result = SIP_COMM_ControlerProfileConnect(handle, argv[1]);
-    if (result == 0)
+    if (result == SIP_COMM_SUCCESS)
         result = SIP_COMM_ControlerGetAck(handle, &ack);
     SIP_COMM_ControlerDestruct(&handle);
-    if (result != 0) {
-        fprintf(stderr, "connect-profile: the SIP daemon has gone, or does not make sense (%d)\n", result);
+    if (result != SIP_COMM_SUCCESS) {
+        fprintf(stderr, "connect-profile: %s\n", causeOf(result));
         return 2;
     }
 

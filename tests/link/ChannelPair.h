@@ -7,7 +7,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// An open channel and the far end of its socket, in one thread: what is given fits into the socket.
+// An open channel and the other end of its socket, for one thread: everything given fits into the socket.
+template <class Channel = TestChannel>
 class ChannelPair
 {
 public:
@@ -29,7 +30,7 @@ public:
             abort();
     }
 
-    // What the channel has sent and nobody has taken yet.
+    // The bytes that the channel has sent since the last call.
     std::string taken() const
     {
         std::string bytes(64UL * 1024, '\0');
@@ -45,7 +46,7 @@ public:
         daemonEnd = -1;
     }
 
-    TestChannel channel;
+    Channel channel;
     int daemonEnd = -1;
 };
 

@@ -1,8 +1,9 @@
-// How a channel comes to its connection, and what it does to the process that has it.
+// A channel's connection, and its effects on the process.
 
 #include "ChannelPair.h"
 #include "DaemonTest.h"
 #include "Diagnostics.h"
+#include "LinkTest.h"
 
 #include <array>
 #include <atomic>
@@ -26,8 +27,6 @@ using testing::Not;
 
 namespace {
 
-const std::string cannotConnect = "{1} SIP_COMM_Channel.cpp\tconnect fail path /tmp/sipd_us";
-
 sockaddr_un socketAddress()
 {
     sockaddr_un address = {};
@@ -45,7 +44,7 @@ Value optionOf(int fd, int option)
     return value;
 }
 
-// A socket at the daemon's path that nobody accepts from by itself.
+// A socket at the daemon's path that accepts no client by itself.
 class Listener
 {
 public:
@@ -62,7 +61,7 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    // With a queue that no further client fits into.
+    // Listens with a queue that has no room for another client.
     void listenWithFullQueue()
     {
         ASSERT_EQ(listen(fd, 0), 0);
@@ -95,7 +94,7 @@ private:
     std::vector<int> queued;
 };
 
-// Whether the thread sleeps in the system.
+// Whether the thread sleeps in a system call.
 bool isWaiting(pid_t thread)
 {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
@@ -104,7 +103,7 @@ bool isWaiting(pid_t thread)
     return stat.find(") S ") != std::string::npos;
 }
 
-// Connects on a thread of its own, and does what the test wants once that thread waits.
+// Connects on another thread, and calls meanwhile once that thread waits.
 int connectMeanwhile(SIP_COMM_Channel& channel, const std::function<void(pthread_t)>& meanwhile)
 {
     std::atomic<pid_t> threadId = 0;
@@ -153,8 +152,8 @@ protected:
     void expectNoConnection()
     {
         SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
-                    ElementsAre(cannotConnect));
+        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
+                    ElementsAre(channelError("connect fail path /tmp/sipd_us")));
         EXPECT_EQ(channel.getFd(), -1);
     }
 };
@@ -165,7 +164,7 @@ void countSigpipe(int)
     ++sigpipes;
 }
 
-// A host with its own way with SIGPIPE; after the test the process has its old one.
+// A host that handles SIGPIPE; its end restores the process's handling.
 class HostSignals
 {
 public:
@@ -221,22 +220,22 @@ private:
 
 void sendToADeadPeer()
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     pair.closeDaemonEnd();
     const _SIPD_MSG_PROFILE_S profile = {};
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendProfileMsg(&profile), 2); }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tfail when read or write socket 32",
-                            "{4} SIP_COMM_Channel.cpp, sendProfileMsg()\t fail send head message"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendProfileMsg(&profile), SIP_COMM_IO_ERROR); }),
+                ElementsAre(channelError("fail when read or write socket 32"),
+                            channelInfo("sendProfileMsg", " fail send head message")));
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
 } // namespace
 
-TEST_F(Connection, RegistersAtOnceAndReadsNothing)
+TEST_F(Connection, RegistersWithoutReadingTheAnswer)
 {
     play("admit");
     TestChannel channel(-1, static_cast<_SIPD_APPID_E>(42));
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 0); }), IsEmpty());
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS); }), IsEmpty());
     EXPECT_TRUE(channel.isConnected());
     ASSERT_TRUE(daemon().waitForBytes(12));
     EXPECT_EQ(daemon().received(), encodeHead(0, SIPD_MSG_REGISTER, 42));
@@ -245,19 +244,12 @@ TEST_F(Connection, RegistersAtOnceAndReadsNothing)
     EXPECT_EQ(type, SIPD_MSG_ACK);
 }
 
-TEST_F(Connection, LeavesTheSocketBlocking)
+TEST_F(Connection, IsABlockingStreamSocketWithoutOptions)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     EXPECT_EQ(fcntl(channel.getFd(), F_GETFL) & O_NONBLOCK, 0);
-}
-
-TEST_F(Connection, IsAPlainStreamSocketWithoutOptions)
-{
-    play("admit");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), 0);
     EXPECT_EQ(optionOf<int>(channel.getFd(), SO_DOMAIN), AF_UNIX);
     EXPECT_EQ(optionOf<int>(channel.getFd(), SO_TYPE), SOCK_STREAM);
     EXPECT_EQ(optionOf<int>(channel.getFd(), SO_PROTOCOL), 0);
@@ -268,20 +260,14 @@ TEST_F(Connection, IsAPlainStreamSocketWithoutOptions)
     }
 }
 
-TEST_F(Connection, FailsWithoutASocketFile)
+TEST_F(Connection, FailsWithoutAListeningSocket)
 {
-    expectNoConnection();
-}
-
-TEST_F(Connection, FailsOnASocketFileThatNobodyListensOn)
-{
-    Listener dead;
-    dead.stop();
-    expectNoConnection();
-}
-
-TEST_F(Connection, FailsOnAFileInPlaceOfTheSocket)
-{
+    expectNoConnection(); // no file
+    {
+        Listener dead;
+        dead.stop();
+        expectNoConnection();
+    }
     std::ofstream(SIPD_SOCKET_PATH) << "not a socket\n";
     expectNoConnection();
     unlink(SIPD_SOCKET_PATH);
@@ -305,7 +291,7 @@ TEST_F(Connection, WaitsForRoomInAFullQueue)
     EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t) { listener.acceptOne(); }), 0);
 }
 
-TEST_F(Connection, FailsWhenTheDaemonGoesAwayWhileItWaitsForRoom)
+TEST_F(Connection, FailsWhenTheDaemonEndsWhileItWaitsForRoom)
 {
     Listener listener;
     listener.listenWithFullQueue();
@@ -314,7 +300,7 @@ TEST_F(Connection, FailsWhenTheDaemonGoesAwayWhileItWaitsForRoom)
     EXPECT_EQ(channel.getFd(), -1);
 }
 
-TEST_F(Connection, FailsWhenASignalInterruptsItsWaitForRoom)
+TEST_F(Connection, FailsWhenASignalInterruptsTheWaitForRoom)
 {
     struct sigaction action = {};
     action.sa_handler = countSigpipe;
@@ -327,49 +313,49 @@ TEST_F(Connection, FailsWhenASignalInterruptsItsWaitForRoom)
     sigaction(SIGUSR1, &saved, nullptr);
 }
 
-TEST_F(Connection, CanBeMadeAnewAfterALossAndForgetsThePendingMessage)
+TEST_F(Connection, DropsThePendingMessageWhenItIsMadeAgain)
 {
     play("close-after:12");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     _SIPD_MSG_TYPE_E type;
     _SIPD_APP_ACK_E ack;
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     ASSERT_EQ(channel.recvMsgType(&type), 0); // its body never comes
     channel.disconnectDaemon();
 
     play("admit");
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.recvMsgType(&type), 0); }), IsEmpty());
     EXPECT_EQ(channel.recvAckMsg(&ack), 0);
 }
 
-TEST_F(Connection, ThatIsMadeTwiceEndsTheFirst)
+TEST_F(Connection, ReplacesTheFirstWhenItIsMadeTwice)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), 0);
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     ASSERT_TRUE(daemon().waitForBytes(2 * sizeof(_SIPD_MSG_HEAD_S)));
     EXPECT_TRUE(daemon().waitForClosed(1));
     EXPECT_EQ(daemon().accepted(), 2);
 }
 
-TEST_F(Connection, StaysWhenASecondCannotBeMade)
+TEST_F(Connection, StaysOpenWhenASecondFails)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     const int fd = channel.getFd();
     stopDaemon();
-    EXPECT_EQ(channel.connectDaemon(), 1);
+    EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
     EXPECT_EQ(channel.getFd(), fd);
 }
 
-TEST_F(Connection, IsNotInheritedByAProgramThatTheHostStarts)
+TEST_F(Connection, IsNotInheritedByAStartedProgram)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), 0);
+    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     struct stat status = {};
     ASSERT_EQ(fstat(channel.getFd(), &status), 0);
     const std::string ours = "socket:[" + std::to_string(status.st_ino) + "]";
@@ -377,35 +363,23 @@ TEST_F(Connection, IsNotInheritedByAProgramThatTheHostStarts)
     EXPECT_THAT(outputOf("ls -l /proc/self/fd"), Not(HasSubstr(ours)));
 }
 
-TEST(DeadDaemon, DoesNotKillAHostThatHasNotThoughtOfSigpipe)
+TEST(DeadDaemon, LeavesTheHostsSigpipeHandlingUnchanged)
 {
-    const HostSignals host(SIG_DFL);
-    sendToADeadPeer();
-    EXPECT_EQ(HostSignals::handler(), SIG_DFL);
-    EXPECT_FALSE(HostSignals::isBlocked());
-    EXPECT_FALSE(HostSignals::isPending());
-}
-
-TEST(DeadDaemon, IsNoBusinessOfTheHostsHandler)
-{
+    for (void (*reaction)(int) : {SIG_DFL, SIG_IGN, countSigpipe}) {
+        const HostSignals host(reaction);
+        sendToADeadPeer();
+        EXPECT_EQ(HostSignals::handler(), reaction);
+        EXPECT_FALSE(HostSignals::isBlocked());
+        EXPECT_FALSE(HostSignals::isPending());
+        EXPECT_EQ(sigpipes, 0);
+    }
     const HostSignals host(countSigpipe);
     sendToADeadPeer();
-    EXPECT_EQ(sigpipes, 0);
-    EXPECT_EQ(HostSignals::handler(), countSigpipe);
-    EXPECT_FALSE(HostSignals::isBlocked());
     raise(SIGPIPE);
-    EXPECT_EQ(sigpipes, 1) << "the handler works as before";
+    EXPECT_EQ(sigpipes, 1) << "the handler no longer runs";
 }
 
-TEST(DeadDaemon, LeavesSigpipeIgnoredWhereItWas)
-{
-    const HostSignals host(SIG_IGN);
-    sendToADeadPeer();
-    EXPECT_EQ(HostSignals::handler(), SIG_IGN);
-    EXPECT_FALSE(HostSignals::isPending());
-}
-
-TEST(DeadDaemon, LeavesSigpipeBlockedWhereItWas)
+TEST(DeadDaemon, LeavesABlockedSigpipeBlocked)
 {
     const HostSignals host(countSigpipe);
     HostSignals::block(true);
@@ -416,9 +390,9 @@ TEST(DeadDaemon, LeavesSigpipeBlockedWhereItWas)
     EXPECT_EQ(sigpipes, 0);
 }
 
-TEST(DeadDaemon, LeavesTheHostItsOwnSigpipe)
+TEST(DeadDaemon, LeavesAPendingSigpipeOfTheHost)
 {
-    // One that waits for the thread, and one that waits for the process.
+    // Pending for the thread, and pending for the process.
     const std::array<void (*)(), 2> raisers = {[] { raise(SIGPIPE); }, [] { kill(getpid(), SIGPIPE); }};
     for (const auto raiser : raisers) {
         const HostSignals host(countSigpipe);
@@ -431,12 +405,12 @@ TEST(DeadDaemon, LeavesTheHostItsOwnSigpipe)
     }
 }
 
-TEST(LivingDaemon, LeavesTheHostItsSignalsToo)
+TEST(RunningDaemon, LeavesAPendingSigpipeOfTheHost)
 {
     const HostSignals host(countSigpipe);
     HostSignals::block(true);
     raise(SIGPIPE);
-    ChannelPair pair;
+    ChannelPair<> pair;
     EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 0);
     EXPECT_TRUE(HostSignals::isBlocked());
     EXPECT_TRUE(HostSignals::isPending());

@@ -1,30 +1,32 @@
 #include "ORMU_Diagnostics.h"
 
-#include "AssertionOf.h"
 #include "Diagnostics.h"
+#include "LinkTest.h"
 #include "TestChannel.h"
 
 #include <cerrno>
-#include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-using testing::ElementsAre;
-using testing::StartsWith;
+namespace {
+
+// The number of the line that the link logs for action: "{4} SIP_COMM_Channel.cpp:NUMBER, ...".
+int loggedLine(const std::function<void()>& action)
+{
+    testing::internal::CaptureStderr();
+    action();
+    int line = 0;
+    std::sscanf(testing::internal::GetCapturedStderr().c_str(), "{4} SIP_COMM_Channel.cpp:%d,", &line);
+    return line;
+}
+
+} // namespace
 
 TEST(SourceBaseName, IsThePartAfterTheLastSlash)
 {
     EXPECT_STREQ(sourceBaseName("/a/b/SIP_COMM_Channel.cpp"), "SIP_COMM_Channel.cpp");
     EXPECT_STREQ(sourceBaseName("a/b.cpp"), "b.cpp");
-}
-
-TEST(SourceBaseName, IsTheWholePathWithoutASlash)
-{
     EXPECT_STREQ(sourceBaseName("b.cpp"), "b.cpp");
-}
-
-TEST(SourceBaseName, IsEmptyAfterATrailingSlash)
-{
     EXPECT_STREQ(sourceBaseName("a/"), "");
     EXPECT_STREQ(sourceBaseName(""), "");
 }
@@ -47,10 +49,20 @@ TEST(Diagnostics, NameTheFunctionInTheSecondForm)
               "{4} DiagnosticsTest.cpp:" + std::to_string(line) + ", TestBody()\tcommand 3\n");
 }
 
-TEST(Diagnostics, LeaveErrnoAlone)
+TEST(Diagnostics, NameTheLineOfEachStatementOfTheLink)
+{
+    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    _SIPD_MSG_TYPE_E type;
+    const int receiving = loggedLine([&] { channel.recvMsgType(&type); });
+    const int sending = loggedLine([&] { channel.sendControlMsg(SIPD_MSG_REGISTER); });
+    EXPECT_GT(receiving, 0);
+    EXPECT_GT(sending, receiving);
+}
+
+TEST(Diagnostics, LeaveErrnoUnchanged)
 {
     errno = EXDEV;
-    // Nowhere to write: printing fails.
+    // Printing to a closed descriptor fails.
     const int saved = dup(STDERR_FILENO);
     close(STDERR_FILENO);
     ORMU_LOG(ORMU_LEVEL_ERROR, "%s", "lost");
@@ -60,9 +72,9 @@ TEST(Diagnostics, LeaveErrnoAlone)
     EXPECT_EQ(after, EXDEV);
 }
 
-TEST(Diagnostics, LeaveInOnePiece)
+TEST(Diagnostics, AreWrittenInOneWrite)
 {
-    // Each write to such a socket is a message of its own.
+    // Each write to such a socket is a message.
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
     const int saved = dup(STDERR_FILENO);
@@ -78,29 +90,13 @@ TEST(Diagnostics, LeaveInOnePiece)
     close(ends[1]);
 }
 
-TEST(Diagnostics, OfTheLinkBearTheLineOfTheirStatement)
+TEST(Assertion, PrintsNothingWhenItsConditionHolds)
 {
-    testing::internal::CaptureStderr();
-    TestChannel channel;
-    _SIPD_MSG_TYPE_E type;
-    channel.recvMsgType(&type);
-    const std::string written = testing::internal::GetCapturedStderr();
-    int line = 0;
-    ASSERT_EQ(std::sscanf(written.c_str(), "{4} SIP_COMM_Channel.cpp:%d, recvMsgType()", &line), 1)
-        << written;
-    EXPECT_EQ(sourceLine("SIP_COMM_Channel.cpp", line),
-              "ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, \" connect dammon first\");");
+    EXPECT_THAT(diagnosticsOf([] { ORMU_ASSERT(true); }), testing::IsEmpty());
 }
 
-TEST(Assertion, HoldsSilently)
+TEST(Assertion, ReportsItsLineAndAborts)
 {
-    EXPECT_THAT(diagnosticsOf([] { ORMU_ASSERT(true); }), ElementsAre());
-}
-
-TEST(Assertion, ReportsAndAborts)
-{
-    // It is not in one of the link's sources: only the report is of interest. The emulator of the phone's
-    // processor adds a word of its own.
-    EXPECT_EXIT(ORMU_ASSERT(false), testing::KilledBySignal(SIGABRT),
-                "^\\{1\\} DiagnosticsTest\\.cpp:[0-9]+\tormu assert failed !\n\n(qemu: .*\n)?$");
+    const int line = __LINE__ + 1;
+    EXPECT_EQ(assertionLine("DiagnosticsTest.cpp", [] { ORMU_ASSERT(false); }), line);
 }

@@ -1,8 +1,9 @@
-// What the link makes of a system that fails it.
+// The link when system calls or allocations fail.
 
 #include "ChannelPair.h"
 #include "DaemonTest.h"
 #include "Diagnostics.h"
+#include "LinkTest.h"
 #include "ORMU_Diagnostics.h"
 #include "SIP_COMM_Controler.h"
 #include "SystemCalls.h"
@@ -18,11 +19,10 @@
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
-// The nth allocation from now that is allowed to fail does; 0 for none.
+// The nth nothrow allocation from now fails; 0 for none.
 thread_local int failingAllocation = 0;
 
 bool allocationFails()
@@ -32,17 +32,29 @@ bool allocationFails()
 
 using Fault = SystemCalls::Fault;
 
-Fault fail(std::string_view name, int error)
+// Every call of that name fails, or one of them: the nth, from 1.
+Fault fail(std::string_view name, int error, int nth = 0)
 {
-    return [=](std::string_view called, size_t) -> std::optional<long> {
-        if (called != name)
+    return [=, count = 0](std::string_view called, size_t) mutable -> std::optional<long> {
+        if (called != name || (nth != 0 && ++count != nth))
             return std::nullopt;
         errno = error;
         return -1;
     };
 }
 
-// Everything that one can do with a handle; 0 when all of it succeeded.
+// The index-th call of any name fails, from 0.
+Fault failAt(size_t index, int error)
+{
+    return [=, count = size_t{0}](std::string_view, size_t) mutable -> std::optional<long> {
+        if (count++ != index)
+            return std::nullopt;
+        errno = error;
+        return -1;
+    };
+}
+
+// Makes every request and query; 0 when all succeed.
 int useTheLink()
 {
     _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
@@ -78,6 +90,12 @@ std::vector<std::string> fullUse()
         calls.insert(calls.end(), {"write 12", "write 140", "read 12", "read 140"});
     calls.emplace_back("close");
     return calls;
+}
+
+// The log line of an interrupted read or write.
+std::string interruption(const std::string& call)
+{
+    return channelInfo(call + "Socket", "EINTR happen in " + call);
 }
 
 bool mayBlock(const std::string& call)
@@ -133,141 +151,143 @@ class Faults : public DaemonTest
 {
 };
 
-TEST_F(Faults, NoneOccursInTheCallsThatAreExpected)
+TEST_F(Faults, DoNotOccurInTheExpectedCalls)
 {
     play("admit");
     SystemCalls calls;
-    EXPECT_EQ(useTheLink(), 0);
+    EXPECT_EQ(useTheLink(), SIP_COMM_SUCCESS);
     EXPECT_EQ(calls.made, fullUse());
 }
 
-TEST_F(Faults, ASocketThatCannotBeMadeIsAFailure)
+TEST_F(Faults, OfSocketFailTheConnection)
 {
     const SystemCalls calls(fail("socket", EMFILE));
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket create fail"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
+                ElementsAre(channelError("socket create fail")));
     EXPECT_THAT(calls.made, ElementsAre("socket"));
 }
 
-TEST_F(Faults, DescriptorZeroFromSocketIsAFailureAndIsGivenBack)
+TEST_F(Faults, IncludeDescriptorZeroWhichIsClosed)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     EXPECT_THAT(diagnosticsOf([&] {
                     const int savedStdin = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
                     close(STDIN_FILENO);
-                    EXPECT_EQ(channel.connectDaemon(), 1);
+                    EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
                     EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 leaked";
                     dup2(savedStdin, STDIN_FILENO);
                     close(savedStdin);
                 }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket create fail"));
+                ElementsAre(channelError("socket create fail")));
     EXPECT_EQ(channel.getFd(), -1);
 }
 
-TEST_F(Faults, ARegistrationThatCannotBeSentClosesTheNewConnection)
+TEST_F(Faults, OfTheRegistrationCloseTheNewConnection)
 {
     play("admit");
     const SystemCalls calls(fail("write", EIO));
     TestChannel channel;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), 1); }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tfail when read or write socket 5",
-                            "{4} SIP_COMM_Channel.cpp, sendControlMsg()\t fail send head message"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
+                ElementsAre(channelError("fail when read or write socket 5"),
+                            channelInfo("sendControlMsg", " fail send head message")));
     EXPECT_EQ(channel.getFd(), -1);
     EXPECT_THAT(calls.made, ElementsAre("socket", "fcntl", "connect 110", "write 12", "close"));
     EXPECT_TRUE(daemon().waitForClosed(1));
 }
 
-TEST_F(Faults, ARegistrationThatFailsClosesTheConnectionEvenIfASubclassDoesNot)
+TEST_F(Faults, OfTheRegistrationCloseEvenWhenASubclassDoesNot)
 {
     class Keeper : public TestChannel
     {
     public:
-        int disconnectDaemon() override { return 0; }
+        int disconnectDaemon() override { return SIP_COMM_SUCCESS; }
     };
     play("admit");
     Keeper channel;
     {
         const SystemCalls calls(fail("write", EIO));
-        EXPECT_EQ(channel.connectDaemon(), 1);
+        EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
     }
     EXPECT_EQ(channel.getFd(), -1);
     EXPECT_TRUE(daemon().waitForClosed(1));
 }
 
-TEST_F(Faults, AnInterruptionOfAnyOneCallIsMadeGood)
+TEST_F(Faults, ThatInterruptACallRepeatIt)
 {
     play("admit");
     const std::vector<std::string> expected = fullUse();
     for (size_t i = 0; i < expected.size(); ++i) {
         if (!mayBlock(expected[i]))
             continue;
-        size_t call = 0;
-        const SystemCalls calls([&](std::string_view, size_t) -> std::optional<long> {
-            if (call++ != i)
-                return std::nullopt;
-            errno = EINTR;
-            return -1;
-        });
-        const bool isRead = expected[i].starts_with("read");
-        const auto log = diagnosticsOf([&] { EXPECT_EQ(useTheLink(), 0) << "interrupted: " << expected[i]; });
-        EXPECT_THAT(log, Contains(isRead ? "{4} SIP_COMM_Channel.cpp, readSocket()\tEINTR happen in read"
-                                         : "{4} SIP_COMM_Channel.cpp, writeSocket()\tEINTR happen in write"));
-        // The same call again.
+        const SystemCalls calls(failAt(i, EINTR));
+        const auto log = diagnosticsOf([&] { EXPECT_EQ(useTheLink(), SIP_COMM_SUCCESS) << expected[i]; });
+        EXPECT_THAT(log, Contains(interruption(expected[i].substr(0, expected[i].find(' ')))));
         ASSERT_EQ(calls.made.size(), expected.size() + 1);
         EXPECT_EQ(calls.made[i], calls.made[i + 1]);
     }
 }
 
-TEST_F(Faults, AnErrorOfAnyOneCallIsReportedAndLeaksNothing)
+TEST_F(Faults, OfAnyCallFailTheUseAndLeakNothing)
 {
     play("admit");
     const std::vector<std::string> expected = fullUse();
     for (size_t i = 0; i < expected.size() - 1; ++i) {
         if (expected[i] == "fcntl")
             continue; // cannot fail on a socket
-        size_t call = 0;
-        SystemCalls calls([&](std::string_view, size_t) -> std::optional<long> {
-            if (call++ != i)
-                return std::nullopt;
-            errno = EIO;
-            return -1;
-        });
-        diagnosticsOf([&] { EXPECT_NE(useTheLink(), 0) << "failed: " << expected[i]; });
-        EXPECT_GT(call, i) << "the fault did not occur";
+        SystemCalls calls(failAt(i, EIO));
+        diagnosticsOf([&] { EXPECT_NE(useTheLink(), SIP_COMM_SUCCESS) << expected[i]; });
+        EXPECT_GT(calls.made.size(), i) << "the fault did not occur";
         const auto closes = std::count(calls.made.begin(), calls.made.end(), "close");
-        EXPECT_EQ(closes, i == 0 ? 0 : 1) << "failed: " << expected[i];
+        EXPECT_EQ(closes, i == 0 ? 0 : 1) << expected[i];
     }
 }
 
-TEST(TransferFaults, AnInterruptionIsOneLineAndNoError)
+class TransferFault : public testing::TestWithParam<std::string>
 {
-    for (const std::string name : {"read", "write"}) {
-        ChannelPair pair;
-        pair.give("abcd");
-        int left = 2;
-        const SystemCalls calls([&](std::string_view called, size_t) -> std::optional<long> {
-            if (called != name || left == 0)
-                return std::nullopt;
-            --left;
-            errno = EINTR;
-            return -1;
-        });
-        char bytes[4] = {};
-        const auto transfer = [&] {
-            EXPECT_EQ(name == "read" ? pair.channel.readSocket(bytes, 4) : pair.channel.writeSocket(bytes, 4),
-                      0);
-        };
-        const std::string line = "{4} SIP_COMM_Channel.cpp, " + name + "Socket()\tEINTR happen in " + name;
-        EXPECT_THAT(diagnosticsOf(transfer), ElementsAre(line, line));
-        EXPECT_TRUE(pair.channel.isConnected());
+protected:
+    int transferFourBytes()
+    {
+        return GetParam() == "read" ? pair.channel.readSocket(bytes, 4) : pair.channel.writeSocket(bytes, 4);
     }
+
+    ChannelPair<> pair;
+    char bytes[4] = {};
+};
+
+TEST_P(TransferFault, IsLoggedOnceForEachInterruption)
+{
+    pair.give("abcd");
+    int left = 2;
+    const SystemCalls calls([&](std::string_view called, size_t) -> std::optional<long> {
+        if (called != GetParam() || left == 0)
+            return std::nullopt;
+        --left;
+        errno = EINTR;
+        return -1;
+    });
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_SUCCESS); }),
+                ElementsAre(interruption(GetParam()), interruption(GetParam())));
+    EXPECT_TRUE(pair.channel.isConnected());
 }
+
+TEST_P(TransferFault, IsACountAboveTheOneAskedFor)
+{
+    const SystemCalls calls([&](std::string_view called, size_t size) {
+        return called == GetParam() ? std::optional<long>(static_cast<long>(size) + 1) : std::nullopt;
+    });
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_IO_ERROR); }),
+                ElementsAre(channelError("unpossiable")));
+    EXPECT_FALSE(pair.channel.isConnected());
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, TransferFault, testing::Values("read", "write"),
+                         [](const auto& tested) { return tested.param; });
 
 TEST(TransferFaults, AWriteOfFewerBytesIsContinued)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     std::string bytes = "abcdef";
     std::string written;
     const SystemCalls calls([&](std::string_view name, size_t size) -> std::optional<long> {
@@ -281,60 +301,37 @@ TEST(TransferFaults, AWriteOfFewerBytesIsContinued)
     EXPECT_EQ(written, bytes);
 }
 
-TEST(TransferFaults, ACountBeyondWhatWasAskedIsAnError)
+TEST(TransferFaults, AWriteOfNoBytesMeansThatThePeerClosed)
 {
-    for (const char* name : {"read", "write"}) {
-        ChannelPair pair;
-        const SystemCalls calls([&](std::string_view called, size_t size) {
-            return called == name ? std::optional<long>(static_cast<long>(size) + 1) : std::nullopt;
-        });
-        char bytes[4] = {};
-        EXPECT_THAT(diagnosticsOf([&] {
-                        EXPECT_EQ(*name == 'r' ? pair.channel.readSocket(bytes, 4)
-                                               : pair.channel.writeSocket(bytes, 4),
-                                  2);
-                    }),
-                    ElementsAre("{1} SIP_COMM_Channel.cpp\tunpossiable"));
-        EXPECT_FALSE(pair.channel.isConnected());
-    }
-}
-
-TEST(TransferFaults, AWriteOfNothingMeansThatThePeerHasClosed)
-{
-    ChannelPair pair;
+    ChannelPair<> pair;
     const SystemCalls calls([](std::string_view called, size_t) {
         return called == "write" ? std::optional<long>(0) : std::nullopt;
     });
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 5); }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tsocket has been closed",
-                            "{4} SIP_COMM_Channel.cpp, sendControlMsg()\t fail send head message"));
+    EXPECT_THAT(
+        diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), SIP_COMM_CLOSED); }),
+        ElementsAre(channelError("socket has been closed"),
+                    channelInfo("sendControlMsg", " fail send head message")));
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
-TEST(TransferFaults, AreToldApartByTheirErrno)
+TEST(TransferFaults, AreLoggedByTheirErrno)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     const SystemCalls calls(fail("read", EAGAIN));
     char byte;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.readSocket(&byte, 1), 2); }),
-                ElementsAre("{1} SIP_COMM_Channel.cpp\tselected , but read nothing or can not wirte"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.readSocket(&byte, 1), SIP_COMM_IO_ERROR); }),
+                ElementsAre(channelError("selected , but read nothing or can not wirte")));
 }
 
-TEST(TransferFaults, NameTheMessagePartThatCouldNotBeSent)
+TEST(TransferFaults, NameThePartThatCouldNotBeSent)
 {
-    // Each part is a write of its own.
+    // Each part is a write.
     const auto failureAt = [](int failing, const std::function<int(SIP_COMM_Channel&)>& sendMessage) {
-        ChannelPair pair;
-        int write = 0;
-        const SystemCalls calls([&](std::string_view called, size_t) -> std::optional<long> {
-            if (called != "write" || ++write != failing)
-                return std::nullopt;
-            errno = ENOSPC;
-            return -1;
-        });
-        const auto log = diagnosticsOf([&] { EXPECT_EQ(sendMessage(pair.channel), 2); });
+        ChannelPair<> pair;
+        const SystemCalls calls(fail("write", ENOSPC, failing));
+        const auto log = diagnosticsOf([&] { EXPECT_EQ(sendMessage(pair.channel), SIP_COMM_IO_ERROR); });
         EXPECT_FALSE(pair.channel.isConnected());
-        EXPECT_EQ(log[log.size() - 2], "{1} SIP_COMM_Channel.cpp\tno room for wite");
+        EXPECT_EQ(log[log.size() - 2], channelError("no room for wite"));
         return log.back();
     };
     const auto sendProfile = [](SIP_COMM_Channel& channel) {
@@ -344,34 +341,29 @@ TEST(TransferFaults, NameTheMessagePartThatCouldNotBeSent)
     const auto sendCommand = [](SIP_COMM_Channel& channel) {
         return channel.sendCommandMsg({}, 0, nullptr, "v=0", 3);
     };
-    const auto line = [](const char* function, const char* message) {
-        return std::string("{4} SIP_COMM_Channel.cpp, ") + function + "()\t" + message;
-    };
-    EXPECT_EQ(failureAt(1, sendProfile), line("sendProfileMsg", " fail send head message"));
-    EXPECT_EQ(failureAt(2, sendProfile), line("sendProfileMsg", " fail send profile message"));
-    EXPECT_EQ(failureAt(1, sendCommand), line("sendCommandMsg", " fail send head message"));
-    EXPECT_EQ(failureAt(2, sendCommand), line("sendCommandMsg", " fail send command message"));
-    EXPECT_EQ(failureAt(3, sendCommand), line("sendCommandMsg", " fail send sdp body"));
+    EXPECT_EQ(failureAt(1, sendProfile), channelInfo("sendProfileMsg", " fail send head message"));
+    EXPECT_EQ(failureAt(2, sendProfile), channelInfo("sendProfileMsg", " fail send profile message"));
+    EXPECT_EQ(failureAt(1, sendCommand), channelInfo("sendCommandMsg", " fail send head message"));
+    EXPECT_EQ(failureAt(2, sendCommand), channelInfo("sendCommandMsg", " fail send command message"));
+    EXPECT_EQ(failureAt(3, sendCommand), channelInfo("sendCommandMsg", " fail send sdp body"));
 }
 
-TEST(TransferFaults, AnUnreadBodyWithoutMemoryClosesTheChannel)
+TEST(TransferFaults, NoMemoryForAnUnreadBodyClosesTheChannel)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     pair.give(encodeHead(0xffffffff, SIPD_MSG_ACK, 0));
     pair.closeDaemonEnd(); // a read would not wait
     _SIPD_MSG_TYPE_E type;
     ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
     failingAllocation = 1;
-    EXPECT_THAT(
-        diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), 3); }),
-        ElementsAre(
-            "{4} SIP_COMM_Channel.cpp, recvMsgType()\tthe last message has not been deal with , clear it",
-            "{1} SIP_COMM_Channel.cpp\tno memory", "{1} SIP_COMM_Channel.cpp\tread message body fail"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), SIP_COMM_NO_MEMORY); }),
+                ElementsAre(channelInfo("recvMsgType", "the last message has not been deal with , clear it"),
+                            channelError("no memory"), channelError("read message body fail")));
     EXPECT_EQ(failingAllocation, 0);
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
-TEST(TransferFaults, ADiscardWithoutMemoryClosesThroughAnOverrideBeforeItSaysSo)
+TEST(TransferFaults, NoMemoryClosesThroughAnOverrideBeforeItIsLogged)
 {
     class Teller : public TestChannel
     {
@@ -384,54 +376,55 @@ TEST(TransferFaults, ADiscardWithoutMemoryClosesThroughAnOverrideBeforeItSaysSo)
     };
     Teller channel;
     failingAllocation = 1;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.clearReadSocket(1), 3); }),
-                ElementsAre("{4} FaultTest.cpp\tclosing", "{1} SIP_COMM_Channel.cpp\tno memory"));
+    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.clearReadSocket(1), SIP_COMM_NO_MEMORY); }),
+                ElementsAre("{4} FaultTest.cpp\tclosing", channelError("no memory")));
     EXPECT_EQ(failingAllocation, 0);
 }
 
-TEST(TransferFaults, AnSdpWithoutMemoryClosesTheChannel)
+TEST(TransferFaults, NoMemoryForAnSdpClosesTheChannel)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     pair.give(encodeStatus(std::string(264, 's'), "v=0"));
     _SIPD_MSG_TYPE_E type;
     _SIPD_MSG_STATUS_S status;
     ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
     failingAllocation = 1;
-    diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvStatusMsg(&status, nullptr, nullptr), 3); });
+    diagnosticsOf(
+        [&] { EXPECT_EQ(pair.channel.recvStatusMsg(&status, nullptr, nullptr), SIP_COMM_NO_MEMORY); });
     EXPECT_EQ(failingAllocation, 0);
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
-TEST(TransferFaults, ABodyOfFourGigabytesThatNeverComesEndsWithTheConnection)
+TEST(TransferFaults, ABodyOfFourGigabytesEndsWithTheConnection)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     pair.give(encodeHead(0xffffffff, SIPD_MSG_ACK, 0) + "a little");
     pair.closeDaemonEnd();
     _SIPD_MSG_TYPE_E type;
     ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
     const int result = pair.channel.recvMsgType(&type);
-    // Whether there are four gigabytes to be had is the machine's affair.
-    EXPECT_TRUE(result == 5 || result == 3) << result;
+    // Not every machine has four gigabytes.
+    EXPECT_TRUE(result == SIP_COMM_CLOSED || result == SIP_COMM_NO_MEMORY) << result;
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
-TEST_F(Faults, AHandleWithoutMemoryIsNotMade)
+TEST_F(Faults, OfAllocationMakeNoHandle)
 {
     play("admit");
     for (const int allocation : {1, 2}) {
         auto* handle = reinterpret_cast<_SIP_COMM_PROFILE_CONTROL_S*>(this);
         failingAllocation = allocation;
-        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 1); }),
-                    ElementsAre("{1} SIP_COMM_Controler.cpp\tNo memory"));
+        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), SIP_COMM_FAILED); }),
+                    ElementsAre(controlerError("No memory")));
         EXPECT_EQ(failingAllocation, 0);
         EXPECT_EQ(handle, nullptr);
     }
     EXPECT_EQ(daemon().accepted(), 0);
 }
 
-TEST(RealSignals, InterruptAReadThatGoesOn)
+TEST(RealSignals, InterruptAReadWhichContinues)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     const Interruptions handler;
     const pthread_t reader = pthread_self();
     std::thread interrupter([&] {
@@ -442,12 +435,12 @@ TEST(RealSignals, InterruptAReadThatGoesOn)
     const auto log = diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), 0); });
     interrupter.join();
     EXPECT_EQ(type, SIPD_MSG_ACK);
-    EXPECT_THAT(log, Contains("{4} SIP_COMM_Channel.cpp, readSocket()\tEINTR happen in read"));
+    EXPECT_THAT(log, Contains(channelInfo("readSocket", "EINTR happen in read")));
 }
 
-TEST(RealSignals, InterruptAWriteThatGoesOn)
+TEST(RealSignals, InterruptAWriteWhichContinues)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     const Interruptions handler;
     const pthread_t writer = pthread_self();
     // Fills the socket, so that the next write waits for room.
@@ -462,5 +455,5 @@ TEST(RealSignals, InterruptAWriteThatGoesOn)
     });
     const auto log = diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 0); });
     interrupter.join();
-    EXPECT_THAT(log, Contains("{4} SIP_COMM_Channel.cpp, writeSocket()\tEINTR happen in write"));
+    EXPECT_THAT(log, Contains(channelInfo("writeSocket", "EINTR happen in write")));
 }

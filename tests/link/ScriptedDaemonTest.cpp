@@ -1,4 +1,4 @@
-// The scripted daemon as a program and as a thread, and the example client against it.
+// The scripted daemon as a program and as a thread, and the example client.
 
 #include "ChannelPair.h"
 #include "ChildProgram.h"
@@ -20,7 +20,7 @@ namespace {
 class ExampleClient : public DaemonTest
 {
 protected:
-    // Connects Profile0 against the program with that scenario; the client's output and its exit status.
+    // The client connects Profile0 at a daemon with that scenario: its last line of output and exit status.
     void expectOutcome(const std::string& scenario, const std::string& lastLine, int status)
     {
         ChildProgram daemon({SCRIPTED_SIPD, scenario});
@@ -66,7 +66,7 @@ TEST_F(ExampleClient, PrintsEachAck)
     expectOutcome("ack:5", "Profile0: ack 5, unknown", 1);
 }
 
-TEST_F(ExampleClient, PrintsTheAckOfADaemonThatIsSlowInAnyWay)
+TEST_F(ExampleClient, WaitsForASlowDaemon)
 {
     expectOutcome("friendly", "Profile0: ack 0, success", 0);
     expectOutcome("late:100", "Profile0: ack 0, success", 0);
@@ -74,15 +74,14 @@ TEST_F(ExampleClient, PrintsTheAckOfADaemonThatIsSlowInAnyWay)
     expectOutcome("split-after:20", "Profile0: ack 0, success", 0);
 }
 
-TEST_F(ExampleClient, SaysWhatWentWrong)
+TEST_F(ExampleClient, PrintsTheCauseOfAFailure)
 {
-    const std::string none = "connect-profile: the SIP daemon is not there, or refuses";
-    const std::string gone = "connect-profile: the SIP daemon has gone, or does not make sense ";
+    const std::string none = "connect-profile: the SIP daemon is not running or refuses the connection";
     expectOutcome("refuse", none, 2);
     expectOutcome("close-after:7", none, 2);
-    expectOutcome("close-after:20", gone + "(5)", 2);
-    expectOutcome("reset", gone + "(2)", 2);
-    expectOutcome("wrong-type:3", gone + "(1)", 2);
+    expectOutcome("close-after:20", "connect-profile: the SIP daemon closed the connection", 2);
+    expectOutcome("reset", "connect-profile: the connection to the SIP daemon failed", 2);
+    expectOutcome("wrong-type:3", "connect-profile: the SIP daemon sent an unexpected message", 2);
 }
 
 TEST_F(Program, ListsEveryScenario)
@@ -96,7 +95,7 @@ TEST_F(Program, ListsEveryScenario)
     }
 }
 
-TEST_F(Program, KnowsNoOtherScenario)
+TEST_F(Program, RejectsAnUnknownScenario)
 {
     for (const char* name : {"admitted", "ack", "ack:", "ack:x", "admit:1", "ack:1x", "ack:4294967296", ""}) {
         ChildProgram program({SCRIPTED_SIPD, name});
@@ -105,7 +104,7 @@ TEST_F(Program, KnowsNoOtherScenario)
     }
 }
 
-TEST_F(Program, ExplainsItself)
+TEST_F(Program, PrintsItsUsage)
 {
     ChildProgram asked({SCRIPTED_SIPD, "--help"});
     EXPECT_THAT(asked.readRest(), StartsWith("usage: scripted-sipd SCENARIO"));
@@ -127,7 +126,7 @@ TEST_F(Program, LeavesARunningDaemonAlone)
     EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "a daemon is already listening on /tmp/sipd_us");
 }
 
-TEST_F(Program, LeavesAFileInTheSocketsPlaceAlone)
+TEST_F(Program, LeavesAFileAtTheSocketsPathAlone)
 {
     std::ofstream(SIPD_SOCKET_PATH) << "mine";
     EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "/tmp/sipd_us is there and is not a socket");
@@ -137,7 +136,7 @@ TEST_F(Program, LeavesAFileInTheSocketsPlaceAlone)
     unlink(SIPD_SOCKET_PATH);
 }
 
-TEST_F(Scenarios, RememberWhoIsConnected)
+TEST_F(Scenarios, RememberTheConnectedProfiles)
 {
     play("admit");
     _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
@@ -154,7 +153,7 @@ TEST_F(Scenarios, RememberWhoIsConnected)
     SIP_COMM_ControlerDestruct(&handle);
 }
 
-TEST_F(Scenarios, ChangeNothingByARequestThatTheyRefuse)
+TEST_F(Scenarios, ChangeNothingForARefusedRequest)
 {
     play("connect-ack:4");
     _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
@@ -169,7 +168,7 @@ TEST_F(Scenarios, ChangeNothingByARequestThatTheyRefuse)
     SIP_COMM_ControlerDestruct(&handle);
 }
 
-TEST_F(Scenarios, TakeTheirTimeWhileOthersAsk)
+TEST_F(Scenarios, AnswerOthersDuringASlowConnect)
 {
     play("friendly");
     _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
@@ -201,7 +200,7 @@ TEST_F(Scenarios, SendAStatusMessageAfterAdmission)
     EXPECT_EQ(std::string(sdp, sdpLen), "vvv");
 }
 
-TEST_F(Scenarios, CanAnswerNothingAtAll)
+TEST_F(Scenarios, MayAnswerNothing)
 {
     play("silent");
     TestChannel channel;

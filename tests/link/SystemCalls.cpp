@@ -11,7 +11,7 @@ namespace {
 thread_local SystemCalls* current = nullptr;
 std::atomic<int> interruptedCount = 0;
 
-// The test framework's files are not of interest.
+// Calls on the test framework's files are not recorded.
 bool isSocket(int fd)
 {
     struct stat status = {};
@@ -78,7 +78,7 @@ int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
     return returned;
 }
 
-// What fcntl() is called with file offsets of 64 bits in 32.
+// The name of fcntl() on a 32-bit machine with 64-bit file offsets.
 int __wrap_fcntl64(int fd, int command, long argument)
 {
     return __wrap_fcntl(fd, command, argument);

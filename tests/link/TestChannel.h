@@ -3,7 +3,7 @@
 
 #include "SIP_COMM_Channel.h"
 
-// A channel whose descriptor the test chooses, and whose state it sees.
+// A channel with a descriptor of the test's choice, whose state the test can read and set.
 class TestChannel : public SIP_COMM_Channel
 {
 public:

@@ -1,4 +1,4 @@
-// The library and the scripted daemon, both held against the same file of messages.
+// The library and the scripted daemon against the same file of messages.
 
 #include "ChannelPair.h"
 #include "SIP_COMM_Controler.h"
@@ -32,7 +32,7 @@ _SIPD_MSG_PROFILE_S profileOf(const Vector& vector)
 }
 
 // Makes the controller send the profile message that the vector describes.
-void requestOf(const Vector& vector, ChannelPair& pair)
+void requestOf(const Vector& vector, ChannelPair<>& pair)
 {
     _SIP_COMM_PROFILE_CONTROL_S handle = {&pair.channel, 1, 0};
     const std::string name = vector.text("name");
@@ -51,7 +51,7 @@ void requestOf(const Vector& vector, ChannelPair& pair)
             0);
         break;
     case PROFILE_CTRL_GET_STATUS:
-        pair.give(encodeProfile({})); // the answer, which it waits for
+        pair.give(encodeProfile({})); // the answer
         EXPECT_EQ(SIP_COMM_ControlerGetProfileStatus(&handle, name.c_str(), &status), 0);
         break;
     case PROFILE_CTRL_GET_NAME:
@@ -77,10 +77,10 @@ void commandOf(const Vector& vector, SIP_COMM_Channel& channel)
               0);
 }
 
-// What the library sends.
+// The bytes that the library sends.
 std::string encodedByTheLibrary(const Vector& vector)
 {
-    ChannelPair pair(applicationId(vector.number("application")));
+    ChannelPair<> pair(applicationId(vector.number("application")));
     const std::string message = vector.text("message");
     if (message == "register")
         EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), 0);
@@ -117,10 +117,10 @@ void expectStatusMessage(const Vector& vector, SIP_COMM_Channel& channel)
     EXPECT_EQ(std::string(sdp, length), closes ? "" : vector.spelled("sdp"));
 }
 
-// The library reads the vector's bytes and finds its fields.
+// The library reads the vector's bytes as its fields.
 void expectDecodedByTheLibrary(const Vector& vector)
 {
-    ChannelPair pair;
+    ChannelPair<> pair;
     pair.give(vector.bytes);
     _SIPD_MSG_TYPE_E type;
     ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
@@ -172,7 +172,7 @@ std::string testName(const testing::TestParamInfo<Vector>& info)
 
 } // namespace
 
-TEST_P(Vectors, AreWhatBothSidesSendAndUnderstand)
+TEST_P(Vectors, AreSentAndUnderstoodByBothSides)
 {
     const Vector& vector = GetParam();
     EXPECT_NE(vector.meaning, "");
@@ -204,7 +204,7 @@ TEST(VectorFile, HasEveryMessageAndEveryRequest)
     EXPECT_EQ(acks.size(), 5U);
 }
 
-TEST(VectorFile, KnowsNoOtherMessageWithoutABodyThanTheRegistration)
+TEST(VectorFile, HasNoMessageWithoutABodyButTheRegistration)
 {
     for (const Vector& vector : readVectors())
         EXPECT_EQ(vector.bytes.size() == 12, vector.text("message") == "register") << vector.name;

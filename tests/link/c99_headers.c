@@ -27,10 +27,13 @@ int main(void)
     _SIPD_APP_ACK_E ack;
     char name[SIPD_PROFILE_NAME_MAX + 1];
 
-    /* Every function is called, as far as that goes without a daemon. */
-    return !(construct != NULL && getFd != NULL && destruct(&none) == 0 && destruct(NULL) == 0 &&
-             requests[0](&closed, profile.name) == 1 && requests[1](&closed, profile.name) == 1 &&
-             setName(&closed, profile.appId, profile.name) == 1 &&
-             getStatus(&closed, profile.name, &status) == 1 &&
-             getName(&closed, profile.appId, name, (int)sizeof(name)) == 1 && getAck(&closed, &ack) == 1);
+    /* Every function is called, as far as that works without a daemon. */
+    return !(construct != NULL && getFd != NULL && destruct(&none) == SIP_COMM_SUCCESS &&
+             destruct(NULL) == SIP_COMM_SUCCESS && requests[0](&closed, profile.name) == SIP_COMM_FAILED &&
+             requests[1](&closed, profile.name) == SIP_COMM_FAILED &&
+             setName(&closed, profile.appId, profile.name) == SIP_COMM_FAILED &&
+             getStatus(&closed, profile.name, &status) == SIP_COMM_FAILED &&
+             getName(&closed, profile.appId, name, (int)sizeof(name)) == SIP_COMM_FAILED &&
+             getAck(&closed, &ack) == SIP_COMM_FAILED && SIP_COMM_IO_ERROR == 2 && SIP_COMM_NO_MEMORY == 3 &&
+             SIP_COMM_CLOSED == 5);
 }

@@ -1,10 +1,10 @@
 #ifndef SIPD_MESSAGES_H
 #define SIPD_MESSAGES_H
 
-/* What travels between the SIP daemon and its clients; docs/protocol.md tells the whole story. C99 and C++.
+/* The messages between the SIP daemon and its clients, described in docs/protocol.md. C99 and C++.
  *
- * Each message is a _SIPD_MSG_HEAD_S and the body that its type calls for. Both ends run on one machine:
- * integers are in its byte order, and the structures below are the bytes on the socket. */
+ * A message is a _SIPD_MSG_HEAD_S and the body of its type. Both ends run on one machine: integers have its
+ * byte order, and the structures below are the bytes on the socket. */
 
 #include <stdint.h>
 
@@ -14,7 +14,7 @@
 #define SIPD_PROFILE_NAME_MAX 127
 #define SIPD_SDP_MAX 1024
 
-/* In C++ the enums are 32 bits wide by declaration, so that every received value is one of theirs. */
+/* In C++ the enums are declared 32 bits wide, so that they can hold every received value. */
 #ifdef __cplusplus
 #define SIPD_32_BITS : uint32_t
 #else
@@ -37,7 +37,7 @@ typedef enum _SIPD_APPID_E SIPD_32_BITS {
 /* The body of an ack message. */
 typedef enum _SIPD_APP_ACK_E SIPD_32_BITS {
     SIPD_ACK_SUCCESS = 0,
-    SIPD_ACK_FAILED = 1, /* in answer to a registration: the client is refused */
+    SIPD_ACK_FAILED = 1, /* in the answer to a registration: the client is refused */
     SIPD_ACK_SERVICE_UNAVAILABLE = 2,
     SIPD_ACK_INCORRECT_PROFILE = 3,
     SIPD_ACK_CONNECT_FAILED = 4
@@ -47,7 +47,7 @@ typedef enum _SIPD_PROFILE_STATUS_E SIPD_32_BITS {
     SIPD_PROFILE_CONNECTED = 2 /* every other value: not connected */
 } _SIPD_PROFILE_STATUS_E;
 
-/* What a profile message asks for. */
+/* The request in a profile message. */
 typedef enum _SIPD_PROFILE_CTRL_E SIPD_32_BITS {
     PROFILE_CTRL_CONNECT = 0,
     PROFILE_CTRL_DISCONNECT = 1,
@@ -56,9 +56,9 @@ typedef enum _SIPD_PROFILE_CTRL_E SIPD_32_BITS {
     PROFILE_CTRL_GET_NAME = 5
 } _SIPD_PROFILE_CTRL_E;
 
-/* The commands are the daemon's own; this header names none of them. */
+/* The daemon defines the commands. */
 typedef enum _SIPD_SIP_COMMAND_E SIPD_32_BITS {
-    SIPD_SIP_COMMAND_LARGEST = 0x7fffffff /* not a command: C wants one enumerator */
+    SIPD_SIP_COMMAND_LARGEST = 0x7fffffff /* not a command: C requires an enumerator */
 } _SIPD_SIP_COMMAND_E;
 
 typedef struct _SIPD_MSG_HEAD_S
@@ -71,20 +71,20 @@ typedef struct _SIPD_MSG_HEAD_S
 typedef struct _SIPD_MSG_PROFILE_S
 {
     _SIPD_PROFILE_CTRL_E request;
-    _SIPD_APPID_E appId;           /* whose profile name is set or asked for; otherwise 0 */
+    _SIPD_APPID_E appId;           /* the application whose profile name is set or asked for; otherwise 0 */
     _SIPD_PROFILE_STATUS_E status; /* 0 in a request */
     char name[SIPD_PROFILE_NAME_MAX + 1];
 } _SIPD_MSG_PROFILE_S;
 
 typedef struct _SIPD_MSG_STATUS_S
 {
-    uint8_t fields[264];  /* the daemon's own */
-    uint8_t sdpLength[2]; /* of the SDP body that follows: low byte first on every machine */
+    uint8_t fields[264];  /* defined by the daemon */
+    uint8_t sdpLength[2]; /* of the SDP body that follows; low byte first on every machine */
 } _SIPD_MSG_STATUS_S;
 
 typedef struct _SIPD_APP_URI_S
 {
-    uint8_t bytes[256]; /* the daemon's own */
+    uint8_t bytes[256]; /* defined by the daemon */
 } _SIPD_APP_URI_S;
 
 typedef struct __attribute__((packed)) _SIPD_MSG_COMMAND_S

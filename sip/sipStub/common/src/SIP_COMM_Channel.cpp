@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <new>
+#include <span>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -22,8 +23,8 @@ bool isPending(int signal)
     return sigismember(&pending, signal) == 1;
 }
 
-// write(), but a reader that has gone costs an error and no SIGPIPE. The signal is held back for this thread
-// alone, and only the one that the write itself raised is taken away.
+// write(), but a reader that has gone costs an error and no SIGPIPE. The signal is held back for this
+// thread alone, and only the one that the write itself raised is taken away.
 ssize_t writeWithoutSigpipe(int fd, const char* buf, size_t len)
 {
     sigset_t sigpipe;
@@ -59,22 +60,65 @@ char* bytesOf(const void* object)
     return static_cast<char*>(const_cast<void*>(object));
 }
 
-// The result code for one read or write of at most asked bytes that returned count.
+// The result of one read or write of at most asked bytes that returned count.
 int checkTransfer(SIP_COMM_Channel& channel, ssize_t count, size_t asked)
 {
     if (count < 0) {
         channel.printSocketErrno();
-        return 2;
+        return SIP_COMM_IO_ERROR;
     }
     if (count == 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "socket has been closed");
-        return 5;
+        return SIP_COMM_CLOSED;
     }
     if (static_cast<size_t>(count) > asked) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "unpossiable");
-        return 2;
+        return SIP_COMM_IO_ERROR;
     }
-    return 0;
+    return SIP_COMM_SUCCESS;
+}
+
+// Reads or writes all of rest by call, in the name of function. A signal that interrupts is logged as
+// interruption and the call repeated; a failure closes the channel.
+template <auto call>
+inline int transfer(SIP_COMM_Channel& channel, int fd, std::span<char> rest, const char* function,
+                    const char* interruption)
+{
+    while (!rest.empty()) {
+        const ssize_t count = call(fd, rest.data(), rest.size());
+        if (count < 0 && errno == EINTR) {
+            ORMU_LOG_AS(function, ORMU_LEVEL_INFO, "%s", interruption);
+            continue;
+        }
+        const int result = checkTransfer(channel, count, rest.size());
+        if (result != SIP_COMM_SUCCESS) {
+            channel.disconnectDaemon();
+            return result;
+        }
+        rest = rest.subspan(static_cast<size_t>(count));
+    }
+    return SIP_COMM_SUCCESS;
+}
+
+// Whether the pending message has that type; it is then no longer pending.
+bool takePending(_SIPD_MSG_TYPE_E& pending, _SIPD_MSG_TYPE_E type, const char* name)
+{
+    if (pending != type) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "is not a %s message", name);
+        return false;
+    }
+    pending = SIPD_MSG_NONE;
+    return true;
+}
+
+// The size is the body's own, whatever the header announced.
+template <class Body>
+int readBody(SIP_COMM_Channel& channel, Body* body, const char* name)
+{
+    const int result = channel.readSocket(bytesOf(body), sizeof(*body));
+    if (result != SIP_COMM_SUCCESS)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "read %s messsage fail", name);
+    return result;
 }
 
 } // namespace
@@ -97,7 +141,7 @@ int SIP_COMM_Channel::connectDaemon()
         ORMU_LOG(ORMU_LEVEL_ERROR, "socket create fail");
         if (newFd == 0)
             close(newFd);
-        return 1;
+        return SIP_COMM_FAILED;
     }
     fcntl(newFd, F_SETFD, FD_CLOEXEC);
 
@@ -107,19 +151,19 @@ int SIP_COMM_Channel::connectDaemon()
     if (connect(newFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "connect fail path %s", address.sun_path);
         close(newFd);
-        return 1;
+        return SIP_COMM_FAILED;
     }
 
     if (isConnected())
         disconnectDaemon();
     fd = newFd;
     pendingType = SIPD_MSG_NONE;
-    if (sendControlMsg(SIPD_MSG_REGISTER) != 0) {
+    if (sendControlMsg(SIPD_MSG_REGISTER) != SIP_COMM_SUCCESS) {
         // Not through an override, which need not close.
         SIP_COMM_Channel::disconnectDaemon();
-        return 1;
+        return SIP_COMM_FAILED;
     }
-    return 0;
+    return SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_Channel::disconnectDaemon()
@@ -128,7 +172,7 @@ int SIP_COMM_Channel::disconnectDaemon()
         close(fd);
         fd = -1;
     }
-    return 0;
+    return SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_Channel::getFd()
@@ -147,12 +191,12 @@ int SIP_COMM_Channel::recvMsgType(_SIPD_MSG_TYPE_E* type)
     *type = SIPD_MSG_NONE;
     if (fd <= 0) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " connect dammon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     if (pendingType != SIPD_MSG_NONE) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "the last message has not been deal with , clear it");
         const int result = clearReadSocket(pendingLength);
-        if (result != 0) {
+        if (result != SIP_COMM_SUCCESS) {
             ORMU_LOG(ORMU_LEVEL_ERROR, "read message body fail");
             return result;
         }
@@ -161,36 +205,31 @@ int SIP_COMM_Channel::recvMsgType(_SIPD_MSG_TYPE_E* type)
 
     _SIPD_MSG_HEAD_S head;
     const int result = readSocket(bytesOf(&head), sizeof(head));
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "read head fail");
         return result;
     }
     pendingType = head.type;
     pendingLength = head.length;
     *type = head.type;
-    return 0;
+    return SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_Channel::recvStatusMsg(_SIPD_MSG_STATUS_S* status, char* sdp, unsigned int* sdpLen)
 {
     ORMU_ASSERT(status != nullptr);
-    if (pendingType != SIPD_MSG_STATUS) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "is not a status message");
-        return 1;
-    }
-    pendingType = SIPD_MSG_NONE;
+    if (!takePending(pendingType, SIPD_MSG_STATUS, "status"))
+        return SIP_COMM_FAILED;
     ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "recieve status message");
-    int result = readSocket(bytesOf(status), sizeof(*status));
-    if (result != 0) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "read status messsage fail");
+    int result = readBody(*this, status, "status");
+    if (result != SIP_COMM_SUCCESS)
         return result;
-    }
 
     const unsigned int length = status->sdpLength[0] + 256U * status->sdpLength[1];
     if (length > SIPD_SDP_MAX) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "sdp length wrong in status message");
         disconnectDaemon();
-        return 1;
+        return SIP_COMM_FAILED;
     }
     if (length != 0) {
         if (sdp != nullptr) {
@@ -199,61 +238,46 @@ int SIP_COMM_Channel::recvStatusMsg(_SIPD_MSG_STATUS_S* status, char* sdp, unsig
             ORMU_LOG(ORMU_LEVEL_INFO, "have sdp body , but you do not need it");
             result = clearReadSocket(length);
         }
-        if (result != 0) {
+        if (result != SIP_COMM_SUCCESS) {
             ORMU_LOG(ORMU_LEVEL_ERROR, "read sdp body fail");
             return result;
         }
     }
     if (sdpLen != nullptr)
         *sdpLen = length;
-    return 0;
+    return SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_Channel::recvAckMsg(_SIPD_APP_ACK_E* ack)
 {
     ORMU_ASSERT(ack != nullptr);
     ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "recieve ack message");
-    if (pendingType != SIPD_MSG_ACK) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "is not a ack message");
-        return 1;
-    }
-    pendingType = SIPD_MSG_NONE;
-    const int result = readSocket(bytesOf(ack), sizeof(*ack));
-    if (result != 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "read ack messsage fail");
-    return result;
+    return takePending(pendingType, SIPD_MSG_ACK, "ack") ? readBody(*this, ack, "ack") : SIP_COMM_FAILED;
 }
 
 int SIP_COMM_Channel::recvProfileMsg(_SIPD_MSG_PROFILE_S* profile)
 {
     ORMU_ASSERT(profile != nullptr);
     ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "recieve profile message");
-    if (pendingType != SIPD_MSG_PROFILE) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "is not a profile message");
-        return 1;
-    }
-    pendingType = SIPD_MSG_NONE;
-    const int result = readSocket(bytesOf(profile), sizeof(*profile));
-    if (result != 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "read profile messsage fail");
-    return result;
+    return takePending(pendingType, SIPD_MSG_PROFILE, "profile") ? readBody(*this, profile, "profile")
+                                                                 : SIP_COMM_FAILED;
 }
 
 int SIP_COMM_Channel::sendProfileMsg(const _SIPD_MSG_PROFILE_S* profile)
 {
     if (fd == -1) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " connect dammon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     ORMU_ASSERT(profile != nullptr);
     _SIPD_MSG_HEAD_S head = {sizeof(*profile), SIPD_MSG_PROFILE, appId};
     int result = writeSocket(bytesOf(&head), sizeof(head));
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send head message");
         return result;
     }
     result = writeSocket(bytesOf(profile), sizeof(*profile));
-    if (result != 0)
+    if (result != SIP_COMM_SUCCESS)
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send profile message");
     return result;
 }
@@ -262,11 +286,11 @@ int SIP_COMM_Channel::sendControlMsg(_SIPD_MSG_TYPE_E type)
 {
     if (fd == -1) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " connect dammon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     _SIPD_MSG_HEAD_S head = {0, type, appId};
     const int result = writeSocket(bytesOf(&head), sizeof(head));
-    if (result != 0)
+    if (result != SIP_COMM_SUCCESS)
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send head message");
     return result;
 }
@@ -276,7 +300,7 @@ int SIP_COMM_Channel::sendCommandMsg(_SIPD_SIP_COMMAND_E cmd, int arg, const _SI
 {
     if (fd == -1) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " connect dammon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "command %d , sdp len %d", static_cast<int>(cmd),
                       static_cast<int>(sdpLen));
@@ -289,18 +313,18 @@ int SIP_COMM_Channel::sendCommandMsg(_SIPD_SIP_COMMAND_E cmd, int arg, const _SI
 
     _SIPD_MSG_HEAD_S head = {static_cast<uint32_t>(sizeof(command)) + sdpLen, SIPD_MSG_COMMAND, appId};
     int result = writeSocket(bytesOf(&head), sizeof(head));
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send head message");
         return result;
     }
     result = writeSocket(bytesOf(&command), sizeof(command));
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send command message");
         return result;
     }
     if (sdp != nullptr && sdpLen != 0) {
         result = writeSocket(bytesOf(sdp), sdpLen);
-        if (result != 0)
+        if (result != SIP_COMM_SUCCESS)
             ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, " fail send sdp body");
     }
     return result;
@@ -309,45 +333,13 @@ int SIP_COMM_Channel::sendCommandMsg(_SIPD_SIP_COMMAND_E cmd, int arg, const _SI
 int SIP_COMM_Channel::readSocket(char* buf, unsigned int len)
 {
     ORMU_ASSERT(buf != nullptr);
-    size_t remaining = len;
-    int result = 0;
-    while (remaining != 0) {
-        const ssize_t count = read(fd, buf, remaining);
-        if (count < 0 && errno == EINTR) {
-            ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "EINTR happen in read");
-            continue;
-        }
-        result = checkTransfer(*this, count, remaining);
-        if (result != 0)
-            break;
-        buf += count;
-        remaining -= static_cast<size_t>(count);
-    }
-    if (result != 0)
-        disconnectDaemon();
-    return result;
+    return transfer<read>(*this, fd, {buf, len}, __func__, "EINTR happen in read");
 }
 
 int SIP_COMM_Channel::writeSocket(char* buf, unsigned int len)
 {
     ORMU_ASSERT(buf != nullptr);
-    size_t remaining = len;
-    int result = 0;
-    while (remaining != 0) {
-        const ssize_t count = writeWithoutSigpipe(fd, buf, remaining);
-        if (count < 0 && errno == EINTR) {
-            ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "EINTR happen in write");
-            continue;
-        }
-        result = checkTransfer(*this, count, remaining);
-        if (result != 0)
-            break;
-        buf += count;
-        remaining -= static_cast<size_t>(count);
-    }
-    if (result != 0)
-        disconnectDaemon();
-    return result;
+    return transfer<writeWithoutSigpipe>(*this, fd, {buf, len}, __func__, "EINTR happen in write");
 }
 
 int SIP_COMM_Channel::clearReadSocket(unsigned int len)
@@ -356,7 +348,7 @@ int SIP_COMM_Channel::clearReadSocket(unsigned int len)
     if (buf == nullptr) {
         disconnectDaemon();
         ORMU_LOG(ORMU_LEVEL_ERROR, "no memory");
-        return 3;
+        return SIP_COMM_NO_MEMORY;
     }
     return readSocket(buf.get(), len);
 }

@@ -3,66 +3,65 @@
 
 #include "ORMU_Export.h"
 #include "SIPD_Messages.h"
+#include "SIP_COMM_Result.h"
 
-// One client connection to the SIP daemon: its local stream socket and the framing of its messages.
+// A client's connection to the SIP daemon: a local stream socket and the framing of the messages on it.
 //
-// To be used from one thread. Every call blocks until the daemon has acted, without a time limit; whoever
-// must not wait polls getFd() before receiving. Receiving is two calls: recvMsgType, then the recv...Msg of
-// that type.
+// For use from one thread. Every call blocks until the daemon has acted, without a time limit. To avoid
+// blocking, poll getFd() before receiving. A message is received in two calls: recvMsgType(), then the
+// recv...Msg() of its type.
 //
-// Results are 0 for success, or:
-//   1  not connected; another type is pending; the connection could not be made; a wrong SDP length
-//   2  the socket could not be read or written
-//   3  out of memory
-//   5  the daemon closed the socket
-// After 2, 3, 5 and a wrong SDP length the channel is closed; it closes through disconnectDaemon(), so that a
-// subclass learns of it. What a failed receive was given to fill is left unspecified. A null pointer where
-// one is required aborts the process. A daemon that has gone raises no SIGPIPE in the caller, whose handling
-// of that signal is left as it is. The descriptor is close-on-exec.
+// Each int result is a SIP_COMM_RESULT_E. The channel closes after every result but SIP_COMM_SUCCESS and
+// SIP_COMM_FAILED, and after an SDP length that is too large (SIP_COMM_FAILED). It closes through
+// disconnectDaemon(), so that a subclass is told. After a failed receive the contents of the output are
+// unspecified.
+//
+// A null pointer aborts the process, except where the comment allows it. A daemon that has gone causes an
+// error and no SIGPIPE; the caller's handling of that signal stays as it is. The descriptor is
+// close-on-exec.
 class ORMU_SIPSETUP_EXPORT SIP_COMM_Channel
 {
 public:
-    // Does not connect. appId is sent in every header.
+    // Does not connect. Every header sent carries appId.
     explicit SIP_COMM_Channel(_SIPD_APPID_E appId);
     virtual ~SIP_COMM_Channel();
     SIP_COMM_Channel(const SIP_COMM_Channel&) = delete;
     SIP_COMM_Channel& operator=(const SIP_COMM_Channel&) = delete;
 
-    // Connects and registers. The daemon's ack to the registration is the next message to receive. An open
-    // channel changes to the new connection when there is one, and otherwise stays on the old. A message that
-    // was pending on the last connection is forgotten. A signal that
-    // interrupts the wait for a busy daemon ends it with 1.
+    // Connects and registers. The daemon's ack to the registration is the next message to receive. On an
+    // open channel the new connection replaces the old one and its pending message; if connecting fails,
+    // the old one stays. A signal that interrupts the wait for a busy daemon makes the call fail.
     virtual int connectDaemon();
-    // Always 0, connected or not.
+    // Always SIP_COMM_SUCCESS, connected or not.
     virtual int disconnectDaemon();
     // -1 when closed.
     virtual int getFd();
 
     bool isConnected() const;
 
-    // Reads the next header. A body that was left unread is read and thrown away first. *type is 0 on
+    // Reads the next header, after discarding a body that is still unread. *type is SIPD_MSG_NONE on
     // failure.
     int recvMsgType(_SIPD_MSG_TYPE_E* type);
 
-    // The bodies. A message of another type stays pending. The fixed size is read whatever the header
-    // announced. sdp may be null, the SDP body is then thrown away; otherwise it has room for SIPD_SDP_MAX
-    // bytes and gets no terminator. sdpLen may be null; it is set on success alone.
+    // Read the body. A message of another type stays pending (SIP_COMM_FAILED). The body's fixed size is
+    // read whatever length the header announced. sdp has room for SIPD_SDP_MAX bytes and gets no
+    // terminator, or is null to discard the SDP body. sdpLen may be null; it is set on success only.
     int recvStatusMsg(_SIPD_MSG_STATUS_S* status, char* sdp, unsigned int* sdpLen);
     int recvAckMsg(_SIPD_APP_ACK_E* ack);
     int recvProfileMsg(_SIPD_MSG_PROFILE_S* profile);
 
     int sendProfileMsg(const _SIPD_MSG_PROFILE_S* profile);
-    // A header without a body.
+    // Sends a header without a body.
     int sendControlMsg(_SIPD_MSG_TYPE_E type);
-    // uri may be null. sdp may be null when sdpLen is 0: the daemon takes what follows for the announced SDP
-    // body.
+    // uri may be null. sdp may be null only when sdpLen is 0: the daemon reads sdpLen bytes whatever they
+    // are.
     int sendCommandMsg(_SIPD_SIP_COMMAND_E cmd, int arg, const _SIPD_APP_URI_S* uri, const char* sdp,
                        unsigned int sdpLen);
 
-    // Exactly len bytes, or a failure. buf is required even for none; writeSocket leaves it unchanged.
+    // Transfer exactly len bytes. buf is required even when len is 0. writeSocket() does not change it.
     int readSocket(char* buf, unsigned int len);
     int writeSocket(char* buf, unsigned int len);
-    // Reads len bytes and throws them away.
+    // Reads len bytes and discards them.
     int clearReadSocket(unsigned int len);
     // Logs errno in words.
     void printSocketErrno();
@@ -70,7 +69,7 @@ public:
 protected:
     int fd;
     _SIPD_APPID_E appId;
-    // Of the header whose body is still unread, as announced; SIPD_MSG_NONE when there is none.
+    // The type and length in the header whose body is unread; SIPD_MSG_NONE when there is none.
     _SIPD_MSG_TYPE_E pendingType;
     uint32_t pendingLength;
 };

@@ -33,11 +33,30 @@ int WriteMsg(Handle* handle, const _SIPD_MSG_PROFILE_S* profile)
     ORMU_ASSERT(profile != nullptr);
     if (handle->connected == 0) {
         ORMU_LOG_FUNCTION(ORMU_LEVEL_INFO, "connect daemon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     const int result = handle->channel->sendProfileMsg(profile);
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "fail send to daemon");
+        closeConnection(handle);
+    }
+    return result;
+}
+
+// Reads the next message by receive, if it has the type expected. A failure closes the connection.
+template <class Receive>
+int readMessage(Handle* handle, _SIPD_MSG_TYPE_E expected, Receive receive)
+{
+    _SIPD_MSG_TYPE_E type = SIPD_MSG_NONE;
+    int result = handle->channel->recvMsgType(&type);
+    if (result == SIP_COMM_SUCCESS && type != expected) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, " read unexpected message %d", static_cast<int>(type));
+        result = SIP_COMM_FAILED;
+    } else if (result == SIP_COMM_SUCCESS) {
+        result = receive();
+    }
+    if (result != SIP_COMM_SUCCESS) {
+        ORMU_LOG(ORMU_LEVEL_ERROR, "close daemon connection");
         closeConnection(handle);
     }
     return result;
@@ -49,34 +68,25 @@ int ReadMsg(Handle* handle, _SIPD_MSG_PROFILE_S* profile)
     ORMU_ASSERT(profile != nullptr);
     if (handle->connected == 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "connect daemon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
-    _SIPD_MSG_TYPE_E type = SIPD_MSG_NONE;
-    int result = handle->channel->recvMsgType(&type);
-    if (result == 0 && type != SIPD_MSG_PROFILE) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, " read unexpected message %d", static_cast<int>(type));
-        result = 1;
-    } else if (result == 0) {
-        result = handle->channel->recvProfileMsg(profile);
+    return readMessage(handle, SIPD_MSG_PROFILE, [=] {
+        const int result = handle->channel->recvProfileMsg(profile);
         ORMU_LOG(ORMU_LEVEL_INFO, " read profile control command");
-    }
-    if (result != 0) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "close daemon connection");
-        closeConnection(handle);
-    }
-    return result;
+        return result;
+    });
 }
 
 // Sends a query and reads its answer into the same block.
 int ask(Handle* handle, _SIPD_MSG_PROFILE_S* profile)
 {
     int result = WriteMsg(handle, profile);
-    if (result != 0) {
+    if (result != SIP_COMM_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "fail write get profile status command");
         return result;
     }
     result = ReadMsg(handle, profile);
-    if (result != 0)
+    if (result != SIP_COMM_SUCCESS)
         ORMU_LOG(ORMU_LEVEL_ERROR, "fail write read profile status ");
     return result;
 }
@@ -86,7 +96,7 @@ int request(Handle* handle, const _SIPD_MSG_PROFILE_S& profile)
 {
     if (handle->waitAck != 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "wait ack , not pemission");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     const int result = WriteMsg(handle, &profile);
     handle->waitAck = 1;
@@ -102,16 +112,16 @@ int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
     std::unique_ptr<Handle> created(new (std::nothrow) Handle{});
     if (created == nullptr) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "No memory");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     std::unique_ptr<SIP_COMM_Channel> channel(new (std::nothrow) SIP_COMM_Channel(SIPD_APPID_SETUP));
     if (channel == nullptr) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "No memory");
-        return 1;
+        return SIP_COMM_FAILED;
     }
-    if (channel->connectDaemon() != 0) {
+    if (channel->connectDaemon() != SIP_COMM_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "Fail to connect daemon");
-        return 1;
+        return SIP_COMM_FAILED;
     }
 
     created->channel = channel.release();
@@ -119,21 +129,21 @@ int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
     created->waitAck = 1;
     Handle* made = created.release();
     _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
-    if (SIP_COMM_ControlerGetAck(made, &ack) != 0 || ack == SIPD_ACK_FAILED) {
+    if (SIP_COMM_ControlerGetAck(made, &ack) != SIP_COMM_SUCCESS || ack == SIPD_ACK_FAILED) {
         SIP_COMM_ControlerDestruct(&made);
-        return 1;
+        return SIP_COMM_FAILED;
     }
     *handle = made;
-    return 0;
+    return SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_ControlerDestruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
 {
     if (handle == nullptr || *handle == nullptr)
-        return 0;
+        return SIP_COMM_SUCCESS;
     const std::unique_ptr<Handle> owned(std::exchange(*handle, nullptr));
     const std::unique_ptr<SIP_COMM_Channel> channel(owned->channel);
-    return owned->connected != 0 ? channel->disconnectDaemon() : 0;
+    return owned->connected != 0 ? channel->disconnectDaemon() : SIP_COMM_SUCCESS;
 }
 
 int SIP_COMM_ControlerProfileConnect(_SIP_COMM_PROFILE_CONTROL_S* handle, const char* profileName)
@@ -168,7 +178,7 @@ int SIP_COMM_ControlerGetProfileStatus(_SIP_COMM_PROFILE_CONTROL_S* handle, cons
     ORMU_ASSERT(profileName != nullptr);
     _SIPD_MSG_PROFILE_S profile = buildRequest(PROFILE_CTRL_GET_STATUS, profileName);
     const int result = ask(handle, &profile);
-    if (result == 0)
+    if (result == SIP_COMM_SUCCESS)
         *status = profile.status;
     return result;
 }
@@ -184,7 +194,7 @@ int SIP_COMM_ControlerGetProfileName(_SIP_COMM_PROFILE_CONTROL_S* handle, _SIPD_
     const auto room = static_cast<size_t>(size);
     std::memset(buf, 0, room);
     const int result = ask(handle, &profile);
-    if (result == 0)
+    if (result == SIP_COMM_SUCCESS)
         std::memcpy(buf, profile.name, strnlen(profile.name, std::min(room, size_t{SIPD_PROFILE_NAME_MAX})));
     return result;
 }
@@ -202,25 +212,17 @@ int SIP_COMM_ControlerGetAck(_SIP_COMM_PROFILE_CONTROL_S* handle, _SIPD_APP_ACK_
     ORMU_ASSERT(ack != nullptr);
     if (handle->connected == 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "connect daemon first");
-        return 1;
+        return SIP_COMM_FAILED;
     }
     if (handle->waitAck == 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "no ack need read");
-        return 1;
+        return SIP_COMM_FAILED;
     }
-    _SIPD_MSG_TYPE_E type = SIPD_MSG_NONE;
-    int result = handle->channel->recvMsgType(&type);
-    if (result == 0 && type != SIPD_MSG_ACK) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, " read unexpected message %d", static_cast<int>(type));
-        result = 1;
-    } else if (result == 0) {
-        result = handle->channel->recvAckMsg(ack);
+    const int result = readMessage(handle, SIPD_MSG_ACK, [=] {
+        const int received = handle->channel->recvAckMsg(ack);
         ORMU_LOG(ORMU_LEVEL_INFO, " read ack command");
-    }
-    if (result != 0) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "close daemon connection");
-        closeConnection(handle);
-    }
+        return received;
+    });
     handle->waitAck = 0;
     return result;
 }
