@@ -3,13 +3,13 @@
 #include "ProfileKeys.h"
 #include "SETUP_SIP_Agent.h"
 #include "SettingsFailure.h"
+#include "SettingsFile.h"
 
 #include <QFile>
 #include <QHash>
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <map>
 #include <vector>
 
@@ -18,12 +18,9 @@ namespace {
 // The store looks at so many groups in a small part of a second; who has to look at more waits in vain.
 constexpr quint64 MOST_GROUPS_LOOKED_AT = 100000;
 
-// The greatest number for one that is greater still.
 quint64 numberOf(const QString& group)
 {
-    bool fits = false;
-    const quint64 number = QStringView(group).sliced(sizeof "Profile" - 1).toULongLong(&fits);
-    return fits ? number : std::numeric_limits<quint64>::max();
+    return ::numberOf(group.toStdString());
 }
 
 // How the store's loading goes: it takes, for each number below the total, the first profile from there on.
@@ -58,7 +55,7 @@ ProfileFile::Profile profileOf(const ProfileKeys& keys, const QString& group)
     profile.name = keys.text(group, DISPLAY_NAME_KEY);
     profile.server = keys.text(group, SERVER_KEY);
     profile.port = keys.number(group, PORT_KEY).value_or(profile.port);
-    profile.user = keys.text(group, USER_KEY);
+    profile.user = keys.text(group, USER_ID_KEY);
     profile.autoConnect = !keys.isOff(group, AUTO_CONNECT_KEY);
     return profile;
 }
@@ -93,8 +90,8 @@ QString ProfileFile::path()
 
 ProfileFile::ProfileFile(const QString& path)
 {
-    if (const std::optional<QByteArray> bytes = readSettingsBytes(QFile::encodeName(path))) {
-        check(*bytes);
+    if (const std::optional<std::string> bytes = readSettingsBytes(QFile::encodeName(path).toStdString())) {
+        check(QByteArray::fromStdString(*bytes));
     } else if (errno != ENOENT) {
         find(Finding::CannotRead, QString(),
              tr("The settings file cannot be read (%1): no profile is listed.")

@@ -1,7 +1,5 @@
 #include "ProfileKeys.h"
 
-#include "SettingsText.h"
-
 #include <QSet>
 
 #include <algorithm>
@@ -9,48 +7,37 @@
 
 namespace {
 
-struct GLibDeleter
-{
-    void operator()(gchar* text) const { g_free(text); }
-    void operator()(gchar** texts) const { g_strfreev(texts); }
-};
-using Text = std::unique_ptr<gchar, GLibDeleter>;
-using Texts = std::unique_ptr<gchar*, GLibDeleter>;
-
-const QByteArray GROUP_STEM = "Profile";
-// What the store writes by itself into a group that a person has deleted.
-constexpr std::array SWITCH_KEYS = {AUTO_CONNECT_KEY, "Locked", DEFAULT_PROFILE_KEY, "NeedUserIDPass",
-                                    "RemPassword"};
-
 // What a repair may change. GLib knows the last one, and takes not every value of it in a file's first group.
-constexpr std::array CHANGED_KEYS = {TOTAL_KEY, DEFAULT_KEY, DISPLAY_NAME_KEY, DEFAULT_PROFILE_KEY,
-                                     "Encoding"};
+constexpr std::array<std::string_view, 5> CHANGED_KEYS = {TOTAL_KEY, DEFAULT_KEY, DISPLAY_NAME_KEY,
+                                                          DEFAULT_PROFILE_KEY, "Encoding"};
 
-template <size_t count>
-bool isOneOf(const std::array<const char*, count>& keys, const QByteArray& key)
+// The store writes them by itself into a group that a person has deleted.
+bool isSwitch(std::string_view key)
 {
-    return std::find(keys.begin(), keys.end(), key) != keys.end();
+    return std::any_of(PROFILE_KEYS.begin(), PROFILE_KEYS.end(), [key](const ProfileKey& known) {
+        return key == known.name && std::holds_alternative<bool>(known.standard);
+    });
 }
 
-bool parses(QByteArrayView bytes)
+std::string_view viewOf(const QByteArray& bytes)
 {
-    const KeyFile keys(g_key_file_new());
-    return parseSettings(keys.get(), bytes);
+    return {bytes.constData(), static_cast<size_t>(bytes.size())};
 }
 
-bool isProfileGroup(QByteArrayView group)
+QByteArray withoutMark(const QByteArray& bytes)
 {
-    if (!group.startsWith(GROUP_STEM) || group.size() == GROUP_STEM.size())
-        return false;
-    const QByteArrayView number = group.sliced(GROUP_STEM.size());
-    return (number[0] != '0' || number.size() == 1) &&
-           std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
+    const std::string_view rest = withoutByteOrderMark(viewOf(bytes));
+    return bytes.last(static_cast<qsizetype>(rest.size()));
 }
 
-bool isKnownGroup(QByteArrayView group)
+bool isProfileGroup(const QByteArray& group)
 {
-    return group == SUMMARY_GROUP || group == DEFAULT_GROUP || group == "InputSettings" ||
-           isProfileGroup(group);
+    return ::isProfileGroup(viewOf(group));
+}
+
+bool isKnownGroup(const QByteArray& group)
+{
+    return group == SUMMARY_GROUP || group == DEFAULT_GROUP || group == INPUT_GROUP || isProfileGroup(group);
 }
 
 bool isComment(const QByteArray& line)
@@ -68,7 +55,7 @@ QByteArray headerOf(const QByteArray& group)
 QList<QByteArray> mendLine(QByteArray line, int number)
 {
     line.replace('\0', "");
-    const QByteArray text = withoutByteOrderMark(line).toByteArray().trimmed();
+    const QByteArray text = withoutMark(line).trimmed();
     const bool isOpened = text.startsWith('[');
     const bool isClosed = text.endsWith(']');
     const QByteArray group = text.split(']').first().replace('[', "").trimmed();
@@ -79,26 +66,20 @@ QList<QByteArray> mendLine(QByteArray line, int number)
     return {"# " + line};
 }
 
-// Numbers may be longer than any integer.
-bool isBefore(const QString& a, const QString& b)
-{
-    return a.size() != b.size() ? a.size() < b.size() : a < b;
-}
-
 } // namespace
 
 QString profileGroup(quint64 number)
 {
-    return QString::fromLatin1(GROUP_STEM) + QString::number(number);
+    return QString::fromStdString(groupOf(number));
 }
 
 ProfileKeys::ProfileKeys(const QByteArray& bytes)
-    : keys_(g_key_file_new()), isParsed_(parseSettings(keys_.get(), bytes))
 {
+    std::optional<SettingsKeys> keys = SettingsKeys::parse(viewOf(bytes));
     int number = 0;
-    for (const QByteArray& line : withoutByteOrderMark(bytes).toByteArray().split('\n')) {
+    for (const QByteArray& line : withoutMark(bytes).split('\n')) {
         ++number;
-        if (isParsed_ || parses(headers() + '\n' + line + '\n')) {
+        if (keys || SettingsKeys::parse(viewOf(headers() + '\n' + line + '\n'))) {
             read(line);
             continue;
         }
@@ -108,10 +89,11 @@ ProfileKeys::ProfileKeys(const QByteArray& bytes)
             firstRejectedLine_ = number;
     }
     separateGroups();
-    if (isParsed_ && formerGroups_.isEmpty())
-        return;
-    keys_.reset(g_key_file_new());
-    isParsed_ = parseSettings(keys_.get(), joined(sections_));
+    if (!keys || !formerGroups_.isEmpty())
+        keys = SettingsKeys::parse(viewOf(joined(sections_)));
+    isParsed_ = keys.has_value();
+    if (keys)
+        keys_ = std::move(*keys);
 }
 
 // Those on which it depends whether GLib takes the next line: it is stricter in a file's first group.
@@ -188,32 +170,23 @@ QByteArray ProfileKeys::numberedFromZero() const
 QList<QString> ProfileKeys::groups(bool ofProfiles) const
 {
     QList<QString> groups;
-    const Texts names(g_key_file_get_groups(keys_.get(), nullptr));
-    for (gchar** name = names.get(); *name != nullptr; ++name) {
-        if (isProfileGroup(*name) == ofProfiles)
-            groups += QString::fromUtf8(*name);
+    for (const std::string& group : keys_.groups()) {
+        if (::isProfileGroup(group) == ofProfiles)
+            groups += QString::fromStdString(group);
     }
     return groups;
-}
-
-QList<QByteArray> ProfileKeys::keys(const QString& group) const
-{
-    const Texts keys(g_key_file_get_keys(keys_.get(), group.toUtf8().constData(), nullptr, nullptr));
-    QList<QByteArray> all;
-    for (gchar** key = keys.get(); key != nullptr && *key != nullptr; ++key)
-        all.append(*key);
-    return all;
 }
 
 QList<QString> ProfileKeys::profileGroups() const
 {
     QList<QString> profiles = groups(true);
     profiles.removeIf([this](const QString& group) {
-        const QList<QByteArray> all = keys(group);
-        return std::all_of(all.begin(), all.end(),
-                           [](const QByteArray& key) { return isOneOf(SWITCH_KEYS, key); });
+        const std::vector<std::string> all = keys_.keys(group.toStdString());
+        return std::all_of(all.begin(), all.end(), isSwitch);
     });
-    std::sort(profiles.begin(), profiles.end(), isBefore);
+    std::sort(profiles.begin(), profiles.end(), [](const QString& a, const QString& b) {
+        return isGroupBefore(a.toStdString(), b.toStdString());
+    });
     return profiles;
 }
 
@@ -244,9 +217,9 @@ QList<ProfileKeys::Contents> ProfileKeys::contents() const
     QList<Contents> all;
     for (const QString& group : profileGroups() + groups(false)) {
         Contents contents;
-        for (const QByteArray& key : keys(group)) {
-            if (!isOneOf(CHANGED_KEYS, key))
-                contents.insert(key, value(group, key.constData()));
+        for (const std::string& key : keys_.keys(group.toStdString())) {
+            if (std::find(CHANGED_KEYS.begin(), CHANGED_KEYS.end(), key) == CHANGED_KEYS.end())
+                contents.insert(QByteArray::fromStdString(key), value(group, key.c_str()));
         }
         if (!contents.isEmpty())
             all.append(contents);
@@ -256,58 +229,51 @@ QList<ProfileKeys::Contents> ProfileKeys::contents() const
 
 QByteArray ProfileKeys::value(const QString& group, const char* key) const
 {
-    return QByteArray(
-        Text(g_key_file_get_value(keys_.get(), group.toUtf8().constData(), key, nullptr)).get());
+    return QByteArray::fromStdString(keys_.value(group.toStdString(), key).value_or(""));
 }
 
 QString ProfileKeys::text(const QString& group, const char* key) const
 {
-    return decodeSettingsText(value(group, key)).value_or(QString());
+    return QString::fromStdU16String(keys_.text(group.toStdString(), key).value_or(u""));
 }
 
 QString ProfileKeys::readableText(const QString& group, const char* key) const
 {
-    const QByteArray stored = value(group, key);
-    return decodeSettingsText(stored).value_or(QString::fromLatin1(stored));
+    const auto decoded = keys_.text(group.toStdString(), key);
+    return decoded ? QString::fromStdU16String(*decoded) : QString::fromLatin1(value(group, key));
 }
 
 bool ProfileKeys::isOn(const QString& group, const char* key) const
 {
-    const QByteArray stored = value(group, key);
-    return stored == "true" || stored == "1";
+    return keys_.boolean(group.toStdString(), key).value_or(false);
 }
 
 bool ProfileKeys::isOff(const QString& group, const char* key) const
 {
-    const QByteArray stored = value(group, key);
-    return stored == "false" || stored == "0";
+    return !keys_.boolean(group.toStdString(), key).value_or(true);
 }
 
 std::optional<unsigned int> ProfileKeys::number(const QString& group, const char* key) const
 {
-    bool isNumber = false;
-    const unsigned int number = value(group, key).toUInt(&isNumber);
-    return isNumber ? std::optional(number) : std::nullopt;
+    return keys_.number<unsigned int>(group.toStdString(), key);
 }
 
 int ProfileKeys::totalProfile() const
 {
-    return value(SUMMARY_GROUP, TOTAL_KEY).toInt();
+    return keys_.number<int>(SUMMARY_GROUP, TOTAL_KEY).value_or(0);
 }
 
 void ProfileKeys::setText(const QString& group, const char* key, const QString& text)
 {
-    setValue(group, key, encodeSettingsText(text));
+    setValue(group, key, QByteArray::fromStdString(encodeSettingsText(text.toStdU16String())));
 }
 
 void ProfileKeys::setValue(const QString& group, const char* key, const QByteArray& value)
 {
-    g_key_file_set_value(keys_.get(), group.toUtf8().constData(), key, value.constData());
+    keys_.setValue(group.toStdString(), key, value.toStdString());
 }
 
 QByteArray ProfileKeys::toBytes() const
 {
-    gsize length = 0;
-    const Text data(g_key_file_to_data(keys_.get(), &length, nullptr));
-    return QByteArray(data.get(), static_cast<qsizetype>(length));
+    return QByteArray::fromStdString(keys_.toBytes());
 }

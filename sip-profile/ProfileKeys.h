@@ -1,7 +1,8 @@
 #ifndef PROFILEKEYS_H
 #define PROFILEKEYS_H
 
-#include "SettingsFile.h"
+#include "ProfileSchema.h"
+#include "SettingsKeys.h"
 
 #include <QHash>
 #include <QList>
@@ -76,30 +77,18 @@ private:
     void read(const QByteArray& line);
     void separateGroups();
     QList<QString> groups(bool ofProfiles) const;
-    QList<QByteArray> keys(const QString& group) const;
     QByteArray value(const QString& group, const char* key) const;
     bool isMarkedDefault(const QString& group) const;
 
     QList<Section> sections_ = {Section()};
-    KeyFile keys_;
+    SettingsKeys keys_;
     QHash<QString, QString> formerGroups_;
     int rejectedLines_ = 0;
     int firstRejectedLine_ = 0;
     bool isParsed_ = false;
 };
 
-// "Profile0" and so on.
+// groupOf(number) as a QString.
 QString profileGroup(quint64 number);
-
-inline constexpr char SUMMARY_GROUP[] = "ProfileSummary";
-inline constexpr char TOTAL_KEY[] = "TotalProfile";
-inline constexpr char DEFAULT_GROUP[] = "SystemDefault";
-inline constexpr char DEFAULT_KEY[] = "Profile";
-inline constexpr char DISPLAY_NAME_KEY[] = "DisplayName";
-inline constexpr char DEFAULT_PROFILE_KEY[] = "DefaultProfile";
-inline constexpr char SERVER_KEY[] = "Server";
-inline constexpr char PORT_KEY[] = "PortNum";
-inline constexpr char USER_KEY[] = "UserID";
-inline constexpr char AUTO_CONNECT_KEY[] = "AutoConnect";
 
 #endif

@@ -2,6 +2,7 @@
 
 #include "ProfileKeys.h"
 #include "SettingsFailure.h"
+#include "SettingsFile.h"
 
 #include <QFile>
 #include <QHash>
@@ -34,7 +35,7 @@ QString uniqueName(const QString& name, const QSet<QString>& taken)
 
 QString nameFor(const ProfileKeys& keys, const QString& group)
 {
-    const QString user = keys.readableText(group, USER_KEY);
+    const QString user = keys.readableText(group, USER_ID_KEY);
     const QString server = keys.readableText(group, SERVER_KEY);
     for (const QString& name :
          {keys.readableText(group, DISPLAY_NAME_KEY),
@@ -122,6 +123,17 @@ bool isWhole(const Mended& mended)
            written.contents() == mended.old.contents() && defaultOf(written) == defaultOf(mended.old);
 }
 
+std::optional<QByteArray> readBytes(const QByteArray& path)
+{
+    const std::optional<std::string> bytes = readSettingsBytes(path.toStdString());
+    return bytes ? std::optional(QByteArray::fromStdString(*bytes)) : std::nullopt;
+}
+
+bool replaceBytes(const QByteArray& path, const QByteArray& bytes)
+{
+    return replaceSettingsFile(path.toStdString(), bytes.toStdString());
+}
+
 // The path of the copy; empty, errno saying why, when it cannot be made. A copy of these bytes that an
 // earlier repair has left is used again.
 QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
@@ -129,11 +141,11 @@ QByteArray keepCopy(const QByteArray& path, const QByteArray& bytes)
     const QByteArray base = path + ".old";
     QByteArray copy = base;
     for (int number = 1; number <= MOST_COPIES; ++number) {
-        const std::optional<QByteArray> there = readSettingsBytes(copy);
+        const std::optional<QByteArray> there = readBytes(copy);
         if (there == bytes)
             return copy;
         if (!there && errno == ENOENT)
-            return replaceSettingsBytes(copy, bytes) ? copy : QByteArray();
+            return replaceBytes(copy, bytes) ? copy : QByteArray();
         copy = base + '.' + QByteArray::number(number);
     }
     errno = SETTINGS_TOO_MANY_COPIES;
@@ -198,8 +210,8 @@ ProfileRepair mendFile(const QString& path, Way way)
 {
     const QByteArray file = QFile::encodeName(path);
     const auto because = [&path](const QString& text) { return text.arg(settingsReason(path, errno)); };
-    const SettingsLock lock(file);
-    const std::optional<QByteArray> bytes = readSettingsBytes(file);
+    const SettingsLock lock(file.toStdString());
+    const std::optional<QByteArray> bytes = readBytes(file);
     if (!bytes && errno == ENOENT)
         return {};
     if (!bytes)
@@ -220,7 +232,7 @@ ProfileRepair mendFile(const QString& path, Way way)
     const QByteArray copy = way == Way::Repair ? keepCopy(file, *bytes) : QByteArray();
     if (way == Way::Repair && copy.isEmpty())
         return failed(because(ProfileFile::tr("No copy of the settings file can be kept (%1).")));
-    if (!replaceSettingsBytes(file, mended.keys.toBytes()))
+    if (!replaceBytes(file, mended.keys.toBytes()))
         return failed(because(cannotWrite));
     return {.outcome = ProfileRepair::Repaired, .copy = QFile::decodeName(copy)};
 }
@@ -239,5 +251,5 @@ ProfileRepair repairProfileFile(const QString& path)
 
 QStringList describeRepair(const QString& path)
 {
-    return describe(Mended(readSettingsBytes(QFile::encodeName(path)).value_or(QByteArray())));
+    return describe(Mended(readBytes(QFile::encodeName(path)).value_or(QByteArray())));
 }

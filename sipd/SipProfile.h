@@ -1,6 +1,7 @@
 #ifndef SIPPROFILE_H
 #define SIPPROFILE_H
 
+#include "ProfileSchema.h"
 #include "RegistrarAddress.h"
 
 #include <map>
@@ -37,9 +38,6 @@ struct GroupOrder
 
 // The profiles of the settings file by their groups.
 using StoredProfiles = std::map<std::string, StoredProfile, GroupOrder>;
-
-// Whether it has the form of a profile's group name: "Profile" and a number without leading zeros.
-bool isProfileGroup(const std::string& group);
 
 // The absolute path of the settings file. Makes its directory if it can.
 std::string settingsFilePath();

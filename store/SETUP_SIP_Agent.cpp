@@ -2,40 +2,89 @@
 
 #include "ORMU_Diagnostics.h"
 #include "OrmuConfig.h"
+#include "ProfileSchema.h"
 #include "SETUP_SET_Manager.h"
 #include "SIP_COMM_Controler.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
+#include <string>
+#include <type_traits>
+#include <variant>
 
 namespace {
 
-const QString SUMMARY_GROUP = QStringLiteral("ProfileSummary");
-const QString TOTAL_KEY = QStringLiteral("TotalProfile");
-const QString DEFAULT_GROUP = QStringLiteral("SystemDefault");
-const QString DEFAULT_KEY = QStringLiteral("Profile");
-const QString INPUT_GROUP = QStringLiteral("InputSettings");
+using Field = std::variant<QString SIP_PROFILE_CONTENT::*, unsigned int SIP_PROFILE_CONTENT::*,
+                           bool SIP_PROFILE_CONTENT::*>;
 
-const QString DISPLAY_NAME_KEY = QStringLiteral("DisplayName");
-const QString SERVER_KEY = QStringLiteral("Server");
-const QString PORT_KEY = QStringLiteral("PortNum");
-const QString USER_ID_KEY = QStringLiteral("UserID");
-const QString PASSWORD_KEY = QStringLiteral("Password");
-const QString AUTO_CONNECT_KEY = QStringLiteral("AutoConnect");
-const QString REGISTER_KEY = QStringLiteral("Register");
-const QString NETWORK_KEY = QStringLiteral("Network");
-const QString LOCKED_KEY = QStringLiteral("Locked");
-const QString DEFAULT_PROFILE_KEY = QStringLiteral("DefaultProfile");
-const QString NEED_USER_ID_KEY = QStringLiteral("NeedUserIDPass");
-const QString REMEMBER_KEY = QStringLiteral("RemPassword");
+// The field of each of PROFILE_KEYS.
+constexpr Field FIELDS[] = {
+    &SIP_PROFILE_CONTENT::displayName,    &SIP_PROFILE_CONTENT::server,
+    &SIP_PROFILE_CONTENT::portNum,        &SIP_PROFILE_CONTENT::userID,
+    &SIP_PROFILE_CONTENT::password,       &SIP_PROFILE_CONTENT::autoConnect,
+    &SIP_PROFILE_CONTENT::registerValue,  &SIP_PROFILE_CONTENT::network,
+    &SIP_PROFILE_CONTENT::locked,         &SIP_PROFILE_CONTENT::defaultProfile,
+    &SIP_PROFILE_CONTENT::needUserIDPass, &SIP_PROFILE_CONTENT::remPassword,
+};
+static_assert(std::size(FIELDS) == PROFILE_KEYS.size());
 
-// No count of profiles can make the number overflow.
-QString groupOf(quint64 number)
+// Calls visit(key, field) for each key of a profile, in the order of the file.
+template <class Record, class Visit>
+void forEachField(Record& record, Visit visit)
 {
-    return QStringLiteral("Profile") + QString::number(number);
+    for (size_t i = 0; i < PROFILE_KEYS.size(); ++i)
+        std::visit([&](auto field) { visit(PROFILE_KEYS[i], record.*field); }, FIELDS[i]);
 }
 
-QString readText(const SETUP_SET_Manager& manager, const QString& group, const QString& key)
+template <class Value>
+constexpr bool isText = std::is_same_v<std::remove_cvref_t<Value>, QString>;
+
+template <class Value>
+Value standardOf(const ProfileKey& key)
+{
+    if constexpr (isText<Value>)
+        return QString::fromLatin1(std::get<const char*>(key.standard));
+    else
+        return std::get<Value>(key.standard);
+}
+
+SIP_PROFILE_CONTENT newProfile()
+{
+    SIP_PROFILE_CONTENT profile;
+    forEachField(profile, [](const ProfileKey& key, auto& value) {
+        value = standardOf<std::remove_reference_t<decltype(value)>>(key);
+    });
+    return profile;
+}
+
+void readProfile(const SETUP_SET_Manager& manager, const QString& group, SIP_PROFILE_CONTENT& record)
+{
+    forEachField(record, [&](const ProfileKey& key, auto& value) {
+        const auto standard = standardOf<std::remove_reference_t<decltype(value)>>(key);
+        if constexpr (isText<decltype(value)>)
+            manager.getSettingInfo(group, key.name, value, standard, false);
+        else
+            manager.getSettingInfo(group, key.name, value, standard);
+    });
+}
+
+void writeProfile(SETUP_SET_Manager& manager, const QString& group, const SIP_PROFILE_CONTENT& record)
+{
+    forEachField(record, [&](const ProfileKey& key, const auto& value) {
+        if constexpr (isText<decltype(value)>)
+            manager.setSettingInfo(group, key.name, value, false);
+        else
+            manager.setSettingInfo(group, key.name, value);
+    });
+}
+
+QString groupName(quint64 number)
+{
+    return QString::fromStdString(groupOf(number));
+}
+
+QString readText(const SETUP_SET_Manager& manager, const QString& group, const char* key)
 {
     QString text;
     manager.getSettingInfo(group, key, text, QString(), false);
@@ -47,30 +96,6 @@ QString setupPath()
     QString path;
     SETUP_SIP_Agent::getSIPSetupPath(path);
     return path;
-}
-
-// What a new profile holds, and what a key missing from the settings file stands for.
-SIP_PROFILE_CONTENT newProfile()
-{
-    SIP_PROFILE_CONTENT profile;
-    profile.network = QStringLiteral("internet");
-    return profile;
-}
-
-void writeProfile(SETUP_SET_Manager& manager, const QString& group, const SIP_PROFILE_CONTENT& record)
-{
-    manager.setSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, false);
-    manager.setSettingInfo(group, SERVER_KEY, record.server, false);
-    manager.setSettingInfo(group, PORT_KEY, record.portNum);
-    manager.setSettingInfo(group, USER_ID_KEY, record.userID, false);
-    manager.setSettingInfo(group, PASSWORD_KEY, record.password, false);
-    manager.setSettingInfo(group, AUTO_CONNECT_KEY, record.autoConnect);
-    manager.setSettingInfo(group, REGISTER_KEY, record.registerValue, false);
-    manager.setSettingInfo(group, NETWORK_KEY, record.network, false);
-    manager.setSettingInfo(group, LOCKED_KEY, record.locked);
-    manager.setSettingInfo(group, DEFAULT_PROFILE_KEY, record.defaultProfile);
-    manager.setSettingInfo(group, NEED_USER_ID_KEY, record.needUserIDPass);
-    manager.setSettingInfo(group, REMEMBER_KEY, record.remPassword);
 }
 
 } // namespace
@@ -105,9 +130,9 @@ int SETUP_SIP_Agent::getSIPProfileList()
         // From the number found, not from behind the last group found: with a gap in the numbers this finds
         // a group twice.
         quint64 n = static_cast<quint64>(found);
-        QString group = groupOf(n);
+        QString group = groupName(n);
         while (readText(manager, group, DISPLAY_NAME_KEY).isEmpty())
-            group = groupOf(++n);
+            group = groupName(++n);
         auto record = std::make_unique<SIP_PROFILE_CONTENT>();
         getProfileInfoFromFile(&manager, *record, group);
         displayNames.append(record->displayName);
@@ -117,8 +142,8 @@ int SETUP_SIP_Agent::getSIPProfileList()
     return totalProfile;
 }
 
-// -1 when there is no such profile. Where a group was found twice, deleting it takes more entries out of one
-// list than out of another; a name that is left without its other entries counts as none.
+// -1 when there is no such profile. Deleting a profile that was found twice removes more entries from one
+// list than from another; a name without entries in the other lists counts as no profile.
 int SETUP_SIP_Agent::indexOf(const QString& name) const
 {
     const int index = displayNames.findIndex(name);
@@ -152,10 +177,10 @@ void SETUP_SIP_Agent::setProfileInfo(SIP_PROFILE_CONTENT& record, QString name)
 
 QString SETUP_SIP_Agent::firstFreeGroup() const
 {
-    quint64 number = 0;
-    while (groupNames.contains(groupOf(number)) != 0)
-        ++number;
-    return groupOf(number);
+    const auto isTaken = [this](const std::string& group) {
+        return groupNames.contains(QString::fromStdString(group)) != 0;
+    };
+    return QString::fromStdString(::firstFreeGroup(isTaken));
 }
 
 void SETUP_SIP_Agent::deleteProfile(const QString& name)
@@ -166,7 +191,7 @@ void SETUP_SIP_Agent::deleteProfile(const QString& name)
     const bool wasDefault = profiles.at(index)->defaultProfile;
     const QString group = groupNames[index];
     groupNames.remove(group);
-    displayNames.remove(name); // name itself may be an entry that is gone now.
+    displayNames.remove(name); // From here on name may refer to a removed entry.
     profiles.remove(index);
     --totalProfile;
 
@@ -174,7 +199,7 @@ void SETUP_SIP_Agent::deleteProfile(const QString& name)
     manager.clearGroup(group);
     manager.setSettingInfo(SUMMARY_GROUP, TOTAL_KEY, totalProfile);
     if (wasDefault) {
-        // The text of a boolean is no group's name: there is no default any more.
+        // The text of a boolean is no group name: there is no default any more.
         manager.setSettingInfo(DEFAULT_GROUP, DEFAULT_KEY, true);
     }
 }
@@ -188,7 +213,7 @@ void SETUP_SIP_Agent::setDefaultProfile(const QString& name)
     if (former == index)
         return;
 
-    // One manager for both profiles: no one finds the file without a default.
+    // One manager for both profiles: the file is never without a default.
     SETUP_SET_Manager manager(settingsPath, false);
     if (former >= 0) {
         manager.setSettingInfo(groupNames[former], DEFAULT_PROFILE_KEY, false);
@@ -256,29 +281,14 @@ void SETUP_SIP_Agent::setDefaultProfileInfo(SIP_PROFILE_CONTENT& record)
 
 void SETUP_SIP_Agent::getSIPSetupPath(QString& path)
 {
-    path = OrmuConfig::getSettingDirectory();
-    if (!path.endsWith(u'/'))
-        path += u'/';
-    path += QLatin1String("ormu_sipsetup.cfg");
+    path = QString::fromStdString(settingsFileIn(OrmuConfig::getSettingDirectory().toStdString()));
 }
 
 void SETUP_SIP_Agent::getProfileInfoFromFile(SETUP_SET_Manager* manager, SIP_PROFILE_CONTENT& record,
                                              QString group)
 {
     ORMU_ASSERT(manager != nullptr);
-    const SIP_PROFILE_CONTENT fresh = newProfile();
-    manager->getSettingInfo(group, DISPLAY_NAME_KEY, record.displayName, fresh.displayName, false);
-    manager->getSettingInfo(group, SERVER_KEY, record.server, fresh.server, false);
-    manager->getSettingInfo(group, PORT_KEY, record.portNum, fresh.portNum);
-    manager->getSettingInfo(group, USER_ID_KEY, record.userID, fresh.userID, false);
-    manager->getSettingInfo(group, PASSWORD_KEY, record.password, fresh.password, false);
-    manager->getSettingInfo(group, AUTO_CONNECT_KEY, record.autoConnect, fresh.autoConnect);
-    manager->getSettingInfo(group, REGISTER_KEY, record.registerValue, fresh.registerValue, false);
-    manager->getSettingInfo(group, NETWORK_KEY, record.network, fresh.network, false);
-    manager->getSettingInfo(group, LOCKED_KEY, record.locked, fresh.locked);
-    manager->getSettingInfo(group, DEFAULT_PROFILE_KEY, record.defaultProfile, fresh.defaultProfile);
-    manager->getSettingInfo(group, NEED_USER_ID_KEY, record.needUserIDPass, fresh.needUserIDPass);
-    manager->getSettingInfo(group, REMEMBER_KEY, record.remPassword, fresh.remPassword);
+    readProfile(*manager, group, record);
 }
 
 bool SETUP_SIP_Agent::getProfileByName(QString& group, SIP_PROFILE_CONTENT& record)

@@ -3,11 +3,10 @@
 
 #include <QString>
 
-// One SIP profile. The texts of a fresh record are null; SETUP_SIP_Agent::setDefaultProfileInfo() gives it
-// the values of a new profile.
+// One SIP profile. SETUP_SIP_Agent::setDefaultProfileInfo() fills a record with the values of a new profile.
 struct SIP_PROFILE_CONTENT
 {
-    QString displayName; // What the user knows the profile by; unique among the profiles.
+    QString displayName; // Unique among the profiles.
     QString server;
     unsigned int portNum = 5060;
     QString userID;
@@ -16,8 +15,8 @@ struct SIP_PROFILE_CONTENT
     QString network; // The data connection that the profile runs over.
     bool autoConnect = true;
     bool locked = false;
-    bool defaultProfile = false; // The system default; at most one profile is.
-    bool needUserIDPass = true;  // The user is asked for user name and password when connecting.
+    bool defaultProfile = false; // The system default: at most one profile.
+    bool needUserIDPass = true;  // Connecting asks the user for user name and password.
     bool remPassword = false;
 };
 

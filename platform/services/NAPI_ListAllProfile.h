@@ -8,14 +8,14 @@ extern "C" {
 #endif
 
 // Lists the phone's data connections as records of NAPI_PROFILE_RECORD_SIZE bytes. A record holds a name in
-// UTF-8, filled up with NULs, one at least; a longer name ends at its last whole character.
+// UTF-8, padded with at least one NUL; a longer name is cut at its last whole character.
 //
-// count: in, the room in buffer, in records; out, how many connections there are in all, which may be more
-// than were written. Returns 0 on success, -1 when count is null or the list cannot be read.
+// On entry count is the number of records that buffer has room for; on return it is the number of
+// connections, which may be larger. Returns 0, or -1 when count is null or the list cannot be read.
 //
-// The names are the lines of the UTF-8 file "data_connections" in the settings directory, but for blank lines
-// and those that begin with "#". Without that file there is one, "internet". The file is read
-// on every call, which blocks for it. For any thread.
+// The names are the lines of the UTF-8 file "data_connections" in the settings directory, without blank lines
+// and lines that begin with "#". Without that file there is one connection, "internet". Each call reads the
+// file and blocks for it. Any thread may call it while none changes the environment.
 int NAPI_ListAllProfile(void* buffer, int* count);
 
 #ifdef __cplusplus

@@ -6,10 +6,11 @@
 class OrmuConfig
 {
 public:
-    // The directory of the phone's settings files: the environment variable ORMU_SETTING_DIR as it stands
-    // if it is set, even to nothing; otherwise "ormu" under the user's configuration directory. Read anew on
-    // every call. A missing directory is made with mode 0700, and so are missing ones above it; one that
-    // cannot be made is named all the same, after a warning. Blocks for the file system; for any thread.
+    // Returns the directory of the phone's settings files: the value of the environment variable
+    // ORMU_SETTING_DIR, even an empty one, or else "ormu" under the user's configuration directory. Reads the
+    // environment on every call. Makes a missing directory, and missing ones above it, with mode 0700; after
+    // a failure to make it warns and returns the name all the same. Blocks for the file system. Any thread
+    // may call it while none changes the environment.
     static QString getSettingDirectory();
 };
 

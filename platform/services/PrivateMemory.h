@@ -4,8 +4,8 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
-// What a program that holds passwords does first: no core of it is written, and no other program of the user
-// may read its memory. A look for leaks by AddressSanitizer still may.
+// Call this first in a program that holds passwords: it then leaves no core file, and other programs of the
+// user cannot read its memory. AddressSanitizer's leak check still can.
 inline void keepMemoryPrivate()
 {
     constexpr rlimit none = {0, 0};

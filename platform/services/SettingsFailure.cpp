@@ -2,6 +2,7 @@
 
 #include "OrmuConfig.h"
 #include "SettingsFile.h"
+#include "SettingsState.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -10,12 +11,13 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-// Words for what the system says.
+// The words for an error.
 class Reason
 {
     Q_DECLARE_TR_FUNCTIONS(SettingsFailure)
@@ -66,22 +68,22 @@ QString Reason::of(const QString& path, int error)
     }
 }
 
-bool belongsToAnother(const QByteArray& path)
+bool belongsToAnother(const std::string& path)
 {
     struct stat status = {};
-    return stat(path.constData(), &status) == 0 && status.st_uid != geteuid();
+    return stat(path.c_str(), &status) == 0 && status.st_uid != geteuid();
 }
 
-QByteArray directoryOf(const QByteArray& path)
+std::string targetOf(const QString& path)
 {
-    return path.first(path.lastIndexOf('/') + 1);
+    const std::string file = encodedPath(path);
+    return settingsTarget(file).value_or(file);
 }
 
 QString Reason::ofRefusal(const QString& path)
 {
-    const QByteArray file = QFile::encodeName(path);
-    const QByteArray target = settingsTarget(file).value_or(file);
-    if (!target.endsWith('/') && belongsToAnother(target))
+    const std::string target = targetOf(path);
+    if (!target.ends_with('/') && belongsToAnother(target))
         return tr("the file belongs to another user", "99.99.99;DIALOG_ICON_50_WARP");
     if (belongsToAnother(directoryOf(target)))
         return tr("the folder belongs to another user", "99.99.99;DIALOG_ICON_50_WARP");
@@ -90,8 +92,7 @@ QString Reason::ofRefusal(const QString& path)
 
 QString Reason::ofLockFile(const QString& path)
 {
-    const QByteArray file = QFile::encodeName(path);
-    return belongsToAnother(directoryOf(settingsTarget(file).value_or(file)) + ".lock")
+    return belongsToAnother(directoryOf(targetOf(path)) + ".lock")
                ? tr("the file .lock belongs to another user", "99.99.99;DIALOG_ICON_50_WARP")
                : tr("the file .lock is not for this user alone", "99.99.99;DIALOG_ICON_50_WARP");
 }
@@ -99,8 +100,8 @@ QString Reason::ofLockFile(const QString& path)
 struct Failures
 {
     SettingsFailureHandler handler;
-    QHash<QString, int> unread; // The error of the last read that failed, for each path.
-    QSet<QString> missing;      // The paths of files that this process has not made since.
+    QHash<QString, int> unread; // The error of the last failed read, by path.
+    QSet<QString> missing;      // The paths of missing files that this process has not made.
 };
 
 Failures& failures()
@@ -109,9 +110,9 @@ Failures& failures()
     return all;
 }
 
-bool mayMakeFilesIn(const QByteArray& directory)
+bool mayMakeFilesIn(const std::string& directory)
 {
-    return faccessat(AT_FDCWD, directory.constData(), W_OK | X_OK, AT_EACCESS) == 0;
+    return faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 void report(const SettingsFailure& failure)
@@ -121,6 +122,11 @@ void report(const SettingsFailure& failure)
 }
 
 } // namespace
+
+std::string encodedPath(const QString& path)
+{
+    return QFile::encodeName(path).toStdString();
+}
 
 QString settingsReason(const QString& path, int error)
 {
@@ -135,7 +141,7 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler)
 std::optional<SettingsFailure> beginSettings(const QString& path)
 {
     dropUnsavedChanges(path);
-    const SettingsFile file = readSettingsFile(QFile::encodeName(path));
+    const SettingsFile file = readSettingsFile(encodedPath(path));
     const int error = file.error;
     failures().missing.remove(path);
     if (file.missing)
@@ -156,10 +162,10 @@ bool isSettingsFileUnread(const QString& path)
 std::optional<SettingsFailure> checkSettingsDirectory(const QString& file)
 {
     const QString directory = OrmuConfig::getSettingDirectory() + u'/';
-    const QByteArray name = QFile::encodeName(directory);
-    if (g_mkdir_with_parents(name.constData(), 0700) != 0 || !mayMakeFilesIn(name))
+    const std::string name = encodedPath(directory);
+    if (g_mkdir_with_parents(name.c_str(), 0700) != 0 || !mayMakeFilesIn(name))
         return SettingsFailure{SettingsFailure::NoDirectory, directory, Reason::of(directory, errno)};
-    const auto target = file.isEmpty() ? std::nullopt : settingsTarget(QFile::encodeName(file));
+    const auto target = file.isEmpty() ? std::nullopt : settingsTarget(encodedPath(file));
     if (target && !mayMakeFilesIn(directoryOf(*target)))
         return SettingsFailure{SettingsFailure::NoDirectory, file, Reason::of(file, errno)};
     return std::nullopt;

@@ -1,19 +1,23 @@
 #include "SettingsHostLock.h"
 
 #include "OrmuConfig.h"
+#include "SettingsLockFile.h"
 
 #include <QFile>
 
 #include <cerrno>
 
+SettingsHostLock::SettingsHostLock() = default;
+SettingsHostLock::~SettingsHostLock() = default;
+
 SettingsHostLock::Result SettingsHostLock::hold()
 {
     auto file = std::make_unique<SettingsLockFile>(
-        QFile::encodeName(OrmuConfig::getSettingDirectory() + QLatin1Char('/')));
+        QFile::encodeName(OrmuConfig::getSettingDirectory() + u'/').toStdString());
     error_ = file->error();
     if (!file->isOpen())
         return NoLockFile;
-    // The directory may be another one by now, or made anew.
+    // The directory may be another one by now, or a new one of the same name.
     if (file_ && file->isSameFile(*file_))
         return Held;
     if (!file->tryLock(SettingsLockFile::HostByte))

@@ -1,29 +1,33 @@
 #ifndef SETTINGSHOSTLOCK_H
 #define SETTINGSHOSTLOCK_H
 
-#include "SettingsLockFile.h"
-
 #include <memory>
 
-// Says that this program is the host whose screens change the settings: two would each show what the other
-// has long changed. Held until this object or the program ends, in whichever way. By the SettingsLockFile of
-// the settings directory.
+class SettingsLockFile;
+
+// The lock of the program whose screens change the settings. Only one program at a time holds it for a
+// settings directory, because the screens of a second one would show outdated profiles. The lock lasts until
+// this object or the program ends. It is a byte of the directory's file ".lock".
 class SettingsHostLock
 {
 public:
     enum Result {
-        Held,          // By this object.
-        HeldByAnother, // By another host, or another object of this program.
-        NoLockFile,    // It can be neither opened nor made: see error().
-        NoLocks,       // The directory knows none.
+        Held,
+        HeldByAnother, // Another program, or another object of this one, holds it.
+        NoLockFile,    // The lock file can be neither opened nor made: see error().
+        NoLocks,       // The file system has no locks.
     };
-    // For the settings directory of the moment; asks anew on every call. Does not wait.
+
+    SettingsHostLock();
+    ~SettingsHostLock();
+
+    // Takes the lock of the present settings directory, which may be another one at each call. Does not wait.
     Result hold();
-    // Of the last hold() that found NoLockFile, as settingsReason() takes it.
+    // The error of the last hold() that returned NoLockFile, for settingsReason().
     int error() const { return error_; }
 
 private:
-    std::unique_ptr<SettingsLockFile> file_; // The one that is locked.
+    std::unique_ptr<SettingsLockFile> file_; // Null or locked.
     int error_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include "FailureLog.h"
 #include "SETUP_SET_Manager.h"
 #include "SettingsFixture.h"
+#include "SettingsLockFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -208,7 +209,7 @@ TEST_F(SettingsWriterLock, OfAnotherUserIsToldAndNotWaitedFor)
     setMode(directory(), 0777);
     std::unique_ptr<SettingsLockFile> file;
     const OtherUser other([&] {
-        file = std::make_unique<SettingsLockFile>(QFile::encodeName(directory() + "/"));
+        file = std::make_unique<SettingsLockFile>(QFile::encodeName(directory() + "/").toStdString());
         return file->tryLock(SettingsLockFile::HostByte) && file->tryLock(SettingsLockFile::WriterByte);
     });
     ASSERT_TRUE(other.hasDone);

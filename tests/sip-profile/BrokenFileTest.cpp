@@ -542,7 +542,7 @@ TEST_F(Repair, WritesNothingBesideALockFileThatOthersMayOpen)
 TEST_F(Repair, WaitsForAWriterThatIsAtWork)
 {
     writeFile(broken_);
-    auto writer = std::make_unique<SettingsLock>(QFile::encodeName(file()));
+    auto writer = std::make_unique<SettingsLock>(QFile::encodeName(file()).toStdString());
     resetCallCounts();
     std::atomic<bool> done = false;
     std::thread repairing([&] {

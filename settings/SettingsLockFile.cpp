@@ -16,14 +16,19 @@ bool isPrivate(const struct stat& status)
     return S_ISREG(status.st_mode) && status.st_uid == geteuid() && (status.st_mode & OTHERS) == 0;
 }
 
-// Of what is there and could not be opened.
-bool isPrivate(const QByteArray& path)
+// Why the lock file cannot be used; 0 when it can.
+int refusalOf(const FileDescriptor& file, const std::string& path)
 {
+    const int error = errno;
     struct stat status = {};
-    return lstat(path.constData(), &status) != 0 || isPrivate(status);
+    if (!file.isOpen())
+        return lstat(path.c_str(), &status) != 0 || isPrivate(status) ? error : SETTINGS_LOCK_NOT_PRIVATE;
+    if (fstat(file.get(), &status) != 0)
+        return errno;
+    return isPrivate(status) ? 0 : SETTINGS_LOCK_NOT_PRIVATE;
 }
 
-// An open file description's own: two of one process exclude each other too.
+// The lock belongs to the open file, so two objects of one process exclude each other too.
 bool lock(int file, int command, SettingsLockFile::Byte byte)
 {
     struct flock range = {};
@@ -40,22 +45,13 @@ bool lock(int file, int command, SettingsLockFile::Byte byte)
 
 } // namespace
 
-SettingsLockFile::SettingsLockFile(const QByteArray& directory)
+SettingsLockFile::SettingsLockFile(const std::string& directory)
 {
-    const QByteArray path = directory + ".lock";
-    FileDescriptor file(open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-    struct stat status = {};
-    if (!file.isOpen()) {
-        error_ = errno;
-        if (!isPrivate(path))
-            error_ = SETTINGS_LOCK_NOT_PRIVATE;
-    } else if (fstat(file.get(), &status) != 0) {
-        error_ = errno;
-    } else if (!isPrivate(status)) {
-        error_ = SETTINGS_LOCK_NOT_PRIVATE;
-    } else {
-        file_.swap(file);
-    }
+    const std::string path = directory + ".lock";
+    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    error_ = refusalOf(file, path);
+    if (error_ == 0)
+        file_ = std::move(file);
 }
 
 bool SettingsLockFile::tryLock(Byte byte) const
@@ -72,6 +68,5 @@ bool SettingsLockFile::isSameFile(const SettingsLockFile& other) const
 {
     struct stat a = {};
     struct stat b = {};
-    return fstat(file_.get(), &a) == 0 && fstat(other.file_.get(), &b) == 0 && a.st_dev == b.st_dev &&
-           a.st_ino == b.st_ino;
+    return fstat(file_.get(), &a) == 0 && fstat(other.file_.get(), &b) == 0 && ::isSameFile(a, b);
 }
