@@ -7,18 +7,36 @@
 
 #include <QJsonArray>
 
+#include <algorithm>
+#include <arpa/inet.h>
+
 namespace {
 
 using Profile = ProfileFile::Profile;
 
 constexpr int PROGRESS_STEP_MS = 1000;
 
-// How often the daemon is asked anew when the settings file has changed meanwhile.
+// How often a command asks the daemon again because the settings file has changed meanwhile.
 constexpr int MOST_ATTEMPTS = 10;
+
+// The acks of a daemon that has not carried out a request, from SIPD_ACK_FAILED on.
+constexpr std::array FAILURES = {
+    "the SIP daemon could not do it",
+    "the SIP service is not available",
+    "the profile is not right: server, port, user name or password",
+    "the SIP server cannot be reached",
+};
+static_assert(FAILURES.size() == SIPD_ACK_CONNECT_FAILED);
+
+// By Finding::Kind.
+constexpr std::array KINDS = {"cannot-read",   "endless",          "hidden",       "doubled",
+                              "unparsed-line", "no-name",          "same-name",    "gap",
+                              "wrong-count",   "several-defaults", "wrong-default"};
+static_assert(KINDS.size() == ProfileFile::Finding::WrongDefault + 1);
 
 Outcome failure(int code, const QString& error)
 {
-    return {code, QString(), error, QJsonObject(), QString()};
+    return {.code = code, .error = error};
 }
 
 QJsonObject toJson(const Profile& profile)
@@ -26,7 +44,7 @@ QJsonObject toJson(const Profile& profile)
     return {{"name", profile.name}, {"group", profile.group}};
 }
 
-// Several lines of columns that stand below each other; blanks at a line's end are left out.
+// Lines with aligned columns, without blanks at their ends.
 QString toColumns(const QList<QStringList>& rows)
 {
     QList<qsizetype> widths;
@@ -47,7 +65,8 @@ QString toColumns(const QList<QStringList>& rows)
     return text;
 }
 
-// Wrong numbers are ordinary while the phone's list is open: the phone puts them in order when it closes.
+// Wrong numbers are ordinary while the phone's list is open: the phone puts them in order when the list
+// closes.
 QString noteOn(const ProfileFile& file)
 {
     if (file.findings().isEmpty() || describeRepair(ProfileFile::path()).isEmpty())
@@ -70,7 +89,8 @@ Outcome unreadable(const ProfileFile& file)
     return failure(EXIT_FILE, file.findings().first().text);
 }
 
-// The profile that goes by this name; otherwise why says why there is not just one.
+// The one profile of that display name or group name. Nothing when there is none or more than one; why is the
+// outcome of the command then.
 std::optional<Profile> findProfile(const QString& name, Outcome& why)
 {
     const ProfileFile file(ProfileFile::path());
@@ -99,16 +119,12 @@ std::optional<Profile> findProfile(const QString& name, Outcome& why)
 
 QString wordsFor(uint32_t status)
 {
-    switch (status) {
-    case 0:
-        return QStringLiteral("not connected");
-    case 1:
-        return QStringLiteral("working on it");
-    case SIPD_PROFILE_CONNECTED:
+    if (status == SIPD_PROFILE_CONNECTED)
         return QStringLiteral("connected");
-    default:
-        return QStringLiteral("not connected (status %1)").arg(status);
-    }
+    if (status == 1)
+        return QStringLiteral("working on it");
+    return status == 0 ? QStringLiteral("not connected")
+                       : QStringLiteral("not connected (status %1)").arg(status);
 }
 
 Outcome statusOf(const QList<Profile>& profiles)
@@ -131,19 +147,20 @@ Outcome statusOf(const QList<Profile>& profiles)
     }
     if (link.state() != DaemonLink::Open)
         return noDaemon(link);
-    return {
-        allConnected ? EXIT_DONE : EXIT_NOT_SO, toColumns(rows), QString(), {{"profiles", json}}, QString()};
+    return {.code = allConnected ? EXIT_DONE : EXIT_NOT_SO,
+            .text = toColumns(rows),
+            .json = {{"profiles", json}}};
 }
 
-// The daemon knows profiles by their numbers in the file, which may change between a look into it and the
-// answer: gives what attempt gives when the same stands in the file before and after.
-template <class Look, class Attempt>
-Outcome whileUnchanged(const Look& look, const Attempt& attempt)
+// The daemon knows profiles by their numbers in the file, which may change before it answers. Reads the file
+// and asks the daemon, again until both readings are equal, the one before and the one after.
+template <class Read, class Ask>
+Outcome askWhileUnchanged(const Read& read, const Ask& ask)
 {
     for (int attempts = 0; attempts < MOST_ATTEMPTS; ++attempts) {
-        const auto before = look();
-        Outcome outcome = attempt(before);
-        if (look() == before)
+        const auto before = read();
+        Outcome outcome = ask(before);
+        if (read() == before)
             return outcome;
     }
     return failure(EXIT_FILE, QStringLiteral("The settings file changes all the time."));
@@ -151,18 +168,10 @@ Outcome whileUnchanged(const Look& look, const Attempt& attempt)
 
 QString wordsFor(DaemonLink::Request request, _SIPD_APP_ACK_E ack)
 {
-    switch (ack) {
-    case SIPD_ACK_SUCCESS:
+    if (ack == SIPD_ACK_SUCCESS)
         return request == DaemonLink::Connect ? QStringLiteral("connected") : QStringLiteral("disconnected");
-    case SIPD_ACK_FAILED:
-        return QStringLiteral("the SIP daemon could not do it");
-    case SIPD_ACK_SERVICE_UNAVAILABLE:
-        return QStringLiteral("the SIP service is not available");
-    case SIPD_ACK_INCORRECT_PROFILE:
-        return QStringLiteral("the profile is not right: server, port, user name or password");
-    case SIPD_ACK_CONNECT_FAILED:
-        return QStringLiteral("the SIP server cannot be reached");
-    }
+    if (ack <= FAILURES.size())
+        return QString::fromLatin1(FAILURES[ack - 1]);
     return QStringLiteral("the SIP daemon gave an answer without meaning (%1)").arg(ack);
 }
 
@@ -176,7 +185,7 @@ Outcome ask(DaemonLink::Request request, const QString& name, const Progress& pr
     DaemonLink link;
     if (link.state() != DaemonLink::Open)
         return noDaemon(link);
-    // The daemon may have taken its time, and the profile another number.
+    // The profile may have got another number while the daemon admitted this client.
     profile = findProfile(name, why);
     if (!profile)
         return why;
@@ -198,14 +207,22 @@ Outcome ask(DaemonLink::Request request, const QString& name, const Progress& pr
     json["message"] = words;
     const QString line = QStringLiteral("%1: %2").arg(describe(*profile), words);
     if (*ack == SIPD_ACK_SUCCESS)
-        return {EXIT_DONE, line + u'\n', QString(), json, QString()};
-    const bool isKnown = *ack <= SIPD_ACK_CONNECT_FAILED;
-    return {isKnown ? EXIT_ACK + static_cast<int>(*ack) : EXIT_NO_DAEMON, QString(), line, json, QString()};
+        return {.text = line + u'\n', .json = json};
+    const bool isKnown = *ack <= FAILURES.size();
+    return {
+        .code = isKnown ? EXIT_ACK + static_cast<int>(*ack) : EXIT_NO_DAEMON, .error = line, .json = json};
 }
 
-} // namespace
+// An IPv6 address stands in brackets before the port.
+QString addressOf(const Profile& profile)
+{
+    in6_addr address = {};
+    const bool isIPv6 = inet_pton(AF_INET6, profile.server.toLatin1().constData(), &address) == 1;
+    return (isIPv6 ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2"))
+        .arg(profile.server, QString::number(profile.port));
+}
 
-Outcome listProfiles()
+Outcome listProfiles(const QStringList&, const Progress&)
 {
     const ProfileFile file(ProfileFile::path());
     if (isUnreadable(file))
@@ -213,8 +230,8 @@ Outcome listProfiles()
     QList<QStringList> rows;
     QJsonArray profiles;
     for (const Profile& profile : file.profiles()) {
-        rows += {profile.name, profile.group, QStringLiteral("%1:%2").arg(profile.server).arg(profile.port),
-                 profile.user, profile.isDefault ? QStringLiteral("default") : QString()};
+        rows += {profile.name, profile.group, addressOf(profile), profile.user,
+                 profile.isDefault ? QStringLiteral("default") : QString()};
         QJsonObject entry = toJson(profile);
         entry["server"] = profile.server;
         entry["port"] = static_cast<qint64>(profile.port);
@@ -223,14 +240,14 @@ Outcome listProfiles()
         entry["autoConnect"] = profile.autoConnect;
         profiles.append(entry);
     }
-    return {EXIT_DONE, toColumns(rows), QString(), {{"profiles", profiles}}, noteOn(file)};
+    return {.text = toColumns(rows), .json = {{"profiles", profiles}}, .note = noteOn(file)};
 }
 
-Outcome showStatus()
+Outcome showEveryStatus()
 {
     Outcome why;
     QString note;
-    const auto look = [&]() -> std::optional<QList<Profile>> {
+    const auto read = [&]() -> std::optional<QList<Profile>> {
         const ProfileFile file(ProfileFile::path());
         if (isUnreadable(file)) {
             why = unreadable(file);
@@ -239,7 +256,7 @@ Outcome showStatus()
         note = noteOn(file);
         return file.profiles();
     };
-    Outcome outcome = whileUnchanged(look, [&](const std::optional<QList<Profile>>& profiles) {
+    Outcome outcome = askWhileUnchanged(read, [&](const std::optional<QList<Profile>>& profiles) {
         return profiles ? statusOf(*profiles) : why;
     });
     if (outcome.code != EXIT_FILE)
@@ -249,54 +266,24 @@ Outcome showStatus()
     return outcome;
 }
 
-Outcome showStatusOf(const QString& name)
+Outcome showStatus(const QStringList& names, const Progress&)
 {
+    if (names.isEmpty())
+        return showEveryStatus();
     Outcome why;
-    const auto look = [&] { return findProfile(name, why); };
-    return whileUnchanged(
-        look, [&](const std::optional<Profile>& profile) { return profile ? statusOf({*profile}) : why; });
+    const auto read = [&] { return findProfile(names.first(), why); };
+    return askWhileUnchanged(
+        read, [&](const std::optional<Profile>& profile) { return profile ? statusOf({*profile}) : why; });
 }
 
-Outcome connectProfile(const QString& name, const Progress& progress)
+Outcome connectProfile(const QStringList& names, const Progress& progress)
 {
-    return ask(DaemonLink::Connect, name, progress);
+    return ask(DaemonLink::Connect, names.first(), progress);
 }
 
-Outcome disconnectProfile(const QString& name, const Progress& progress)
+Outcome disconnectProfile(const QStringList& names, const Progress& progress)
 {
-    return ask(DaemonLink::Disconnect, name, progress);
-}
-
-namespace {
-
-QString nameOf(ProfileFile::Finding::Kind kind)
-{
-    using Finding = ProfileFile::Finding;
-    switch (kind) {
-    case Finding::CannotRead:
-        return QStringLiteral("cannot-read");
-    case Finding::UnparsedLine:
-        return QStringLiteral("unparsed-line");
-    case Finding::Endless:
-        return QStringLiteral("endless");
-    case Finding::Hidden:
-        return QStringLiteral("hidden");
-    case Finding::Doubled:
-        return QStringLiteral("doubled");
-    case Finding::NoName:
-        return QStringLiteral("no-name");
-    case Finding::SameName:
-        return QStringLiteral("same-name");
-    case Finding::Gap:
-        return QStringLiteral("gap");
-    case Finding::WrongCount:
-        return QStringLiteral("wrong-count");
-    case Finding::SeveralDefaults:
-        return QStringLiteral("several-defaults");
-    case Finding::WrongDefault:
-        return QStringLiteral("wrong-default");
-    }
-    return QString();
+    return ask(DaemonLink::Disconnect, names.first(), progress);
 }
 
 QJsonArray toJson(const QList<ProfileFile::Finding>& findings)
@@ -304,7 +291,7 @@ QJsonArray toJson(const QList<ProfileFile::Finding>& findings)
     QJsonArray array;
     for (const ProfileFile::Finding& finding : findings)
         array.append(
-            QJsonObject{{"kind", nameOf(finding.kind)}, {"group", finding.group}, {"message", finding.text}});
+            QJsonObject{{"kind", KINDS[finding.kind]}, {"group", finding.group}, {"message", finding.text}});
     return array;
 }
 
@@ -323,26 +310,24 @@ QString nothingWrong()
 
 Outcome nothingToRepair()
 {
-    const QJsonObject json = {{"file", ProfileFile::path()}, {"findings", QJsonArray()}, {"repaired", false}};
-    return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
+    return {.text = nothingWrong(),
+            .json = {{"file", ProfileFile::path()}, {"findings", QJsonArray()}, {"repaired", false}}};
 }
 
-} // namespace
-
-Outcome checkFile()
+Outcome checkFile(const QStringList&, const Progress&)
 {
     const ProfileFile file(ProfileFile::path());
     if (isUnreadable(file))
         return unreadable(file);
-    const QJsonObject json = {{"file", ProfileFile::path()},
-                              {"findings", toJson(file.findings())},
-                              {"loadEnds", !file.has(ProfileFile::Finding::Endless)}};
-    if (file.findings().isEmpty())
-        return {EXIT_DONE, nothingWrong(), QString(), json, QString()};
-    return {EXIT_NOT_SO, toLines(file.findings()), QString(), json, QString()};
+    const bool isGood = file.findings().isEmpty();
+    return {.code = isGood ? EXIT_DONE : EXIT_NOT_SO,
+            .text = isGood ? nothingWrong() : toLines(file.findings()),
+            .json = {{"file", ProfileFile::path()},
+                     {"findings", toJson(file.findings())},
+                     {"loadEnds", !file.has(ProfileFile::Finding::Endless)}}};
 }
 
-Outcome repairFile()
+Outcome repairFile(const QStringList&, const Progress&)
 {
     const ProfileFile file(ProfileFile::path());
     if (isUnreadable(file))
@@ -359,10 +344,21 @@ Outcome repairFile()
         return failure(EXIT_FILE, repair.error);
     if (repair.outcome == ProfileRepair::NothingToDo)
         return nothingToRepair();
-    const QJsonObject json = {{"file", ProfileFile::path()},
-                              {"findings", toJson(file.findings())},
-                              {"repaired", true},
-                              {"copy", repair.copy}};
-    const QString done = QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy);
-    return {EXIT_DONE, toLines(file.findings()) + done, QString(), json, QString()};
+    return {.text = toLines(file.findings()) +
+                    QStringLiteral("Repaired. The old file is kept as %1.\n").arg(repair.copy),
+            .json = {{"file", ProfileFile::path()},
+                     {"findings", toJson(file.findings())},
+                     {"repaired", true},
+                     {"copy", repair.copy}}};
 }
+
+} // namespace
+
+const std::array<Command, 6> COMMANDS = {{
+    {"list", "", 0, 0, listProfiles, "print the profiles: name, group, server, user"},
+    {"status", "[NAME]", 0, 1, showStatus, "ask the SIP daemon whether the profiles are connected, or one"},
+    {"connect", "NAME", 1, 1, connectProfile, "ask the SIP daemon to connect the profile"},
+    {"disconnect", "NAME", 1, 1, disconnectProfile, "ask the SIP daemon to disconnect the profile"},
+    {"check", "", 0, 0, checkFile, "print the faults of the settings file"},
+    {"repair", "", 0, 0, repairFile, "repair it and keep a copy; not while a phone has the profiles open"},
+}};

@@ -22,7 +22,7 @@ DaemonLink::DaemonLink()
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     state_ = channel.connectDaemon() == 0 ? Refused : NoDaemon;
     const auto peer = state_ == Refused ? peerOf(channel.getFd()) : std::nullopt;
-    // That of root may well serve root alone.
+    // Root's daemon may serve root alone.
     if (peer && *peer != geteuid())
         refuse(*peer);
 }

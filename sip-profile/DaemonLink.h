@@ -10,8 +10,8 @@
 #include <optional>
 #include <sys/types.h>
 
-// One client of the SIP daemon, which knows profiles by their group names. Blocks as SIP_COMM_Controler.h
-// says: without a time limit, while the daemon does not answer.
+// A client of the SIP daemon. The daemon knows profiles by their group names. Every call but waitForAck()
+// blocks until the daemon answers, without a timeout.
 class DaemonLink
 {
     Q_DECLARE_TR_FUNCTIONS(DaemonLink)
@@ -21,24 +21,24 @@ public:
         Open,
         NoDaemon,
         Stranger, // another user has the daemon's socket: nothing was asked
-        Refused,  // there is a daemon, but it does not admit this client
-        Lost,     // it went away, or makes no sense
+        Refused,  // the daemon does not admit this client
+        Lost,     // the daemon closed the connection or broke the protocol
     };
     enum Request { Connect, Disconnect };
 
-    // Connects, unless the daemon is a stranger's, and waits until it has admitted or refused this client.
-    // The wait is for a stranger only if he took the socket between the look at it and the connection.
+    // Connects, unless another user has the socket, and waits until the daemon has admitted or refused this
+    // client. A user who takes the socket between the check and the connection can make this wait forever.
     DaemonLink();
 
     State state() const { return state_; }
-    // The state in a sentence for the user.
+    // A sentence for the user.
     QString describe() const;
 
-    // These need an open link and give nothing when it is lost.
+    // The following need an open link. When it is lost they return nothing, or false.
     std::optional<_SIPD_PROFILE_STATUS_E> status(const QString& group);
-    // Sends the request. Its ack is to be read before anything else is asked.
+    // Sends the request. Read its ack before anything else is asked.
     bool send(Request request, const QString& group);
-    // Waits so long for the ack of the request, or for the link's loss; false when neither has come.
+    // Blocks up to the given time. True when an ack can be read or the connection was lost; false on timeout.
     bool waitForAck(int milliseconds);
     std::optional<_SIPD_APP_ACK_E> readAck();
 

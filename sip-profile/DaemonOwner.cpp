@@ -1,5 +1,6 @@
 #include "DaemonOwner.h"
 
+#include "FileDescriptor.h"
 #include "SIPD_Messages.h"
 
 #include <QCoreApplication>
@@ -18,12 +19,12 @@ namespace {
 
 constexpr uid_t ROOT = 0;
 
-bool isRight(uid_t user)
+bool isStranger(uid_t user)
 {
-    return user == ROOT || user == geteuid();
+    return user != ROOT && user != geteuid();
 }
 
-bool connectAtOnce(int fd)
+bool connectToDaemon(int fd)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -49,18 +50,14 @@ std::optional<uid_t> strangerOnDaemonSocket()
     struct stat file = {};
     if (lstat(SIPD_SOCKET_PATH, &file) != 0)
         return std::nullopt;
-    if (!isRight(file.st_uid))
+    if (isStranger(file.st_uid))
         return file.st_uid;
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0)
+    const FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.isOpen())
         return std::nullopt;
-    std::optional<uid_t> stranger;
-    if (connectAtOnce(fd))
-        stranger = strangerOnConnection(fd);
-    else if (errno == EACCES && file.st_uid != geteuid())
-        stranger = file.st_uid;
-    close(fd);
-    return stranger;
+    if (connectToDaemon(fd.get()))
+        return strangerOnConnection(fd.get());
+    return errno == EACCES && file.st_uid != geteuid() ? std::optional(file.st_uid) : std::nullopt;
 }
 
 std::optional<uid_t> peerOf(int fd)
@@ -75,7 +72,7 @@ std::optional<uid_t> peerOf(int fd)
 std::optional<uid_t> strangerOnConnection(int fd)
 {
     const auto peer = peerOf(fd);
-    return peer && !isRight(*peer) ? peer : std::nullopt;
+    return peer && isStranger(*peer) ? peer : std::nullopt;
 }
 
 QString describeStranger(uid_t stranger)

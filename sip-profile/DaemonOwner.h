@@ -6,20 +6,20 @@
 #include <optional>
 #include <sys/types.h>
 
-// Every user of the machine can put a socket at the daemon's path while none is there. The user of this
-// process and root are right; everybody else is a stranger.
+// Any user of the machine can put a socket at the daemon's path while none is there. A stranger is a user
+// other than root and the user of this process.
 
-// The stranger at the daemon's path: the owner of what stands there, or whoever listens on it; or root, whose
-// daemon does not let this user in. Nothing when the socket may be used or is not there. Returns at once,
-// whatever the other side does. A daemon that comes after this call is not seen.
+// The stranger who owns the file at the daemon's path or listens on it; or root, if root's daemon does not
+// admit this user. Nothing when the socket may be used or is missing. Never blocks. A daemon that starts
+// after this call is not seen.
 std::optional<uid_t> strangerOnDaemonSocket();
 
-// The user at the other end of this connection; nothing when the kernel does not say.
+// The user at the other end of the connection; nothing when the kernel does not know.
 std::optional<uid_t> peerOf(int fd);
-// That user when he is a stranger.
+// The same, when that user is a stranger.
 std::optional<uid_t> strangerOnConnection(int fd);
 
-// Why a daemon of that user is not used, in a sentence for the user of this process.
+// A sentence for the user that says why that user's daemon is not used.
 QString describeStranger(uid_t stranger);
 
 #endif

@@ -15,15 +15,18 @@
 
 namespace {
 
-// The store looks at so many groups in a small part of a second; who has to look at more waits in vain.
+// The store looks at these many groups in a fraction of a second. A search that needs more counts as endless.
 constexpr quint64 MOST_GROUPS_LOOKED_AT = 100000;
 
+||||||| 04cc028
+// The greatest number for one that is greater still.
 quint64 numberOf(const QString& group)
 {
     return ::numberOf(group.toStdString());
 }
 
-// How the store's loading goes: it takes, for each number below the total, the first profile from there on.
+// The result of the store's loading: for each number below the total it takes the first profile from there
+// on.
 struct Loading
 {
     std::map<quint64, int> timesListed; // by the number of the profile
@@ -34,15 +37,15 @@ struct Loading
 Loading load(int total, const std::vector<quint64>& numbers)
 {
     Loading loading;
-    quint64 patience = MOST_GROUPS_LOOKED_AT;
+    quint64 left = MOST_GROUPS_LOOKED_AT;
     for (quint64 found = 0; static_cast<qint64>(found) < total; ++found) {
         const auto next = std::lower_bound(numbers.begin(), numbers.end(), found);
-        if (next == numbers.end() || *next - found >= patience) {
+        if (next == numbers.end() || *next - found >= left) {
             loading.ends = false;
             loading.searchesFrom = found;
             break;
         }
-        patience -= *next - found + 1;
+        left -= *next - found + 1;
         ++loading.timesListed[*next];
     }
     return loading;

@@ -8,9 +8,9 @@
 
 class ProfileKeys;
 
-// The settings file of the SIP profiles, read by itself: the store cannot tell what is wrong with it, and its
-// loading does not end on a file that counts more profiles than it holds. Reading blocks for the file alone,
-// whatever is in it.
+// The settings file of the SIP profiles and its faults. It is read without the store, which cannot tell
+// faults and whose loading never ends on a file that counts more profiles than it holds. Reading blocks for
+// the disk alone.
 class ProfileFile
 {
     Q_DECLARE_TR_FUNCTIONS(ProfileFile)
@@ -19,7 +19,7 @@ public:
     struct Profile
     {
         QString group;
-        QString name; // "" when it has none
+        QString name; // "" when the profile has none
         QString server;
         unsigned int port = 5060;
         QString user;
@@ -32,23 +32,23 @@ public:
     struct Finding
     {
         enum Kind {
-            // What it leads to.
+            // The consequences.
             CannotRead, // no profile is listed
             Endless,    // the store's loading never ends
             Hidden,     // the profile is not listed
             Doubled,    // the profile is listed more than once
-            // What is wrong.
-            UnparsedLine,    // the whole file counts as empty
-            NoName,          // a group without a display name is no profile to the store
+            // The faults.
+            UnparsedLine,    // GLib rejects a line: the whole file counts as empty
+            NoName,          // the store takes a group without a display name for no profile
             SameName,        // the store finds only the first profile of a name
-            Gap,             // a number without a profile, below one with
+            Gap,             // a number has no profile, but a higher one has
             WrongCount,      // the summary counts more profiles than there are, or fewer
             SeveralDefaults, // more than one profile is marked as the default
-            WrongDefault,    // the profile that the file names as the default is not the one that is marked
+            WrongDefault,    // the profile that the file names as the default is not the marked one
         };
         Kind kind;
-        QString group; // of the profile that it is about; of the missing one for a gap; "" for the whole file
-        QString text;  // for the user, in a sentence; never a password
+        QString group; // the profile's, for a gap the missing one's; "" for the whole file
+        QString text;  // a sentence for the user, without passwords
     };
 
     // The path of the store's file.
@@ -59,10 +59,10 @@ public:
     // A file of these bytes.
     explicit ProfileFile(const QByteArray& bytes);
 
-    // Each profile of the file once, by the numbers of their groups, those that the store does not list as
-    // well; of several groups of one number the last.
+    // Each profile once, by number, with those that the store does not list. Of several groups of one number
+    // the last.
     const QList<Profile>& profiles() const { return profiles_; }
-    // In the order of Finding::Kind; empty when there is nothing wrong.
+    // In the order of Finding::Kind; empty when nothing is wrong.
     const QList<Finding>& findings() const { return findings_; }
     bool has(Finding::Kind kind) const;
 
@@ -80,10 +80,9 @@ private:
     QList<Finding> findings_;
 };
 
-// The text with a sign in place of each character that would move a terminal's cursor or turn its text
-// around.
+// The text with a replacement for each character that controls a terminal or the direction of the text.
 QString printable(const QString& text);
-// “B” (Profile1), or Profile1 when it has no name; printable.
+// “B” (Profile1), or Profile1 for a profile without a name; printable.
 QString describe(const ProfileFile::Profile& profile);
 
 #endif

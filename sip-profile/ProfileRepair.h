@@ -3,44 +3,45 @@
 
 #include "ProfileFile.h"
 
-// What tidyProfileFile() or repairProfileFile() did.
+// The result of tidyProfileFile() or repairProfileFile(). The file has changed only if it is Repaired.
 struct ProfileRepair
 {
-    // But for Repaired, the file stands as it was.
     enum Outcome {
         NothingToDo, // nothing was wrong
         Repaired,
-        Damaged, // more than numbers is wrong; tidyProfileFile() alone
+        Damaged, // only repairProfileFile() can help
         Unread,  // the file cannot be read
         Failed,
     };
     Outcome outcome = NothingToDo;
-    QString copy = {};  // the path of the old file's copy; empty when none is kept
-    QString error = {}; // why nothing was repaired though something is wrong, for the user
+    QString copy = {};  // the path of the old file's copy; "" when none was kept
+    QString error = {}; // a sentence for the user, unless the outcome is NothingToDo or Repaired
 };
 
-// Both mend what ProfileFile finds in the store's file, and put the new file in its place as one atomic
-// replacement. They block for the disk, and for other writers of the settings, which they hold off meanwhile.
-// No store should be open.
+// Both remove the faults that ProfileFile finds. They compare the result with the old file before they write
+// it, and replace the file as one atomic step. They block for the disk and for other writers of the settings,
+// which wait for them too. No store may be open.
 
-// Mends what the store and the screens lead to by themselves: gaps in the numbers of the groups, a wrong
-// count, and a default that the file does not name as it is marked. Keeps no copy: the profiles and their
-// contents, the default and everything else in the file are the same before and after. Where more is wrong it
-// changes nothing.
+// Removes the faults that the store and the screens cause in ordinary use: gaps in the numbers of the groups,
+// a wrong count, a mark and a name of the default that disagree. Keeps no copy. A file with other faults is
+// Damaged.
 ProfileRepair tidyProfileFile(const QString& path);
 
-// Mends everything. The profiles keep their order and all that is in them, but for this: their groups are
-// numbered from Profile0 without gaps; the count is theirs; a profile without a name is called after its user
-// and server, and the second of a name "name (2)"; where several are marked as the default, it is the profile
-// that the file names, or else the first of them, and the mark and the name agree. The default stays that
-// profile's under its new number. Groups of profiles that hold switches alone are left out. Comments and
-// everything else in the file stay, and lines that cannot be read become comments.
+// Removes all faults. The profiles keep their order and contents, with these exceptions:
 //
-// The old file is kept beside it as "ormu_sipsetup.cfg.old", ".old.1" and so on, of mode 0600.
+// - Their groups are numbered from Profile0 without gaps, and counted.
+// - A profile without a name is called after its user and server. The second profile of a name becomes "name
+// (2)".
+// - One profile is the default, or none: of several the one that the file names, or else the first.
+// - A group of a deleted profile, which holds nothing but switches, is left out.
+// - A line that cannot be read becomes a comment.
+//
+// Comments and everything else stay. The old file is kept beside the new one as "ormu_sipsetup.cfg.old",
+// ".old.1" and so on, of mode 0600.
 ProfileRepair repairProfileFile(const QString& path);
 
-// What repairProfileFile() would do beyond what tidyProfileFile() does: sentences for the user, which name
-// profiles and never groups.
+// The changes that repairProfileFile() would make and tidyProfileFile() would not: sentences for the user,
+// which name profiles and never groups. Empty unless the file is damaged.
 QStringList describeRepair(const QString& path);
 
 #endif

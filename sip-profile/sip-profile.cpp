@@ -1,4 +1,4 @@
-// sip-profile: lists, connects and disconnects the SIP profiles, and mends the file that they are kept in.
+// sip-profile: lists, connects and disconnects the SIP profiles, and repairs the file that they are kept in.
 #include "Commands.h"
 #include "PrivateMemory.h"
 
@@ -6,41 +6,25 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
-const char USAGE[] = R"(usage: sip-profile [--json] [-v] COMMAND [NAME]
+const char EXIT_STATUS[] = R"(
+Exit status: 0 when it is done, the profile is connected, nothing is wrong with the
+file; 1 when the profile is not connected, something is wrong with the file; 2 wrong
+usage; 3 no such profile, or several; 4 no SIP daemon; 5 the file cannot be read or
+written; 7 the SIP daemon is another user's; 11 to 14 when the daemon could not
+connect: 11 in general, 12 no SIP service, 13 the profile is not right, 14 the server
+cannot be reached.)";
 
-Commands:
-  list             print the profiles: name, group, server, user
-  status [NAME]    ask the SIP daemon whether the profiles are connected, or one
-  connect NAME     have the SIP daemon connect the profile
-  disconnect NAME  have the SIP daemon disconnect the profile
-  check            tell what is wrong with the settings file
-  repair           mend it, keeping a copy; not while a phone has the profiles open
-
-NAME is the name that the phone shows, or the name of the profile's group in the
-settings file (Profile0).
-
-  --json           print one JSON document
-  -v, --verbose    print the diagnostics of the daemon link, too
-  --help, --version
-
-Ends with 0 when it is done, the profile is connected, the file has nothing wrong;
-1 when the profile is not connected, the file has something wrong; 2 wrong usage;
-3 no such profile, or several; 4 no SIP daemon; 5 the file cannot be read or written;
-7 the SIP daemon is another user's; 11 to 14 when the daemon could not connect: 11 in
-general, 12 no SIP service, 13 the profile is not right, 14 the server cannot be
-reached.
-)";
-
-// What the program itself says on standard error.
+// The stream for the messages of the program itself.
 FILE* messages = stderr;
 
-// The library's diagnostics go to standard error, always. People have them on demand.
+// The library always prints its diagnostics to standard error.
 void silenceDiagnostics()
 {
     const int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -72,66 +56,60 @@ void clearProgress()
     std::fflush(messages);
 }
 
-struct Options
+void describe(QCommandLineParser& parser)
 {
-    bool json = false;
-    bool verbose = false;
-    bool help = false;
-    bool version = false;
-    QStringList words; // the command and its name
-    QString error;
-};
-
-Options parse(const QStringList& arguments)
-{
-    QCommandLineParser parser;
-    parser.addOptions({{"json", ""}, {{"v", "verbose"}, ""}, {{"h", "help"}, ""}, {"version", ""}});
-    Options options;
-    if (!parser.parse(arguments))
-        options.error = parser.errorText();
-    options.json = parser.isSet("json");
-    options.verbose = parser.isSet("verbose");
-    options.help = parser.isSet("help");
-    options.version = parser.isSet("version");
-    options.words = parser.positionalArguments();
-    return options;
+    QString commands;
+    for (const Command& command : COMMANDS)
+        commands += QStringLiteral("  %1 %2\n")
+                        .arg(QStringLiteral("%1 %2").arg(command.name, command.arguments).leftJustified(16),
+                             command.help);
+    parser.setApplicationDescription(
+        "Lists, connects and disconnects SIP profiles, and repairs the file that they are kept in.\n\n"
+        "Commands:\n" +
+        commands + EXIT_STATUS);
+    parser.addOptions({{"json", "Print one JSON document."},
+                       {{"v", "verbose"}, "Print the diagnostics of the daemon link, too."},
+                       {{"h", "help"}, "Print this help."},
+                       {"version", "Print the version."}});
+    parser.addPositionalArgument("COMMAND", "One of the commands above.");
+    parser.addPositionalArgument("NAME",
+                                 "The name that the phone shows, or the name of the profile's group in the "
+                                 "settings file (Profile0).",
+                                 "[NAME]");
 }
 
 Outcome wrongUsage(const QString& why)
 {
-    return {EXIT_USAGE, QString(), why + QStringLiteral(" See sip-profile --help."), QJsonObject(),
-            QString()};
+    return {.code = EXIT_USAGE, .error = why + QStringLiteral(" See sip-profile --help.")};
 }
 
-Outcome run(const Options& options)
+Outcome run(const QStringList& words, const Progress& progress)
 {
-    if (!options.error.isEmpty())
-        return wrongUsage(options.error);
-    if (options.words.isEmpty())
+    if (words.isEmpty())
         return wrongUsage(QStringLiteral("Which command?"));
+    const auto command = std::find_if(COMMANDS.begin(), COMMANDS.end(), [&words](const Command& candidate) {
+        return words.first() == QLatin1String(candidate.name);
+    });
+    if (command == COMMANDS.end())
+        return wrongUsage(QStringLiteral("“%1” is no command.").arg(words.first()));
+    const QStringList arguments = words.sliced(1);
+    if (arguments.size() < command->least || arguments.size() > command->most)
+        return wrongUsage(QStringLiteral("“%1” has a name too many or too few.").arg(words.join(u' ')));
+    return command->run(arguments, progress);
+}
 
-    const bool showsProgress = !options.json && isatty(fileno(messages)) != 0;
-    const Progress progress = showsProgress ? showProgress : Progress([](const QString&, int) {});
-    const QString command = options.words.first();
-    const QString name = options.words.value(1);
-    const qsizetype names = options.words.size() - 1;
-    if (command == u"list" && names == 0)
-        return listProfiles();
-    if (command == u"status" && names <= 1)
-        return names == 0 ? showStatus() : showStatusOf(name);
-    if ((command == u"connect" || command == u"disconnect") && names == 1) {
-        Outcome outcome =
-            command == u"connect" ? connectProfile(name, progress) : disconnectProfile(name, progress);
-        if (showsProgress)
-            clearProgress();
-        return outcome;
-    }
-    if (command == u"check" && names == 0)
-        return checkFile();
-    if (command == u"repair" && names == 0)
-        return repairFile();
-    return wrongUsage(QStringLiteral("“%1” is no command, or has a name too many or too few.")
-                          .arg(options.words.join(u' ')));
+// Prints the progress, and removes it from the terminal in the end.
+Outcome runOnTerminal(const QStringList& words)
+{
+    bool isShown = false;
+    const Progress progress = [&isShown](const QString& what, int seconds) {
+        isShown = true;
+        showProgress(what, seconds);
+    };
+    Outcome outcome = run(words, progress);
+    if (isShown)
+        clearProgress();
+    return outcome;
 }
 
 QByteArray toJson(const Outcome& outcome)
@@ -157,22 +135,29 @@ int main(int argc, char** argv)
 {
     keepMemoryPrivate();
     const QCoreApplication application(argc, argv);
-    const Options options = parse(QCoreApplication::arguments());
-    if (options.help)
-        return print(USAGE) ? EXIT_DONE : EXIT_FILE;
-    if (options.version)
+    QCommandLineParser parser;
+    describe(parser);
+    const bool isParsed = parser.parse(QCoreApplication::arguments());
+    if (parser.isSet("help"))
+        return print(parser.helpText().toUtf8()) ? EXIT_DONE : EXIT_FILE;
+    if (parser.isSet("version"))
         return print("sip-profile " ORMU_VERSION "\n") ? EXIT_DONE : EXIT_FILE;
-    if (!options.verbose)
+    if (!parser.isSet("verbose"))
         silenceDiagnostics();
 
-    const Outcome outcome = run(options);
-    if (!options.json && !outcome.error.isEmpty())
+    const bool json = parser.isSet("json");
+    const QStringList words = parser.positionalArguments();
+    const bool showsProgress = !json && isatty(fileno(messages)) != 0;
+    const Outcome outcome = !isParsed       ? wrongUsage(parser.errorText())
+                            : showsProgress ? runOnTerminal(words)
+                                            : run(words, [](const QString&, int) {});
+    if (!json && !outcome.error.isEmpty())
         say(outcome.error);
-    if (!print(options.json ? toJson(outcome) : outcome.text.toUtf8())) {
+    if (!print(json ? toJson(outcome) : outcome.text.toUtf8())) {
         say(QStringLiteral("The output cannot be written."));
         return EXIT_FILE;
     }
-    if (!options.json && !outcome.note.isEmpty())
+    if (!json && !outcome.note.isEmpty())
         say(outcome.note);
     return outcome.code;
 }

@@ -1,24 +1,23 @@
-// Every order of what a person can do with the profiles, by what the screens call in the store and by what
-// the phone does before the list opens and after it has closed. ORMU_EVERY_ORDER=full in the environment has
-// it go deeper.
+// Every order of a person's operations on the profiles: the store's calls that the screens make, and the
+// phone's own before the list opens and after it has closed. ORMU_EVERY_ORDER=full in the environment goes
+// deeper.
 #include "BoundedListing.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
 #include "RepairDialogue.h"
 #include "SETUP_SIP_Agent.h"
 #include "SettingsFixture.h"
+#include "StoredProfile.h"
 
 #include <QFile>
 #include <QHash>
 #include <QSet>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <map>
-#include <unistd.h>
 
-// Nothing here is to survive the machine: thousands of files are not waited for.
+// No file has to survive a crash of the machine.
 extern "C" int fsync(int)
 {
     return 0;
@@ -26,13 +25,9 @@ extern "C" int fsync(int)
 
 namespace {
 
-// Where there is such a place, the files are written to memory.
-const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
-
 const bool IS_FULL = qgetenv("ORMU_EVERY_ORDER") == "full";
 const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5;
 const int DEPTH_FROM_THREE = IS_FULL ? 5 : 3;
-constexpr int MOST_GROUPS = 14;
 
 // A profile as the person knows it. The user tells it from every other, whatever its name is.
 struct Known
@@ -81,36 +76,6 @@ struct State
     Profiles known;
 };
 
-// Values that tell the user's profile from every other, in every field.
-SIP_PROFILE_CONTENT recordOf(const QString& name, const QString& user)
-{
-    const unsigned int number = user.mid(1).toUInt();
-    SIP_PROFILE_CONTENT record;
-    record.displayName = name;
-    record.server = user + ".net";
-    record.portNum = 1000 + number;
-    record.userID = user;
-    record.password = user + "p";
-    record.registerValue = user + "r";
-    record.network = user + "n";
-    record.autoConnect = (number & 1u) != 0;
-    record.locked = (number & 2u) != 0;
-    record.needUserIDPass = (number & 4u) != 0;
-    record.remPassword = (number & 8u) != 0;
-    return record;
-}
-
-Known knownOf(const SIP_PROFILE_CONTENT& record)
-{
-    const SIP_PROFILE_CONTENT whole = recordOf(record.displayName, record.userID);
-    const bool isWhole =
-        std::tie(record.server, record.portNum, record.password, record.registerValue, record.network,
-                 record.autoConnect, record.locked, record.needUserIDPass, record.remPassword) ==
-        std::tie(whole.server, whole.portNum, whole.password, whole.registerValue, whole.network,
-                 whole.autoConnect, whole.locked, whole.needUserIDPass, whole.remPassword);
-    return {record.displayName, isWhole ? record.userID : "mixed up", record.defaultProfile};
-}
-
 // Answers the question as it is told, and counts.
 class Person : public RepairDialogue
 {
@@ -133,7 +98,7 @@ private:
     int told_ = 0;
 };
 
-class EveryOrder : public SettingsTest
+class EveryOrder : public SettingsInMemoryTest
 {
 protected:
     ~EveryOrder() override { SETUP_SIP_Agent::cleanup(); }
@@ -270,18 +235,12 @@ protected:
         for (const QString& name : std::as_const(store().displayNames)) {
             SIP_PROFILE_CONTENT record;
             store().getProfileInfo(record, name);
-            listed.append(knownOf(record));
+            listed.append({record.displayName, userOf(record), record.defaultProfile});
         }
         ASSERT_EQ(sorted(listed), sorted(known)) << "in the list";
         Profiles stored;
-        SETUP_SET_Manager manager(file(), false);
-        for (int number = 0; number < MOST_GROUPS; ++number) {
-            SIP_PROFILE_CONTENT record;
-            SETUP_SIP_Agent::getProfileInfoFromFile(&manager, record,
-                                                    QStringLiteral("Profile%1").arg(number));
-            if (!record.displayName.isEmpty())
-                stored.append(knownOf(record));
-        }
+        for (const StoredProfile& profile : storedProfiles())
+            stored.append({profile.name, profile.user, profile.isDefault});
         ASSERT_EQ(sorted(stored), sorted(known)) << "in the file";
     }
 

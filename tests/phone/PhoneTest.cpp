@@ -1,10 +1,5 @@
-#include "HomeScreen.h"
 #include "LibraryFunction.h"
-#include "OrmuMessageBox.h"
-#include "ScreenDriver.h"
-#include "SettingsFixture.h"
-#include "UTIL_Dialog.h"
-#include "UTIL_ListBox.h"
+#include "PhoneFixture.h"
 
 #include <iostream>
 #include <link.h>
@@ -13,58 +8,32 @@ using namespace ScreenDriver;
 
 namespace {
 
-// The library is the real one, loaded at run time.
-class Phone : public SettingsTest
+using Phone = PhoneTest;
+
+const QByteArray TWO_PROFILES = "[ProfileSummary]\nTotalProfile=2\n"
+                                "[Profile0]\nDisplayName=Home\n[Profile1]\nDisplayName=Ёлка\n";
+
+TEST_F(Phone, OpensTheListByKeysAndByPointer)
 {
-protected:
-    Phone() { home.show(); }
-
-    static bool profileListIsOpen()
-    {
-        return OrmuPhoneWindow::instance()->topScreen()->inherits("SETUP_SIP_ProfileListBase");
-    }
-
-    HomeScreen home;
-};
-
-TEST_F(Phone, OpensTheProfileListByEnterAndReturnsHomeByTheRightSoftKey)
-{
-    press(Qt::Key_Return);
-    EXPECT_TRUE(profileListIsOpen());
-    press(Qt::Key_F3);
-    EXPECT_EQ(open<HomeScreen>(), &home);
-    EXPECT_EQ(home.findChildren<OrmuMainWidget*>().size(), 0);
-    EXPECT_TRUE(home.findChild<UTIL_ListBox*>()->hasFocus());
-}
-
-TEST_F(Phone, OpensTheProfileListByTheMiddleSoftKeyAndByPointer)
-{
-    press(Qt::Key_F2);
-    EXPECT_TRUE(profileListIsOpen());
-    press(Qt::Key_Escape);
-    EXPECT_EQ(open<HomeScreen>(), &home);
-    clickRow(home.findChild<UTIL_ListBox*>(), 0);
-    EXPECT_TRUE(profileListIsOpen());
-    press(Qt::Key_Escape);
-}
-
-TEST_F(Phone, OpensTheProfileListTimeAndAgain)
-{
+    const std::vector<std::function<void()>> ways = {
+        [] { press(Qt::Key_Return); }, [] { press(Qt::Key_F2); },
+        [this] { clickRow(home->findChild<UTIL_ListBox*>(), 0); }};
     for (int i = 0; i < 20; ++i) {
-        press(Qt::Key_Return);
-        ASSERT_TRUE(profileListIsOpen());
-        press(Qt::Key_F3);
-        ASSERT_EQ(open<HomeScreen>(), &home);
+        ways[static_cast<size_t>(i) % ways.size()]();
+        ASSERT_TRUE(listIsOpen());
+        press(i % 2 == 0 ? Qt::Key_F3 : Qt::Key_Escape);
+        ASSERT_TRUE(isHome());
+        ASSERT_EQ(home->findChildren<OrmuMainWidget*>().size(), 0);
+        ASSERT_TRUE(home->findChild<UTIL_ListBox*>()->hasFocus());
     }
 }
 
-TEST_F(Phone, HasLoadedSixtyLibrariesAtMostWithAllItsScreens)
+TEST_F(Phone, LoadsSixtyLibrariesAtMost)
 {
     press(Qt::Key_Return);
     press(Qt::Key_F3);
     press(Qt::Key_Down);
-    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) { press(Qt::Key_F3); });
-    press(Qt::Key_Return);
+    choose({Qt::Key_F3});
     QStringList loaded;
     dl_iterate_phdr(
         [](dl_phdr_info* object, size_t, void* names) {
@@ -80,60 +49,34 @@ TEST_F(Phone, HasLoadedSixtyLibrariesAtMostWithAllItsScreens)
 
 TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
 {
-    writeFile(
-        "[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=Home\n[Profile1]\nDisplayName=Ёлка\n");
-    press(Qt::Key_Return);
-    ASSERT_TRUE(profileListIsOpen());
-    const auto* list = open<QWidget>()->findChild<UTIL_ListBox*>();
-    ASSERT_EQ(list->count(), 2);
-    EXPECT_EQ(list->item(0)->text(), "Home");
-    EXPECT_EQ(list->item(1)->text(), "Ёлка");
+    writeFile(TWO_PROFILES);
+    openList();
+    ASSERT_TRUE(listIsOpen());
+    EXPECT_EQ(rows(), QStringList({"Home", "Ёлка"}));
 }
 
-TEST_F(Phone, ChoosesAProfileAndShowsItsGroupName)
+TEST_F(Phone, ShowsTheChosenProfilesGroupAndMarksItNextTime)
 {
-    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n");
-    const auto choose = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) {
-        press(Qt::Key_Down);
-        press(Qt::Key_Return);
-        press(Qt::Key_F1);
-    });
-    QString told;
-    const auto dismiss = onceOpen<OrmuMessageBox>([&told](OrmuMessageBox& box) {
-        told = box.text();
-        press(Qt::Key_Return);
-    });
+    writeFile(TWO_PROFILES);
     press(Qt::Key_Down);
-    press(Qt::Key_Return);
-    EXPECT_EQ(told, "Profile1");
-    EXPECT_EQ(open<HomeScreen>(), &home);
-}
-
-TEST_F(Phone, MarksTheProfileThatWasChosenLast)
-{
-    writeFile("[ProfileSummary]\nTotalProfile=2\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n");
-    press(Qt::Key_Down);
-    for (const bool marked : {false, true}) {
-        const auto choose = onceOpen<UTIL_Dialog>([marked](UTIL_Dialog& dialog) {
-            EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->itemChecked(1), marked);
-            press(Qt::Key_Down);
-            press(Qt::Key_Return);
-            press(Qt::Key_F1);
-        });
-        const auto dismiss = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(Qt::Key_Return); });
-        press(Qt::Key_Return);
+    for (const char* marked : {"", "Ёлка"}) {
+        EXPECT_EQ(answer({Qt::Key_Return},
+                         [&] {
+                             EXPECT_EQ(choose({Qt::Key_Down, Qt::Key_Return, Qt::Key_F1}), marked);
+                         }),
+                  Told({"Profile1|OK"}));
+        EXPECT_TRUE(isHome());
     }
 }
 
-TEST_F(Phone, TellsNothingAfterAChoiceThatWasCancelled)
+TEST_F(Phone, SaysNothingAfterACancelledChoice)
 {
     press(Qt::Key_Down);
-    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) { press(Qt::Key_F3); });
-    press(Qt::Key_Return);
-    EXPECT_EQ(open<HomeScreen>(), &home);
+    choose({Qt::Key_F3});
+    EXPECT_TRUE(isHome());
 }
 
-TEST_F(Phone, SaysWhyALibraryOrItsFunctionCannotBeHad)
+TEST_F(Phone, SaysWhyAFunctionCannotBeLoaded)
 {
     QString error;
     EXPECT_EQ(resolveLibraryFunction("libno-such-library.so.1", "function", error), nullptr);

@@ -1,19 +1,11 @@
 #include "ChildProcess.h"
-#include "HomeScreen.h"
-#include "OrmuMessageBox.h"
-#include "ScreenDriver.h"
+#include "PhoneFixture.h"
 #include "SettingsFailure.h"
-#include "SettingsFixture.h"
 #include "SettingsHostLock.h"
 #include "SystemCallFault.h"
-#include "UTIL_Dialog.h"
-#include "UTIL_ListBox.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTimer>
-
-#include <gmock/gmock.h>
 
 #include <cerrno>
 #include <csignal>
@@ -32,53 +24,15 @@ const char NOT_SAVED_UNREAD[] =
     "leads in a circle. Leave the list and open it again.";
 const char IN_USE[] =
     "The SIP profiles are in use by another phone on this computer. Close that one, then try "
-    "again.";
+    "again.|OK";
 
-// The phone over a settings file that fails it. The libraries are the real ones, loaded at run time.
-class Notices : public SettingsTest
+// The phone over a settings file that cannot be read or written.
+class Notices : public PhoneTest
 {
 protected:
-    Notices()
-    {
-        writeFile(PROFILES);
-        start();
-    }
+    Notices() { writeFile(PROFILES); }
 
-    void start()
-    {
-        home = std::make_unique<HomeScreen>();
-        home->show();
-    }
-
-    static bool listIsOpen()
-    {
-        return OrmuPhoneWindow::instance()->topScreen()->inherits("SETUP_SIP_ProfileListBase");
-    }
-    static QStringList rows()
-    {
-        QStringList rows;
-        const auto* list = open<QWidget>()->findChild<UTIL_ListBox*>();
-        for (int i = 0; i < list->count(); ++i)
-            rows += list->item(i)->text();
-        return rows;
-    }
-
-    // The text of the box that comes up, answered by its key. A picture of it is taken when the environment
-    // names a directory for it.
-    static QString boxText(const QString& picture = QString(), Qt::Key key = Qt::Key_Return)
-    {
-        if (!waitFor([] { return open<OrmuMessageBox>() != nullptr; }))
-            return "(no box)";
-        const QString directory = qEnvironmentVariable("ORMU_TEST_PICTURES");
-        if (!directory.isEmpty() && !picture.isEmpty()) {
-            EXPECT_TRUE(savePicture(directory + "/" + picture + ".png"));
-        }
-        const QString text = open<OrmuMessageBox>()->text();
-        press(key);
-        return text;
-    }
-
-    // Whatever is due has been done, and no box came of it.
+    // No box opens from the events that are due.
     static bool staysSilent()
     {
         for (int i = 0; i < 20; ++i)
@@ -86,23 +40,7 @@ protected:
         return open<OrmuMessageBox>() == nullptr;
     }
 
-    // A new profile of that name, by keys from the list.
-    static void addByKeys(const QString& name)
-    {
-        press(Qt::Key_F1);
-        press(Qt::Key_Return);
-        type(name);
-        press(Qt::Key_Down);
-        type("sip.example.org");
-        press(Qt::Key_Down);
-        press(Qt::Key_Down);
-        type("anna");
-        press(Qt::Key_Down);
-        type("secret");
-        press(Qt::Key_F2);
-    }
-
-    // The file is there, but no read of it works.
+    // The file is a link to itself.
     void makeUnreadable() const
     {
         ASSERT_TRUE(QFile::rename(file(), kept()));
@@ -114,23 +52,21 @@ protected:
         ASSERT_TRUE(QFile::rename(kept(), file()));
     }
     QString kept() const { return directory() + "/kept"; }
-
-    std::unique_ptr<HomeScreen> home;
 };
 
-TEST_F(Notices, TellASaveThatFailsAndTheNextListShowsTheFile)
+TEST_F(Notices, TellAFailedSave)
 {
     const WarningLog warnings;
     press(Qt::Key_Return);
     {
         const SystemCallFault fault(SystemCall::Rename, ENOSPC);
-        addByKeys("New");
+        addProfile("New");
         ASSERT_EQ(fault.fired(), 1);
-        EXPECT_EQ(boxText("not-saved").toStdString(), NO_ROOM);
+        EXPECT_EQ(boxText("not-saved"), NO_ROOM);
         ASSERT_TRUE(listIsOpen());
         EXPECT_EQ(rows(), QStringList({"Home", "Office", "New"}));
         press(Qt::Key_F3);
-        EXPECT_EQ(boxText().toStdString(), NO_ROOM) << "the last try";
+        EXPECT_EQ(boxText(), NO_ROOM) << "the last try";
     }
     EXPECT_EQ(readFile(), PROFILES);
     press(Qt::Key_Return);
@@ -145,9 +81,9 @@ TEST_F(Notices, AreFollowedByASaveWhenTheListCloses)
     press(Qt::Key_Return);
     {
         const SystemCallFault fault(SystemCall::Rename, ENOSPC);
-        addByKeys("New");
+        addProfile("New");
     }
-    EXPECT_EQ(boxText().toStdString(), NO_ROOM);
+    EXPECT_EQ(boxText(), NO_ROOM);
     press(Qt::Key_F3);
     EXPECT_TRUE(staysSilent());
     press(Qt::Key_Return);
@@ -155,25 +91,25 @@ TEST_F(Notices, AreFollowedByASaveWhenTheListCloses)
     press(Qt::Key_F3);
 }
 
-TEST_F(Notices, TellSeveralFailuresInARowInOneBoxEachOnce)
+TEST_F(Notices, TellSeveralFailuresInOneBoxEachOnce)
 {
     for (const int error : {ENOSPC, EROFS, ENOSPC})
         reportUnsaved(file(), error);
     EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
-    EXPECT_EQ(boxText("several").toStdString(),
+    EXPECT_EQ(boxText("several"),
               NO_ROOM + std::string("\nThe SIP profiles could not be saved: the disk can only be read."));
     EXPECT_TRUE(staysSilent());
 }
 
-TEST_F(Notices, TellAFailureThatComesWhileTheBoxIsOpenInTheNextBox)
+TEST_F(Notices, TellALaterFailureInTheNextBox)
 {
     const WarningLog warnings;
     press(Qt::Key_Return);
     const SystemCallFault fault(SystemCall::Rename, ENOSPC);
-    addByKeys("First");
+    addProfile("First");
     ASSERT_TRUE(waitFor([] { return open<OrmuMessageBox>() != nullptr; }));
     reportUnsaved(file(), EROFS);
-    EXPECT_EQ(boxText().toStdString(), NO_ROOM);
+    EXPECT_EQ(boxText(), NO_ROOM);
     EXPECT_EQ(boxText(), "The SIP profiles could not be saved: the disk can only be read.");
     EXPECT_TRUE(listIsOpen());
     press(Qt::Key_F3);
@@ -186,12 +122,12 @@ TEST_F(Notices, OutliveTheScreenWhoseSaveFailed)
     QWidget* list = open<QWidget>();
     reportUnsaved(file(), ENOSPC);
     ASSERT_TRUE(QMetaObject::invokeMethod(list, "SIPClose"));
-    ASSERT_EQ(open<HomeScreen>(), home.get());
-    EXPECT_EQ(boxText().toStdString(), NO_ROOM);
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    ASSERT_TRUE(isHome());
+    EXPECT_EQ(boxText(), NO_ROOM);
+    EXPECT_TRUE(isHome());
 }
 
-TEST_F(Notices, GoWithTheirHostBoxAndAll)
+TEST_F(Notices, EndWithTheirHost)
 {
     const WarningLog warnings;
     reportUnsaved(file(), ENOSPC);
@@ -204,15 +140,15 @@ TEST_F(Notices, GoWithTheirHostBoxAndAll)
     EXPECT_TRUE(staysSilent());
 }
 
-TEST_F(Notices, TellAFileThatCannotBeReadAndOpenNoList)
+TEST_F(Notices, TellAnUnreadableFileAndOpenNoList)
 {
     const WarningLog warnings;
     makeUnreadable();
     for (const Qt::Key key : {Qt::Key_Up, Qt::Key_Down}) {
         press(key);
         press(Qt::Key_Return);
-        EXPECT_EQ(boxText("not-read").toStdString(), NOT_READ);
-        EXPECT_EQ(open<HomeScreen>(), home.get());
+        EXPECT_EQ(boxText("not-read"), NOT_READ);
+        EXPECT_TRUE(isHome());
     }
     makeReadable();
     press(Qt::Key_Up);
@@ -222,21 +158,21 @@ TEST_F(Notices, TellAFileThatCannotBeReadAndOpenNoList)
     EXPECT_EQ(readFile(), PROFILES);
 }
 
-TEST_F(Notices, OneFailedReadKeepsAnOpenListFromSavingUntilItIsReopened)
+TEST_F(Notices, RefuseSavesFromAFailedReadUntilTheListReopens)
 {
     const WarningLog warnings;
     press(Qt::Key_Return);
     makeUnreadable();
-    addByKeys("Lost");
-    EXPECT_EQ(boxText("not-saved-unread").toStdString(), NOT_SAVED_UNREAD);
+    addProfile("Lost");
+    EXPECT_EQ(boxText("not-saved-unread"), NOT_SAVED_UNREAD);
     makeReadable();
-    addByKeys("Lost too");
-    EXPECT_EQ(boxText().toStdString(), NOT_SAVED_UNREAD);
+    addProfile("Lost too");
+    EXPECT_EQ(boxText(), NOT_SAVED_UNREAD);
     EXPECT_EQ(readFile(), PROFILES);
     press(Qt::Key_F3);
     press(Qt::Key_Return);
     EXPECT_EQ(rows(), QStringList({"Home", "Office"}));
-    addByKeys("Kept");
+    addProfile("Kept");
     EXPECT_TRUE(staysSilent());
     for (const char* line : {"TotalProfile=3\n", "DisplayName=Home\n", "DisplayName=Office\n"})
         EXPECT_TRUE(readFile().contains(line)) << line;
@@ -244,8 +180,8 @@ TEST_F(Notices, OneFailedReadKeepsAnOpenListFromSavingUntilItIsReopened)
     press(Qt::Key_F3);
 }
 
-// Whichever read it is: the one that looks whether there is something to read, or the list's own.
-TEST_F(Notices, AListWithOneReadThatFailedIsNotShown)
+// Each read in turn: beginSettings(), the tidy, the list's own.
+TEST_F(Notices, OpenNoListAfterAFailedRead)
 {
     const WarningLog warnings;
     press(Qt::Key_Return); // The libraries are loaded.
@@ -257,7 +193,7 @@ TEST_F(Notices, AListWithOneReadThatFailedIsNotShown)
         QStringList told;
         QObject::connect(dismiss.get(), &QTimer::timeout, [&told] {
             if (open<OrmuMessageBox>() != nullptr)
-                told += boxText(QString(), Qt::Key_Escape);
+                told += QString::fromStdString(boxText("", Qt::Key_Escape));
         });
         dismiss->start(1);
         press(Qt::Key_Return);
@@ -267,14 +203,14 @@ TEST_F(Notices, AListWithOneReadThatFailedIsNotShown)
         EXPECT_TRUE(waitFor([&told] { return !told.isEmpty(); }));
         EXPECT_TRUE(told.join('\n').contains("input/output error", Qt::CaseInsensitive))
             << qPrintable(told.join('\n'));
-        EXPECT_EQ(open<HomeScreen>(), home.get());
+        EXPECT_TRUE(isHome());
     }
     EXPECT_GE(failed, 2);
     EXPECT_EQ(rows(), QStringList({"Home", "Office"}));
     press(Qt::Key_F3);
 }
 
-TEST_F(Notices, AtStartTellADirectoryInWhichNothingCanBeSaved)
+TEST_F(Notices, TellAnUnusableDirectoryAtTheStart)
 {
     const WarningLog warnings;
     home.reset();
@@ -283,31 +219,28 @@ TEST_F(Notices, AtStartTellADirectoryInWhichNothingCanBeSaved)
     start();
     EXPECT_EQ(boxText("no-directory"),
               "SIP profiles cannot be saved: there is a file in the folder's place.");
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    EXPECT_TRUE(isHome());
     EXPECT_TRUE(staysSilent());
 }
 
-TEST_F(Notices, TellALockFileThatCannotBeOpenedAndOpenNoList)
+TEST_F(Notices, TellAnUnusableLockFileAndOpenNoList)
 {
     const QString lockFile = directory() + "/" + LOCK_FILE;
-    const auto told = [] {
-        QString text;
-        const auto dismiss = onceOpen<OrmuMessageBox>([&text](OrmuMessageBox&) { text = boxText("lock"); });
-        press(Qt::Key_Return);
-        return text;
-    };
+    const auto told = [] { return answer({Qt::Key_Return}, openList); };
     {
         const SystemCallFault fault(SystemCall::Open, EIO, 0, SystemCallFault::ALL, LOCK_FILE);
-        EXPECT_EQ(told(), "The SIP profiles cannot be opened: input/output error.");
+        EXPECT_EQ(told(), Told({"The SIP profiles cannot be opened: input/output error.|OK"}));
     }
     writeFile(lockFile, "");
     ASSERT_EQ(chmod(QFile::encodeName(lockFile).constData(), 0644), 0);
-    EXPECT_EQ(told(), "The SIP profiles cannot be opened: the file .lock is not for this user alone.");
+    EXPECT_EQ(told(),
+              Told({"The SIP profiles cannot be opened: the file .lock is not for this user alone.|OK"}));
     if (geteuid() == 0) {
         ASSERT_EQ(chown(QFile::encodeName(lockFile).constData(), 65534, 65534), 0);
-        EXPECT_EQ(told(), "The SIP profiles cannot be opened: the file .lock belongs to another user.");
+        EXPECT_EQ(told(),
+                  Told({"The SIP profiles cannot be opened: the file .lock belongs to another user.|OK"}));
     }
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    EXPECT_TRUE(isHome());
     ASSERT_TRUE(QFile::remove(lockFile));
     press(Qt::Key_Return);
     EXPECT_TRUE(listIsOpen());
@@ -346,37 +279,27 @@ protected:
         other = -1;
     }
 
-    // Presses Enter on the current entry, which asks nothing but OK.
-    static QString toldByEnter()
-    {
-        QString told;
-        const auto dismiss = onceOpen<OrmuMessageBox>([&told](OrmuMessageBox&) { told = boxText("in-use"); });
-        press(Qt::Key_Return);
-        return told;
-    }
-
     pid_t other = -1;
 };
 
-TEST_F(TwoPhones, TheSecondOpensNoListUntilTheFirstHasEnded)
+TEST_F(TwoPhones, OpenOneListAtATime)
 {
-    EXPECT_EQ(toldByEnter().toStdString(), IN_USE);
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    EXPECT_EQ(answer({Qt::Key_Return}, openList), Told({IN_USE}));
+    EXPECT_TRUE(isHome());
     endOther();
     press(Qt::Key_Return);
     EXPECT_TRUE(listIsOpen());
     press(Qt::Key_F3);
 }
 
-TEST_F(TwoPhones, TheSecondOffersNoChoiceUntilTheFirstHasEnded)
+TEST_F(TwoPhones, OfferOneChoiceAtATime)
 {
     press(Qt::Key_Down);
-    EXPECT_EQ(toldByEnter().toStdString(), IN_USE);
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    EXPECT_EQ(answer({Qt::Key_Return}, openList), Told({IN_USE}));
+    EXPECT_TRUE(isHome());
     endOther();
-    const auto cancel = onceOpen<UTIL_Dialog>([](UTIL_Dialog&) { press(Qt::Key_F3); });
-    press(Qt::Key_Return);
-    EXPECT_EQ(open<HomeScreen>(), home.get());
+    choose({Qt::Key_F3});
+    EXPECT_TRUE(isHome());
 }
 
 } // namespace

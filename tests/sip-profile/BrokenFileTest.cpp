@@ -13,7 +13,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <iterator>
 #include <memory>
@@ -23,9 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Where there is such a place, the files are written to memory.
-const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
 
 struct Broken
 {
@@ -268,7 +264,7 @@ const Broken FILES[] = {
      {}},
 };
 
-class BrokenFile : public SettingsTest, public testing::WithParamInterface<Broken>
+class BrokenFile : public SettingsInMemoryTest, public testing::WithParamInterface<Broken>
 {
 protected:
     ~BrokenFile() override { SETUP_SIP_Agent::cleanup(); }
@@ -334,7 +330,7 @@ TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
 {
     const QByteArray good = "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nPassword=x\n\n"
                             "[Profile1]\nDisplayName=B\n\n[SystemDefault]\nProfile=Profile1\n";
-    const SettingsDirectory settings;
+    const SettingsDirectory settings(SettingsDirectory::InMemory);
     int repaired = 0;
     for (qsizetype i = 0; i < 2 * good.size(); ++i) {
         QByteArray bytes = good;
@@ -411,7 +407,7 @@ TEST(BrokenFiles, OfPiecesInAnyOrderAreWholeOnceRepaired)
                                  "\x01"};
     constexpr int FILES_OF_PIECES = 3000;
     std::mt19937 random(20);
-    const SettingsDirectory settings;
+    const SettingsDirectory settings(SettingsDirectory::InMemory);
     int repaired = 0;
     for (int i = 0; i < FILES_OF_PIECES; ++i) {
         QByteArray bytes;
@@ -436,7 +432,7 @@ TEST(BrokenFiles, OfPiecesInAnyOrderAreWholeOnceRepaired)
     EXPECT_GT(repaired, FILES_OF_PIECES / 2);
 }
 
-class Repair : public SettingsTest
+class Repair : public SettingsInMemoryTest
 {
 protected:
     const QByteArray broken_ = "[ProfileSummary]\nTotalProfile=1\n[Profile1]\nDisplayName=B\n";

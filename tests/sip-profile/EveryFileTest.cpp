@@ -1,30 +1,25 @@
-// The check and the repair over every file that the store's operations leave behind.
+// The check and the repair over every file that the store's operations leave.
 #include "BoundedListing.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
 #include "SETUP_SIP_Agent.h"
 #include "SettingsFixture.h"
+#include "StoredProfile.h"
 
 #include <QFile>
 #include <QHash>
 #include <QSet>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
-#include <tuple>
-#include <unistd.h>
 
-// Nothing here is to survive the machine: thousands of files are not waited for.
+// No file has to survive a crash of the machine.
 extern "C" int fsync(int)
 {
     return 0;
 }
 
 namespace {
-
-// Where there is such a place, the files are written to memory.
-const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
 
 using Finding = ProfileFile::Finding;
 
@@ -34,7 +29,6 @@ constexpr int MOST_OPERATIONS = 5; // it takes four times as long, under emulati
 #else
 constexpr int MOST_OPERATIONS = 6;
 #endif
-constexpr int MOST_GROUPS = 14;
 
 struct Operation
 {
@@ -52,78 +46,40 @@ struct State
     QByteArray file;
 };
 
-struct StoredProfile
-{
-    QString group;
-    SIP_PROFILE_CONTENT record;
-};
-
-// Every profile that is in the file, by the numbers of their groups.
-QList<StoredProfile> storedProfiles()
-{
-    QList<StoredProfile> profiles;
-    SETUP_SET_Manager manager(ProfileFile::path(), false);
-    for (int number = 0; number < MOST_GROUPS; ++number) {
-        const QString group = QStringLiteral("Profile%1").arg(number);
-        SIP_PROFILE_CONTENT record;
-        SETUP_SIP_Agent::getProfileInfoFromFile(&manager, record, group);
-        if (!record.displayName.isEmpty())
-            profiles.append({group, record});
-    }
-    return profiles;
-}
-
-// The user of the profile that is marked as the default: of several, of the one that the file names, or else
-// of the first. "" when there is none.
-QString markedUser(const QList<StoredProfile>& profiles)
-{
-    const QString group = SETUP_SIP_Agent::getDefaultProfile();
-    QString user;
-    for (const StoredProfile& profile : profiles) {
-        if (profile.record.defaultProfile && (user.isEmpty() || profile.group == group))
-            user = profile.record.userID;
-    }
-    return user;
-}
-
 // The user of the profile that the file names as the default; "" when there is none.
-QString defaultUser(const QList<StoredProfile>& profiles)
+QString namedUser(const QList<StoredProfile>& profiles)
 {
-    const QString group = SETUP_SIP_Agent::getDefaultProfile();
+    const QString named = SETUP_SIP_Agent::getDefaultProfile();
     for (const StoredProfile& profile : profiles) {
-        if (profile.group == group)
-            return profile.record.userID;
+        if (profile.group == named)
+            return profile.user;
     }
     return QString();
 }
 
-qsizetype marked(const QList<StoredProfile>& profiles)
+QList<StoredProfile> marked(QList<StoredProfile> profiles)
 {
-    return std::count_if(profiles.begin(), profiles.end(),
-                         [](const StoredProfile& profile) { return profile.record.defaultProfile; });
+    profiles.removeIf([](const StoredProfile& profile) { return !profile.isDefault; });
+    return profiles;
 }
 
-// The one that is marked is the one that the file names.
+// The user of the marked profile: of several, of the one that the file names, or else of the first.
+QString defaultUser(const QList<StoredProfile>& profiles)
+{
+    const QList<StoredProfile> defaults = marked(profiles);
+    const QString named = namedUser(defaults);
+    return named.isEmpty() && !defaults.isEmpty() ? defaults.first().user : named;
+}
+
+// The marked profile is the one that the file names.
 bool agreesOnDefault(const QList<StoredProfile>& profiles)
 {
-    QString group;
-    for (const StoredProfile& profile : profiles) {
-        if (profile.record.defaultProfile)
-            group = profile.group;
-    }
     const QString named = SETUP_SIP_Agent::getDefaultProfile();
-    return group.isEmpty() ? !named.startsWith("Profile") : named == group;
+    const QList<StoredProfile> defaults = marked(profiles);
+    return defaults.isEmpty() ? !named.startsWith("Profile") : defaults.last().group == named;
 }
 
-// All that is in it but its name and its mark as the default, which a repair may change.
-auto contentsOf(const SIP_PROFILE_CONTENT& record)
-{
-    return std::tie(record.server, record.portNum, record.userID, record.password, record.registerValue,
-                    record.network, record.autoConnect, record.locked, record.needUserIDPass,
-                    record.remPassword);
-}
-
-class EveryFile : public SettingsTest
+class EveryFile : public SettingsInMemoryTest
 {
 protected:
     ~EveryFile() override { SETUP_SIP_Agent::cleanup(); }
@@ -132,27 +88,8 @@ protected:
 
     static void add(const QString& name, const QString& user)
     {
-        SIP_PROFILE_CONTENT record;
-        store().setDefaultProfileInfo(record);
-        record.displayName = name;
-        record.userID = user;
-        fill(record);
+        SIP_PROFILE_CONTENT record = recordOf(name, user);
         store().setProfileInfo(record, name);
-    }
-
-    // Values that tell the user's profile from every other, in every field.
-    static void fill(SIP_PROFILE_CONTENT& record)
-    {
-        const unsigned int number = 10u * record.userID[0].unicode() + record.userID.back().unicode();
-        record.server = record.userID + ".net";
-        record.portNum = number;
-        record.password = record.userID + "p";
-        record.registerValue = record.userID + "r";
-        record.network = record.userID + "n";
-        record.autoConnect = (number & 1u) != 0;
-        record.locked = (number & 2u) != 0;
-        record.needUserIDPass = (number & 4u) != 0;
-        record.remPassword = (number & 8u) != 0;
     }
 
     static void run(const Operation& operation)
@@ -206,7 +143,7 @@ protected:
         }
         QHash<QString, int> inFile;
         for (const StoredProfile& profile : storedProfiles())
-            ++inFile[profile.record.displayName];
+            ++inFile[profile.name];
         QList<Operation> operations;
         for (const QString& name : listed) {
             operations.append({Operation::Delete, name, QString()});
@@ -318,16 +255,17 @@ protected:
         ASSERT_EQ(checked.has(Finding::Endless), !listed);
         QSet<QString> names;
         bool wrong = !listed || listed->size() != profiles.size();
+        ASSERT_EQ(checked.profiles().size(), profiles.size());
         for (int i = 0; i < profiles.size(); ++i) {
-            const QString& name = profiles[i].record.displayName;
+            const QString& name = profiles[i].name;
             ASSERT_EQ(checked.profiles()[i].group, profiles[i].group);
             ASSERT_EQ(checked.profiles()[i].name, name);
             wrong = wrong || names.contains(name) || listed->count(name) != 1 ||
                     profiles[i].group != QStringLiteral("Profile%1").arg(i);
             names.insert(name);
         }
-        ASSERT_EQ(checked.profiles().size(), profiles.size());
-        ASSERT_EQ(!checked.findings().isEmpty(), wrong || marked(profiles) > 1 || !agreesOnDefault(profiles));
+        ASSERT_EQ(!checked.findings().isEmpty(),
+                  wrong || marked(profiles).size() > 1 || !agreesOnDefault(profiles));
         if (listed && names.size() == profiles.size())
             verifyListing(checked, *listed);
     }
@@ -349,7 +287,7 @@ protected:
 
     void verifyRepair(const QByteArray& bytes, const QList<StoredProfile>& before)
     {
-        const QString formerDefault = markedUser(before);
+        const QString formerDefault = defaultUser(before);
         const bool wasWrong = !ProfileFile(file()).findings().isEmpty();
         const ProfileRepair repair = repairProfileFile(file());
         ASSERT_EQ(repair.outcome, wasWrong ? ProfileRepair::Repaired : ProfileRepair::NothingToDo);
@@ -363,7 +301,7 @@ protected:
         ASSERT_EQ(store().displayNames.count(), before.size());
         const QList<StoredProfile> after = storedProfiles();
         verifyRecords(before, after);
-        ASSERT_EQ(defaultUser(after), formerDefault);
+        ASSERT_EQ(namedUser(after), formerDefault);
 
         const QByteArray once = readFile();
         ASSERT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
@@ -373,25 +311,25 @@ protected:
     static void verifyRecords(const QList<StoredProfile>& before, const QList<StoredProfile>& after)
     {
         ASSERT_EQ(after.size(), before.size());
-        const bool wasOneMarked = marked(before) <= 1;
+        const bool wasOneMarked = marked(before).size() <= 1;
         QSet<QString> names;
         for (int i = 0; i < before.size(); ++i) {
-            const SIP_PROFILE_CONTENT& record = after[i].record;
-            const SIP_PROFILE_CONTENT& former = before[i].record;
-            ASSERT_EQ(contentsOf(record), contentsOf(former));
-            ASSERT_TRUE(record.displayName == former.displayName ||
-                        (names.contains(former.displayName) &&
-                         record.displayName.startsWith(former.displayName + " (")));
-            names.insert(former.displayName);
-            ASSERT_EQ(record.defaultProfile, wasOneMarked
-                                                 ? former.defaultProfile
-                                                 : after[i].group == SETUP_SIP_Agent::getDefaultProfile());
-            ASSERT_EQ(store().displayNames[i], record.displayName);
-            QString group;
-            ASSERT_TRUE(store().getProfileGroupName(record.displayName, group));
-            ASSERT_EQ(group, QStringLiteral("Profile%1").arg(i));
+            const QString group = QStringLiteral("Profile%1").arg(i);
+            const QString& name = after[i].name;
+            ASSERT_EQ(after[i].group, group);
+            ASSERT_EQ(after[i].user, before[i].user);
+            ASSERT_NE(after[i].user, "mixed up");
+            ASSERT_TRUE(name == before[i].name ||
+                        (names.contains(before[i].name) && name.startsWith(before[i].name + " (")));
+            names.insert(before[i].name);
+            ASSERT_EQ(after[i].isDefault,
+                      wasOneMarked ? before[i].isDefault : group == SETUP_SIP_Agent::getDefaultProfile());
+            ASSERT_EQ(store().displayNames[i], name);
+            QString found;
+            ASSERT_TRUE(store().getProfileGroupName(name, found));
+            ASSERT_EQ(found, group);
         }
-        ASSERT_LE(marked(after), 1);
+        ASSERT_LE(marked(after).size(), 1);
     }
 
     void report() const
@@ -409,7 +347,7 @@ class EveryFileFrom : public EveryFile, public testing::WithParamInterface<int>
 {
 };
 
-TEST_P(EveryFileFrom, ByAdditionsDeletionsAndReopeningsIsListedWholeOnceRepaired)
+TEST_P(EveryFileFrom, TheStoresOperationsIsWholeOnceRepaired)
 {
     explore(freshFiles(GetParam()), MOST_OPERATIONS, false);
     report();
@@ -423,14 +361,14 @@ INSTANTIATE_TEST_SUITE_P(Profiles, EveryFileFrom, testing::Range(0, MOST_PROFILE
                                     std::to_string(MOST_OPERATIONS) + "Operations";
                          });
 
-TEST_F(EveryFile, OfUpToFourOperationsThatMoveTheDefaultTooKeepsItsDefault)
+TEST_F(EveryFile, KeepsItsDefaultInARepair)
 {
     explore(freshFiles(4), 4, true);
     report();
     EXPECT_GT(repaired_, 100);
 }
 
-TEST_F(EveryFile, OfOrdinaryUseThatLosesAProfileIsFoundEndless)
+TEST_F(EveryFile, WithALostProfileIsFoundEndless)
 {
     for (const char* name : {"A", "B", "C"})
         add(name, name);

@@ -16,6 +16,8 @@ constexpr int MOST_CALLS = 1000;
 const QByteArray BROKEN = "[ProfileSummary]\nTotalProfile=4\n[Profile1]\nDisplayName=B\nPassword=secret\n"
                           "[Profile2]\nDisplayName=C\n[SystemDefault]\nProfile=Profile2\n";
 
+using Mend = ProfileRepair(const QString& path);
+
 class KilledRepair : public SettingsTest
 {
 protected:
@@ -27,9 +29,9 @@ protected:
         ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
     }
 
-    int repairInChild() const
+    int mendInChild(Mend* mend) const
     {
-        return runInChild([this] { return static_cast<int>(repairProfileFile(file()).outcome); });
+        return runInChild([&] { return static_cast<int>(mend(file()).outcome); });
     }
 
     void expectNothingOpenToOthers() const
@@ -39,76 +41,63 @@ protected:
             EXPECT_EQ(FileIdentity(directory() + "/" + name).mode & 07777, 0600u) << qPrintable(name);
         }
     }
+
+    // Kills mend before each of its system calls. verify is called with what was left, and the result of a
+    // mend that ran to its end.
+    template <class Verify>
+    void killEverywhere(Mend* mend, const Verify& verify)
+    {
+        umask(0);
+        restore();
+        ASSERT_EQ(mendInChild(mend), ProfileRepair::Repaired);
+        const QByteArray mended = readFile();
+        ASSERT_TRUE(ProfileFile(mended).findings().isEmpty());
+        ASSERT_NE(mended, BROKEN);
+
+        int killed = 0;
+        int kept = 0;
+        for (;; ++killed) {
+            ASSERT_LT(killed, MOST_CALLS);
+            SCOPED_TRACE(testing::Message() << "killed before system call " << killed);
+            restore();
+            const Kill result = killBeforeSystemCall(
+                killed, [] {}, [&] { mend(file()); });
+            ASSERT_NE(result, Kill::Failed);
+            if (result == Kill::NoSuchCall)
+                break;
+            const QByteArray now = readFile();
+            ASSERT_TRUE(now == BROKEN || now == mended);
+            kept += now == BROKEN;
+            expectNothingOpenToOthers();
+            ASSERT_NO_FATAL_FAILURE(verify(now, mended));
+        }
+        std::cout << "[ KILLED   ] before each of " << killed << " system calls; " << kept
+                  << " times the old file, " << killed - kept << " times the new one\n";
+        EXPECT_GT(kept, 0);
+        EXPECT_LT(kept, killed);
+    }
 };
 
-TEST_F(KilledRepair, LeavesTheOldFileOrTheNewOneWholeAndTheNextOneFinishes)
+TEST_F(KilledRepair, LeavesAWholeFileAndTheNextRepairFinishes)
 {
-    umask(0);
-    restore();
-    ASSERT_EQ(repairInChild(), ProfileRepair::Repaired);
-    const QByteArray repaired = readFile();
-    ASSERT_TRUE(ProfileFile(repaired).findings().isEmpty());
-    ASSERT_NE(repaired, BROKEN);
-
-    int killed = 0;
-    int kept = 0;
-    for (;; ++killed) {
-        ASSERT_LT(killed, MOST_CALLS);
-        SCOPED_TRACE(testing::Message() << "killed before system call " << killed);
-        restore();
-        const Kill result = killBeforeSystemCall(
-            killed, [] {}, [this] { repairProfileFile(file()); });
-        ASSERT_NE(result, Kill::Failed);
-        const QByteArray now = readFile();
-        if (result == Kill::NoSuchCall)
-            break;
-        ASSERT_TRUE(now == BROKEN || now == repaired);
-        kept += now == BROKEN;
-        if (now == repaired) {
+    killEverywhere(repairProfileFile, [this](const QByteArray& now, const QByteArray& mended) {
+        if (now == mended) {
             ASSERT_EQ(readFile(file() + ".old"), BROKEN);
         }
-        expectNothingOpenToOthers();
-
-        ASSERT_EQ(repairInChild(), now == BROKEN ? ProfileRepair::Repaired : ProfileRepair::NothingToDo);
-        ASSERT_EQ(readFile(), repaired);
+        ASSERT_EQ(mendInChild(repairProfileFile),
+                  now == BROKEN ? ProfileRepair::Repaired : ProfileRepair::NothingToDo);
+        ASSERT_EQ(readFile(), mended);
         ASSERT_EQ(readFile(file() + ".old"), BROKEN);
         ASSERT_FALSE(QFile::exists(file() + ".old.1"));
-    }
-    std::cout << "[ KILLED   ] before each of " << killed << " system calls; " << kept
-              << " times the old file, " << killed - kept << " times the new one\n";
-    EXPECT_GT(kept, 0);
-    EXPECT_LT(kept, killed);
+    });
 }
 
-TEST_F(KilledRepair, LeavesNothingBesideTheFileWhenItIsATidy)
+TEST_F(KilledRepair, LeavesNoCopyWhenItIsATidy)
 {
-    umask(0);
-    restore();
-    ASSERT_EQ(runInChild([this] { return static_cast<int>(tidyProfileFile(file()).outcome); }),
-              ProfileRepair::Repaired);
-    const QByteArray tidied = readFile();
-    int killed = 0;
-    int kept = 0;
-    for (;; ++killed) {
-        ASSERT_LT(killed, MOST_CALLS);
-        SCOPED_TRACE(testing::Message() << "killed before system call " << killed);
-        restore();
-        const Kill result = killBeforeSystemCall(
-            killed, [] {}, [this] { tidyProfileFile(file()); });
-        ASSERT_NE(result, Kill::Failed);
-        if (result == Kill::NoSuchCall)
-            break;
-        const QByteArray now = readFile();
-        ASSERT_TRUE(now == BROKEN || now == tidied);
-        kept += now == BROKEN;
-        expectNothingOpenToOthers();
+    killEverywhere(tidyProfileFile, [this](const QByteArray&, const QByteArray&) {
         ASSERT_FALSE(QFile::exists(file() + ".old"));
-    }
+    });
     ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
-    std::cout << "[ KILLED   ] before each of " << killed << " system calls; " << kept
-              << " times the old file, " << killed - kept << " times the new one\n";
-    EXPECT_GT(kept, 0);
-    EXPECT_LT(kept, killed);
 }
 
 } // namespace

@@ -159,7 +159,7 @@ TEST_F(SipProfile, ListsEachProfileAndNoPassword)
     const Result result = run({"list"});
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.out, "Home    Profile0  sip.example.com:5070  anna\n"
-                          "Büro 2  Profile1  2001:db8::1:5060            default\n"
+                          "Büro 2  Profile1  [2001:db8::1]:5060          default\n"
                           "C       Profile2  :5060\n");
     EXPECT_EQ(result.err, "");
 
@@ -200,7 +200,7 @@ TEST_F(SipProfile, ListsWhatStandsInAFileThatTheStoreCannotParse)
 {
     writeFile("oops\n" + FILE_OF_THREE);
     EXPECT_EQ(run({"list"}).out, "Home    Profile0  sip.example.com:5070  anna\n"
-                                 "Büro 2  Profile1  2001:db8::1:5060            default\n"
+                                 "Büro 2  Profile1  [2001:db8::1]:5060          default\n"
                                  "C       Profile2  :5060\n");
     const QJsonArray profiles = runJson({"list"}, 0)["profiles"].toArray();
     ASSERT_EQ(profiles.size(), 3);

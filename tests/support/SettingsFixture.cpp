@@ -2,8 +2,19 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
-SettingsDirectory::SettingsDirectory()
+namespace {
+
+QString parentOf(SettingsDirectory::Place place)
+{
+    const QString memory = "/dev/shm";
+    return place == SettingsDirectory::InMemory && QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
+}
+
+} // namespace
+
+SettingsDirectory::SettingsDirectory(Place place) : directory_(parentOf(place) + "/settings-XXXXXX")
 {
     EXPECT_TRUE(directory_.isValid());
     qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory()));

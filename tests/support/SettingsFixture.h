@@ -14,7 +14,9 @@
 class SettingsDirectory
 {
 public:
-    SettingsDirectory();
+    enum Place { OnDisk, InMemory }; // in memory where the machine has such a place
+
+    explicit SettingsDirectory(Place place = OnDisk);
     ~SettingsDirectory();
     SettingsDirectory(const SettingsDirectory&) = delete;
     SettingsDirectory& operator=(const SettingsDirectory&) = delete;
@@ -39,6 +41,13 @@ private:
 
 class SettingsTest : public testing::Test, protected SettingsDirectory
 {
+};
+
+// For tests that write thousands of files.
+class SettingsInMemoryTest : public testing::Test, protected SettingsDirectory
+{
+protected:
+    SettingsInMemoryTest() : SettingsDirectory(InMemory) {}
 };
 
 // What tells a file from its replacement.

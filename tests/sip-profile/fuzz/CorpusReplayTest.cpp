@@ -1,8 +1,8 @@
-// The files that fuzzing has found worth keeping, each checked and repaired as an ordinary test.
+// Checks and repairs each file of the fuzz corpus.
 
 #include "Corpus.h"
 
-TEST(Corpus, EveryFileIsWholeOnceRepaired)
+TEST(Corpus, IsWholeOnceRepaired)
 {
     replayCorpus(CORPUS_DIRECTORY, 100);
 }

@@ -4,13 +4,12 @@
 #include "ProfileRepair.h"
 #include "Require.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
-#include <cstdlib>
-#include <unistd.h>
-
-// Nothing here is to survive the machine.
+// No file has to survive a crash of the machine.
 extern "C" int fsync(int)
 {
     return 0;
@@ -18,7 +17,12 @@ extern "C" int fsync(int)
 
 namespace {
 
-const int IN_MEMORY = access("/dev/shm", W_OK) == 0 ? setenv("TMPDIR", "/dev/shm", 1) : 0;
+// In memory where the machine has such a place.
+QString temporaryPlace()
+{
+    const QString memory = "/dev/shm";
+    return (QFileInfo(memory).isWritable() ? memory : QDir::tempPath()) + "/settings-XXXXXX";
+}
 
 void write(const QString& path, const QByteArray& bytes)
 {
@@ -37,7 +41,7 @@ QByteArray read(const QString& path)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const QTemporaryDir directory;
+    static const QTemporaryDir directory(temporaryPlace());
     const QString path = directory.filePath("file");
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     write(path, bytes);
