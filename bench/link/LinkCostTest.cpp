@@ -1,4 +1,4 @@
-// What the link costs, as counts that are the same in every run.
+// The cost of the link in counts that are the same in every run.
 
 #include "ChildProgram.h"
 #include "DaemonTest.h"
@@ -56,7 +56,7 @@ class LinkCost : public DaemonTest
 
 } // namespace
 
-TEST_F(LinkCost, IsTheSocketCallsOfABareClientInTheSameOrder)
+TEST_F(LinkCost, IsTheSocketCallsOfABareClient)
 {
     play("admit");
     const auto bare = systemCallsOf(bareCycle);
@@ -69,7 +69,7 @@ TEST_F(LinkCost, IsTheSocketCallsOfABareClientInTheSameOrder)
     std::printf("\n");
 }
 
-TEST_F(LinkCost, IsAtMostHalfAsManyInstructionsAgainAsABareClients)
+TEST_F(LinkCost, IsAtMostHalfMoreInstructionsThanABareClients)
 {
     play("admit");
     const long bare = instructionsOf("bare");

@@ -1,7 +1,7 @@
 #ifndef ALLOCATIONS_H
 #define ALLOCATIONS_H
 
-// The heap allocations that this thread has made, by whatever way. The program has its own malloc for that.
+// The number of this thread's heap allocations. A program that links this has a malloc() that counts them.
 long allocationsOfThisThread();
 
 #endif

@@ -1,5 +1,5 @@
-/* The floor: what someone writes who needs just this, checks what has to be checked, and says on standard
- * error what the library says. */
+/* The floor of the measurements: the least code for one cycle that checks every result and writes the
+ * library's lines to standard error. */
 
 #define _POSIX_C_SOURCE 200809L
 

@@ -1,5 +1,5 @@
-// count_cycles bare|library N: makes that many cycles inside measured(), for a tool that counts what they
-// cost. A daemon is listening.
+// count_cycles bare|library N: makes N cycles inside measured(), for a tool that counts instructions. A
+// daemon must be listening.
 
 #include "cycles.h"
 
@@ -21,7 +21,7 @@ int main(int argc, char** argv)
         return 2;
     const bool bare = std::strcmp(argv[1], "bare") == 0;
     uint32_t status = 0;
-    // What is done once in a process is not of interest.
+    // The first cycle does what a process does only once.
     const int first = bare ? bareCycle("Profile0", &status) : libraryCycle("Profile0", &status);
     return first != 0 ? 1 : measured(bare, std::strtol(argv[2], nullptr, 10));
 }

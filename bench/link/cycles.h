@@ -3,8 +3,7 @@
 
 #include <stdint.h>
 
-/* One use of the daemon: connect and register, read the ack, ask for a profile's status, close. 0 when all
- * went well. */
+/* One cycle: connect and register, read the ack, get a profile's status, close. 0 on success. */
 #ifdef __cplusplus
 extern "C" {
 #endif

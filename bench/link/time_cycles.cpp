@@ -1,5 +1,5 @@
-// time_cycles: the wall time of the library's cycles against the bare client's, pinned to one core together
-// with the daemon. Prints the median of the ratios of neighbouring runs.
+// time_cycles: prints the wall time of the library's cycles and the bare client's, on one core together
+// with the daemon, and the median of the ratios of neighbouring runs.
 
 #include "DaemonSocketClaim.h"
 #include "ScriptedDaemon.h"
@@ -54,7 +54,7 @@ int main()
 
     std::vector<double> bare, library, ratios;
     for (int i = 0; i < pairs; ++i) {
-        // Neither is always the first.
+        // They take turns in being the first.
         const bool bareFirst = i % 2 == 0;
         const double first = microsecondsOf(bareFirst ? bareCycle : libraryCycle);
         const double second = microsecondsOf(bareFirst ? libraryCycle : bareCycle);

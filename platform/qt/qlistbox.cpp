@@ -6,6 +6,10 @@
 #include <QContextMenuEvent>
 #include <QMouseEvent>
 
+QListBoxItem::QListBoxItem(const QString& text) : QListWidgetItem(text) {}
+
+QListBoxItem::~QListBoxItem() = default;
+
 QListBox::QListBox(QWidget* parent, const char* name) : QListWidget(parent)
 {
     setObjectName(QString::fromLatin1(name));
@@ -60,7 +64,8 @@ void QListBox::mousePressEvent(QMouseEvent* event)
 
 void QListBox::contextMenuEvent(QContextMenuEvent* event)
 {
-    // The right button's press, at the one moment after which Qt does not touch the list any more.
+    // A press of the right button. After this event Qt does not use the list any more, so that it may be
+    // deleted.
     event->accept();
     if (event->reason() == QContextMenuEvent::Mouse)
         emit rightButtonPressed(itemAtPoint(event->pos()), event->globalPos());
@@ -88,7 +93,7 @@ void QListBox::mouseReleaseEvent(QMouseEvent* event)
 
 void QListBox::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    // The second press of two quick clicks is a press like any other.
+    // The second press of a double click is an ordinary press.
     mousePressEvent(event);
 }
 
@@ -121,7 +126,7 @@ void QListBox::keyPressEvent(QKeyEvent* event)
     case Qt::Key_F2:
     case Qt::Key_F3:
     case Qt::Key_Escape:
-        event->ignore(); // soft keys: the screen's
+        event->ignore(); // the screen handles its soft keys
         break;
     default:
         QListWidget::keyPressEvent(event);

@@ -1,34 +1,37 @@
 #ifndef QLISTBOX_H
 #define QLISTBOX_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QListWidget>
 #include <QTimer>
 
 class QListBox;
 
-class QListBoxItem : public QListWidgetItem
+class ORMU_PLATFORM_EXPORT QListBoxItem : public QListWidgetItem
 {
 public:
-    explicit QListBoxItem(const QString& text = QString()) : QListWidgetItem(text) {}
+    explicit QListBoxItem(const QString& text = QString());
+    ~QListBoxItem() override;
 };
 
-// A list of rows that are known by their index. The current row is highlighted.
+// A list of rows, numbered from 0. The current row is highlighted.
 //
 // A click is a press of the left button and its release on the same row, or Enter on the current row. In
-// mouse mode 1 (OrmuApplication::setMouseMode() on the viewport) a long press and the Menu key stand for the
-// right button, the Menu key (F4, Shift+F10) on the current row; a press that was taken for the right button
-// is no click. The list may be cleared or deleted by whoever receives a signal.
-class QListBox : public QListWidget
+// mouse mode 1 (OrmuApplication::setMouseMode() on the viewport) a long press counts as a press of the
+// right button and not as a click, and the Menu key (F4, Shift+F10) as one on the current row. The receiver
+// of a signal may clear or delete the list.
+class ORMU_PLATFORM_EXPORT QListBox : public QListWidget
 {
     Q_OBJECT
 
 public:
-    // The milliseconds after which a press is a long one.
+    // A press of this many milliseconds is long.
     static constexpr int LONG_PRESS_MS = 700;
 
     explicit QListBox(QWidget* parent = nullptr, const char* name = nullptr);
 
-    // Puts item before the index-th row, or at the end when index is out of range. The list owns it then.
+    // Inserts item before the index-th row, or at the end when there is no such row. The list owns it.
     void insertItem(QListBoxItem* item, int index = -1);
     // Null when there is no such row.
     QListBoxItem* item(int index) const;
@@ -37,7 +40,7 @@ public:
     void setCurrentItem(int index) { setCurrentRow(index); }
 
 signals:
-    // Both: item is null beside the rows, pos is global.
+    // item is null beside the rows; pos is global.
     void rightButtonPressed(QListBoxItem* item, const QPoint& pos);
     void mouseButtonClicked(int button, QListBoxItem* item, const QPoint& pos);
 
@@ -50,7 +53,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
 
-    // Called before a click on item is signalled; item is not null.
+    // Called before the signal of a click; item is not null.
     virtual void clickItem(QListBoxItem* item);
 
 private:
@@ -61,7 +64,7 @@ private:
 
     QTimer longPressTimer_{this};
     QPoint pressPos_;                     // in the viewport
-    QListBoxItem* pressedItem_ = nullptr; // only ever compared: it may be deleted meanwhile
+    QListBoxItem* pressedItem_ = nullptr; // only compared: it may have been deleted
     bool pressed_ = false;
 };
 

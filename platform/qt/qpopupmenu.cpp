@@ -13,14 +13,14 @@
 QPopupMenu::QPopupMenu(QWidget* parent, const char* name) : QMenu(parent)
 {
     setObjectName(QString::fromLatin1(name));
-    // Not from here: who hears of it may delete the menu, which is not done with itself yet.
+    // Not from here: the receiver may delete the menu, which Qt still uses.
     connect(this, &QMenu::triggered, this, [this](QAction* action) {
         chosen_ = action->data().toInt();
-        QTimer::singleShot(0, this, &QPopupMenu::tellChosen);
+        QTimer::singleShot(0, this, &QPopupMenu::emitChosen);
     });
 }
 
-void QPopupMenu::tellChosen()
+void QPopupMenu::emitChosen()
 {
     if (const std::optional<int> id = std::exchange(chosen_, std::nullopt))
         emit activated(*id);
@@ -36,7 +36,7 @@ QAction* QPopupMenu::find(int id) const
 
 int QPopupMenu::insertItem(const QString& text, int id, int index)
 {
-    // An ampersand in a text of ours is a character, not a mnemonic.
+    // An ampersand is a character, not a mnemonic.
     auto* action = new QAction(QString(text).replace(QLatin1Char('&'), QLatin1String("&&")), this);
     action->setData(id);
     const QList<QAction*> entries = actions();
@@ -100,7 +100,7 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
 {
     const auto actAs = [this, event](Qt::Key key) {
         QKeyEvent standIn(event->type(), key, Qt::NoModifier);
-        event->accept(); // before the menu acts: it may not be there afterwards
+        event->accept(); // first, because the menu's action may delete it
         QMenu::keyPressEvent(&standIn);
     };
     const QPointer<QPopupMenu> self(this);
@@ -116,10 +116,10 @@ void QPopupMenu::keyPressEvent(QKeyEvent* event)
         QMenu::keyPressEvent(event);
     }
     if (!self.isNull())
-        tellChosen();
+        emitChosen();
 }
 
-// The mark stays where it is while the pointer goes to the soft key that chooses.
+// The mark stays on its entry while the pointer moves to a soft key.
 void QPopupMenu::leaveEvent(QEvent*) {}
 
 void QPopupMenu::mouseMoveEvent(QMouseEvent* event)
@@ -133,5 +133,5 @@ void QPopupMenu::mouseReleaseEvent(QMouseEvent* event)
     const QPointer<QPopupMenu> self(this);
     QMenu::mouseReleaseEvent(event);
     if (!self.isNull())
-        tellChosen();
+        emitChosen();
 }

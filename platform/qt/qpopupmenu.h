@@ -1,32 +1,34 @@
 #ifndef QPOPUPMENU_H
 #define QPOPUPMENU_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QMenu>
 
 #include <optional>
 
-// A menu whose entries are known by numbers of the program's own. It opens inside the phone's window.
+// A menu whose entries have ids that the program chooses. It opens inside the phone's window.
 //
-// By keys: the arrows move, Enter and the left and middle soft keys (F1, F2) choose, the right one (F3) and
-// Escape close. The soft keys read so meanwhile, and act by pointer, too.
-class QPopupMenu : public QMenu
+// Keys: the arrows move; Enter and the left and middle soft keys (F1, F2) choose; the right one (F3) and
+// Escape close. The soft keys show this while the menu is open, and a tap on them does the same.
+class ORMU_PLATFORM_EXPORT QPopupMenu : public QMenu
 {
     Q_OBJECT
 
 public:
     explicit QPopupMenu(QWidget* parent = nullptr, const char* name = nullptr);
 
-    // Adds an entry before the index-th one, or at the end when index is out of range. Returns id.
+    // Inserts an entry before the index-th one, or at the end when there is no such entry. Returns id.
     int insertItem(const QString& text, int id, int index = -1);
-    // These do nothing, or answer with false and an empty text, when there is no entry of that id.
+    // When no entry has the id, these do nothing and return false or an empty text.
     void changeItem(int id, const QString& text);
     void setItemEnabled(int id, bool enable);
     bool isItemEnabled(int id) const;
     QString text(int id) const;
 
-    // Opens the menu with its entry indexAtPoint at pos (global), as far as the phone's window has room,
-    // waits for the user, and returns the id chosen or -1. activated() has been emitted by then. The menu may
-    // be deleted meanwhile; the result is then -1.
+    // Opens the menu with its entry indexAtPoint at pos (global), moved as far as necessary to fit into the
+    // phone's window, and waits for the user. Returns the chosen id after activated() was emitted; -1 when
+    // nothing was chosen or the menu was deleted meanwhile.
     int exec(const QPoint& pos, int indexAtPoint = 0);
     // Opens the menu with its lower left corner at pos (global) and returns at once.
     void popupAbove(const QPoint& pos);
@@ -43,9 +45,9 @@ protected:
 
 private:
     QAction* find(int id) const;
-    void tellChosen();
+    void emitChosen();
 
-    std::optional<int> chosen_; // not told yet
+    std::optional<int> chosen_; // not yet emitted
 };
 
 #endif

@@ -3,8 +3,8 @@
 
 #include <QList>
 
-// The older Qt's list of pointers. It owns what they point to once setAutoDelete(true) was called: an entry
-// is then deleted when it is removed, and the rest when the list is cleared or destroyed.
+// The older Qt's list of pointers. After setAutoDelete(true) it owns the objects: one is deleted when it is
+// removed, the others when the list is cleared or destroyed.
 template <class T>
 class QPtrList
 {
@@ -14,11 +14,9 @@ public:
     QPtrList(const QPtrList&) = delete;
     QPtrList& operator=(const QPtrList&) = delete;
 
-    bool autoDelete() const { return autoDelete_; }
     void setAutoDelete(bool enable) { autoDelete_ = enable; }
 
     int count() const { return static_cast<int>(entries_.size()); }
-    bool isEmpty() const { return entries_.isEmpty(); }
 
     // Null when the list has no such index.
     T* at(int index) const { return entries_.value(index, nullptr); }

@@ -1,22 +1,24 @@
 #ifndef QSCROLLVIEW_H
 #define QSCROLLVIEW_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QScrollArea>
 
-// A scrolling area whose children stand at fixed places of its contents.
-class QScrollView : public QScrollArea
+// A scroll area with children at fixed places of its contents.
+class ORMU_PLATFORM_EXPORT QScrollView : public QScrollArea
 {
     Q_OBJECT
 
 public:
     explicit QScrollView(QWidget* parent = nullptr);
 
-    // Takes child into the contents, with its upper left corner at (x, y), and makes the contents large
-    // enough to hold it. The view owns it from then on.
+    // Adds child to the contents with its upper left corner at (x, y) and enlarges the contents to hold it.
+    // The view owns the child.
     virtual void addChild(QWidget* child, int x = 0, int y = 0);
 
 protected:
-    // Contents grow with the children that are resized after they were added.
+    // Enlarges the contents when a child is moved or resized.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

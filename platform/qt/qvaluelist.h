@@ -13,7 +13,7 @@ public:
     using iterator = Iterator;
     using const_iterator = ConstIterator;
 
-    // The walk of a list that is not const takes its own copy of shared entries first.
+    // On a list that is not const these copy shared entries first.
     Iterator begin() { return entries_.begin(); }
     Iterator end() { return entries_.end(); }
     ConstIterator begin() const { return entries_.begin(); }
@@ -22,17 +22,17 @@ public:
     int count() const { return static_cast<int>(entries_.size()); }
     bool isEmpty() const { return entries_.isEmpty(); }
 
-    // index must lie in the list.
+    // index is that of an entry.
     const T& operator[](int index) const { return entries_[index]; }
     T& operator[](int index) { return entries_[index]; }
 
-    // The first entry equal to value, or -1.
+    // The index of the first entry equal to value, or -1.
     int findIndex(const T& value) const { return static_cast<int>(entries_.indexOf(value)); }
-    // How many entries equal value.
+    // The number of entries equal to value.
     int contains(const T& value) const { return static_cast<int>(entries_.count(value)); }
 
     void append(const T& value) { entries_.append(value); }
-    // Removes every entry equal to value, which may be one of them, and returns how many there were.
+    // Removes every entry equal to value, which may be one of them, and returns their number.
     int remove(const T& value) { return static_cast<int>(entries_.removeAll(value)); }
     void clear() { entries_.clear(); }
 

@@ -1,18 +1,20 @@
 #ifndef ORMUAPPLICATION_H
 #define ORMUAPPLICATION_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QApplication>
 
-// The application of a program on the phone: it wears the phone's skin.
-class OrmuApplication : public QApplication
+// The application of a program on the phone, with the phone's skin.
+class ORMU_PLATFORM_EXPORT OrmuApplication : public QApplication
 {
     Q_OBJECT
 
 public:
     OrmuApplication(int& argc, char** argv);
 
-    // What the pointer does on a widget: 0, the default, is plain; in mode 1 a list takes a long press and
-    // the Menu key for the right button.
+    // The mouse mode of a widget. In mode 1 a list takes a long press and the Menu key for the right
+    // button; 0 is the default.
     static void setMouseMode(QWidget* widget, int mode);
     static int mouseMode(const QWidget* widget);
 };

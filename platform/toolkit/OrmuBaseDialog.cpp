@@ -25,36 +25,24 @@ OrmuBaseDialog::~OrmuBaseDialog()
 
 void OrmuBaseDialog::setVisible(bool visible)
 {
-    if (visible)
-        OrmuPhoneWindow::place(this);
-    QDialog::setVisible(visible);
-    if (!visible) {
-        OrmuPhoneWindow::left(this);
-        return;
-    }
-    if (focusWidget() == nullptr) {
+    const auto giveFocus = [this] {
         if (auto* list = findChild<QListBox*>())
             list->setFocus();
         else
             focusNextChild();
-    }
-    OrmuPhoneWindow::entered(this);
+    };
+    OrmuPhoneWindow::setScreenVisible(
+        this, visible, [this, visible] { QDialog::setVisible(visible); }, giveFocus);
 }
 
 void OrmuBaseDialog::setSoftKeys(UTIL_CST* bar)
 {
-    if (bar == bar_ || bar == nullptr)
-        return;
-    delete bar_;
-    bar_ = bar;
-    bar->setParent(this);
-    bar->setGeometry(OrmuGlobal::getCstR());
-    bar->show();
+    UTIL_CST::replace(bar_, bar, this);
 }
 
 void OrmuBaseDialog::keyPressEvent(QKeyEvent* event)
 {
-    event->accept(); // now: a soft key may delete the dialog
+    event->accept(); // first, because a soft key may delete the dialog
     if (bar_ != nullptr && bar_->pressFor(event))
         return;
     switch (event->key()) {

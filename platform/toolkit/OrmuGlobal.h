@@ -1,22 +1,24 @@
 #ifndef ORMUGLOBAL_H
 #define ORMUGLOBAL_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QRect>
 #include <QSize>
 
-// The places of the phone's screen, in pixels. Rectangles are in the screen's coordinates.
-class OrmuGlobal
+// The layout of the phone's screen in pixels, in the screen's coordinates.
+class ORMU_PLATFORM_EXPORT OrmuGlobal
 {
 public:
     static QSize getScreenSize();
-    // What a full-screen widget has above its soft keys.
+    // The content of a full-screen widget, above the soft keys.
     static QRect getContentR();
     // The soft-key bar.
     static QRect getCstR();
-    // A large dialog's panel, above the soft keys, and the title strip within it.
+    // A large dialog's panel, above the soft keys, and its title strip.
     static QRect getDlgLargeR();
     static QRect getDlgTitleLR();
-    // A small dialog's panel. One that has more to show is higher.
+    // A small dialog's panel. A dialog with more content is higher.
     static QRect getDlgSmallR();
     // inner, in the coordinates of outer.
     static QRect diffRect(const QRect& outer, const QRect& inner);

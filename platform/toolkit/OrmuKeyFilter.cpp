@@ -7,7 +7,7 @@
 
 namespace {
 
-// One number for press and release, also when Shift goes up or down in between.
+// The same number for press and release, even when Shift goes up or down in between.
 int numberOf(const QKeyEvent* event)
 {
     return event->nativeScanCode() != 0 ? -static_cast<int>(event->nativeScanCode()) : event->key();
@@ -48,11 +48,12 @@ bool isMenuKey(const QKeyEvent* event)
 {
     if (event->key() == Qt::Key_F4)
         return event->modifiers() == Qt::NoModifier;
-    // Shift may go up before it.
+    // Shift may be released first.
     return event->key() == Qt::Key_F10 &&
            (event->type() == QEvent::KeyRelease || event->modifiers() == Qt::ShiftModifier);
 }
-// Sends the window a copy of the event that is another key, or another of its repeats.
+
+// Sends the window a copy of the event with that key and repeat flag.
 void sendAs(QWindow* window, const QKeyEvent* event, int key, bool repeat)
 {
     const bool same = key == event->key();
@@ -68,7 +69,7 @@ void sendAs(QWindow* window, const QKeyEvent* event, int key, bool repeat)
 OrmuKeyFilter::OrmuKeyFilter()
 {
     qApp->installEventFilter(this);
-    // The releases of keys that are held meanwhile go to other programs.
+    // While another program is active it gets the releases.
     connect(qApp, &QGuiApplication::applicationStateChanged, this, [this] { held_.clear(); });
 }
 
@@ -102,7 +103,7 @@ bool OrmuKeyFilter::filterPress(QWindow* window, QKeyEvent* event)
     }
     if (!held_.contains(key))
         held_.insert(key, repeatsRelease ? lastRelease_.receiver : nullptr);
-    // What went down elsewhere is no text.
+    // A key that went down elsewhere types no text here.
     if (!mayRepeat(event, held_.value(key) == receiver ? receiver : nullptr))
         return true;
     if (event->isAutoRepeat())
@@ -123,7 +124,7 @@ bool OrmuKeyFilter::filterRelease(const QKeyEvent* event)
 
 bool OrmuKeyFilter::repeatsLastRelease(const QKeyEvent* event) const
 {
-    // A program that makes up key events may well do so twice within a millisecond; a keyboard does not.
+    // A program may send two presses of one key within a millisecond (no scan code); a keyboard does not.
     return event->nativeScanCode() != 0 && numberOf(event) == lastRelease_.key &&
            event->timestamp() == lastRelease_.time;
 }

@@ -9,15 +9,15 @@
 class QKeyEvent;
 class QWindow;
 
-// What a key of the phone is before any widget sees it, in every window and popup of the program.
+// Filters the keys of the program, in every window and popup, before a widget gets them.
 //
-// A key that is held down acts once. Its repeats move the focus, scroll, and change what is typed into a text
-// entry that has had the focus since the key went down; all others are dropped. Repeats are told by their
-// flag, by a press without a release before it, and by a press at the very time of the release, which is how
-// an X server repeats a key; widgets get them with the flag. The release of a key goes to what got its
-// press, or to nothing: not to a dialog or menu that opened meanwhile.
+// A key that is held down acts once. Of its repeats those remain that move the focus, scroll, or edit a
+// text entry that has had the focus since the key went down; the others are dropped. A repeat is a press
+// with the repeat flag, a press without a release before it, or a press with the timestamp of the release
+// (as an X server repeats a key). Widgets get it with the flag. The release of a key goes to the widget
+// that got its press and to no other: not to a dialog or menu that opened meanwhile.
 //
-// F4 and Shift+F10 are the Menu key.
+// F4 and Shift+F10 become the Menu key.
 class OrmuKeyFilter : public QObject
 {
 public:
@@ -40,7 +40,7 @@ private:
     bool filterRelease(const QKeyEvent* event);
     bool repeatsLastRelease(const QKeyEvent* event) const;
 
-    QHash<int, Receiver> held_; // the keys that are down, and what got their presses
+    QHash<int, Receiver> held_; // the keys that are down, with the receivers of their presses
     Release lastRelease_;
 };
 

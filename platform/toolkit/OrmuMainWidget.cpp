@@ -19,8 +19,8 @@ namespace {
 constexpr int TEXT_INDENT = 5;
 constexpr int ENTRY_SURROUNDINGS = 32;
 
-// Makes the open list of a combo box a part of the phone: it opens inside the phone's window, the left, the
-// middle and the centre key choose, the right one and Escape close.
+// The list of a combo box: it opens inside the phone's window; the left, the middle and the centre key
+// choose; the right one and Escape close.
 class ComboList : public QObject
 {
 public:
@@ -38,7 +38,7 @@ protected:
                 fit(static_cast<QWidget*>(watched));
             return false;
         }
-        // The box would act on the announcement of a key, and the screen then get the key itself.
+        // Otherwise the box would act on this event and the screen on the key press that follows.
         if (event->type() == QEvent::ShortcutOverride)
             return true;
         return event->type() == QEvent::KeyPress && press(static_cast<QKeyEvent*>(event)->key());
@@ -102,7 +102,7 @@ public:
         QScrollView::addChild(child, x, y);
         if (auto* label = qobject_cast<QLabel*>(child)) {
             label->setWordWrap(true);
-            // Labels stand at the very edge of the screen; their texts do not.
+            // A label begins at the edge of the screen, its text does not.
             if (label->indent() < 0)
                 label->setIndent(TEXT_INDENT);
         }
@@ -147,14 +147,14 @@ private:
         }
     }
 
-    // With what stands next to it, its label above all.
+    // Shows the surroundings, too, so that the entry's label is visible.
     void showWhole(const QWidget* entry)
     {
         ensureVisible(0, entry->geometry().center().y(), 0, entry->height() / 2 + ENTRY_SURROUNDINGS);
     }
 
-    // Under the pointer nothing must move before its button is released; and when the phone's window comes
-    // back to the front, or a menu closes, the focus is where it was.
+    // Nothing may move under the pointer before its button is released. When the phone's window becomes
+    // active again or a menu closes, the focus is in the place that the user saw last.
     static bool movesByKeys(Qt::FocusReason reason)
     {
         return reason != Qt::MouseFocusReason && reason != Qt::ActiveWindowFocusReason &&
@@ -219,13 +219,7 @@ OrmuMainWidget::~OrmuMainWidget()
 
 void OrmuMainWidget::setCSTWidget(QWidget* bar)
 {
-    if (bar == bar_)
-        return;
-    delete bar_;
-    bar_ = qobject_cast<UTIL_CST*>(bar);
-    bar->setParent(this);
-    bar->setGeometry(OrmuGlobal::getCstR());
-    bar->show();
+    UTIL_CST::replace(bar_, qobject_cast<UTIL_CST*>(bar), this);
 }
 
 QWidget* OrmuMainWidget::getCSTWidget() const
@@ -235,30 +229,22 @@ QWidget* OrmuMainWidget::getCSTWidget() const
 
 void OrmuMainWidget::setVisible(bool visible)
 {
-    if (visible)
-        OrmuPhoneWindow::place(this);
-    QWidget::setVisible(visible);
-    if (!visible) {
-        OrmuPhoneWindow::left(this);
-        return;
-    }
-    if (focusWidget() == nullptr)
-        focusNextChild();
-    OrmuPhoneWindow::entered(this);
+    OrmuPhoneWindow::setScreenVisible(
+        this, visible, [this, visible] { QWidget::setVisible(visible); }, [this] { focusNextChild(); });
 }
 
 void OrmuMainWidget::customEvent(QCustomEvent*) {}
 
 void OrmuMainWidget::customEvent(QEvent* event)
 {
-    QCustomEvent plain(event->type()); // Qt hands an event of any class here that has such a type
+    QCustomEvent plain(event->type()); // Qt passes events of any class with such a type
     auto* custom = dynamic_cast<QCustomEvent*>(event);
     customEvent(custom != nullptr ? custom : &plain);
 }
 
 void OrmuMainWidget::keyPressEvent(QKeyEvent* event)
 {
-    event->accept(); // now: a soft key may delete the screen
+    event->accept(); // first, because a soft key may delete the screen
     if (bar_ != nullptr && bar_->pressFor(event))
         return;
     if (event->key() == Qt::Key_Up)

@@ -1,6 +1,7 @@
 #ifndef ORMUMAINWIDGET_H
 #define ORMUMAINWIDGET_H
 
+#include "OrmuPlatformExport.h"
 #include "UTIL_CST.h"
 #include "qcustomevent.h"
 #include "qscrollview.h"
@@ -11,24 +12,24 @@ using WFlags = unsigned int;
 
 // A full-screen widget: a content area that scrolls above a bar of soft keys.
 //
-// A screen without a parent opens in the phone's window, over the screens that are open there, and stays its
-// maker's to delete; it may be deleted at any time, also inside a slot that one of its own children called.
-class OrmuMainWidget : public QWidget
+// A screen without a parent opens in the phone's window, over the screens that are open there. Its creator
+// owns it and may delete it at any time, also in a slot that one of its children called.
+class ORMU_PLATFORM_EXPORT OrmuMainWidget : public QWidget
 {
     Q_OBJECT
 
 public:
-    // flags are kept for the phone's sake; 0 is the one value in use.
+    // flags has no effect; the phone's toolkit has it.
     explicit OrmuMainWidget(QWidget* parent = nullptr, const char* name = nullptr, WFlags flags = 0);
-    // form: the content is a form. Up and Down move the focus from entry to entry, and the centre key acts on
-    // the entry that has it. Otherwise Up and Down scroll content that is longer than the screen.
+    // In a form Up and Down move the focus from entry to entry, and the centre key acts on the entry with
+    // the focus. Otherwise Up and Down scroll content that is higher than the screen.
     OrmuMainWidget(bool form, QWidget* parent, const char* name = nullptr, WFlags flags = 0);
     ~OrmuMainWidget() override;
 
-    // Children are added to it with addChild(child, x, y).
+    // addChild(child, x, y) adds to the content.
     QScrollView* getContentWidget() const { return content_; }
 
-    // Puts bar, a UTIL_CST, at the bottom in place of the one that was there. The screen owns it.
+    // Replaces the bar at the bottom by bar, a UTIL_CST. The screen owns it.
     void setCSTWidget(QWidget* bar);
     QWidget* getCSTWidget() const;
 

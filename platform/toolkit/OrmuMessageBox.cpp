@@ -12,7 +12,7 @@
 #include <QTimer>
 
 namespace {
-constexpr int MARGIN = 12;
+constexpr int BOX_MARGIN = 12;
 
 QStringList given(const QString& button0, const QString& button1, const QString& button2)
 {
@@ -25,7 +25,7 @@ QStringList given(const QString& button0, const QString& button1, const QString&
     return buttons;
 }
 
-// A box that does not wait for an answer.
+// A box that closes by itself.
 class Notice : public OrmuMessageBox
 {
 public:
@@ -49,7 +49,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent*) override { reject(); }
 };
 
-// The parent, if there is one, may delete the box meanwhile.
+// A parent may delete the box meanwhile.
 int runAndDelete(OrmuMessageBox* newBox)
 {
     const QPointer<OrmuMessageBox> box(newBox);
@@ -100,16 +100,16 @@ void OrmuMessageBox::makeKeys()
 void OrmuMessageBox::layOut()
 {
     const QRect room = OrmuGlobal::getDlgLargeR();
-    const int textLeft = icon_.isNull() ? MARGIN : MARGIN + icon_.width() + MARGIN;
-    const int textWidth = room.width() - textLeft - MARGIN;
+    const int textLeft = icon_.isNull() ? BOX_MARGIN : BOX_MARGIN + icon_.width() + BOX_MARGIN;
+    const int textWidth = room.width() - textLeft - BOX_MARGIN;
     text_->setLineWrapMode(QTextEdit::FixedPixelWidth);
     text_->setLineWrapColumnOrWidth(textWidth);
-    if (text_->document()->size().height() > room.height() - 2 * MARGIN)
+    if (text_->document()->size().height() > room.height() - 2 * BOX_MARGIN)
         text_->setLineWrapColumnOrWidth(textWidth - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
     const int textHeight = qCeil(text_->document()->size().height());
-    const int needed = qMax(textHeight, icon_.height()) + 2 * MARGIN;
+    const int needed = qMax(textHeight, icon_.height()) + 2 * BOX_MARGIN;
     const int height = qBound(OrmuGlobal::getDlgSmallR().height(), needed, room.height());
-    const int shownHeight = qMin(textHeight, height - 2 * MARGIN);
+    const int shownHeight = qMin(textHeight, height - 2 * BOX_MARGIN);
 
     QRect place(0, 0, room.width(), height);
     place.moveCenter(room.center());
@@ -118,7 +118,7 @@ void OrmuMessageBox::layOut()
     if (!icon_.isNull()) {
         auto* icon = new QLabel(panel());
         icon->setPixmap(icon_);
-        icon->setGeometry(MARGIN, (height - icon_.height()) / 2, icon_.width(), icon_.height());
+        icon->setGeometry(BOX_MARGIN, (height - icon_.height()) / 2, icon_.width(), icon_.height());
     }
 }
 

@@ -2,6 +2,7 @@
 #define ORMUMESSAGEBOX_H
 
 #include "OrmuBaseDialog.h"
+#include "OrmuPlatformExport.h"
 
 #include <QPixmap>
 #include <QStringList>
@@ -9,39 +10,39 @@
 class OrmuPushButton;
 class QTextEdit;
 
-// An icon, a text and up to three buttons, over whatever the phone shows. The text is plain; "\n" breaks its
-// lines, and one that is longer than the screen scrolls by Up and Down.
+// A dialog with an icon, a text and up to three buttons. The text is plain; "\n" begins a new line. Up and
+// Down scroll a text that is higher than the screen.
 //
-// One button: every soft key, Escape and the centre key press it. Two: F1 and the centre key press the first,
-// F3 and Escape the second. Three: F1, F2 and F3, the centre key the first and Escape the third.
-class OrmuMessageBox : public OrmuBaseDialog
+// One button: every soft key, Escape and the centre key press it. Two buttons: F1 and the centre key press
+// the first, F3 and Escape the second. Three buttons: F1, F2 and F3 press one each, the centre key the
+// first, Escape the third.
+class ORMU_PLATFORM_EXPORT OrmuMessageBox : public OrmuBaseDialog
 {
     Q_OBJECT
 
 public:
-    // How long a timed notice stays: without a button, and with one.
+    // The time of a notice without and with a button.
     static constexpr int NOTICE_MS = 2500;
     static constexpr int BUTTON_NOTICE_MS = 5000;
 
-    // An empty button text means no such button, and none after it. The int is kept for the phone's sake; 1
-    // is the value in use.
+    // The buttons end before the first empty text. The int has no effect; the phone's toolkit has it.
     OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
                    const QString& button1, const QString& button2, int);
 
-    // Waits for the user. Returns the index of the pressed button; -1 when the box ended in another way: it
-    // was hidden or deleted, or the program ends.
+    // Waits for the user. Returns the index of the pressed button, or -1 when the box was hidden or deleted
+    // or the program ends.
     int exec() override;
 
     QString text() const;
     QPixmap iconPixmap() const { return icon_; }
     QString buttonText(int index) const;
 
-    // Makes a box, waits for the user, and returns what exec() does.
+    // Runs a box and returns the result of exec().
     static int information(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
                            const QString& button1, const QString& button2, int);
-    // Timed notices: they wait until the user dismisses the box with any key or a tap, or their
-    // time has passed. The ints are kept for the phone's sake: they change nothing here. timerInformation()
-    // returns the index of the button if one was pressed, otherwise -1.
+    // Notices: run a box until the user presses a key, taps, or its time has passed. timerInformation()
+    // returns the index of the pressed button, otherwise -1. The ints have no effect; the phone's toolkit
+    // has them.
     static void timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int, int);
     static int timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int,
                                 const QString& button0, const QString& button1, const QString& button2, int);
@@ -56,7 +57,7 @@ private:
 
     const QPixmap icon_;
     const QStringList buttons_;
-    QList<OrmuPushButton*> keys_; // one to a button
+    QList<OrmuPushButton*> keys_; // one for each button
     QTextEdit* text_;
     int pressed_ = -1;
 };

@@ -7,8 +7,8 @@
 #include <limits>
 
 namespace {
-// Takes out of a changed text what may not be in it.
-class Filter : public QValidator
+// Removes the characters that are not allowed from a changed text.
+class CharacterFilter : public QValidator
 {
 public:
     using QValidator::QValidator;
@@ -58,25 +58,25 @@ OrmuMultiLineEdit::OrmuMultiLineEdit(QWidget* parent, bool, int) : QLineEdit(par
 {
     setMaxLength(std::numeric_limits<int>::max());
     setContextMenuPolicy(Qt::NoContextMenu);
-    setValidator(new Filter(this));
+    setValidator(new CharacterFilter(this));
     resize(OrmuStyle::entrySize());
-    connect(this, &QLineEdit::textChanged, this, &OrmuMultiLineEdit::tellChange);
+    connect(this, &QLineEdit::textChanged, this, &OrmuMultiLineEdit::emitChange);
 }
 
 void OrmuMultiLineEdit::setFilter(const QRegExp& filter, bool admit)
 {
-    auto* replacement = new Filter(this);
+    auto* replacement = new CharacterFilter(this);
     replacement->set(filter, admit);
     delete validator();
     setValidator(replacement);
 }
 
-void OrmuMultiLineEdit::tellChange(const QString& text)
+void OrmuMultiLineEdit::emitChange(const QString& text)
 {
-    // A line edit also tells of a change that the filter has undone.
-    if (text == told_)
+    // A line edit also signals a change that the filter has undone.
+    if (text == lastEmitted_)
         return;
-    told_ = text;
+    lastEmitted_ = text;
     emit textChanged();
 }
 

@@ -1,26 +1,27 @@
 #ifndef ORMUMULTILINEEDIT_H
 #define ORMUMULTILINEEDIT_H
 
+#include "OrmuPlatformExport.h"
 #include "qregexp.h"
 
 #include <QLineEdit>
 
-// A text entry of one line, 220 x 30 pixels unless it is resized. It takes texts of any length. Line breaks
-// and other control characters do not get in by typing, pasting or dropping.
-class OrmuMultiLineEdit : public QLineEdit
+// A text entry of one line, at first 220 x 30 pixels, for texts of any length. Line breaks and other
+// control characters cannot be typed, pasted or dropped into it.
+class ORMU_PLATFORM_EXPORT OrmuMultiLineEdit : public QLineEdit
 {
     Q_OBJECT
 
 public:
-    // The stand-in has entries of one line only. The boolean is kept for the phone's sake.
+    // The boolean and lines have no effect; the phone's toolkit has them.
     OrmuMultiLineEdit(QWidget* parent, bool, int lines);
 
-    // From now on what the user types, pastes or drops loses each character that filter does not match, or,
-    // when admit is false, each that it matches.
+    // Removes from the text that the user types, pastes or drops every character that filter does not
+    // match; when admit is false, every character that it matches.
     void setFilter(const QRegExp& filter, bool admit);
 
-    // Puts text at the beginning (pos 0) or at the end of the entry, as it stands: the program's own text is
-    // not filtered before the user changes it.
+    // Inserts text, unfiltered, at the beginning (pos 0) or at the end. The next change by the user filters
+    // it.
     void insertLine(const QString& text, int pos = -1);
 
 signals:
@@ -28,9 +29,9 @@ signals:
     void textChanged();
 
 private:
-    void tellChange(const QString& text);
+    void emitChange(const QString& text);
 
-    QString told_;
+    QString lastEmitted_;
 };
 
 #endif

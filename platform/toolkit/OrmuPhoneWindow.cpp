@@ -1,6 +1,7 @@
 #include "OrmuPhoneWindow.h"
 
 #include "OrmuGlobal.h"
+#include "OrmuKeyFilter.h"
 #include "OrmuPopupKeys.h"
 #include "OrmuStyle.h"
 
@@ -23,7 +24,8 @@ OrmuPhoneWindow* OrmuPhoneWindow::instance()
     return window_;
 }
 
-OrmuPhoneWindow::OrmuPhoneWindow() : popupKeys_(std::make_unique<OrmuPopupKeys>(this))
+OrmuPhoneWindow::OrmuPhoneWindow()
+    : keyFilter_(std::make_unique<OrmuKeyFilter>()), popupKeys_(std::make_unique<OrmuPopupKeys>(this))
 {
     setFixedSize(OrmuGlobal::getScreenSize());
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -64,30 +66,43 @@ QWidget* OrmuPhoneWindow::beneath(const QWidget* screen)
     return found == screens.begin() || found == screens.end() ? nullptr : std::prev(found)->screen;
 }
 
+void OrmuPhoneWindow::setScreenVisible(QWidget* screen, bool visible, const std::function<void()>& setVisible,
+                                       const std::function<void()>& giveFocus)
+{
+    if (visible)
+        instance()->place(screen);
+    setVisible();
+    if (!visible) {
+        left(screen);
+        return;
+    }
+    if (screen->focusWidget() == nullptr)
+        giveFocus();
+    instance()->entered(screen);
+}
+
 void OrmuPhoneWindow::place(QWidget* screen)
 {
-    OrmuPhoneWindow* phone = instance();
     if (screen->parentWidget() == nullptr)
-        screen->setParent(phone, Qt::SubWindow);
+        screen->setParent(this, Qt::SubWindow);
     QPoint corner;
-    if (phone->isAncestorOf(screen->parentWidget()))
-        corner = screen->parentWidget()->mapFrom(phone, corner);
-    screen->setGeometry(QRect(corner, phone->size()));
-    if (!phone->isVisible() && screen->window() == phone)
-        phone->show();
+    if (isAncestorOf(screen->parentWidget()))
+        corner = screen->parentWidget()->mapFrom(this, corner);
+    screen->setGeometry(QRect(corner, size()));
+    if (!isVisible() && screen->window() == this)
+        show();
     // Now: once a child of the top screen is shown, its focus counts as the top screen's.
-    if (!phone->screens_.isEmpty() && phone->topScreen() != screen)
-        phone->screens_.last().focus = phone->topScreen()->focusWidget();
+    if (!screens_.isEmpty() && topScreen() != screen)
+        screens_.last().focus = topScreen()->focusWidget();
 }
 
 void OrmuPhoneWindow::entered(QWidget* screen)
 {
-    OrmuPhoneWindow* phone = instance();
-    phone->forget(screen);
-    phone->screens_.append(OpenScreen{screen, screen->focusWidget()});
+    forget(screen);
+    screens_.append(OpenScreen{screen, screen->focusWidget()});
     screen->raise();
-    phone->popupKeys_->raise();
-    phone->giveFocusToTop();
+    popupKeys_->raise();
+    giveFocusToTop();
 }
 
 void OrmuPhoneWindow::left(QWidget* screen)
@@ -151,7 +166,7 @@ void OrmuPhoneWindow::closePopups()
 
 void OrmuPhoneWindow::keyPressEvent(QKeyEvent* event)
 {
-    // The keys come here when what had the focus is gone.
+    // Keys arrive here when the widget that had the focus no longer exists.
     QWidget* screen = topScreen();
     if (screen == nullptr || (focusWidget() != nullptr && focusWidget() != this)) {
         QWidget::keyPressEvent(event);

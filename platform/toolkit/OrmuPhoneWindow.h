@@ -1,43 +1,46 @@
 #ifndef ORMUPHONEWINDOW_H
 #define ORMUPHONEWINDOW_H
 
-#include "OrmuKeyFilter.h"
+#include "OrmuPlatformExport.h"
 
 #include <QList>
 #include <QPointer>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
+class OrmuKeyFilter;
 class OrmuPopupKeys;
 
-// The phone's screen: one window of fixed size, in which every full-screen widget and dialog opens over the
-// others. The screen that was opened last has the keys. A screen that has no parent is shown in this window
-// but stays its maker's: the window never deletes one. Menus and the lists of combo boxes that are open over
-// it go with the window: they move with it, and close when it is hidden or minimised.
-class OrmuPhoneWindow : public QWidget
+// The phone's screen: one window of fixed size. Every full-screen widget and dialog ("screen") opens in it,
+// over the others, and the one that opened last gets the keys. A screen without a parent is shown in this
+// window; its creator still owns it. Open menus and lists of combo boxes move with the window and close
+// when it is hidden or minimised.
+class ORMU_PLATFORM_EXPORT OrmuPhoneWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    // Made on first use; goes with the application.
+    // Created on first use and destroyed with the application.
     static OrmuPhoneWindow* instance();
-    // Where a popup of that size and global place fits on the phone, above the soft keys.
+    // The place nearest to wanted (global) where a popup of that size is on the phone, above the soft keys.
     static QRect fitPopup(const QRect& wanted);
-    // The menus and lists of combo boxes that are open.
+    // The open menus and lists of combo boxes.
     static QWidgetList openPopups();
 
-    // A screen calls these around its own showing: place() before it becomes visible, entered() after,
-    // left() once it is hidden or about to be deleted.
-    static void place(QWidget* screen);
-    static void entered(QWidget* screen);
+    // A screen's setVisible(): shows the screen in this window, or hides it, by setVisible. When nothing in
+    // a screen that is shown has the focus, giveFocus is called.
+    static void setScreenVisible(QWidget* screen, bool visible, const std::function<void()>& setVisible,
+                                 const std::function<void()>& giveFocus);
+    // Called by a screen's destructor.
     static void left(QWidget* screen);
 
-    // The open screen over which that one opened; null when there is none.
+    // The open screen below that one; null when there is none.
     static QWidget* beneath(const QWidget* screen);
-    // The screen that has the keys; null when none is open.
+    // The screen that gets the keys; null when none is open.
     QWidget* topScreen() const;
-    // What the user sees, open menus included.
+    // The picture on the screen, with open menus.
     QPixmap picture();
 
 protected:
@@ -54,16 +57,18 @@ private:
     struct OpenScreen
     {
         QWidget* screen;
-        QPointer<QWidget> focus; // what had the keys when another screen opened over this one
+        QPointer<QWidget> focus; // its widget with the focus when another screen opened over it
     };
 
+    void place(QWidget* screen);
+    void entered(QWidget* screen);
     bool forget(const QWidget* screen);
     void giveFocusToTop();
     static void closePopups();
 
     static OrmuPhoneWindow* window_;
-    QList<OpenScreen> screens_; // in the order of their opening
-    OrmuKeyFilter keyFilter_;
+    QList<OpenScreen> screens_; // in the order in which they opened
+    std::unique_ptr<OrmuKeyFilter> keyFilter_;
     std::unique_ptr<OrmuPopupKeys> popupKeys_;
 };
 

@@ -11,8 +11,8 @@ class QMouseEvent;
 class QWidget;
 class UTIL_CST;
 
-// The soft keys while a menu or the list of a combo box is open: a bar over that of the screen, which reads
-// what they do then. By pointer they do the same.
+// The soft keys while a menu or the list of a combo box is open: a bar over the screen's own bar with the
+// keys' present functions. A tap on a key acts like its key press.
 class OrmuPopupKeys : public QObject
 {
     Q_DECLARE_TR_FUNCTIONS(OrmuPopupKeys)
@@ -21,7 +21,7 @@ public:
     explicit OrmuPopupKeys(QWidget* phone);
     ~OrmuPopupKeys() override;
 
-    // To be called when something else was raised.
+    // Call this after another widget was raised.
     void raise();
 
     bool eventFilter(QObject* watched, QEvent* event) override;

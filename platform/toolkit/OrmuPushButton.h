@@ -1,30 +1,32 @@
 #ifndef ORMUPUSHBUTTON_H
 #define ORMUPUSHBUTTON_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QPointer>
 #include <QPushButton>
 
 class QPopupMenu;
 
-// A soft key. It never has the focus: the screen's function keys press it.
-class OrmuPushButton : public QPushButton
+// A soft key. It never has the focus; the screen's function keys press it.
+class ORMU_PLATFORM_EXPORT OrmuPushButton : public QPushButton
 {
     Q_OBJECT
 
 public:
     explicit OrmuPushButton(QWidget* parent = nullptr, const char* name = nullptr);
 
-    // Gives the key the text that the skin has for the id ("CST_Menu", "CST_Back"); an id that the skin does
-    // not know only becomes known by resourceID().
+    // Sets the key's text to the skin's text for the id ("CST_Menu", "CST_Back"). The text stays when the
+    // skin has none.
     void setResourceID(const QString& id);
     QString resourceID() const { return resourceID_; }
 
-    // The key opens the menu above itself instead of being clicked. The menu stays its owner's; null removes
+    // The key emits clicked() and then opens the menu above itself. The caller owns the menu; null removes
     // it.
     void setPopup(QPopupMenu* menu);
 
 protected:
-    // A key without a text is not there for the pointer.
+    // A tap on a key without a text has no effect.
     bool hitButton(const QPoint& pos) const override;
     void paintEvent(QPaintEvent* event) override;
 

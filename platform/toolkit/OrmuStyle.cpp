@@ -39,7 +39,7 @@ QPalette palette()
     return colors;
 }
 
-// Smooth edges, while it lives.
+// Antialiasing, while it lives.
 class Smooth
 {
 public:
@@ -56,7 +56,7 @@ private:
     QPainter* painter_;
 };
 
-// The line lies within rect.
+// Draws the line inside rect.
 void drawBox(QPainter* painter, const QRect& rect, const QPen& pen, const QBrush& brush, double corner)
 {
     const double inset = pen.style() == Qt::NoPen ? 0 : pen.widthF() / 2;
@@ -76,7 +76,7 @@ void drawTick(QPainter* painter, const QRect& rect)
 
 QRect focusMark(const QStyleOption& option, const QWidget* widget)
 {
-    // Of a check box option is about the text only.
+    // For a check box, option describes the text only.
     if (qobject_cast<const QCheckBox*>(widget) == nullptr)
         return option.rect;
     QRect mark = widget->rect();
@@ -85,7 +85,7 @@ QRect focusMark(const QStyleOption& option, const QWidget* widget)
     return mark.adjusted(2, 1, -2, -1);
 }
 
-// A text entry or combo box; the whole of it is edged in the focus colour when it has the focus.
+// A text entry or combo box, with an edge in the focus colour when it has the focus.
 void drawEntry(QPainter* painter, const QStyleOption& option)
 {
     const bool focused = option.state & QStyle::State_HasFocus;
@@ -101,8 +101,8 @@ void fillVertical(QPainter* painter, const QRect& rect, const QColor& top, const
     painter->fillRect(rect, gradient);
 }
 
-// The text as far as its lines fit into the place, with an ellipsis at the end of the last one when there is
-// more. At least one line is left.
+// The lines of the text that fit into the place, at least one, with an ellipsis at the end when the text is
+// cut.
 QString cutToFit(const QString& text, const QFont& font, const QSize& place, const QTextOption& option)
 {
     QTextLayout layout(QString(text).replace(QLatin1Char('\n'), QChar::LineSeparator), font);
@@ -267,7 +267,7 @@ void OrmuStyle::drawControl(ControlElement element, const QStyleOption* option, 
 {
     const auto* entry = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
     if (element == CE_MenuItem && entry != nullptr && entry->state.testFlag(State_Selected)) {
-        // In the colours of a list's current row; the base style has others for menus.
+        // The colours of a list's current row; the base style has others for menus.
         QStyleOptionMenuItem current = *entry;
         current.state.setFlag(State_Selected, false);
         for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
@@ -331,7 +331,7 @@ void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, co
         QProxyStyle::drawItemText(painter, rect, flags, colors, enabled, text, textRole);
         return;
     }
-    // An address or a name may be one word that is longer than its line.
+    // An address or a name may be a word that is longer than a line.
     QTextOption option(
         static_cast<Qt::Alignment>(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask)));
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

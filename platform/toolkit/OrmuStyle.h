@@ -1,26 +1,28 @@
 #ifndef ORMUSTYLE_H
 #define ORMUSTYLE_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QProxyStyle>
 
 class QStyleOptionSlider;
 
-// The phone's skin: colours, font and the marks of focus.
-class OrmuStyle : public QProxyStyle
+// The phone's skin: colours, font and focus marks.
+class ORMU_PLATFORM_EXPORT OrmuStyle : public QProxyStyle
 {
     Q_OBJECT
 
 public:
-    // Dresses the running application; nothing when it wears the skin already.
+    // Gives the application this skin, unless it has it already.
     static void install();
 
     // The size of a text entry and of a combo box.
     static QSize entrySize();
     static QColor screenColor();
     static QColor focusColor();
-    // Dims what is there.
+    // Dims the picture.
     static void dim(QPainter* painter, const QRect& rect);
-    // The panel of a dialog, and the place that it takes with its frame.
+    // The panel of a dialog, and its rectangle with the frame.
     static void drawPanel(QPainter* painter, const QRect& panel);
     static QRect framed(const QRect& panel);
     // The strip behind a title, and the bar behind the soft keys.
@@ -43,7 +45,7 @@ public:
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override;
 
-    // A text in lines that is longer than its place is cut at its end.
+    // Cuts a text of several lines at the end when it does not fit.
     void drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& colors, bool enabled,
                       const QString& text, QPalette::ColorRole textRole) const override;
 

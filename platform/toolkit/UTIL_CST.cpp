@@ -21,6 +21,17 @@ UTIL_CST::UTIL_CST(QWidget* owner, const QString& middle, const QString& left, c
     setGeometry(OrmuGlobal::getCstR());
 }
 
+void UTIL_CST::replace(QPointer<UTIL_CST>& current, UTIL_CST* bar, QWidget* owner)
+{
+    if (bar == current || bar == nullptr)
+        return;
+    delete current;
+    current = bar;
+    bar->setParent(owner);
+    bar->setGeometry(OrmuGlobal::getCstR());
+    bar->show();
+}
+
 bool UTIL_CST::pressFor(const QKeyEvent* event)
 {
     OrmuPushButton* key = nullptr;

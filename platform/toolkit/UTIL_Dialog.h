@@ -2,24 +2,25 @@
 #define UTIL_DIALOG_H
 
 #include "OrmuBaseDialog.h"
+#include "OrmuPlatformExport.h"
 
 // A dialog with a title strip, a content and a bar of soft keys.
-class UTIL_Dialog : public OrmuBaseDialog
+class ORMU_PLATFORM_EXPORT UTIL_Dialog : public OrmuBaseDialog
 {
     Q_OBJECT
 
 public:
     enum DialogType { LARGE = 0 };
 
-    // The stand-in has large dialogs only. The boolean, the int and flags are kept for the phone's sake;
-    // false, 1 and 0 are the values in use.
+    // type, the boolean, the int and flags have no effect: every dialog is large. The phone's toolkit has
+    // them.
     UTIL_Dialog(DialogType type, bool, QWidget* parent, const char* name, int, unsigned int flags);
 
-    // As large as OrmuGlobal::getDlgLargeR(), with the title strip at its upper edge as high as
-    // OrmuGlobal::getDlgTitleLR().
+    // As large as OrmuGlobal::getDlgLargeR(); the title strip (OrmuGlobal::getDlgTitleLR()) is its upper
+    // part.
     QWidget* getDlgContent() const { return panel(); }
 
-    // Puts bar, a UTIL_DlgCST, at the bottom in place of the one that was there. The dialog owns it.
+    // Replaces the bar at the bottom by bar, a UTIL_DlgCST. The dialog owns it.
     void setDlgCst(QWidget* bar);
 
 protected:

@@ -1,17 +1,18 @@
 #ifndef UTIL_DLGCST_H
 #define UTIL_DLGCST_H
 
+#include "OrmuPlatformExport.h"
 #include "UTIL_CST.h"
 
 // The bar of two soft keys at the bottom of a dialog, which owns it.
-class UTIL_DlgCST : public UTIL_CST
+class ORMU_PLATFORM_EXPORT UTIL_DlgCST : public UTIL_CST
 {
     Q_OBJECT
 
 public:
     enum DlgCstType { TWO_BUTTONS = 1 };
 
-    // The stand-in has bars of two keys only. They have no texts yet.
+    // Every bar has two keys, at first without texts; type has no effect.
     UTIL_DlgCST(QWidget* parent, DlgCstType type);
 
     // F1.

@@ -9,7 +9,7 @@ namespace {
 constexpr int ROW_HEIGHT = 26;
 constexpr int ICON_COLUMN = 26;
 constexpr int MARK_SIZE = 16;
-constexpr int MARGIN = 5;
+constexpr int TEXT_MARGIN = 5;
 
 QString columnsOf(const QString& format)
 {
@@ -27,14 +27,14 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override
     {
-        return {0, ROW_HEIGHT}; // a row is as wide as the list, also when that gets a scroll bar
+        return {0, ROW_HEIGHT}; // a row is as wide as the list, with or without a scroll bar
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
         const auto* row = static_cast<UTIL_ListBoxItem*>(list_->item(index.row()));
         const bool current = index.row() == list_->currentItem();
-        // While a menu is open, its entry is the one that the keys are for.
+        // While a menu is open, the highlight is on its entry.
         const bool focused = current && list_->hasFocus() && QApplication::activePopupWidget() == nullptr;
         if (current)
             painter->fillRect(option.rect, focused ? option.palette.highlight()
@@ -76,10 +76,10 @@ private:
 
     static int paintText(QPainter* painter, const QRect& cell, const QString& text)
     {
-        const QRect place = cell.adjusted(MARGIN, 0, -MARGIN, 0);
+        const QRect place = cell.adjusted(TEXT_MARGIN, 0, -TEXT_MARGIN, 0);
         const QString shown = painter->fontMetrics().elidedText(text, Qt::ElideRight, place.width());
         painter->drawText(place, Qt::AlignVCenter | Qt::AlignLeft, shown);
-        return place.left() + painter->fontMetrics().horizontalAdvance(shown) + MARGIN;
+        return place.left() + painter->fontMetrics().horizontalAdvance(shown) + TEXT_MARGIN;
     }
 
     void paintMark(QPainter* painter, const QRect& cell, bool checked, QStyle::PrimitiveElement mark) const
@@ -100,6 +100,8 @@ UTIL_ListBoxItem::UTIL_ListBoxItem(QListBox*, const QString& format, bool checke
     : columns_(columnsOf(format)), checked_(checked)
 {
 }
+
+UTIL_ListBoxItem::~UTIL_ListBoxItem() = default;
 
 void UTIL_ListBoxItem::setString(int column, const QString& text)
 {
@@ -177,7 +179,7 @@ void UTIL_ListBox::paintEvent(QPaintEvent* event)
                      tr("No entries", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"));
     if (!hasFocus())
         return;
-    // There is no row to show the focus.
+    // No row can show the focus.
     QStyleOptionFocusRect option;
     option.initFrom(viewport());
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);

@@ -8,7 +8,7 @@
 #include <QProgressBar>
 
 namespace {
-constexpr int MARGIN = 14;
+constexpr int PROGRESS_MARGIN = 14;
 constexpr int LABEL_HEIGHT = 36;
 constexpr int BAR_HEIGHT = 20;
 } // namespace
@@ -22,11 +22,12 @@ UTIL_ProgressDialog::UTIL_ProgressDialog(const QString& labelText, const QString
     setModal(modal);
     const QRect place = OrmuGlobal::getDlgSmallR();
     panel()->setGeometry(place);
-    const int width = place.width() - 2 * MARGIN;
-    label_->setGeometry(MARGIN, MARGIN, width, LABEL_HEIGHT);
+    const int width = place.width() - 2 * PROGRESS_MARGIN;
+    label_->setGeometry(PROGRESS_MARGIN, PROGRESS_MARGIN, width, LABEL_HEIGHT);
     label_->setWordWrap(true);
     label_->setTextFormat(Qt::PlainText);
-    progressBar_->setGeometry(MARGIN, place.height() - MARGIN - BAR_HEIGHT, width, BAR_HEIGHT);
+    progressBar_->setGeometry(PROGRESS_MARGIN, place.height() - PROGRESS_MARGIN - BAR_HEIGHT, width,
+                              BAR_HEIGHT);
     progressBar_->setTextVisible(false);
     progressBar_->setRange(0, totalSteps);
     progressBar_->setValue(0);

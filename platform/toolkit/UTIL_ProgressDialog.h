@@ -2,35 +2,36 @@
 #define UTIL_PROGRESSDIALOG_H
 
 #include "OrmuBaseDialog.h"
+#include "OrmuPlatformExport.h"
 
 class QLabel;
 class QProgressBar;
 
-// A text and a progress bar over the screen that is its parent, with a soft key to cancel. It never hides or
+// A text and a progress bar over the parent, a screen, with a soft key to cancel. It neither hides nor
 // closes by itself.
-class UTIL_ProgressDialog : public OrmuBaseDialog
+class ORMU_PLATFORM_EXPORT UTIL_ProgressDialog : public OrmuBaseDialog
 {
     Q_OBJECT
 
 public:
-    // A dialog has the phone to itself whether modal or not; show() does not wait.
+    // modal changes nothing that the user sees; show() does not wait.
     UTIL_ProgressDialog(const QString& labelText, const QString& cancelButtonText, int totalSteps,
                         QWidget* parent = nullptr, const char* name = nullptr, bool modal = false,
                         WFlags flags = 0);
 
-    // With auto-reset, progress starts again at 0 when it reaches the total; the bar is full till the next
+    // With auto-reset, progress() becomes 0 when it reaches the total; the bar stays full until the next
     // step. Off at first.
     void setAutoReset(bool on) { autoReset_ = on; }
 
     void setLabelText(const QString& text);
     QString labelText() const;
 
-    // From 0 to the total of steps.
+    // From 0 to the number of steps.
     int progress() const { return progress_; }
     void setProgress(int progress);
 
 signals:
-    // The cancel key was pressed. The dialog may be deleted by whoever receives it.
+    // The cancel key was pressed. The receiver may delete the dialog.
     void cancelled();
 
 private:

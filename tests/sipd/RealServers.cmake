@@ -6,7 +6,6 @@ ormu_startable(demo_registrar_program demo-registrar)
 add_library(real_servers STATIC
     RealServerKamailio.cpp RealServerKamailio.h
     RealServerProcess.cpp RealServerProcess.h)
-ormu_test_options(real_servers)
 target_include_directories(real_servers PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_compile_definitions(real_servers PRIVATE KAMAILIO_PROGRAM="${ORMU_KAMAILIO}")
 target_link_libraries(real_servers PUBLIC sipd_test_support)

@@ -5,15 +5,13 @@
 #include "OrmuStyle.h"
 #include "RES_ICON_Reader.h"
 #include "ScreenDriver.h"
-#include "UTIL_CST.h"
+#include "ToolkitTest.h"
 #include "UTIL_Dialog.h"
 #include "UTIL_DlgCST.h"
-#include "UTIL_ListBox.h"
 #include "UTIL_ProgressDialog.h"
 
 #include <QCheckBox>
 #include <QElapsedTimer>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPointer>
 #include <QProgressBar>
@@ -23,7 +21,11 @@
 
 #include <gtest/gtest.h>
 
-using namespace ScreenDriver;
+using ScreenDriver::click;
+using ScreenDriver::clickAt;
+using ScreenDriver::onceOpen;
+using ScreenDriver::open;
+using ScreenDriver::press;
 
 namespace {
 
@@ -45,7 +47,7 @@ public:
     UTIL_DlgCST* bar;
 };
 
-// The delete dialog's widgets.
+// A dialog with the delete dialog's widgets.
 class CheckListDialog : public Dialog
 {
 public:
@@ -55,11 +57,7 @@ public:
         all->setGeometry(155, 0, 60, 28);
         list = new UTIL_ListBox("%C%T", getDlgContent(), 0);
         list->setGeometry(0, 28, 224, 200);
-        for (const char* name : {"one", "two"}) {
-            auto* item = new UTIL_ListBoxItem(list, "%C%T", false);
-            item->setString(1, name);
-            list->insertItem(item, -1);
-        }
+        addRows(list, "%C%T", 2);
     }
 
     QCheckBox* all;
@@ -73,7 +71,7 @@ int answerTo(const QString& button0, const QString& button1, const QString& butt
     return box.exec();
 }
 
-// Runs the dialog, with its first soft key deleting it, and drives it by act.
+// Runs the dialog, whose first soft key deletes it, and calls act.
 void expectToSurviveDeletionBy(const std::function<void(Dialog&)>& act)
 {
     QPointer<Dialog> dialog = new Dialog;
@@ -86,7 +84,7 @@ void expectToSurviveDeletionBy(const std::function<void(Dialog&)>& act)
 
 } // namespace
 
-TEST(Dialog, HasAContentAsLargeAsTheDialogsRectangle)
+TEST(Dialog, HasAContentOfTheDialogsSize)
 {
     Dialog dialog;
     dialog.show();
@@ -111,7 +109,7 @@ TEST(Dialog, IsAcceptedAndRejectedByKeysAndPointer)
     EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), nullptr);
 }
 
-TEST(Dialog, WithoutSoftKeysIsRejectedByTheRightKeyAndEscape)
+TEST(Dialog, IsRejectedByF3AndEscapeWithoutSoftKeys)
 {
     for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
         OrmuBaseDialog dialog;
@@ -120,7 +118,7 @@ TEST(Dialog, WithoutSoftKeysIsRejectedByTheRightKeyAndEscape)
     }
 }
 
-TEST(Dialog, SwallowsClicksBesideItsPanel)
+TEST(Dialog, IgnoresClicksBesideItsPanel)
 {
     OrmuMainWidget screen;
     auto* bar = new UTIL_CST(&screen, "OK", "", "CST_Back");
@@ -139,7 +137,7 @@ TEST(Dialog, SwallowsClicksBesideItsPanel)
     EXPECT_EQ(open<Dialog>(), &dialog);
 }
 
-TEST(Dialog, KeepsTheFocusAndGivesItBack)
+TEST(Dialog, KeepsTheFocusUntilItCloses)
 {
     OrmuMainWidget screen;
     QLineEdit beneath(&screen);
@@ -157,7 +155,7 @@ TEST(Dialog, KeepsTheFocusAndGivesItBack)
     EXPECT_TRUE(beneath.hasFocus());
 }
 
-TEST(Dialog, IsWholeWithinReachOfArrowsAndTheCentreKey)
+TEST(Dialog, IsOperatedByArrowsAndTheCentreKey)
 {
     CheckListDialog dialog;
     dialog.show();
@@ -175,14 +173,14 @@ TEST(Dialog, IsWholeWithinReachOfArrowsAndTheCentreKey)
     EXPECT_TRUE(dialog.list->itemChecked(1));
 }
 
-TEST(Dialog, SurvivesItsDeletionByItsOwnSoftKeyAndIsThenRejected)
+TEST(Dialog, IsRejectedWhenItsSoftKeyDeletesIt)
 {
     expectToSurviveDeletionBy([](Dialog&) { press(Qt::Key_F1); });
     expectToSurviveDeletionBy([](Dialog& dialog) { click(dialog.bar->getBtn1()); });
     expectToSurviveDeletionBy([](Dialog& dialog) { delete &dialog; });
 }
 
-TEST(Dialog, GoesWithItsParentWhileItRuns)
+TEST(Dialog, IsDeletedWithItsParentWhileItRuns)
 {
     auto* screen = new OrmuMainWidget;
     screen->show();
@@ -192,23 +190,24 @@ TEST(Dialog, GoesWithItsParentWhileItRuns)
     EXPECT_TRUE(dialog.isNull());
 }
 
-TEST(MessageBox, AnswersWithTheIndexOfThePressedButton)
+TEST(MessageBox, ReturnsTheIndexOfThePressedButton)
 {
-    EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_F1), 0);
-    EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_Return), 0);
-    EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_F3), 1);
-    EXPECT_EQ(answerTo("OK", "Cancel", NONE, Qt::Key_Escape), 1);
-    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F1), 0);
-    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F2), 1);
-    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_F3), 2);
-    EXPECT_EQ(answerTo("Yes", "No", "Later", Qt::Key_Escape), 2);
-}
-
-TEST(MessageBox, WithOneButtonOrNoneIsDismissedByEverySoftKey)
-{
+    struct Case
+    {
+        QStringList buttons;
+        Qt::Key key;
+        int answer;
+    };
+    const QStringList two = {"OK", "Cancel", NONE};
+    const QStringList three = {"Yes", "No", "Later"};
+    const Case cases[] = {{two, Qt::Key_F1, 0},     {two, Qt::Key_Return, 0},  {two, Qt::Key_F3, 1},
+                          {two, Qt::Key_Escape, 1}, {three, Qt::Key_F1, 0},    {three, Qt::Key_F2, 1},
+                          {three, Qt::Key_F3, 2},   {three, Qt::Key_Escape, 2}};
+    for (const auto& [buttons, key, answer] : cases)
+        EXPECT_EQ(answerTo(buttons[0], buttons[1], buttons[2], key), answer) << key;
     for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F2, Qt::Key_F3, Qt::Key_Escape, Qt::Key_Return}) {
-        EXPECT_EQ(answerTo("OK", NONE, NONE, key), 0);
-        EXPECT_EQ(answerTo(NONE, NONE, NONE, key), -1);
+        EXPECT_EQ(answerTo("OK", NONE, NONE, key), 0) << key;
+        EXPECT_EQ(answerTo(NONE, NONE, NONE, key), -1) << key;
     }
 }
 
@@ -225,7 +224,7 @@ TEST(MessageBox, IsAnsweredByPointer)
     }
 }
 
-TEST(MessageBox, StaysForKeysAndTapsThatAreNoAnswer)
+TEST(MessageBox, IgnoresOtherKeysAndTaps)
 {
     OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
     box.show();
@@ -236,18 +235,7 @@ TEST(MessageBox, StaysForKeysAndTapsThatAreNoAnswer)
     EXPECT_EQ(open<OrmuMessageBox>(), &box);
 }
 
-TEST(MessageBox, IsNotAnsweredByAKeyThatIsHeldDown)
-{
-    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
-    box.show();
-    for (const int key : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F3}) {
-        QKeyEvent held(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
-        QApplication::sendEvent(&box, &held);
-    }
-    EXPECT_TRUE(box.isVisible());
-}
-
-TEST(MessageBox, GivesNoButtonWhenItEndsInAnotherWay)
+TEST(MessageBox, ReturnsNoButtonWhenItIsHiddenOrDeleted)
 {
     {
         OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
@@ -259,7 +247,7 @@ TEST(MessageBox, GivesNoButtonWhenItEndsInAnotherWay)
     EXPECT_EQ(box->exec(), -1);
 }
 
-TEST(MessageBox, ShowsItsIconAndTheWholeOfItsText)
+TEST(MessageBox, ShowsItsIconAndItsText)
 {
     const QPixmap icon = RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg");
     const QString text = "Incorrect profile\nfailed to connect to server <b>&amp; &more</b>";
@@ -303,7 +291,7 @@ TEST(MessageBox, InformationSurvivesTheDeletionOfItsParent)
     EXPECT_EQ(OrmuMessageBox::information(screen, QPixmap(), "text", "OK", NONE, NONE, 1), -1);
 }
 
-TEST(MessageBox, ANoticeGoesAwayByItself)
+TEST(MessageBox, ClosesANoticeByItself)
 {
     QElapsedTimer clock;
     clock.start();
@@ -312,7 +300,7 @@ TEST(MessageBox, ANoticeGoesAwayByItself)
     EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
 }
 
-TEST(MessageBox, ANoticeWithAButtonStaysForFiveSeconds)
+TEST(MessageBox, ShowsANoticeWithAButtonForFiveSeconds)
 {
     QElapsedTimer clock;
     clock.start();
@@ -322,7 +310,7 @@ TEST(MessageBox, ANoticeWithAButtonStaysForFiveSeconds)
     EXPECT_GE(clock.elapsed(), 5000);
 }
 
-TEST(MessageBox, DimsNothingThatADialogHasDimmedAlready)
+TEST(MessageBox, DimsTheScreensOnce)
 {
     OrmuMainWidget screen;
     screen.show();
@@ -336,7 +324,7 @@ TEST(MessageBox, DimsNothingThatADialogHasDimmedAlready)
     const QColor besideBefore = colorAt(beside);
     const QColor panelBefore = colorAt(inPanel);
     EXPECT_LT(besideBefore.lightness(), OrmuStyle::screenColor().lightness());
-    OrmuBaseDialog notice; // its panel is elsewhere, so that the one below is seen
+    OrmuBaseDialog notice; // its panel leaves the one below visible
     notice.findChild<QWidget*>()->setGeometry(20, 5, 200, 60);
     notice.show();
     EXPECT_EQ(colorAt(beside), besideBefore);
@@ -348,7 +336,7 @@ TEST(MessageBox, DimsNothingThatADialogHasDimmedAlready)
     EXPECT_EQ(colorAt(beside), besideBefore);
 }
 
-TEST(MessageBox, ANoticeIsDismissedByAnyKeyOrATap)
+TEST(MessageBox, ClosesANoticeByAnyKeyOrTap)
 {
     const auto expectToEndBy = [&](const std::function<void(OrmuMessageBox&)>& act) {
         const auto answer = onceOpen<OrmuMessageBox>([&](OrmuMessageBox& box) {
@@ -363,7 +351,7 @@ TEST(MessageBox, ANoticeIsDismissedByAnyKeyOrATap)
         expectToEndBy([place](OrmuMessageBox& box) { clickAt(&box, place); });
 }
 
-TEST(MessageBox, ANoticeWithAButtonSaysWhetherItWasPressed)
+TEST(MessageBox, ReturnsTheButtonOfANotice)
 {
     const auto run = [](Qt::Key key) {
         const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
@@ -405,7 +393,7 @@ TEST(ProgressDialog, StaysAtItsTotalWithoutAutoReset)
     EXPECT_EQ(dialog.progress(), 0);
 }
 
-TEST(ProgressDialog, IsCancelledOnceByOnePressAndStaysOpen)
+TEST(ProgressDialog, IsCancelledOnceByEachPressAndStaysOpen)
 {
     OrmuMainWidget screen;
     screen.show();
@@ -443,7 +431,7 @@ TEST(ProgressDialog, SurvivesItsDeletionByCancel)
     cancelBy([](UTIL_ProgressDialog& dialog) { click(dialog.findChild<UTIL_CST*>()->getRightBtn()); });
 }
 
-TEST(ProgressDialog, GoesWithTheScreenThatItCovers)
+TEST(ProgressDialog, IsDeletedWithItsParent)
 {
     OrmuMainWidget behind;
     behind.show();

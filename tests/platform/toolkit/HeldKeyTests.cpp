@@ -4,8 +4,7 @@
 #include "OrmuMultiLineEdit.h"
 #include "OrmuPushButton.h"
 #include "ScreenDriver.h"
-#include "UTIL_CST.h"
-#include "UTIL_ListBox.h"
+#include "ToolkitTest.h"
 #include "qpopupmenu.h"
 
 #include <QCheckBox>
@@ -17,17 +16,18 @@
 
 #include <gtest/gtest.h>
 
-using namespace ScreenDriver;
+using ScreenDriver::onceOpen;
+using ScreenDriver::phone;
 
 namespace {
 
 constexpr int REPEATS = 5;
 
-// How the repeats of a key come.
+// The forms of a key's repeats.
 enum class Repeats {
-    MARKED,         // as presses and releases that are marked
-    UNMARKED_PAIRS, // as an X server makes them up: a release and a press of one time, and no mark
-    PRESSES,        // as presses without releases, and no mark
+    MARKED,         // presses and releases with the repeat flag
+    UNMARKED_PAIRS, // like an X server: a release and a press with one timestamp, without the flag
+    PRESSES,        // presses without releases, without the flag
 };
 constexpr Repeats ALL_REPEATS[] = {Repeats::MARKED, Repeats::UNMARKED_PAIRS, Repeats::PRESSES};
 
@@ -43,7 +43,7 @@ std::string nameOf(const testing::TestParamInfo<Repeats>& info)
     }
 }
 
-// A keyboard at the phone's window.
+// A keyboard that sends to the phone's window.
 class Keyboard
 {
 public:
@@ -91,11 +91,7 @@ protected:
     UTIL_ListBox* addList(int rows)
     {
         auto* list = new UTIL_ListBox("%T", screen->getContentWidget(), 0);
-        for (int i = 0; i < rows; ++i) {
-            auto* row = new UTIL_ListBoxItem(list, "%T", false);
-            row->setString(0, QString("row %1").arg(i));
-            list->insertItem(row, -1);
-        }
+        addRows(list, "%T", rows);
         list->setGeometry(0, 30, 240, 260);
         screen->getContentWidget()->addChild(list, 0, 30);
         OrmuApplication::setMouseMode(list->viewport(), 1);
@@ -114,7 +110,7 @@ protected:
 
 } // namespace
 
-TEST_P(HeldKey, PressesASoftKeyOnceAndAgainAfterItsRelease)
+TEST_P(HeldKey, PressesASoftKeyOnceUntilItIsReleased)
 {
     auto* bar = new UTIL_CST(screen, "OK", "CST_Menu", "CST_Back");
     screen->setCSTWidget(bar);
@@ -147,7 +143,7 @@ TEST_P(HeldKey, ClicksARowOnceAndOpensItsMenuOnce)
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST_P(HeldKey, TurnsACheckBoxOverOnce)
+TEST_P(HeldKey, ChangesACheckBoxOnce)
 {
     beForm();
     auto* check = new QCheckBox("Remember", screen->getContentWidget());
@@ -161,7 +157,7 @@ TEST_P(HeldKey, TurnsACheckBoxOverOnce)
     EXPECT_EQ(clicked.size(), 2);
 }
 
-// The way of "Delete Profile": a row's menu, its entry, a question.
+// Like "Delete Profile": a row's menu, its entry, a question.
 TEST_P(HeldKey, DoesNotRunThroughAMenuAndItsQuestion)
 {
     auto* list = addList(3);
@@ -238,7 +234,7 @@ TEST_P(HeldKey, TypesIntoAnEntryAndDeletesThere)
     EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a'));
 }
 
-TEST_P(HeldKey, TypesNothingIntoAnEntryThatGetsTheFocusMeanwhile)
+TEST_P(HeldKey, TypesNothingIntoAnEntryFocusedLater)
 {
     beForm();
     auto* check = new QCheckBox("Remember", screen->getContentWidget());
@@ -256,7 +252,7 @@ TEST_P(HeldKey, TypesNothingIntoAnEntryThatGetsTheFocusMeanwhile)
     EXPECT_EQ(entry->text(), QString(1 + REPEATS, ' '));
 }
 
-TEST_P(HeldKey, IsReleasedForNothingWhereADialogOpenedMeanwhile)
+TEST_P(HeldKey, SendsNoReleaseToADialogOpenedMeanwhile)
 {
     class Dialog : public OrmuBaseDialog
     {
@@ -295,7 +291,7 @@ TEST_P(HeldKey, DismissesNoNotice)
     }
 }
 
-TEST_P(HeldKey, IsForgottenWhenThePhoneIsLeft)
+TEST_P(HeldKey, IsForgottenWhenThePhoneBecomesInactive)
 {
     auto* list = addList(3);
     screen->show();

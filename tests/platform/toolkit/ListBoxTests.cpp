@@ -2,11 +2,9 @@
 #include "OrmuMainWidget.h"
 #include "OrmuPushButton.h"
 #include "ScreenDriver.h"
-#include "UTIL_CST.h"
-#include "UTIL_ListBox.h"
+#include "ToolkitTest.h"
 #include "qpopupmenu.h"
 
-#include <QImage>
 #include <QPointer>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -17,7 +15,12 @@
 
 #include <gtest/gtest.h>
 
-using namespace ScreenDriver;
+using ScreenDriver::clickAt;
+using ScreenDriver::clickRow;
+using ScreenDriver::longPress;
+using ScreenDriver::onceOpen;
+using ScreenDriver::press;
+using ScreenDriver::waitFor;
 
 namespace {
 
@@ -29,11 +32,7 @@ struct ListScreen
     explicit ListScreen(const QString& format, int rows = 3)
         : list(new UTIL_ListBox(format, widget->getContentWidget(), 0))
     {
-        for (int i = 0; i < rows; ++i) {
-            auto* item = new UTIL_ListBoxItem(list, format, false);
-            item->setString(1, QString("row %1").arg(i));
-            list->insertItem(item, -1);
-        }
+        addRows(list, format, rows);
         list->setGeometry(0, 30, 240, 260);
         widget->getContentWidget()->addChild(list, 0, 30);
         OrmuApplication::setMouseMode(list->viewport(), 1);
@@ -42,18 +41,61 @@ struct ListScreen
     ~ListScreen() { delete widget; }
 };
 
-// What the user does to a row.
-const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>> CLICKS = {
+// A user's actions on a row.
+struct Action
+{
+    const char* name;
+    std::function<void(const ListScreen&)> act;
+};
+const std::vector<Action> CLICKS = {
     {"pointer", [](const ListScreen& screen) { clickRow(screen.list, 1); }},
     {"centre key", [](const ListScreen&) { press(Qt::Key_Return); }},
 };
-const std::vector<std::pair<const char*, std::function<void(const ListScreen&)>>> RIGHT_PRESSES = {
+const std::vector<Action> RIGHT_PRESSES = {
     {"right button", [](const ListScreen& screen) { clickRow(screen.list, 1, Qt::RightButton); }},
     {"menu key", [](const ListScreen&) { press(Qt::Key_Menu); }},
     {"F4", [](const ListScreen&) { press(Qt::Key_F4); }},
     {"Shift+F10", [](const ListScreen&) { press(Qt::Key_F10, Qt::ShiftModifier); }},
     {"long press", [](const ListScreen& screen) { longPress(screen.list, 1); }},
 };
+
+// The list survives each action when a slot of the signal clears it, deletes it, or deletes its screen.
+template <class Signal>
+void expectToSurvive(const std::vector<Action>& actions, Signal signal)
+{
+    for (const auto& [name, act] : actions) {
+        for (const char* format : {"%I%T", "%C%T", "%R%T"}) {
+            SCOPED_TRACE(std::string(name) + format);
+            const ListScreen cleared(format);
+            QObject::connect(cleared.list, signal, cleared.list, &QListBox::clear);
+            act(cleared);
+            EXPECT_EQ(cleared.list->count(), 0);
+            const ListScreen deleted(format);
+            QObject::connect(deleted.list, signal, [&] { delete deleted.list; });
+            act(deleted);
+            EXPECT_TRUE(deleted.list.isNull());
+            const ListScreen gone(format);
+            QObject::connect(gone.list, signal, [&] { delete gone.widget; });
+            act(gone);
+            EXPECT_TRUE(gone.widget.isNull());
+        }
+    }
+}
+
+// Presses a row for longer than a long press takes, moves the pointer along the row, and releases it.
+void holdPress(const ListScreen& screen, int move)
+{
+    QWidget* viewport = screen.list->viewport();
+    QWindow* window = viewport->window()->windowHandle();
+    const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));
+    bool over = false;
+    QTimer::singleShot(QListBox::LONG_PRESS_MS + 50, [&over] { over = true; });
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
+    if (move != 0)
+        QTest::mouseMove(window, place + QPoint(move, 0));
+    EXPECT_TRUE(waitFor([&over] { return over; }));
+    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place + QPoint(move, 0));
+}
 
 QString textOf(const QSignalSpy& spy, int itemArgument)
 {
@@ -63,7 +105,7 @@ QString textOf(const QSignalSpy& spy, int itemArgument)
 
 } // namespace
 
-TEST(ListBox, KnowsItsRowsByTheirIndex)
+TEST(ListBox, FindsItsRowsByTheirIndex)
 {
     const ListScreen screen("%I%T");
     EXPECT_EQ(screen.list->count(), 3);
@@ -118,7 +160,7 @@ TEST(ListBox, DoesNotClickWhenThePointerLeavesTheRow)
     EXPECT_EQ(clicked.size(), 0);
 }
 
-TEST(ListBox, TakesALongPressForTheRightButtonAndNotForAClick)
+TEST(ListBox, TakesALongPressForTheRightButton)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
@@ -130,26 +172,17 @@ TEST(ListBox, TakesALongPressForTheRightButtonAndNotForAClick)
     EXPECT_EQ(clicked.size(), 0);
 }
 
-TEST(ListBox, TakesNoPressThatMovesForALongOne)
+TEST(ListBox, TakesNoMovedPressForALongOne)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
     const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
-    QWidget* viewport = screen.list->viewport();
-    QWindow* window = viewport->window()->windowHandle();
-    const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));
-    const QPoint alongTheRow(QApplication::startDragDistance(), 0);
-    bool over = false;
-    QTimer::singleShot(QListBox::LONG_PRESS_MS + 50, [&over] { over = true; });
-    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
-    QTest::mouseMove(window, place + alongTheRow);
-    EXPECT_TRUE(waitFor([&over] { return over; }));
-    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place + alongTheRow);
+    holdPress(screen, QApplication::startDragDistance());
     EXPECT_EQ(right.size(), 0);
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST(ListBox, TakesTheMenuKeysForTheRightButtonOnTheCurrentRow)
+TEST(ListBox, TakesTheMenuKeysForTheRightButton)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
@@ -168,21 +201,16 @@ TEST(ListBox, TakesTheMenuKeysForTheRightButtonOnTheCurrentRow)
     }
 }
 
-TEST(ListBox, SaysThatItHasNoEntries)
+TEST(ListBox, ShowsThatItHasNoEntries)
 {
     const ListScreen screen("%I%T", 0);
     screen.list->clearFocus();
     const auto inked = [&screen] {
         const QImage picture = screen.list->viewport()->grab().toImage();
-        int count = 0;
-        for (int y = 0; y < picture.height(); ++y)
-            for (int x = 0; x < picture.width(); ++x)
-                count += picture.pixelColor(x, y) != QColor(Qt::white) ? 1 : 0;
-        return count;
+        return countPixels(picture, picture.rect(), [](const QColor& color) { return color != Qt::white; });
     };
     EXPECT_GT(inked(), 100);
-    auto* item = new UTIL_ListBoxItem(screen.list, "%I%T", false);
-    screen.list->insertItem(item, -1);
+    screen.list->insertItem(new UTIL_ListBoxItem(screen.list, "%I%T", false), -1);
     EXPECT_EQ(inked(), 0);
 }
 
@@ -207,7 +235,7 @@ TEST(ListBox, DrawsTheThumbOfItsScrollBarDarkerThanTheGroove)
     EXPECT_LT(lightnessOf(QStyle::SC_ScrollBarSlider), lightnessOf(QStyle::SC_ScrollBarAddPage) - 40);
 }
 
-TEST(ListBox, KnowsNoLongPressAndNoMenuKeyInThePlainMouseMode)
+TEST(ListBox, HasNoLongPressAndNoMenuKeyInMouseMode0)
 {
     const ListScreen screen("%I%T");
     OrmuApplication::setMouseMode(screen.list->viewport(), 0);
@@ -215,19 +243,12 @@ TEST(ListBox, KnowsNoLongPressAndNoMenuKeyInThePlainMouseMode)
     const QSignalSpy clicked(screen.list, &QListBox::mouseButtonClicked);
     press(Qt::Key_Menu);
     press(Qt::Key_F4);
-    QWidget* viewport = screen.list->viewport();
-    QWindow* window = viewport->window()->windowHandle();
-    const QPoint place = viewport->mapTo(viewport->window(), QPoint(50, 10));
-    bool over = false;
-    QTimer::singleShot(QListBox::LONG_PRESS_MS + 50, [&over] { over = true; });
-    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
-    EXPECT_TRUE(waitFor([&over] { return over; }));
-    QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
+    holdPress(screen, 0);
     EXPECT_EQ(right.size(), 0);
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST(ListBox, AlwaysHasACurrentRowWhileItHasTheFocusAndRows)
+TEST(ListBox, HasACurrentRowWhileItHasTheFocusAndRows)
 {
     const ListScreen screen("%I%T");
     EXPECT_EQ(screen.list->currentItem(), 0);
@@ -237,47 +258,17 @@ TEST(ListBox, AlwaysHasACurrentRowWhileItHasTheFocusAndRows)
     EXPECT_EQ(screen.list->currentItem(), 0);
 }
 
-TEST(ListBox, MayBeClearedOrDeletedByAClick)
+TEST(ListBox, SurvivesItsDeletionByAClick)
 {
-    for (const auto& [name, act] : CLICKS) {
-        SCOPED_TRACE(name);
-        {
-            const ListScreen screen("%C%T");
-            QObject::connect(screen.list, &QListBox::mouseButtonClicked, screen.list, &QListBox::clear);
-            act(screen);
-            EXPECT_EQ(screen.list->count(), 0);
-        }
-        {
-            const ListScreen screen("%R%T");
-            QObject::connect(screen.list, &QListBox::mouseButtonClicked, [&] { delete screen.list; });
-            act(screen);
-            EXPECT_TRUE(screen.list.isNull());
-        }
-        const ListScreen screen("%I%T");
-        QObject::connect(screen.list, &QListBox::mouseButtonClicked, [&] { delete screen.widget; });
-        act(screen);
-        EXPECT_TRUE(screen.widget.isNull());
-    }
+    expectToSurvive(CLICKS, &QListBox::mouseButtonClicked);
 }
 
-TEST(ListBox, MayBeClearedOrDeletedByARightPress)
+TEST(ListBox, SurvivesItsDeletionByARightPress)
 {
-    for (const auto& [name, act] : RIGHT_PRESSES) {
-        SCOPED_TRACE(name);
-        {
-            const ListScreen screen("%I%T");
-            QObject::connect(screen.list, &QListBox::rightButtonPressed, screen.list, &QListBox::clear);
-            act(screen);
-            EXPECT_EQ(screen.list->count(), 0);
-        }
-        const ListScreen screen("%I%T");
-        QObject::connect(screen.list, &QListBox::rightButtonPressed, [&] { delete screen.widget; });
-        act(screen);
-        EXPECT_TRUE(screen.widget.isNull());
-    }
+    expectToSurvive(RIGHT_PRESSES, &QListBox::rightButtonPressed);
 }
 
-TEST(ListBox, MayRunAMenuInsideItsRightPressAndBeClearedByTheChoice)
+TEST(ListBox, SurvivesClearingByAMenuInsideARightPress)
 {
     for (const auto& [name, act] : RIGHT_PRESSES) {
         SCOPED_TRACE(name);
@@ -294,7 +285,7 @@ TEST(ListBox, MayRunAMenuInsideItsRightPressAndBeClearedByTheChoice)
     }
 }
 
-TEST(ListBox, LeavesTheKeysToItsScreenWhenItIsDeleted)
+TEST(ListBox, LeavesTheKeysToItsScreenWhenDeleted)
 {
     const ListScreen screen("%I%T");
     auto* bar = new UTIL_CST(screen.widget, "", "", "CST_Back");
@@ -320,7 +311,7 @@ TEST(ListBox, RowsHaveTheColumnsOfTheirFormat)
     EXPECT_EQ(row.pixmap(0).cacheKey(), icon.cacheKey());
 }
 
-TEST(ListBox, TurnsACheckMarkOverByEachClick)
+TEST(ListBox, ChangesACheckMarkByEachClick)
 {
     const ListScreen screen("%C%T");
     clickRow(screen.list, 1);
@@ -349,7 +340,7 @@ TEST(ListBox, SetsOneRadioMarkAtATime)
     EXPECT_FALSE(screen.list->itemChecked(1));
 }
 
-TEST(ListBox, TakesRowsThatAreNotThereForUnmarked)
+TEST(ListBox, TreatsMissingRowsAsUnmarked)
 {
     const ListScreen screen("%C%T");
     screen.list->checkItem(3, true);

@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-using namespace ScreenDriver;
+using ScreenDriver::press;
+using ScreenDriver::type;
 
 namespace {
 
@@ -43,7 +44,7 @@ struct Entry
 
 } // namespace
 
-TEST(MultiLineEdit, GivesItselfTheSizeOfOneLine)
+TEST(MultiLineEdit, HasTheSizeOfOneLine)
 {
     const Entry entry;
     EXPECT_EQ(entry.edit->geometry(), QRect(0, 0, 220, 30));
@@ -59,7 +60,7 @@ TEST(MultiLineEdit, InsertsALineAtTheEndOrTheBeginning)
     EXPECT_EQ(entry.edit->text(), "15060");
 }
 
-TEST(MultiLineEdit, TellsOfEveryChange)
+TEST(MultiLineEdit, SignalsEveryChange)
 {
     const Entry entry;
     const QSignalSpy changed(entry.edit, &OrmuMultiLineEdit::textChanged);
@@ -73,13 +74,13 @@ TEST(MultiLineEdit, TellsOfEveryChange)
     EXPECT_EQ(entry.edit->text(), "ab");
 }
 
-TEST(MultiLineEdit, SignalsItsChangeByTheOldNameToo)
+TEST(MultiLineEdit, HasTheSignalOfTheOlderName)
 {
     EXPECT_GE(OrmuMultiLineEdit::staticMetaObject.indexOfSignal("textChanged()"),
               OrmuMultiLineEdit::staticMetaObject.methodOffset());
 }
 
-TEST(MultiLineEdit, FiltersWhatIsTypedPastedAndDropped)
+TEST(MultiLineEdit, FiltersTypedPastedAndDroppedText)
 {
     const Entry entry;
     entry.edit->setFilter(QRegExp("[0-9]", true, false), true);
@@ -96,7 +97,7 @@ TEST(MultiLineEdit, FiltersWhatIsTypedPastedAndDropped)
     EXPECT_EQ(entry.edit->text(), "78");
 }
 
-TEST(MultiLineEdit, DoesNotTellOfWhatTheFilterRefused)
+TEST(MultiLineEdit, SignalsNoChangeThatTheFilterUndoes)
 {
     const Entry entry;
     entry.edit->setFilter(QRegExp("[0-9]"), true);
@@ -108,7 +109,7 @@ TEST(MultiLineEdit, DoesNotTellOfWhatTheFilterRefused)
     EXPECT_EQ(changed.size(), 0);
 }
 
-TEST(MultiLineEdit, TakesTheProgramsOwnTextAsItStands)
+TEST(MultiLineEdit, InsertsTheProgramsTextUnfiltered)
 {
     const Entry entry;
     entry.edit->setFilter(QRegExp("[0-9]"), true);
@@ -119,23 +120,19 @@ TEST(MultiLineEdit, TakesTheProgramsOwnTextAsItStands)
     EXPECT_EQ(entry.edit->text(), "two\nlines");
 }
 
-TEST(MultiLineEdit, RefusesWhatAnInvertedFilterMatches)
+TEST(MultiLineEdit, TakesInvertedAndWildcardFilters)
 {
     const Entry entry;
     entry.edit->setFilter(QRegExp("[a-z]", false), false);
     type("a1B2");
     EXPECT_EQ(entry.edit->text(), "12");
-}
-
-TEST(MultiLineEdit, TakesAWildcardForAFilter)
-{
-    const Entry entry;
+    entry.edit->clear();
     entry.edit->setFilter(QRegExp("?", true, true), true);
     type("a.1");
     EXPECT_EQ(entry.edit->text(), "a.1");
 }
 
-TEST(MultiLineEdit, LetsNoLineBreakIn)
+TEST(MultiLineEdit, TakesNoLineBreak)
 {
     const Entry entry;
     entry.paste(QString::fromUtf8("one\r\ntwo\u2028three\tfour"));

@@ -1,4 +1,5 @@
-// Renders what the toolkit shows, in its states, to PNG files in the directory that it is given.
+// toolkit_pictures DIRECTORY: renders the toolkit's widgets in their states to PNG files.
+
 #include "OrmuApplication.h"
 #include "OrmuGlobal.h"
 #include "OrmuMessageBox.h"
@@ -19,7 +20,8 @@
 #include <QDir>
 #include <QLabel>
 
-using namespace ScreenDriver;
+using ScreenDriver::press;
+using ScreenDriver::savePicture;
 
 namespace {
 

@@ -4,19 +4,22 @@
 #include "OrmuPushButton.h"
 #include "OrmuStyle.h"
 #include "ScreenDriver.h"
-#include "UTIL_CST.h"
-#include "UTIL_ListBox.h"
+#include "ToolkitTest.h"
 #include "qpopupmenu.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
-#include <QImage>
 #include <QPointer>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
 
-using namespace ScreenDriver;
+using ScreenDriver::click;
+using ScreenDriver::clickMenuEntry;
+using ScreenDriver::onceOpen;
+using ScreenDriver::open;
+using ScreenDriver::press;
+using ScreenDriver::waitFor;
 
 namespace {
 
@@ -50,9 +53,7 @@ TEST(PopupMenu, HasTheOnlyHighlightWhileItIsOpen)
     const MenuScreen screen;
     UTIL_ListBox list("%T", screen.widget->getContentWidget(), 0);
     list.setGeometry(0, 0, 240, 100);
-    auto* row = new UTIL_ListBoxItem(&list, "%T", false);
-    row->setString(0, "Home");
-    list.insertItem(row, -1);
+    addRows(&list, "%T", 1);
     list.setCurrentItem(0);
     list.show();
     list.setFocus();
@@ -83,7 +84,7 @@ TEST(PopupMenu, OpensOverTheSoftKeyByKeyAndPointer)
     EXPECT_FALSE(screen.widget.isNull());
 }
 
-TEST(PopupMenu, TellsTheIdOfTheChosenEntry)
+TEST(PopupMenu, EmitsTheIdOfTheChosenEntry)
 {
     const MenuScreen screen;
     const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
@@ -102,11 +103,10 @@ TEST(PopupMenu, TellsTheIdOfTheChosenEntry)
     EXPECT_EQ(activated.last()[0], 0);
 }
 
-TEST(PopupMenu, ReadsOnTheSoftKeysWhatTheyDoMeanwhile)
+TEST(PopupMenu, ShowsItsSoftKeysWhileItIsOpen)
 {
     const MenuScreen screen;
-    const auto* keys =
-        OrmuPhoneWindow::instance()->findChild<UTIL_CST*>(QString(), Qt::FindDirectChildrenOnly);
+    const UTIL_CST* keys = popupSoftKeys();
     ASSERT_NE(keys, nullptr);
     EXPECT_FALSE(keys->isVisible());
     const QImage before = OrmuPhoneWindow::instance()->grab().toImage();
@@ -121,7 +121,7 @@ TEST(PopupMenu, ReadsOnTheSoftKeysWhatTheyDoMeanwhile)
     EXPECT_EQ(OrmuPhoneWindow::instance()->grab().toImage(), before);
 }
 
-TEST(PopupMenu, IsDrivenByThePointerOnTheSoftKeys)
+TEST(PopupMenu, ObeysTapsOnTheSoftKeys)
 {
     const MenuScreen screen;
     const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
@@ -141,28 +141,6 @@ TEST(PopupMenu, IsDrivenByThePointerOnTheSoftKeys)
     click(screen.bar->getMidBtn()); // it reads nothing: a tap beside the menu
     EXPECT_EQ(open<QPopupMenu>(), nullptr);
     EXPECT_EQ(activated.size(), 1);
-}
-
-TEST(PopupMenu, SurvivesTheDeletionOfItsScreenByThePointer)
-{
-    MenuScreen screen;
-    screen.deleteWhenActivated();
-    press(Qt::Key_F1);
-    click(screen.bar->getLeftBtn());
-    EXPECT_TRUE(screen.widget.isNull());
-}
-
-TEST(PopupMenu, LiesAboveTheSoftKeysAtTheEndOfTheScreen)
-{
-    const MenuScreen screen;
-    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
-    QRect place;
-    const auto answer = onceOpen<QPopupMenu>([&place](QPopupMenu& menu) {
-        place = menu.geometry();
-        press(Qt::Key_Escape);
-    });
-    screen.menu->exec(phone->mapToGlobal(OrmuGlobal::getContentR().bottomRight()), 0);
-    EXPECT_EQ(place.bottom(), phone->mapToGlobal(OrmuGlobal::getContentR().bottomLeft()).y());
 }
 
 TEST(PopupMenu, MovesWithItsWindow)
@@ -197,7 +175,7 @@ TEST(PopupMenu, ClosesWithItsWindow)
     }
 }
 
-TEST(PopupMenu, MarksItsEntryInTheColourOfListsAndComboBoxes)
+TEST(PopupMenu, MarksItsEntryLikeListsAndComboBoxes)
 {
     const MenuScreen screen;
     press(Qt::Key_F1);
@@ -260,7 +238,7 @@ TEST(PopupMenu, InsertsAnEntryBeforeAnother)
     EXPECT_EQ(menu.actions().first()->text(), "first");
 }
 
-TEST(PopupMenu, ModallyReturnsTheIdThatItHasTold)
+TEST(PopupMenu, ReturnsTheEmittedIdFromExec)
 {
     const MenuScreen screen;
     const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
@@ -277,11 +255,11 @@ TEST(PopupMenu, ModallyReturnsTheIdThatItHasTold)
     EXPECT_EQ(activated.size(), 1);
 }
 
-TEST(PopupMenu, StaysOnThePhoneWhereverItIsOpened)
+TEST(PopupMenu, StaysAboveTheSoftKeysWhereverItOpens)
 {
     const MenuScreen screen;
-    OrmuPhoneWindow* phone = OrmuPhoneWindow::instance();
-    const QRect room(phone->mapToGlobal(QPoint()), phone->size());
+    const QRect content = OrmuGlobal::getContentR();
+    const QRect room(OrmuPhoneWindow::instance()->mapToGlobal(content.topLeft()), content.size());
     for (const QPoint corner : {room.topLeft(), room.topRight(), room.bottomLeft(), room.bottomRight()}) {
         QRect place;
         const auto answer = onceOpen<QPopupMenu>([&place](QPopupMenu& menu) {
@@ -290,23 +268,24 @@ TEST(PopupMenu, StaysOnThePhoneWhereverItIsOpened)
         });
         screen.menu->exec(corner, 0);
         EXPECT_TRUE(room.contains(place));
+        EXPECT_EQ(place.bottom() == room.bottom(), corner.y() == room.bottom());
     }
 }
 
 TEST(PopupMenu, SurvivesTheDeletionOfItsScreenByAChoice)
 {
-    {
+    const std::function<void(const MenuScreen&)> choices[] = {
+        [](const MenuScreen&) { press(Qt::Key_Return); },
+        [](const MenuScreen&) { clickMenuEntry("Delete Profiles"); },
+        [](const MenuScreen& screen) { click(screen.bar->getLeftBtn()); },
+    };
+    for (const auto& choose : choices) {
         MenuScreen screen;
         screen.deleteWhenActivated();
         press(Qt::Key_F1);
-        press(Qt::Key_Return);
+        choose(screen);
         EXPECT_TRUE(screen.widget.isNull());
     }
-    MenuScreen screen;
-    screen.deleteWhenActivated();
-    click(screen.bar->getLeftBtn());
-    clickMenuEntry("Delete Profiles");
-    EXPECT_TRUE(screen.widget.isNull());
 }
 
 TEST(PopupMenu, SurvivesTheDeletionOfItsScreenWhileItRunsModally)

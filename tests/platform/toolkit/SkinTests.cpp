@@ -10,7 +10,7 @@ class Icon : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(Icon, IsFoundByItsFileNameAndFitsItsPlace)
+TEST_P(Icon, IsFoundByItsFileName)
 {
     const QPixmap icon = RES_ICON_Reader().getIcon(GetParam());
     ASSERT_FALSE(icon.isNull());
@@ -23,7 +23,7 @@ INSTANTIATE_TEST_SUITE_P(Skin, Icon,
                                          "Dialog_Exclamatory_Mark.gif", "Dialog_Exclamatory_Mark.jpg",
                                          "Dialog_Complete.gif", "Dialog_Question_Mark.jpg"));
 
-TEST(Skin, GivesAnEmptyPixmapForANameThatItDoesNotKnow)
+TEST(Skin, ReturnsANullPixmapForAnUnknownName)
 {
     EXPECT_TRUE(RES_ICON_Reader().getIcon("None.gif").isNull());
     EXPECT_TRUE(OrmuSkin::skin()->pixmap("None").isNull());
@@ -34,7 +34,7 @@ TEST(Skin, FindsItsPixmapsByName)
     EXPECT_EQ(OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark").size(), QSize(40, 40));
 }
 
-TEST(Skin, TellsTheIconsOfRowsApart)
+TEST(Skin, HasDifferentIconsForRows)
 {
     const RES_ICON_Reader icons;
     EXPECT_NE(icons.getIcon("Network_Connection.gif").toImage(),
