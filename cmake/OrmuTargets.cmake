@@ -1,4 +1,10 @@
-# What every target of this project has in common.
+# What every target of this project has in common: it is linked to ormu_options.
+#
+# Properties of a target that change its options:
+#   ORMU_TEST_CODE     code of the tests, compiled without optimisation and sanitizers, which takes half the time; and alike in
+#                      the presets release and debug, so that a compiler cache has it for the second. A directory may have it
+#   ORMU_NO_SANITIZE   the sanitizers to leave out, or "all"
+#   ORMU_LATE_BINDING  the functions that it calls are bound at their first call, so that it starts sooner
 
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
@@ -23,40 +29,48 @@ block()
     check_cxx_source_compiles("#include <cstring>
         int main() {}" ORMU_HAS_FORTIFY_3)
 endblock()
-set(ORMU_FORTIFY_LEVEL $<IF:$<BOOL:${ORMU_HAS_FORTIFY_3}>,3,2>)
 
-# ormu_common_options(TARGET [UNOPTIMISED] [LATE_BINDING])
-#
-# Warnings, which are errors in this project's own builds alone, and what makes an error in memory harder to exploit.
-#   UNOPTIMISED    it is compiled with -O0, whatever the configuration says: _FORTIFY_SOURCE needs optimised code
-#   LATE_BINDING   its functions are bound at their first call, so that it starts sooner, rather than all at the start
-function(ormu_common_options target)
-    cmake_parse_arguments(ARG "UNOPTIMISED;LATE_BINDING" "" "" ${ARGN})
-    target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wconversion -Wshadow -Wcast-align
-        $<$<BOOL:${ORMU_WERROR}>:-Werror>
-        -fstack-protector-strong ${ORMU_BRANCH_PROTECTION}
-        # Some compilers define it themselves. The sanitizers do not know the functions that it calls.
-        -U_FORTIFY_SOURCE)
+define_property(TARGET PROPERTY ORMU_TEST_CODE INHERITED)
+
+add_library(ormu_options INTERFACE)
+# Warnings are errors in this project's own builds only.
+target_compile_options(ormu_options INTERFACE
+    -Wall -Wextra -Wconversion -Wshadow -Wcast-align $<$<BOOL:${ORMU_WERROR}>:-Werror>
+    # It takes a source of a unity build for a header.
+    $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>)
+
+# What makes an error in memory harder to exploit. Some compilers define _FORTIFY_SOURCE themselves; it needs optimised
+# code, and the sanitizers do not know the functions that it calls.
+set(is_test $<BOOL:$<TARGET_PROPERTY:ORMU_TEST_CODE>>)
+set(is_program $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
+target_compile_options(ormu_options INTERFACE -fstack-protector-strong ${ORMU_BRANCH_PROTECTION} -U_FORTIFY_SOURCE)
+target_link_options(ormu_options INTERFACE
+    $<${is_program}:-pie> -Wl,-z,noexecstack -Wl,-z,relro
+    -Wl,-z,$<IF:$<BOOL:$<TARGET_PROPERTY:ORMU_LATE_BINDING>>,lazy,now>)
+
+# Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds.
+if(ORMU_SANITIZE)
+    set(product -O1 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+        -UNDEBUG -UQT_NO_DEBUG -D_GLIBCXX_ASSERTIONS)
+    set(exception "$<TARGET_PROPERTY:ORMU_NO_SANITIZE>")
+    set(exception "$<$<BOOL:${exception}>:-fno-sanitize=${exception}>")
+    list(APPEND product ${exception})
+    target_link_options(ormu_options INTERFACE -fsanitize=${ORMU_SANITIZE} ${exception})
+    if(ORMU_FUZZ)
+        list(APPEND product -fsanitize=fuzzer-no-link)
+    endif()
+else()
     set(is_optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
-    if(NOT ARG_UNOPTIMISED AND NOT ORMU_SANITIZE)
-        target_compile_options(${target} PRIVATE $<${is_optimised}:-D_FORTIFY_SOURCE=${ORMU_FORTIFY_LEVEL}>)
-    endif()
-    if(ORMU_SANITIZE)
-        target_compile_definitions(${target} PRIVATE _GLIBCXX_ASSERTIONS)
-    else()
-        target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
-    endif()
-    set(is_program $<STREQUAL:$<TARGET_PROPERTY:${target},TYPE>,EXECUTABLE>)
-    target_link_options(${target} PRIVATE
-        $<${is_program}:-pie> -Wl,-z,noexecstack -Wl,-z,relro -Wl,-z,$<IF:$<BOOL:${ARG_LATE_BINDING}>,lazy,now>)
-endfunction()
+    set(product $<${is_optimised}:-D_FORTIFY_SOURCE=$<IF:$<BOOL:${ORMU_HAS_FORTIFY_3}>,3,2>>
+        $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>)
+endif()
+target_compile_options(ormu_options INTERFACE
+    "$<${is_test}:-O0;-g1;-UNDEBUG;-UQT_NO_DEBUG;-D_GLIBCXX_ASSERTIONS>" "$<$<NOT:${is_test}>:${product}>")
 
-# One component of the library: an object library, compiled with hidden visibility, that both the
-# shared library and the tests of its inner classes are linked from.
+# ormu_add_component(TARGET SOURCES...): one component of the library. Its objects are compiled with hidden visibility; the
+# shared library is linked from them, and so are the tests of its inner classes.
 function(ormu_add_component target)
     add_library(${target} OBJECT ${ARGN})
-    ormu_common_options(${target})
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})

@@ -3,24 +3,34 @@
 #
 # A GoogleTest program, each of its tests known to CTest by its own name.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
-#   DAEMON_SOCKET  it uses the daemon's fixed socket: no two such tests run at once
-#   VALGRIND       it is run a second time as a whole under Memcheck, which must find no error
-#   FILTER         the tests that the valgrind run is narrowed to
-#   NOT_EMULATED   the tests that the emulator of the phone's processor cannot run, and why. Built for that
-#                  processor they get the label "not emulated: reason", with which the preset leaves them out
+#   DAEMON_SOCKET  it uses the daemon's fixed socket
+#   VALGRIND       it runs once more as one test under Memcheck, which must find no error
+#   FILTER         the tests of that run
+#   NOT_EMULATED   the tests that the emulator of the phone's processor cannot run, and why. In a build for that processor
+#                  they get the label "not emulated: reason", and the preset leaves them out
 include(GoogleTest)
 find_package(GTest REQUIRED)
 find_program(ORMU_VALGRIND valgrind)
 
-# Ends a test that hangs; none fails because the machine is busy.
+# Ends a test that hangs. No test fails because the machine is busy.
 set(ORMU_TEST_TIMEOUT 900)
 set(ORMU_VALGRIND_LABELS valgrind)
 if(CMAKE_CROSSCOMPILING)
     list(APPEND ORMU_VALGRIND_LABELS "not emulated: Valgrind knows this machine's instructions alone")
 endif()
 
-# A program of this build as a shell, or any other program of this machine, can start it: what it is told to run
-# for the phone's processor is a script.
+# Tests that use the daemon's fixed socket run side by side, each with a /tmp of its own, where that can be mounted and
+# does not hide the build; elsewhere one after the other.
+set(ORMU_PRIVATE_TMP "")
+set(ORMU_SOCKET_LOCK RESOURCE_LOCK daemon_socket)
+execute_process(COMMAND unshare -m true RESULT_VARIABLE cannot_mount OUTPUT_QUIET ERROR_QUIET)
+if(NOT cannot_mount AND NOT CMAKE_CROSSCOMPILING AND NOT "${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}" MATCHES "(^| )/tmp/")
+    set(ORMU_PRIVATE_TMP ${PROJECT_BINARY_DIR}/bin/private-tmp)
+    set(ORMU_SOCKET_LOCK "")
+endif()
+
+# The path by which a shell starts a program of this build. For the phone's processor that is a script that calls the
+# emulator.
 function(ormu_startable variable target)
     set(${variable} $<TARGET_FILE:${target}> PARENT_SCOPE)
     if(CMAKE_CROSSCOMPILING)
@@ -32,24 +42,22 @@ function(ormu_startable variable target)
     endif()
 endfunction()
 
-# For a test, and for what belongs to tests alone. Half of the build's time would go into optimising them, into what a
-# debugger knows of them beyond their lines, and into watching their own arithmetic.
-function(ormu_test_options target)
-    ormu_common_options(${target} UNOPTIMISED)
-    target_compile_options(${target} PRIVATE -O0 -g1 $<$<CONFIG:Debug>:-fno-sanitize=undefined>)
-endfunction()
-
 function(ormu_add_test name)
     cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    ormu_test_options(${name})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock
         $<IF:$<BOOL:${ARG_QT}>,ormu_qt_test_main,GTest::gmock_main>)
     set(discovery TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
         PROPERTIES TIMEOUT ${ORMU_TEST_TIMEOUT})
+    set(under "")
     if(ARG_DAEMON_SOCKET)
-        # The dearest come first: these run one by one, and mostly wait, so that all others find room beside them.
-        list(APPEND discovery RESOURCE_LOCK daemon_socket COST 10)
+        # The slowest come first: these mostly wait, and all others run beside them.
+        list(APPEND discovery ${ORMU_SOCKET_LOCK} COST 10)
+        set(under ${ORMU_PRIVATE_TMP})
+        if(under)
+            add_dependencies(${name} private-tmp)
+            set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${under}) # any program to run it under
+        endif()
     endif()
     set(left_out "")
     while(CMAKE_CROSSCOMPILING AND ARG_NOT_EMULATED)
@@ -67,12 +75,13 @@ function(ormu_add_test name)
             set(ARG_FILTER "*")
         endif()
         add_test(NAME valgrind.${name}
-            COMMAND ${ORMU_VALGRIND} --quiet --error-exitcode=99 --leak-check=no --num-callers=30
+            COMMAND ${under} ${ORMU_VALGRIND} --quiet --error-exitcode=99 --leak-check=no --num-callers=30
                 --suppressions=${PROJECT_SOURCE_DIR}/tests/support/valgrind.supp
                 $<TARGET_FILE:${name}> --gtest_filter=${ARG_FILTER} --gtest_brief=1)
-        set_tests_properties(valgrind.${name} PROPERTIES TIMEOUT 1800 LABELS "${ORMU_VALGRIND_LABELS}")
-        if(ARG_DAEMON_SOCKET)
-            set_tests_properties(valgrind.${name} PROPERTIES RESOURCE_LOCK daemon_socket COST 20)
+        set_tests_properties(valgrind.${name} PROPERTIES
+            TIMEOUT ${ORMU_TEST_TIMEOUT} LABELS "${ORMU_VALGRIND_LABELS}" COST 20)
+        if(ARG_DAEMON_SOCKET AND ORMU_SOCKET_LOCK)
+            set_tests_properties(valgrind.${name} PROPERTIES ${ORMU_SOCKET_LOCK})
         endif()
     endif()
 endfunction()
@@ -80,10 +89,10 @@ endfunction()
 # ormu_add_fuzz_target(NAME SOURCES target replay [SUBJECTS ...] [LIBRARIES ...] [REPLAY_LIBRARIES ...] [CORPUS directory]
 #                      [REPLAY name] [LABELS ...] [DAEMON_SOCKET])
 #
-# In the preset fuzz the program fuzz_NAME for libFuzzer. In every build the test REPLAY, which runs the target on the corpus.
+# In the preset fuzz: the program fuzz_NAME for libFuzzer. In every build: the test REPLAY, which runs the target on the corpus.
 #   SOURCES            the target, then the test
-#   SUBJECTS           what is fuzzed, compiled for libFuzzer once more, and the LIBRARIES that it needs
-#   REPLAY_LIBRARIES   what the test has it from
+#   SUBJECTS           the sources under test, compiled again for libFuzzer, and the LIBRARIES that they need
+#   REPLAY_LIBRARIES   the libraries that the test takes them from
 function(ormu_add_fuzz_target name)
     cmake_parse_arguments(ARG "DAEMON_SOCKET" "CORPUS;REPLAY"
         "SOURCES;SUBJECTS;LIBRARIES;REPLAY_LIBRARIES;LABELS" ${ARGN})
@@ -91,7 +100,7 @@ function(ormu_add_fuzz_target name)
     set(includes ${PROJECT_SOURCE_DIR}/tests/support)
     if(ORMU_FUZZ)
         add_executable(fuzz_${name} ${target} ${ARG_SUBJECTS})
-        ormu_common_options(fuzz_${name})
+        set_target_properties(fuzz_${name} PROPERTIES ORMU_TEST_CODE OFF)
         target_include_directories(fuzz_${name} PRIVATE ${includes})
         foreach(subject ${ARG_SUBJECTS})
             cmake_path(GET subject PARENT_PATH directory)

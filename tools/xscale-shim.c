@@ -1,5 +1,5 @@
-/* Preloaded into every program of the phone's processor that runs under tools/xscale-emulator. Makes up for
- * two things that a kernel does and the emulator does not. */
+/* Preloaded into every program that runs under tools/xscale-emulator. Replaces two services of a kernel that the
+ * emulator lacks. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <elf.h>
@@ -12,8 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/* The emulator cannot make a process descriptor, but does wait for one: QProcess, which takes that for a sign
- * that it can be made, starts nothing. Denied, it does without. */
+/* The emulator cannot create a process descriptor, but can wait for one. QProcess takes the second for the first, and
+ * then starts nothing. Without the second it uses process numbers. */
 long syscall(long number, ...)
 {
     long argument[6];
@@ -42,7 +42,7 @@ static int isOfThePhone(const char* path)
     return size == sizeof head && memcmp(head.e_ident, ELFMAG, SELFMAG) == 0 && head.e_machine == EM_ARM;
 }
 
-/* The emulator gives every program to the machine's own kernel, which knows nothing of the phone's. */
+/* The emulator passes every program to this machine's kernel, which cannot run the phone's programs. */
 int execve(const char* path, char* const arguments[], char* const environment[])
 {
     int (*next)(const char*, char* const[], char* const[]) = NULL;

@@ -1,6 +1,10 @@
 # The daemon with real SIP servers, each started by its test on ports of its own.
-find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin REQUIRED)
-find_program(ORMU_SIPP sipp REQUIRED)
+find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin)
+find_program(ORMU_SIPP sipp)
+if(NOT ORMU_KAMAILIO OR NOT ORMU_SIPP)
+    message(STATUS "The tests with real SIP servers are left out: kamailio or sipp is missing")
+    return()
+endif()
 ormu_startable(demo_registrar_program demo-registrar)
 
 add_library(real_servers STATIC
