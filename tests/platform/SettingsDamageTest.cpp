@@ -1,32 +1,82 @@
 #include "ChildProcess.h"
-#include "SETUP_SET_Manager.h"
-#include "SettingsFixture.h"
+#include "ManagerTest.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <random>
-#include <sys/stat.h>
 
 namespace {
 
-using SettingsDamage = SettingsTest;
-
-const QString DAMAGED = QStringLiteral("ormu_sipsetup.cfg.damaged");
-const QByteArray GARBAGE = "Password hunter2\n";
-
-QString readText(const QString& path, const QString& group, const QString& key)
+class SettingsDamage : public ManagerTest
 {
-    QString text;
-    SETUP_SET_Manager(path, false).getSettingInfo(group, key, text, "(default)", false);
-    return text;
+protected:
+    QString kept() const { return file() + ".damaged"; }
+};
+
+TEST_F(SettingsDamage, LeavesADamagedFileAloneWithoutAChange)
+{
+    writeFile(GARBAGE);
+    WarningLog warnings;
+    EXPECT_EQ(readText("Group", "Key"), "(default)");
+    SETUP_SET_Manager(file(), false).clearGroup("Group");
+    EXPECT_EQ(readFile(), GARBAGE);
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
+    EXPECT_EQ(warnings.lines().size(), 2);
 }
 
-void writeText(const QString& path, const QString& text)
+TEST_F(SettingsDamage, KeepsAnythingInTheFilesPlace)
 {
-    SETUP_SET_Manager(path, false).setSettingInfo("Added", "Key", text, false);
+    const QByteArray withNul("[Group]\nKey=before\0behind\n", 26);
+    const std::function<void()> makes[] = {
+        [&] { writeFile(GARBAGE); },
+        // The key file would read it, but lose the rest of the line.
+        [&] { writeFile(withNul); },
+        [&] { ASSERT_TRUE(QDir().mkpath(file())); },
+        [&] { ASSERT_EQ(mkfifo(name(file()).constData(), 0600), 0); },
+    };
+    const WarningLog warnings;
+    QStringList expected = {FILE_NAME};
+    for (size_t i = 0; i < std::size(makes); ++i) {
+        SCOPED_TRACE(i);
+        QFile::remove(file());
+        makes[i]();
+        const ino_t inode = FileIdentity(file()).inode;
+        EXPECT_EQ(readText("Group", "Key"), "(default)");
+        writeNew();
+        EXPECT_EQ(readFile(), NEW);
+        expected += FILE_NAME + ".damaged" + (i == 0 ? QString() : QString(".%1").arg(i));
+        EXPECT_EQ(FileIdentity(directory() + "/" + expected.last()).inode, inode);
+        EXPECT_EQ(entries(), expected);
+    }
+    EXPECT_EQ(readFile(kept()), GARBAGE);
+    EXPECT_EQ(readFile(kept() + ".1"), withNul);
+}
+
+TEST_F(SettingsDamage, MakesTheKeptFilePrivate)
+{
+    const WarningLog warnings;
+    for (const mode_t mode : {0644U, 0666U, 0777U, 04600U}) {
+        writeFile(GARBAGE);
+        setMode(file(), mode);
+        writeNew();
+        EXPECT_EQ(modeOf(kept()), 0600U) << std::oct << mode;
+        ASSERT_TRUE(QFile::remove(kept()));
+    }
+}
+
+TEST_F(SettingsDamage, QuotesTheFileInNoWarning)
+{
+    writeFile(GARBAGE);
+    WarningLog warnings;
+    writeText(file(), "Group", "Key", "secret");
+    ASSERT_EQ(warnings.lines().size(), 3);
+    for (const QString& line : warnings.lines()) {
+        EXPECT_TRUE(line.contains(FILE_NAME));
+        EXPECT_FALSE(line.contains("hunter2") || line.contains("secret") || line.contains('\n'));
+    }
 }
 
 QByteArray sampleFile()
@@ -56,232 +106,54 @@ QStringList sampleValues(const QString& path)
     return values;
 }
 
-TEST_F(SettingsDamage, AFileThatCannotBeParsedReadsAsEmptyAndIsLeftAlone)
-{
-    writeFile(GARBAGE);
-    WarningLog warnings;
-    EXPECT_EQ(readText(file(), "Added", "Key"), "(default)");
-    SETUP_SET_Manager(file(), false).clearGroup("Added");
-    EXPECT_EQ(readFile(), GARBAGE);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
-    EXPECT_EQ(warnings.lines().size(), 2);
-}
-
-TEST_F(SettingsDamage, AFileThatCannotBeParsedIsKeptBesideItsReplacement)
-{
-    writeFile(GARBAGE);
-    const WarningLog warnings;
-    const ino_t inode = FileIdentity(file()).inode;
-    writeText(file(), "new");
-    EXPECT_EQ(readText(file(), "Added", "Key"), "new");
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED), GARBAGE);
-    EXPECT_EQ(FileIdentity(directory() + "/" + DAMAGED).inode, inode);
-    EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", DAMAGED}));
-}
-
-TEST_F(SettingsDamage, TheKeptFileIsForItsUserAloneWhateverItWas)
-{
-    const WarningLog warnings;
-    for (const mode_t mode : {0644U, 0666U, 0777U, 04600U}) {
-        writeFile(GARBAGE);
-        ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), mode), 0);
-        writeText(file(), "new");
-        EXPECT_EQ(FileIdentity(directory() + "/" + DAMAGED).mode & 07777, 0600U) << std::oct << mode;
-        ASSERT_TRUE(QFile::remove(directory() + "/" + DAMAGED));
-    }
-}
-
-TEST_F(SettingsDamage, EachDamagedFileIsKeptUnderAFreeName)
-{
-    const WarningLog warnings;
-    for (const char* text : {"first", "second", "third"}) {
-        writeFile(QByteArray(text) + " garbage");
-        writeText(file(), text);
-    }
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED), "first garbage");
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED + ".1"), "second garbage");
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED + ".2"), "third garbage");
-    EXPECT_EQ(readText(file(), "Added", "Key"), "third");
-}
-
-TEST_F(SettingsDamage, NoWarningQuotesTheFile)
-{
-    writeFile(GARBAGE);
-    WarningLog warnings;
-    writeText(file(), "secret");
-    ASSERT_EQ(warnings.lines().size(), 3);
-    for (const QString& line : warnings.lines()) {
-        EXPECT_THAT(line.toStdString(), testing::HasSubstr("ormu_sipsetup.cfg"));
-        EXPECT_FALSE(line.contains("hunter2") || line.contains("secret") || line.contains('\n'));
-    }
-}
-
-TEST_F(SettingsDamage, ANulMakesAFileUnreadableInsteadOfLosingTheRestOfItsLine)
-{
-    const QByteArray bytes("[Group]\nKey=before\0behind\n", 26);
-    writeFile(bytes);
-    WarningLog warnings;
-    EXPECT_EQ(readText(file(), "Group", "Key"), "(default)");
-    writeText(file(), "new");
-    EXPECT_EQ(readFile(directory() + "/" + DAMAGED), bytes);
-}
-
-TEST_F(SettingsDamage, ADirectoryInTheFilesPlaceIsMovedAside)
-{
-    ASSERT_TRUE(QDir().mkpath(file() + "/inside"));
-    WarningLog warnings;
-    EXPECT_EQ(readText(file(), "Added", "Key"), "(default)");
-    writeText(file(), "new");
-    EXPECT_EQ(readText(file(), "Added", "Key"), "new");
-    EXPECT_TRUE(QDir(directory() + "/" + DAMAGED + "/inside").exists());
-}
-
-TEST_F(SettingsDamage, ADirectoryDoesNotTakeTheNameOfWhatWasKeptBefore)
-{
-    ASSERT_TRUE(QDir().mkpath(file()));
-    ASSERT_TRUE(QDir().mkpath(directory() + "/" + DAMAGED));
-    WarningLog warnings;
-    writeText(file(), "new");
-    EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", DAMAGED, DAMAGED + ".1"}));
-}
-
-TEST_F(SettingsDamage, APipeInTheFilesPlaceIsNotWaitedFor)
-{
-    ASSERT_EQ(mkfifo(QFile::encodeName(file()).constData(), 0600), 0);
-    WarningLog warnings;
-    EXPECT_EQ(readText(file(), "Added", "Key"), "(default)");
-    writeText(file(), "new");
-    EXPECT_EQ(readText(file(), "Added", "Key"), "new");
-    EXPECT_TRUE(S_ISFIFO(FileIdentity(directory() + "/" + DAMAGED).mode));
-}
-
-TEST_F(SettingsDamage, AMissingDirectoryLosesTheChangeWithAWarning)
-{
-    const QString path = directory() + "/missing/file.cfg";
-    WarningLog warnings;
-    EXPECT_EQ(readText(path, "Added", "Key"), "(default)");
-    EXPECT_EQ(warnings.lines().size(), 1);
-    writeText(path, "new");
-    EXPECT_GT(warnings.lines().size(), 1);
-    EXPECT_TRUE(entries().isEmpty());
-}
-
-TEST_F(SettingsDamage, AFileInTheDirectorysPlaceIsLeftAlone)
-{
-    writeFile(directory() + "/file", "content");
-    WarningLog warnings;
-    writeText(directory() + "/file/settings.cfg", "new");
-    EXPECT_EQ(readFile(directory() + "/file"), "content");
-    EXPECT_EQ(entries(), QStringList("file"));
-    EXPECT_FALSE(warnings.lines().isEmpty());
-}
-
-TEST_F(SettingsDamage, AFileThatMayNotBeReadIsLeftAlone)
-{
-    writeFile(sampleFile());
-    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0), 0);
-    const FileIdentity before(file());
-    const int result = runUnprivileged(directory(), [&] {
-        if (QFile(file()).open(QIODevice::ReadOnly))
-            return 1; // The fault would not be one.
-        const WarningLog warnings;
-        if (readText(file(), "SystemDefault", "Profile") != "(default)")
-            return 2;
-        writeText(file(), "new");
-        return readText(file(), "Added", "Key") == "(default)" ? 0 : 3;
-    });
-    ASSERT_EQ(result, 0);
-    EXPECT_EQ(FileIdentity(file()), before);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
-    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
-    EXPECT_EQ(readFile(), sampleFile());
-}
-
-TEST_F(SettingsDamage, AReadOnlyDirectoryKeepsItsFileAsItIs)
-{
-    for (const QByteArray& bytes : {sampleFile(), GARBAGE}) {
-        writeFile(bytes);
-        ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
-        ASSERT_EQ(chmod(QFile::encodeName(directory()).constData(), 0500), 0);
-        const FileIdentity before(file());
-        const int result = runUnprivileged(directory(), [&] {
-            if (QFile(directory() + "/probe").open(QIODevice::WriteOnly))
-                return 1; // The fault would not be one.
-            const WarningLog warnings;
-            writeText(file(), "new");
-            return warnings.lines().isEmpty() ? 2 : 0;
-        });
-        ASSERT_EQ(chmod(QFile::encodeName(directory()).constData(), 0700), 0);
-        ASSERT_EQ(result, 0);
-        EXPECT_EQ(FileIdentity(file()), before);
-        EXPECT_EQ(readFile(), bytes);
-        EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
-    }
-}
-
-// Writes a key over whatever stands there. What could be read before can be read after, or all of it is kept.
+// Writes a key over any content. The values that could be read before can be read after, or the whole content
+// is kept.
 void expectNothingLost(const QString& path, const QByteArray& bytes)
 {
     const QString kept = path + ".damaged";
     QFile::remove(kept);
+    SettingsDirectory::writeFile(path, bytes);
     const QStringList before = sampleValues(path);
-    writeText(path, "new");
-    ASSERT_EQ(readText(path, "Added", "Key"), "new");
-    if (QFile::exists(kept)) {
-        QFile file(kept);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        ASSERT_EQ(file.readAll(), bytes);
-    } else {
+    SETUP_SET_Manager(path, false).setSettingInfo("Added", "Key", 5);
+    int added = 0;
+    SETUP_SET_Manager(path, false).getSettingInfo("Added", "Key", added, 0);
+    ASSERT_EQ(added, 5);
+    if (QFile::exists(kept))
+        ASSERT_EQ(SettingsDirectory::readFile(kept), bytes);
+    else
         ASSERT_EQ(sampleValues(path), before);
-    }
 }
 
-TEST_F(SettingsDamage, AFileCutAtAnyByteLosesNothingMore)
+TEST_F(SettingsDamage, LosesNothingMoreOfAFileCutAtAnyByte)
 {
     const QByteArray whole = sampleFile();
     const WarningLog warnings;
     int readable = 0;
     for (qsizetype length = 0; length <= whole.size(); ++length) {
-        SCOPED_TRACE(testing::Message() << "cut at " << length);
-        writeFile(whole.first(length));
-        readable += sampleValues(file()).contains("sip0.example");
+        SCOPED_TRACE(length);
         ASSERT_NO_FATAL_FAILURE(expectNothingLost(file(), whole.first(length)));
+        readable += sampleValues(file()).contains("sip0.example");
     }
     EXPECT_GT(readable, 0);
     EXPECT_FALSE(warnings.lines().isEmpty());
 }
 
-TEST_F(SettingsDamage, RandomBytesAreKept)
+TEST_F(SettingsDamage, LosesNothingMoreOfRandomBytes)
 {
     std::mt19937 random(2);
     std::uniform_int_distribution<int> anyByte(0, 255);
     const WarningLog warnings;
-    for (int round = 0; round < 100; ++round) {
-        SCOPED_TRACE(testing::Message() << "round " << round);
-        QByteArray bytes(round * 6, '\0');
-        for (char& byte : bytes)
-            byte = static_cast<char>(anyByte(random));
-        writeFile(bytes);
+    for (int round = 0; round < 250; ++round) {
+        SCOPED_TRACE(round);
+        // All of the bytes, or a few in a good file.
+        const bool isGood = round % 2 == 0;
+        QByteArray bytes = isGood ? sampleFile() : QByteArray(round * 3, '\0');
+        for (qsizetype i = 0; i < (isGood ? 1 + round % 5 : bytes.size()); ++i)
+            bytes[isGood ? static_cast<qsizetype>(random() % static_cast<size_t>(bytes.size())) : i] =
+                static_cast<char>(anyByte(random));
         ASSERT_NO_FATAL_FAILURE(expectNothingLost(file(), bytes));
     }
     EXPECT_FALSE(warnings.lines().isEmpty());
-}
-
-TEST_F(SettingsDamage, AFileWithAFewWrongBytesLosesNothingMore)
-{
-    const QByteArray whole = sampleFile();
-    std::mt19937 random(3);
-    std::uniform_int_distribution<int> anyByte(0, 255);
-    std::uniform_int_distribution<qsizetype> anyPlace(0, whole.size() - 1);
-    const WarningLog warnings;
-    for (int round = 0; round < 150; ++round) {
-        SCOPED_TRACE(testing::Message() << "round " << round);
-        QByteArray bytes = whole;
-        for (int i = 0; i < 1 + round % 5; ++i)
-            bytes[anyPlace(random)] = static_cast<char>(anyByte(random));
-        writeFile(bytes);
-        ASSERT_NO_FATAL_FAILURE(expectNothingLost(file(), bytes));
-    }
 }
 
 } // namespace

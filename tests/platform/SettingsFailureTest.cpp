@@ -1,30 +1,16 @@
 #include "ChildProcess.h"
 #include "FailureLog.h"
-#include "SETUP_SET_Manager.h"
-#include "SettingsFixture.h"
-
-#include <QFile>
-
-#include <gmock/gmock.h>
+#include "ManagerTest.h"
 
 #include <cerrno>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-const QByteArray OLD = "[Group]\nKey=old\n";
-const QByteArray NEW = "[Group]\nKey=new\n";
-
-class SettingsFailures : public SettingsTest
+class SettingsFailures : public ManagerTest
 {
 protected:
-    void writeNew() const
-    {
-        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", QString("new"), false);
-    }
-
-    // What the host is told of one save that fails, by somebody whom file modes bind.
+    // The one failure of a save.
     SettingsFailure failedSave() const
     {
         const WarningLog warnings;
@@ -41,13 +27,24 @@ protected:
         return false;
     }
 
-    static void setMode(const QString& path, mode_t mode)
+    // Reads and writes through path, which cannot be read for that reason. Nothing changes.
+    void expectUnread(const QString& path, const char* reason) const
     {
-        ASSERT_EQ(chmod(QFile::encodeName(path).constData(), mode), 0);
+        const QStringList before = entries();
+        const WarningLog warnings;
+        FailureLog log;
+        EXPECT_EQ(readText(path, "Group", "Key"), "(default)");
+        EXPECT_TRUE(isSaying(log.only(), SettingsFailure::NotRead, reason));
+        log.clear();
+        writeNew(path);
+        ASSERT_EQ(log.failures().size(), 2);
+        EXPECT_TRUE(isSaying(log.failures()[0], SettingsFailure::NotRead, reason));
+        EXPECT_TRUE(isSaying(log.failures()[1], SettingsFailure::NotSavedUnread, reason));
+        EXPECT_EQ(entries(), before);
     }
 };
 
-// Until the disk has no room for one more byte.
+// Leaves no room for one more byte on the disk.
 bool fillDisk(const QString& path)
 {
     QFile filler(path);
@@ -59,7 +56,7 @@ bool fillDisk(const QString& path)
     return true;
 }
 
-TEST_F(SettingsFailures, AFullDiskIsToldAndTheOldFileStands)
+TEST_F(SettingsFailures, TellsAFullDiskAndKeepsTheOldFile)
 {
     const int result = runOnOwnDisk(directory(), [&] {
         writeFile(OLD);
@@ -79,7 +76,7 @@ TEST_F(SettingsFailures, AFullDiskIsToldAndTheOldFileStands)
     EXPECT_EQ(result, 0);
 }
 
-TEST_F(SettingsFailures, ADiskThatCanOnlyBeReadIsTold)
+TEST_F(SettingsFailures, TellsAReadOnlyDisk)
 {
     const int result = runOnOwnDisk(directory(), [&] {
         writeFile(OLD);
@@ -98,56 +95,77 @@ TEST_F(SettingsFailures, ADiskThatCanOnlyBeReadIsTold)
     EXPECT_EQ(result, 0);
 }
 
-TEST_F(SettingsFailures, ADirectoryWithoutWritePermissionIsTold)
+TEST_F(SettingsFailures, TellsADirectoryWithoutWritePermission)
 {
-    writeFile(OLD);
-    setMode(directory(), 0500);
-    const int result = runUnprivileged(directory(), [&] {
-        if (!isSaying(failedSave(), SettingsFailure::NotSaved, "not allowed"))
-            return 1;
-        const auto failure = checkSettingsDirectory();
-        return failure && isSaying(*failure, SettingsFailure::NoDirectory, "not allowed") ? 0 : 2;
-    });
-    setMode(directory(), 0700);
-    EXPECT_EQ(result, 0);
+    for (const QByteArray& bytes : {OLD, GARBAGE}) {
+        writeFile(bytes);
+        setMode(file(), 0600);
+        setMode(directory(), 0500);
+        const FileIdentity before(file());
+        const int result = runUnprivileged(directory(), [&] {
+            if (!isSaying(failedSave(), SettingsFailure::NotSaved, "not allowed"))
+                return 1;
+            const auto failure = checkSettingsDirectory();
+            return failure && isSaying(*failure, SettingsFailure::NoDirectory, "not allowed") ? 0 : 2;
+        });
+        setMode(directory(), 0700);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(FileIdentity(file()), before);
+        EXPECT_EQ(readFile(), bytes);
+        EXPECT_EQ(entries(), QStringList(FILE_NAME));
+    }
 }
 
-TEST_F(SettingsFailures, AFileOfATerabyteIsNotReadAndNotWrittenOver)
+TEST_F(SettingsFailures, TellsPathsThatCannotBeRead)
 {
-    const WarningLog warnings;
-    const FailureLog log;
-    writeFile(OLD);
-    ASSERT_EQ(truncate(QFile::encodeName(file()).constData(), off_t(1) << 40), 0);
-    writeNew();
-    ASSERT_FALSE(log.failures().isEmpty());
-    EXPECT_TRUE(isSaying(log.failures().first(), SettingsFailure::NotRead, "the file is too large"));
-    struct stat status = {};
-    ASSERT_EQ(stat(QFile::encodeName(file()).constData(), &status), 0);
-    EXPECT_EQ(status.st_size, off_t(1) << 40);
+    writeFile(directory() + "/place", OLD);
+    const auto makeLink = [&](const char* link, const char* to) {
+        ASSERT_EQ(symlink(to, name(directory() + "/" + link).constData()), 0);
+    };
+    makeLink("lost", "missing/file");
+    makeLink("circle", "other");
+    makeLink("other", "circle");
+    writeFile(directory() + "/large", OLD);
+    ASSERT_EQ(truncate(name(directory() + "/large").constData(), off_t(1) << 40), 0);
+    const std::pair<const char*, const char*> paths[] = {
+        {"missing/file", "the folder is missing"}, {"place/file", "there is a file in the folder's place"},
+        {"lost", "the folder is missing"},         {"circle", "the link leads in a circle"},
+        {"large", "the file is too large"},
+    };
+    for (const auto& [path, reason] : paths) {
+        SCOPED_TRACE(path);
+        ASSERT_NO_FATAL_FAILURE(expectUnread(directory() + "/" + path, reason));
+    }
+    for (const char* link : {"lost", "circle", "other"})
+        EXPECT_TRUE(S_ISLNK(FileIdentity(directory() + "/" + link).mode)) << link;
+    EXPECT_EQ(FileIdentity(directory() + "/large").size, off_t(1) << 40);
+    EXPECT_EQ(readFile(directory() + "/place"), OLD);
 }
 
-TEST_F(SettingsFailures, AFileThatMayNotBeReadIsTold)
+TEST_F(SettingsFailures, TellsAFileThatMayNotBeRead)
 {
     writeFile(OLD);
     setMode(file(), 0);
-    const int result = runUnprivileged(directory(), [&] {
-        const WarningLog warnings;
-        const FailureLog log;
-        QString text;
-        SETUP_SET_Manager(file(), false).getSettingInfo("Group", "Key", text, QString(), false);
-        return isSaying(log.only(), SettingsFailure::NotRead, "not allowed") ? 0 : 1;
-    });
-    EXPECT_EQ(result, 0);
+    const FileIdentity before(file());
+    EXPECT_EQ(runUnprivileged(directory(),
+                              [&] {
+                                  expectUnread(file(), "not allowed");
+                                  return HasFailure() ? 1 : 0;
+                              }),
+              0);
+    EXPECT_EQ(FileIdentity(file()), before);
+    setMode(file(), 0600);
+    EXPECT_EQ(readFile(), OLD);
 }
 
-TEST_F(SettingsFailures, AFileOrAFolderOfAnotherUserIsCalledSo)
+TEST_F(SettingsFailures, TellsAFileOrAFolderOfAnotherUser)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     writeFile(OLD);
     setMode(file(), 0600);
     setMode(directory(), 0755);
-    // What is given to that user is nothing of the settings directory.
+    // This directory is given to the other user, the settings directory is not.
     const SettingsDirectory nothing;
     qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory()));
     const int result = runUnprivileged(nothing.directory(), [&] {
@@ -166,7 +184,7 @@ TEST_F(SettingsFailures, AFileOrAFolderOfAnotherUserIsCalledSo)
     EXPECT_EQ(result, 0);
 }
 
-TEST_F(SettingsFailures, EachReasonIsToldInWords)
+TEST_F(SettingsFailures, NamesEachReasonInWords)
 {
     const std::pair<int, const char*> reasons[] = {{ENOSPC, "no room on the disk"},
                                                    {EDQUOT, "no room on the disk"},
@@ -184,14 +202,14 @@ TEST_F(SettingsFailures, EachReasonIsToldInWords)
         EXPECT_EQ(settingsReason(file(), error), words);
 }
 
-TEST_F(SettingsFailures, TheSettingsDirectoryIsMadeAndFoundGood)
+TEST_F(SettingsFailures, MakesTheSettingsDirectory)
 {
     qputenv("ORMU_SETTING_DIR", QFile::encodeName(directory() + "/new/inner"));
     EXPECT_FALSE(checkSettingsDirectory().has_value());
-    EXPECT_EQ(FileIdentity(directory() + "/new/inner").mode & 07777, 0700U);
+    EXPECT_EQ(modeOf(directory() + "/new/inner"), 0700U);
 }
 
-TEST_F(SettingsFailures, AFileInTheSettingsDirectorysPlaceIsTold)
+TEST_F(SettingsFailures, TellsAFileInTheSettingsDirectorysPlace)
 {
     writeFile(directory() + "/file", OLD);
     const WarningLog warnings;

@@ -1,26 +1,12 @@
 #include "FailureLog.h"
-#include "SETUP_SET_Manager.h"
-#include "SettingsFixture.h"
+#include "ManagerTest.h"
 #include "SystemCallFault.h"
-
-#include <QFile>
 
 #include <cerrno>
 
 namespace {
 
-const QByteArray OLD = "[Group]\nKey=old\n";
-const QByteArray NEW = "[Group]\nKey=new\n";
-const QByteArray GARBAGE = "garbage";
-
-class SettingsFault : public SettingsTest
-{
-protected:
-    void writeNew() const
-    {
-        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", QString("new"), false);
-    }
-};
+using SettingsFault = ManagerTest;
 
 struct FailingCall
 {
@@ -50,7 +36,7 @@ TEST_P(SettingsWriteFault, LeavesTheOldFileAndNothingElse)
     EXPECT_EQ(log.only().reason, GetParam().error == EIO ? "input/output error" : "no room on the disk");
     EXPECT_EQ(FileIdentity(file()), before);
     EXPECT_EQ(readFile(), OLD);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
     EXPECT_EQ(warnings.lines().size(), 1);
 
     writeNew();
@@ -67,7 +53,7 @@ TEST_P(SettingsWriteFault, LeavesADamagedFileAndKeepsItOnce)
         ASSERT_GT(fault.fired(), 0);
     }
     EXPECT_EQ(readFile(), GARBAGE);
-    EXPECT_EQ(entries(), QStringList({"ormu_sipsetup.cfg", "ormu_sipsetup.cfg.damaged"}));
+    EXPECT_EQ(entries(), QStringList({FILE_NAME, FILE_NAME + ".damaged"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachCall, SettingsWriteFault,
@@ -80,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(EachCall, SettingsWriteFault,
                                          FailingCall{"NoRoomForTheName", SystemCall::Rename, ENOSPC, 0}),
                          [](const auto& call) { return std::string(call.param.name); });
 
-TEST_F(SettingsFault, ADiskThatFillsHalfWayLeavesTheOldFile)
+TEST_F(SettingsFault, KeepsTheOldFileOnADiskThatFillsHalfWay)
 {
     writeFile(OLD);
     const WarningLog warnings;
@@ -89,12 +75,12 @@ TEST_F(SettingsFault, ADiskThatFillsHalfWayLeavesTheOldFile)
         const SystemCallFault fault(SystemCall::Write, ENOSPC, passing);
         writeNew();
         ASSERT_EQ(fault.fired(), 1);
-        ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+        ASSERT_EQ(entries(), QStringList(FILE_NAME));
     }
     EXPECT_EQ(readFile(), OLD);
 }
 
-TEST_F(SettingsFault, ShortWritesAreContinued)
+TEST_F(SettingsFault, ContinuesShortWrites)
 {
     writeFile(OLD);
     resetCallCounts();
@@ -106,7 +92,7 @@ TEST_F(SettingsFault, ShortWritesAreContinued)
     EXPECT_EQ(readFile(), NEW);
 }
 
-TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
+TEST_F(SettingsFault, WritesWhereNothingCanBeLocked)
 {
     writeFile(OLD);
     const SystemCallFault fault(SystemCall::Lock, ENOLCK);
@@ -115,7 +101,7 @@ TEST_F(SettingsFault, ADirectoryThatCannotBeLockedIsWrittenAllTheSame)
     EXPECT_EQ(readFile(), NEW);
 }
 
-TEST_F(SettingsFault, ADiskThatFailsToStoreTheDirectoryIsTold)
+TEST_F(SettingsFault, TellsADirectoryThatCannotBeStored)
 {
     writeFile(OLD);
     const WarningLog warnings;
@@ -124,11 +110,11 @@ TEST_F(SettingsFault, ADiskThatFailsToStoreTheDirectoryIsTold)
     writeNew();
     ASSERT_EQ(fault.fired(), 1);
     EXPECT_EQ(readFile(), NEW);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
     EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
 }
 
-TEST_F(SettingsFault, ADirectoryThatKnowsNoSyncIsNoFailure)
+TEST_F(SettingsFault, AcceptsADirectoryWithoutSync)
 {
     writeFile(OLD);
     const FailureLog log;
@@ -150,7 +136,7 @@ class SettingsReadFault : public SettingsFault, public testing::WithParamInterfa
 {
 };
 
-TEST_P(SettingsReadFault, ForbidsEverySaveUntilTheSettingsBegin)
+TEST_P(SettingsReadFault, ForbidsEverySaveUntilSettingsBegin)
 {
     writeFile(OLD);
     const FileIdentity before(file());
@@ -172,7 +158,7 @@ TEST_P(SettingsReadFault, ForbidsEverySaveUntilTheSettingsBegin)
     EXPECT_TRUE(isSettingsFileUnread(file()));
     EXPECT_EQ(FileIdentity(file()), before);
     EXPECT_EQ(readFile(), OLD);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
 
     log.clear();
     EXPECT_FALSE(beginSettings(file()).has_value());
@@ -182,7 +168,7 @@ TEST_P(SettingsReadFault, ForbidsEverySaveUntilTheSettingsBegin)
     EXPECT_TRUE(log.failures().isEmpty());
 }
 
-TEST_P(SettingsReadFault, WithoutAnyChangeForbidsLaterSavesToo)
+TEST_P(SettingsReadFault, ForbidsLaterSavesAlsoWithoutAChange)
 {
     writeFile(OLD);
     const WarningLog warnings;
@@ -197,7 +183,7 @@ TEST_P(SettingsReadFault, WithoutAnyChangeForbidsLaterSavesToo)
     EXPECT_EQ(log.count(SettingsFailure::NotSavedUnread), 1);
 }
 
-TEST_P(SettingsReadFault, WhenTheSettingsBeginIsReturnedAndForbids)
+TEST_P(SettingsReadFault, IsReturnedWhenSettingsBeginAndForbidsSaves)
 {
     writeFile(OLD);
     const WarningLog warnings;
@@ -223,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(EachRead, SettingsReadFault,
                                          FailingRead{"OpenOfTheSave", SystemCall::Open, EMFILE, 2}),
                          [](const auto& read) { return std::string(read.param.name); });
 
-TEST_F(SettingsFault, AReadThatFailsForbidsNoOtherFile)
+TEST_F(SettingsFault, ForbidsSavesOfOneFileOnly)
 {
     const QString other = directory() + "/other.cfg";
     writeFile(OLD);
@@ -234,12 +220,12 @@ TEST_F(SettingsFault, AReadThatFailsForbidsNoOtherFile)
         writeNew();
         ASSERT_EQ(fault.fired(), 1);
     }
-    SETUP_SET_Manager(other, false).setSettingInfo("Group", "Key", QString("new"), false);
+    writeNew(other);
     EXPECT_EQ(readFile(other), NEW);
     EXPECT_EQ(readFile(), OLD);
 }
 
-TEST_F(SettingsFault, AMissingOrDamagedFileIsNotUnread)
+TEST_F(SettingsFault, SavesAMissingOrDamagedFile)
 {
     const WarningLog warnings;
     const FailureLog log;
@@ -252,17 +238,17 @@ TEST_F(SettingsFault, AMissingOrDamagedFileIsNotUnread)
     EXPECT_TRUE(log.failures().isEmpty());
 }
 
-// A file that was missing when the host began.
-class SettingsAppeared : public SettingsFault
+// A file that was missing at beginSettings().
+class SettingsMissingAtFirst : public SettingsFault
 {
 protected:
-    SettingsAppeared() { EXPECT_FALSE(beginSettings(file()).has_value()); }
+    SettingsMissingAtFirst() { EXPECT_FALSE(beginSettings(file()).has_value()); }
 
     const WarningLog warnings_;
     FailureLog log_;
 };
 
-TEST_F(SettingsAppeared, SinceTheBeginningIsNotWrittenOver)
+TEST_F(SettingsMissingAtFirst, KeepsAFileThatAppeared)
 {
     writeFile(OLD);
     for (int save = 0; save < 3; ++save) {
@@ -281,16 +267,16 @@ TEST_F(SettingsAppeared, SinceTheBeginningIsNotWrittenOver)
     EXPECT_TRUE(log_.failures().isEmpty());
 }
 
-TEST_F(SettingsAppeared, BrokenSinceTheBeginningIsNotMovedAside)
+TEST_F(SettingsMissingAtFirst, KeepsADamagedFileThatAppeared)
 {
     writeFile(GARBAGE);
     writeNew();
     EXPECT_EQ(log_.only().kind, SettingsFailure::NotSavedUnread);
     EXPECT_EQ(readFile(), GARBAGE);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
 }
 
-TEST_F(SettingsAppeared, ByAnOwnSaveIsWrittenAgain)
+TEST_F(SettingsMissingAtFirst, ReplacesItsOwnFile)
 {
     writeNew();
     SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Other", 2);
@@ -298,7 +284,7 @@ TEST_F(SettingsAppeared, ByAnOwnSaveIsWrittenAgain)
     EXPECT_TRUE(log_.failures().isEmpty());
 }
 
-TEST_F(SettingsAppeared, ByAnOwnSaveThatWasNotDurableIsWrittenAgain)
+TEST_F(SettingsMissingAtFirst, ReplacesItsOwnFileThatWasNotDurable)
 {
     {
         const SystemCallFault fault(SystemCall::Fsync, EIO, 1);
@@ -312,7 +298,7 @@ TEST_F(SettingsAppeared, ByAnOwnSaveThatWasNotDurableIsWrittenAgain)
     EXPECT_TRUE(log_.failures().isEmpty());
 }
 
-TEST_F(SettingsAppeared, AfterAnOwnSaveThatFailedIsNotWrittenOver)
+TEST_F(SettingsMissingAtFirst, KeepsAFileThatAppearedAfterAFailedSave)
 {
     {
         const SystemCallFault fault(SystemCall::Write, ENOSPC);
@@ -325,11 +311,10 @@ TEST_F(SettingsAppeared, AfterAnOwnSaveThatFailedIsNotWrittenOver)
     EXPECT_EQ(readFile(), OLD);
 }
 
-// Once a read has failed, nothing that was to be saved before or after comes into the file.
-TEST_F(SettingsFault, AReadThatFailsDropsTheChangesOfEarlierSaves)
+TEST_F(SettingsFault, DropsEarlierChangesAfterAFailedRead)
 {
     const WarningLog warnings;
-    // In the save itself, and before it.
+    // The read of the save, and the read before it.
     for (const int passing : {1, 0}) {
         writeFile(OLD);
         ASSERT_FALSE(beginSettings(file()).has_value());
@@ -343,9 +328,7 @@ TEST_F(SettingsFault, AReadThatFailsDropsTheChangesOfEarlierSaves)
             writeNew();
             ASSERT_EQ(fault.fired(), 1);
         }
-        QString text;
-        SETUP_SET_Manager(file(), false).getSettingInfo("Earlier", "Key", text, "gone", false);
-        EXPECT_EQ(text, "gone") << passing;
+        EXPECT_EQ(readText("Earlier", "Key"), "(default)") << passing;
         log.clear();
         endSettings(file());
         EXPECT_TRUE(log.failures().isEmpty()) << passing;
@@ -353,7 +336,7 @@ TEST_F(SettingsFault, AReadThatFailsDropsTheChangesOfEarlierSaves)
     }
 }
 
-TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
+TEST_F(SettingsFault, MovesADamagedFileThatCannotHaveTwoNames)
 {
     writeFile(GARBAGE);
     writeFile(file() + ".damaged", "earlier");
@@ -366,10 +349,10 @@ TEST_F(SettingsFault, ADamagedFileIsMovedWhereItCannotHaveTwoNames)
     EXPECT_EQ(readFile(file() + ".damaged.1"), GARBAGE);
 }
 
-TEST_F(SettingsFault, ADamagedFileThatCannotBeKeptIsNotOverwritten)
+TEST_F(SettingsFault, KeepsADamagedFileThatCannotBeMoved)
 {
     writeFile(GARBAGE);
-    ASSERT_EQ(chmod(QFile::encodeName(file()).constData(), 0600), 0);
+    setMode(file(), 0600);
     const FileIdentity before(file());
     const WarningLog warnings;
     const FailureLog log;
@@ -382,11 +365,11 @@ TEST_F(SettingsFault, ADamagedFileThatCannotBeKeptIsNotOverwritten)
     EXPECT_EQ(log.only().reason, "no room on the disk");
     EXPECT_EQ(FileIdentity(file()), before);
     EXPECT_EQ(readFile(), GARBAGE);
-    EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+    EXPECT_EQ(entries(), QStringList(FILE_NAME));
     EXPECT_FALSE(warnings.lines().isEmpty());
 }
 
-TEST_F(SettingsFault, ReadingOpensTheFileOnceAndWritesNothing)
+TEST_F(SettingsFault, ReadsTheFileOnceAndWritesNothing)
 {
     writeFile(OLD);
     resetCallCounts();
@@ -404,7 +387,7 @@ TEST_F(SettingsFault, ReadingOpensTheFileOnceAndWritesNothing)
     EXPECT_EQ(callCount(SystemCall::Lock), 0);
 }
 
-TEST_F(SettingsFault, ManyChangesAreOneReplacement)
+TEST_F(SettingsFault, ReplacesTheFileOnceForManyChanges)
 {
     writeFile(OLD);
     resetCallCounts();

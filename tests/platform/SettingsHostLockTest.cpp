@@ -1,14 +1,10 @@
 #include "SettingsHostLock.h"
 #include "ChildProcess.h"
 #include "FailureLog.h"
-#include "SETUP_SET_Manager.h"
-#include "SettingsFixture.h"
+#include "ManagerTest.h"
 #include "SettingsLockFile.h"
 
 #include <QDir>
-#include <QFile>
-
-#include <gmock/gmock.h>
 
 #include <csignal>
 #include <fcntl.h>
@@ -20,7 +16,7 @@ namespace {
 
 using Result = SettingsHostLock::Result;
 
-class SettingsHost : public SettingsTest
+class SettingsHost : public ManagerTest
 {
 protected:
     QString lockFile() const { return directory() + "/" + LOCK_FILE; }
@@ -32,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(SettingsHost, HoldsTheDirectoryUntilItGoes)
+TEST_F(SettingsHost, HoldsTheDirectoryUntilItIsDeleted)
 {
     {
         SettingsHostLock lock;
@@ -51,10 +47,10 @@ TEST_F(SettingsHost, MakesALockFileForItsUserAlone)
     umask(0);
     SettingsHostLock lock;
     EXPECT_EQ(lock.hold(), Result::Held);
-    EXPECT_EQ(FileIdentity(lockFile()).mode & 07777, 0600U);
+    EXPECT_EQ(modeOf(lockFile()), 0600U);
 }
 
-TEST_F(SettingsHost, LosesTheDirectoryWhenItIsKilled)
+TEST_F(SettingsHost, LosesTheDirectoryWhenKilled)
 {
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
@@ -77,7 +73,7 @@ TEST_F(SettingsHost, LosesTheDirectoryWhenItIsKilled)
     close(ready[1]);
 }
 
-TEST_F(SettingsHost, HoldsTheDirectoryThatIsThereNow)
+TEST_F(SettingsHost, HoldsThePresentDirectory)
 {
     SettingsHostLock lock;
     ASSERT_EQ(lock.hold(), Result::Held);
@@ -90,7 +86,7 @@ TEST_F(SettingsHost, HoldsTheDirectoryThatIsThereNow)
     EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
 }
 
-TEST_F(SettingsHost, SaysWhenTheDirectoryCannotBeLocked)
+TEST_F(SettingsHost, TellsADirectoryInTheLockFilesPlace)
 {
     ASSERT_TRUE(QDir().mkpath(lockFile()));
     EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
@@ -99,21 +95,17 @@ TEST_F(SettingsHost, SaysWhenTheDirectoryCannotBeLocked)
 TEST_F(SettingsHost, FollowsNoLinkInTheLockFilesPlace)
 {
     const QString outside = directory() + "/outside";
-    ASSERT_EQ(symlink(QFile::encodeName(outside).constData(), QFile::encodeName(lockFile()).constData()), 0);
+    ASSERT_EQ(symlink(name(outside).constData(), name(lockFile()).constData()), 0);
     EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
     EXPECT_FALSE(QFile::exists(outside));
 }
 
-// A save beside a lock file, or a directory, that others have to do with.
+// A save beside the lock file.
 class SettingsWriterLock : public SettingsHost
 {
 protected:
     SettingsWriterLock() { writeFile(OLD); }
 
-    void writeNew() const
-    {
-        SETUP_SET_Manager(file(), false).setSettingInfo("Group", "Key", QString("new"), false);
-    }
     void expectRefusal(const QString& reason) const
     {
         const WarningLog warnings;
@@ -122,21 +114,14 @@ protected:
         EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
         EXPECT_EQ(log.only().reason, reason);
         EXPECT_EQ(readFile(), OLD);
-        EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
+        EXPECT_EQ(entries(), QStringList(FILE_NAME));
         SettingsHostLock lock;
         EXPECT_EQ(lock.hold(), Result::NoLockFile);
         EXPECT_EQ(settingsReason(file(), lock.error()), reason);
     }
-    void setMode(const QString& path, mode_t mode) const
-    {
-        ASSERT_EQ(chmod(QFile::encodeName(path).constData(), mode), 0);
-    }
-
-    const QByteArray OLD = "[Group]\nKey=old\n";
-    const QByteArray NEW = "[Group]\nKey=new\n";
 };
 
-// Does something as another user, holds it, and tells when it is done.
+// Works as another user in a process that lives as long as this object.
 class OtherUser
 {
 public:
@@ -178,7 +163,7 @@ TEST_F(SettingsWriterLock, MakesALockFileForItsUserAlone)
     EXPECT_EQ(FileIdentity(lockFile()).mode, S_IFREG | 0600U);
 }
 
-TEST_F(SettingsWriterLock, IsNotThatOfTheHost)
+TEST_F(SettingsWriterLock, IsNotTheLockOfTheHost)
 {
     SettingsHostLock host;
     ASSERT_EQ(host.hold(), Result::Held);
@@ -187,13 +172,13 @@ TEST_F(SettingsWriterLock, IsNotThatOfTheHost)
     EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
 }
 
-TEST_F(SettingsWriterLock, CannotBeHeldByAnotherUserOfTheDirectory)
+TEST_F(SettingsWriterLock, IgnoresAnotherUsersLockOfTheDirectory)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     setMode(directory(), 0755);
     const OtherUser other([&] {
-        const int opened = open(QFile::encodeName(directory()).constData(), O_RDONLY | O_DIRECTORY);
+        const int opened = open(name(directory()).constData(), O_RDONLY | O_DIRECTORY);
         return flock(opened, LOCK_EX) == 0;
     });
     ASSERT_TRUE(other.hasDone);
@@ -202,14 +187,14 @@ TEST_F(SettingsWriterLock, CannotBeHeldByAnotherUserOfTheDirectory)
     EXPECT_EQ(SettingsHostLock().hold(), Result::Held);
 }
 
-TEST_F(SettingsWriterLock, OfAnotherUserIsToldAndNotWaitedFor)
+TEST_F(SettingsWriterLock, RefusesAnotherUsersLockFileWithoutWaiting)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     setMode(directory(), 0777);
     std::unique_ptr<SettingsLockFile> file;
     const OtherUser other([&] {
-        file = std::make_unique<SettingsLockFile>(QFile::encodeName(directory() + "/").toStdString());
+        file = std::make_unique<SettingsLockFile>(name(directory() + "/").toStdString());
         return file->tryLock(SettingsLockFile::HostByte) && file->tryLock(SettingsLockFile::WriterByte);
     });
     ASSERT_TRUE(other.hasDone);
@@ -221,7 +206,7 @@ TEST_F(SettingsWriterLock, OfAnotherUserIsToldAndNotWaitedFor)
     EXPECT_EQ(readFile(), NEW);
 }
 
-TEST_F(SettingsWriterLock, OpenToOthersIsToldAndNothingIsLost)
+TEST_F(SettingsWriterLock, RefusesALockFileThatOthersMayOpen)
 {
     writeFile(lockFile(), "");
     for (const mode_t mode : {0644U, 0620U, 0602U}) {
@@ -233,15 +218,15 @@ TEST_F(SettingsWriterLock, OpenToOthersIsToldAndNothingIsLost)
     EXPECT_EQ(readFile(), NEW + "Other=2\n");
 }
 
-TEST_F(SettingsWriterLock, ThatIsNoFileIsTold)
+TEST_F(SettingsWriterLock, RefusesALockFileThatIsNoFile)
 {
     ASSERT_TRUE(QDir().mkpath(lockFile()));
     expectRefusal("the file .lock is not for this user alone");
     ASSERT_TRUE(QDir().rmdir(lockFile()));
-    ASSERT_EQ(symlink("outside", QFile::encodeName(lockFile()).constData()), 0);
+    ASSERT_EQ(symlink("outside", name(lockFile()).constData()), 0);
     expectRefusal("the file .lock is not for this user alone");
     ASSERT_TRUE(QFile::remove(lockFile()));
-    ASSERT_EQ(mkfifo(QFile::encodeName(lockFile()).constData(), 0600), 0);
+    ASSERT_EQ(mkfifo(name(lockFile()).constData(), 0600), 0);
     expectRefusal("the file .lock is not for this user alone");
 }
 

@@ -45,16 +45,16 @@ TEST_F(ConnectionState, SendsTheGroupNameAsLatin1)
     EXPECT_STREQ(daemon().requests()[0].name, "B\xFCro");
 }
 
-TEST_F(ConnectionState, AskingTheDaemonForAGroupNeedsNoStore)
+TEST_F(ConnectionState, NeedsNoStoreToAskForAGroup)
 {
     SETUP_SIP_Agent::cleanup();
-    // The store would never come to an end with this file.
+    // Loading this file would never end.
     writeFile("[ProfileSummary]\nTotalProfile=99\n");
     play("status:2");
     EXPECT_TRUE(isConnected("Profile0"));
 }
 
-TEST_F(ConnectionState, EveryOtherStatusIsNotConnected)
+TEST_F(ConnectionState, IsNotConnectedWithAnyOtherStatus)
 {
     for (const char* scenario : {"status:0", "status:1", "status:3", "status:4294967295"}) {
         play(scenario);
@@ -63,7 +63,7 @@ TEST_F(ConnectionState, EveryOtherStatusIsNotConnected)
     }
 }
 
-TEST_F(ConnectionState, AnUnknownNameIsNotConnectedAndNobodyIsAsked)
+TEST_F(ConnectionState, IsNotConnectedWithoutAskingForAnUnknownName)
 {
     play("status:2");
     EXPECT_FALSE(isProfileConnected("C"));
@@ -71,13 +71,13 @@ TEST_F(ConnectionState, AnUnknownNameIsNotConnectedAndNobodyIsAsked)
     EXPECT_EQ(daemon().accepted(), 0);
 }
 
-TEST_F(ConnectionState, WithoutADaemonNothingIsConnected)
+TEST_F(ConnectionState, IsNotConnectedWithoutADaemon)
 {
     EXPECT_FALSE(isConnected("Profile0"));
     EXPECT_FALSE(isProfileConnected("A"));
 }
 
-TEST_F(ConnectionState, ADaemonThatFailsIsNotConnected)
+TEST_F(ConnectionState, IsNotConnectedWithAFailingDaemon)
 {
     for (const char* scenario : {"refuse", "reset", "close-after:0", "close-after:20", "wrong-type:5",
                                  "wrong-length:1", "registration-type:3"}) {
@@ -87,7 +87,7 @@ TEST_F(ConnectionState, ADaemonThatFailsIsNotConnected)
     }
 }
 
-TEST_F(ConnectionState, AsksOnEveryCallAndClosesTheConnectionEachTime)
+TEST_F(ConnectionState, AsksOnEveryCallAndClosesEachConnection)
 {
     play("status:2");
     EXPECT_TRUE(isConnected("Profile0"));

@@ -1,157 +1,25 @@
-// The store over a settings manager and a controller that only record what it calls: which manager each
-// operation makes, the keys in their order, and every argument.
-#include "ORMU_Diagnostics.h"
-#include "SETUP_SET_Manager.h"
-#include "SETUP_SIP_Agent.h"
-#include "SIP_COMM_Controler.h"
+// Which settings manager each operation of the store makes, its calls in their order, and every argument.
+#include "StoreCalls.h"
 #include "SampleProfiles.h"
-
-#include <QHash>
-
-#include <cstdlib>
+#include "SettingsFixture.h"
 
 namespace {
 
-QStringList calls;
-// What the manager answers; the default value for all else.
-QHash<QString, QString> stored;
-
-struct Daemon
-{
-    int constructs = 0; // the result
-    bool givesHandle = true;
-    int answers = 0; // the result
-    _SIPD_PROFILE_STATUS_E status = SIPD_PROFILE_CONNECTED;
-} daemon_;
-
-_SIP_COMM_PROFILE_CONTROL_S theHandle;
-
-QString shown(const QString& value)
-{
-    return "'" + value + "'";
-}
-QString shown(bool value)
-{
-    return value ? "true" : "false";
-}
-QString shown(unsigned int value)
-{
-    return QString::number(value);
-}
-QString shown(int value)
-{
-    return QString::number(value);
-}
-
-QString place(const QString& group, const QString& key)
-{
-    return group + "/" + key;
-}
-
-} // namespace
-
-class SETUP_SET_Manager::File
-{
-};
-
-SETUP_SET_Manager::SETUP_SET_Manager(const QString& path, bool create)
-{
-    calls += "open " + path.section('/', -1) + " " + shown(create);
-}
-SETUP_SET_Manager::~SETUP_SET_Manager()
-{
-    calls += "close";
-}
-
-void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, QString& value,
-                                       const QString& defaultValue, bool localized) const
-{
-    calls += "get text " + place(group, key) + " " + shown(defaultValue) + " " + shown(localized);
-    value = stored.value(place(group, key), defaultValue);
-}
-void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, bool& value,
-                                       bool defaultValue) const
-{
-    calls += "get bool " + place(group, key) + " " + shown(defaultValue);
-    value = stored.value(place(group, key), shown(defaultValue)) == "true";
-}
-void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, int& value,
-                                       int defaultValue) const
-{
-    calls += "get int " + place(group, key) + " " + shown(defaultValue);
-    value = stored.value(place(group, key), shown(defaultValue)).toInt();
-}
-void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, unsigned int& value,
-                                       unsigned int defaultValue) const
-{
-    calls += "get unsigned " + place(group, key) + " " + shown(defaultValue);
-    value = stored.value(place(group, key), shown(defaultValue)).toUInt();
-}
-
-void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, const QString& value,
-                                       bool localized)
-{
-    calls += "set text " + place(group, key) + " " + shown(value) + " " + shown(localized);
-}
-void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, bool value)
-{
-    calls += "set bool " + place(group, key) + " " + shown(value);
-}
-void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, int value)
-{
-    calls += "set int " + place(group, key) + " " + shown(value);
-}
-void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, unsigned int value)
-{
-    calls += "set unsigned " + place(group, key) + " " + shown(value);
-}
-
-void SETUP_SET_Manager::clearGroup(const QString& group)
-{
-    calls += "clear " + group;
-}
-
-int SIP_COMM_ControlerConstruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
-{
-    calls += "construct";
-    *handle = daemon_.givesHandle ? &theHandle : nullptr;
-    return daemon_.constructs;
-}
-int SIP_COMM_ControlerDestruct(_SIP_COMM_PROFILE_CONTROL_S** handle)
-{
-    calls += *handle == &theHandle ? "destruct" : "destruct another";
-    *handle = nullptr;
-    return 0;
-}
-int SIP_COMM_ControlerGetProfileStatus(_SIP_COMM_PROFILE_CONTROL_S* handle, const char* profileName,
-                                       _SIPD_PROFILE_STATUS_E* status)
-{
-    EXPECT_EQ(handle, &theHandle);
-    calls += QString("status of ") + profileName;
-    *status = daemon_.status;
-    return daemon_.answers;
-}
-
-void ormuAssertFailed(const char*, int)
-{
-    std::abort();
-}
-
-namespace {
+using storeCalls::calls;
 
 const QString OPENED = "open ormu_sipsetup.cfg false";
 
 // The store of "A" in Profile0 and "B" in Profile1, the latter the default, with nothing recorded yet.
-class StoreCalls : public testing::Test
+class StoreCalls : public SettingsInMemoryTest
 {
 protected:
     StoreCalls()
     {
-        stored = {{"ProfileSummary/TotalProfile", "2"},
-                  {"Profile0/DisplayName", "A"},
-                  {"Profile1/DisplayName", "B"},
-                  {"Profile1/DefaultProfile", "true"}};
-        daemon_ = {};
+        storeCalls::values = {{"ProfileSummary/TotalProfile", "2"},
+                              {"Profile0/DisplayName", "A"},
+                              {"Profile1/DisplayName", "B"},
+                              {"Profile1/DefaultProfile", "true"}};
+        storeCalls::daemon = {};
         store = SETUP_SIP_Agent::instance();
         calls.clear();
     }
@@ -168,7 +36,7 @@ protected:
             expected += "get " + key.arg(group);
         return expected;
     }
-    // What unusualRecord("new name") is written as.
+    // The calls that write unusualRecord("new name").
     static QStringList written(const QString& group)
     {
         const SIP_PROFILE_CONTENT record = unusualRecord("new name");
@@ -225,7 +93,7 @@ TEST_F(StoreCalls, ChangesAProfileThroughOneManager)
     EXPECT_EQ(calls, withinOneManager(written("Profile1")));
 }
 
-TEST_F(StoreCalls, AddsAProfileThroughOneManagerWithTheTotalFirst)
+TEST_F(StoreCalls, AddsAProfileThroughOneManagerTotalFirst)
 {
     SIP_PROFILE_CONTENT record = unusualRecord("new name");
     store->setProfileInfo(record, "C");
@@ -239,7 +107,7 @@ TEST_F(StoreCalls, DeletesAProfileThroughOneManager)
     EXPECT_EQ(calls, withinOneManager({"clear Profile0", "set int ProfileSummary/TotalProfile 1"}));
 }
 
-TEST_F(StoreCalls, DeletesTheDefaultThroughOneManagerAndStoresABooleanInItsPlace)
+TEST_F(StoreCalls, StoresABooleanInPlaceOfADeletedDefault)
 {
     store->deleteProfile("B");
     EXPECT_EQ(calls, withinOneManager({"clear Profile1", "set int ProfileSummary/TotalProfile 1",
@@ -254,7 +122,7 @@ TEST_F(StoreCalls, MovesTheDefaultThroughOneManager)
                                        "set text SystemDefault/Profile 'Profile0' false"}));
 }
 
-TEST_F(StoreCalls, MakesNoManagerWhereThereIsNothingToDo)
+TEST_F(StoreCalls, MakesNoManagerWithoutAChange)
 {
     store->deleteProfile("C");
     store->setDefaultProfile("C");
@@ -292,29 +160,29 @@ TEST_F(StoreCalls, ReadsOneGroupThroughOneManager)
     EXPECT_EQ(calls, withinOneManager({"get text SystemDefault/Profile '' false"}));
 }
 
-TEST_F(StoreCalls, AsksTheDaemonOverAHandleThatItGivesBack)
+TEST_F(StoreCalls, AsksTheDaemonAndDestroysItsHandle)
 {
     QString group = "Profile1";
     EXPECT_TRUE(SETUP_SIP_Agent::isConnected(group));
     EXPECT_EQ(calls, QStringList({"construct", "status of Profile1", "destruct"}));
 }
 
-TEST_F(StoreCalls, CountsAFailedAnswerAsNotConnectedWhateverItSays)
+TEST_F(StoreCalls, IsNotConnectedAfterAFailedAnswer)
 {
     QString group = "Profile1";
-    daemon_.answers = 1;
+    storeCalls::daemon.answers = 1;
     EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
     EXPECT_EQ(calls, QStringList({"construct", "status of Profile1", "destruct"}));
 }
 
-TEST_F(StoreCalls, GivesBackAHandleThatAFailureHasLeft)
+TEST_F(StoreCalls, DestroysTheHandleOfAFailedConstruction)
 {
     QString group = "Profile1";
-    daemon_.constructs = 1;
+    storeCalls::daemon.constructs = 1;
     EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
     EXPECT_EQ(calls, QStringList({"construct", "destruct"}));
     calls.clear();
-    daemon_.givesHandle = false;
+    storeCalls::daemon.givesHandle = false;
     EXPECT_FALSE(SETUP_SIP_Agent::isConnected(group));
     EXPECT_EQ(calls, QStringList("construct"));
 }

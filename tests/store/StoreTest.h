@@ -5,7 +5,7 @@
 #include "SettingsFixture.h"
 
 // A settings directory of its own, and no store, at the start of each test.
-class StoreTest : public SettingsTest
+class StoreTest : public SettingsInMemoryTest
 {
 protected:
     ~StoreTest() override { SETUP_SIP_Agent::cleanup(); }

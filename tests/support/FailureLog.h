@@ -5,7 +5,7 @@
 
 #include <QList>
 
-// Hears of the settings' failures while it lives, as the host does.
+// Collects the settings' failures while it lives, in place of the host.
 class FailureLog
 {
 public:
@@ -17,9 +17,8 @@ public:
     FailureLog(const FailureLog&) = delete;
     FailureLog& operator=(const FailureLog&) = delete;
 
-    // In the order of their coming.
     const QList<SettingsFailure>& failures() const { return failures_; }
-    // The one that came; a failure of another kind without a reason when there is not just one.
+    // The only failure; without a reason when there is none or more than one.
     SettingsFailure only() const
     {
         return failures_.size() == 1 ? failures_.first()

@@ -10,7 +10,7 @@
 
 #include <sys/stat.h>
 
-// An empty settings directory of mode 0700 that ORMU_SETTING_DIR names and that goes with this object.
+// An empty settings directory of mode 0700, which ORMU_SETTING_DIR names. Both end with this object.
 class SettingsDirectory
 {
 public:
@@ -22,7 +22,7 @@ public:
     SettingsDirectory& operator=(const SettingsDirectory&) = delete;
 
     QString directory() const;
-    // The file that the store keeps its profiles in.
+    // The settings file of the profiles.
     QString file() const;
 
     void writeFile(const QByteArray& bytes) const;
@@ -31,7 +31,7 @@ public:
     static void writeFile(const QString& path, const QByteArray& bytes);
     static QByteArray readFile(const QString& path);
 
-    // The names in the settings directory, sorted, but for that of the lock file.
+    // The sorted names in the settings directory without the lock file.
     static constexpr char LOCK_FILE[] = ".lock";
     QStringList entries() const;
 
@@ -43,14 +43,14 @@ class SettingsTest : public testing::Test, protected SettingsDirectory
 {
 };
 
-// For tests that write thousands of files.
+// For tests that write many files durably.
 class SettingsInMemoryTest : public testing::Test, protected SettingsDirectory
 {
 protected:
     SettingsInMemoryTest() : SettingsDirectory(InMemory) {}
 };
 
-// What tells a file from its replacement.
+// Differs between a file and its replacement.
 struct FileIdentity
 {
     explicit FileIdentity(const QString& path);
@@ -63,7 +63,7 @@ struct FileIdentity
     qint64 size = 0;
 };
 
-// Collects the warnings while it lives, instead of printing them.
+// Collects warnings instead of printing them while it lives.
 class WarningLog
 {
 public:

@@ -1,16 +1,16 @@
 #ifndef SYSTEMCALLFAULT_H
 #define SYSTEMCALLFAULT_H
 
-// The calls through which the settings file is read and written. A program that links this file counts them,
-// whoever makes them, and can make them fail.
+// The system calls that read and write the settings file. A program that links this file counts all such
+// calls, and can make them fail.
 enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link, Lock, Last = Lock };
 
-// How often the call was made in this process since the last resetCallCounts().
+// The number of calls in this process since the last resetCallCounts().
 int callCount(SystemCall call);
 void resetCallCounts();
 
-// Makes calls of one kind fail with that errno while it lives: so many, from the first that is not let
-// through.
+// Makes calls of one kind fail with that errno while it lives: lets the first passing ones through, then
+// fails as many as failing says. An open fails only when its path ends in path.
 class SystemCallFault
 {
 public:
@@ -21,14 +21,14 @@ public:
     SystemCallFault(const SystemCallFault&) = delete;
     SystemCallFault& operator=(const SystemCallFault&) = delete;
 
-    // How many calls it made fail.
+    // The number of failed calls.
     int fired() const;
 
 private:
     SystemCall call_;
 };
 
-// Makes every write take one byte at most while it lives.
+// Limits every write to one byte while it lives.
 class ShortWrites
 {
 public:
