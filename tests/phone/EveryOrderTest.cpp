@@ -375,19 +375,19 @@ protected:
     quint64 operations_ = 0;
 };
 
-TEST_F(EveryOrder, FromNoProfileKeepsEveryProfileAndAsksNothing)
+TEST_F(EveryOrder, FromNoProfileKeepsProfilesAndAsksNothing)
 {
     explore(fresh(0, false), DEPTH_FROM_NONE);
     EXPECT_GT(states_.size(), 100);
 }
 
-TEST_F(EveryOrder, FromThreeProfilesKeepsEveryProfileAndAsksNothing)
+TEST_F(EveryOrder, FromThreeProfilesKeepsThemAndAsksNothing)
 {
     explore(fresh(3, false), DEPTH_FROM_THREE);
     EXPECT_GT(states_.size(), 100);
 }
 
-TEST_F(EveryOrder, FromThreeOfWhichOneIsDefaultKeepsItAndAsksNothing)
+TEST_F(EveryOrder, FromThreeProfilesKeepsTheDefault)
 {
     explore(fresh(3, true), DEPTH_FROM_THREE);
     EXPECT_GT(states_.size(), 100);

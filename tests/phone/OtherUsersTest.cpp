@@ -1,4 +1,4 @@
-// What ./run and the programs that hold passwords do for the sake of the machine's other users.
+// Protection from the machine's other users, by ./run and by the programs that hold passwords.
 #include "DaemonTest.h"
 #include "StrangerAtSocket.h"
 
@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(std::system(remove.c_str()), 0);
     }
 
-    // Kills the program when it is ready, by a signal that leaves a core, where cores are allowed.
+    // Kills the program once it is ready, by a signal that leaves a core. True when it leaves one.
     bool leavesACore(const std::vector<std::string>& command, const std::function<bool(pid_t)>& isReady)
     {
         const pid_t child = fork();
@@ -62,13 +62,18 @@ protected:
         return WCOREDUMP(status);
     }
 
-    // Empty, or why no core tells anything here.
+    // The reason why the tests of cores cannot run here, or "".
     std::string whyNoCore()
     {
 #ifdef __SANITIZE_ADDRESS__
-        return "the sanitizer's leak check traces the programs: they are no secret";
+        return "the programs are open to the sanitizer's leak check";
 #endif
-        return coresAreWritten() ? "" : "no core is written here, of whichever program";
+        return coresAreWritten() ? "" : "this machine writes no cores";
+    }
+
+    const std::string& home() const
+    {
+        return home_;
     }
 
 private:
@@ -89,7 +94,7 @@ TEST_F(OtherUsers, FindNoCoreOfThePhone)
     if (const std::string why = whyNoCore(); !why.empty())
         GTEST_SKIP() << why;
     EXPECT_FALSE(leavesACore({PHONE}, [](pid_t child) {
-        // Its first screen is there. What cannot be read any more is private already.
+        // Its first screen is open, or its memory is private already.
         std::ifstream maps("/proc/" + std::to_string(child) + "/maps");
         const std::string text{std::istreambuf_iterator<char>(maps), {}};
         return !maps || text.find("libqoffscreen") != std::string::npos;
@@ -104,7 +109,7 @@ TEST_F(OtherUsers, FindNoCoreOfSipProfile)
     EXPECT_FALSE(leavesACore({SIP_PROFILE, "status"}, [this](pid_t) { return daemon().accepted() >= 2; }));
 }
 
-TEST_F(OtherUsers, KeepRunFromStartingWhenTheyHaveTheSocket)
+TEST_F(OtherUsers, KeepRunFromStartingWithTheirSocket)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";

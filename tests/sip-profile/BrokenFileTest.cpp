@@ -1,4 +1,4 @@
-// The check and the repair of files that people broke by hand, and of disks that fail.
+// The check and the repair of files that people broke by hand, and on disks that fail.
 #include "BoundedListing.h"
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
@@ -27,12 +27,12 @@ struct Broken
 {
     const char* name;
     QByteArray bytes;
-    QStringList found;                  // what the check says
-    QStringList listed;                 // the names that the store lists once it is repaired
-    QByteArray repaired = QByteArray(); // the whole file, where it is told
+    QStringList found;                  // the texts of the findings
+    QStringList listed;                 // the names that the store lists after the repair
+    QByteArray repaired = QByteArray(); // the whole file, or "" where the test does not compare it
 };
 
-// Those in which more than numbers and the default is wrong, and what a repair does then.
+// The files that a tidy leaves alone, and the description of their repair.
 const QMap<QByteArray, QStringList> DAMAGED = {
     {"NamesDoubledOverAndOver", {"Renamed, since its name was taken: “A (3)”, “A (4)”."}},
     {"NamesMissing", {"Given a name: “anna@example.com”, “anna (2)” and 2 more."}},
@@ -270,7 +270,7 @@ protected:
     ~BrokenFile() override { SETUP_SIP_Agent::cleanup(); }
 };
 
-TEST_P(BrokenFile, IsToldInWordsAndListsEveryProfileOnceRepaired)
+TEST_P(BrokenFile, ListsEveryProfileOnceRepaired)
 {
     const WarningLog warnings;
     writeFile(GetParam().bytes);
@@ -298,7 +298,7 @@ TEST_P(BrokenFile, IsToldInWordsAndListsEveryProfileOnceRepaired)
     EXPECT_EQ(listed.join('\n').toStdString(), GetParam().listed.join('\n').toStdString());
 }
 
-TEST_P(BrokenFile, IsTidiedInSilenceUnlessItIsDamaged)
+TEST_P(BrokenFile, IsTidiedUnlessDamaged)
 {
     const WarningLog warnings;
     writeFile(GetParam().bytes);
@@ -325,8 +325,8 @@ TEST_P(BrokenFile, IsTidiedInSilenceUnlessItIsDamaged)
 INSTANTIATE_TEST_SUITE_P(Each, BrokenFile, testing::ValuesIn(FILES),
                          [](const auto& broken) { return std::string(broken.param.name); });
 
-// Every cut of a good file, and every byte of it lost.
-TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
+// A good file is cut at each byte, and loses each byte.
+TEST(BrokenFiles, WithALostByteAreWholeOnceRepaired)
 {
     const QByteArray good = "[ProfileSummary]\nTotalProfile=2\n\n[Profile0]\nDisplayName=A\nPassword=x\n\n"
                             "[Profile1]\nDisplayName=B\n\n[SystemDefault]\nProfile=Profile1\n";
@@ -351,7 +351,7 @@ TEST(BrokenFiles, CutOrWithAByteLostAreWholeOnceRepaired)
     EXPECT_GT(repaired, good.size() / 2);
 }
 
-// It changes nothing, or nothing that the check or a repair would see; and says what else there is to do.
+// A tidy either repairs the file, or leaves it and describes its damage.
 void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)
 {
     const ProfileRepair tidied = tidyProfileFile(settings.file());
@@ -366,8 +366,7 @@ void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)
     settings.writeFile(bytes);
 }
 
-// Pieces of files in any order: whatever they make up, the check and the repair agree on it.
-TEST(BrokenFiles, OfPiecesInAnyOrderAreWholeOnceRepaired)
+TEST(BrokenFiles, OfRandomPiecesAreWholeOnceRepaired)
 {
     const QByteArray pieces[] = {"[ProfileSummary]\n",
                                  "TotalProfile=",
@@ -438,7 +437,7 @@ protected:
     const QByteArray broken_ = "[ProfileSummary]\nTotalProfile=1\n[Profile1]\nDisplayName=B\n";
 };
 
-TEST_F(Repair, LeavesAFileWithNothingWrongAndAMissingOneAsTheyAre)
+TEST_F(Repair, ChangesNoGoodOrMissingFile)
 {
     EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
     EXPECT_TRUE(entries().isEmpty());
@@ -448,7 +447,7 @@ TEST_F(Repair, LeavesAFileWithNothingWrongAndAMissingOneAsTheyAre)
     EXPECT_EQ(FileIdentity(file()), before);
 }
 
-TEST_F(Repair, KeepsACopyOfEachOldFileUnderAnotherName)
+TEST_F(Repair, KeepsACopyOfEachOldFile)
 {
     for (const char* copy : {".old", ".old.1", ".old.2"}) {
         const QByteArray bytes = broken_ + "Server=" + copy + '\n';
@@ -487,7 +486,7 @@ TEST_F(Repair, LeavesTheOldFileOnAFullDisk)
     EXPECT_EQ(readFile(file() + ".old"), broken_);
 }
 
-TEST_F(Repair, ChangesNothingWhenATidyCannotReadOrWriteTheFile)
+TEST_F(Repair, ChangesNothingWhenATidyFails)
 {
     const WarningLog warnings;
     writeFile(broken_);
@@ -509,7 +508,7 @@ TEST_F(Repair, ChangesNothingWhenATidyCannotReadOrWriteTheFile)
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
 }
 
-TEST_F(Repair, OfAFileThatCannotBeReadFails)
+TEST_F(Repair, FailsForADirectory)
 {
     ASSERT_TRUE(QDir().mkpath(file() + "/inside"));
     const ProfileFile checked(file());
@@ -519,7 +518,7 @@ TEST_F(Repair, OfAFileThatCannotBeReadFails)
     EXPECT_TRUE(QDir(file() + "/inside").exists());
 }
 
-TEST_F(Repair, WritesNothingBesideALockFileThatOthersMayOpen)
+TEST_F(Repair, WritesNothingUnderAnOpenLockFile)
 {
     const WarningLog warnings;
     writeFile(broken_);
@@ -535,7 +534,7 @@ TEST_F(Repair, WritesNothingBesideALockFileThatOthersMayOpen)
     EXPECT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
 }
 
-TEST_F(Repair, WaitsForAWriterThatIsAtWork)
+TEST_F(Repair, WaitsForAnotherWriter)
 {
     writeFile(broken_);
     auto writer = std::make_unique<SettingsLock>(QFile::encodeName(file()).toStdString());
@@ -548,7 +547,7 @@ TEST_F(Repair, WaitsForAWriterThatIsAtWork)
     while (callCount(SystemCall::Lock) == 0 && !done)
         std::this_thread::yield();
     EXPECT_FALSE(done);
-    // What the writer stores is repaired, too.
+    // The repair includes the other writer's changes.
     writeFile(broken_ + "[Profile3]\nDisplayName=C\n");
     writer.reset();
     repairing.join();

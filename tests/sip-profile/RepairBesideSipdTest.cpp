@@ -1,4 +1,4 @@
-// The settings file is put in order while the daemon is at work on the profiles.
+// A tidy of the settings file while the daemon has profiles connected.
 #include "ProfileRepair.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
@@ -14,7 +14,7 @@ QByteArray profile(const char* name, const char* user, const TestRegistrar& regi
            "\nAutoConnect=false\n";
 }
 
-std::vector<std::string> usersThatCameTo(const TestRegistrar& registrar)
+std::vector<std::string> usersAt(const TestRegistrar& registrar)
 {
     std::vector<std::string> users;
     for (const TestRegistrar::Register& request : registrar.requests())
@@ -26,7 +26,7 @@ class TidyBesideSipd : public SipdTest
 {
 };
 
-TEST_F(TidyBesideSipd, LeavesEveryProfileConnectedUnderItsNewNumber)
+TEST_F(TidyBesideSipd, KeepsEveryProfileConnected)
 {
     TestRegistrar broken;
     broken.setAnswer(500);
@@ -39,16 +39,16 @@ TEST_F(TidyBesideSipd, LeavesEveryProfileConnectedUnderItsNewNumber)
     ASSERT_TRUE(waitUntil([&] { return !broken.requests().empty() && statusOf("Profile1") == 0; }));
     ASSERT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
     ASSERT_EQ(connectProfile("Profile4"), SIPD_ACK_SUCCESS);
-    const std::vector<std::string> users = usersThatCameTo(good);
+    const std::vector<std::string> users = usersAt(good);
 
     ASSERT_EQ(tidyProfileFile(file()).outcome, ProfileRepair::Repaired);
     EXPECT_NE(statusOf("Profile0"), SIPD_PROFILE_CONNECTED);
     EXPECT_EQ(statusOf("Profile1"), SIPD_PROFILE_CONNECTED);
     EXPECT_EQ(statusOf("Profile2"), SIPD_PROFILE_CONNECTED);
     EXPECT_EQ(statusOf("Profile4"), 0U);
-    EXPECT_EQ(usersThatCameTo(good), users) << "nothing was sent";
+    EXPECT_EQ(usersAt(good), users) << "a request was sent";
     EXPECT_EQ(disconnectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(usersThatCameTo(good).back(), "carla");
+    EXPECT_EQ(usersAt(good).back(), "carla");
     EXPECT_EQ(statusOf("Profile2"), SIPD_PROFILE_CONNECTED);
 }
 

@@ -1,4 +1,4 @@
-// The command sip-profile, run as people and scripts run it.
+// The program sip-profile.
 #include "ChildProcess.h"
 #include "DaemonTest.h"
 #include "SettingsFixture.h"
@@ -13,7 +13,7 @@
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
+#include <functional>
 #include <pty.h>
 #include <unistd.h>
 
@@ -41,75 +41,43 @@ struct Result
     std::string err;
 };
 
-// A terminal, and what was written to it.
-class Terminal
-{
-public:
-    Terminal() { EXPECT_EQ(openpty(&mine_, &its_, nullptr, nullptr, nullptr), 0); }
-    ~Terminal()
-    {
-        close(mine_);
-        closeIts();
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    int its() const { return its_; }
-
-    std::string readAll()
-    {
-        closeIts();
-        std::string text;
-        char buffer[256];
-        for (ssize_t got = 0; (got = read(mine_, buffer, sizeof buffer)) > 0;)
-            text.append(buffer, static_cast<size_t>(got));
-        return text;
-    }
-
-private:
-    void closeIts()
-    {
-        if (its_ >= 0)
-            close(its_);
-        its_ = -1;
-    }
-
-    int mine_ = -1;
-    int its_ = -1;
-};
+constexpr int TIMEOUT_MS = 600000;
+const std::string STRANGERS_DAEMON = "The SIP daemon on /tmp/sipd_us belongs to another user: ";
 
 class SipProfile : public DaemonTest, protected SettingsDirectory
 {
 protected:
     SipProfile() { writeFile(FILE_OF_THREE); }
 
-    // errorTo: the descriptor that its standard error goes to; -1 for a pipe. outputTo: a file, for a pipe
-    // "".
-    static Result run(const QStringList& arguments, int errorTo = -1, const QString& outputTo = QString())
+    // prepare runs in the child; output is the file for the standard output, "" for a pipe.
+    static Result run(const QStringList& arguments, const std::function<void()>& prepare = {},
+                      const QString& output = QString())
     {
         QProcess process;
-        if (errorTo >= 0)
-            process.setChildProcessModifier([errorTo] { dup2(errorTo, STDERR_FILENO); });
-        if (!outputTo.isEmpty())
-            process.setStandardOutputFile(outputTo);
+        process.setChildProcessModifier(prepare);
+        if (!output.isEmpty())
+            process.setStandardOutputFile(output);
         process.start(SIP_PROFILE, arguments);
-        EXPECT_TRUE(process.waitForFinished(60000)) << qPrintable(arguments.join(' '));
+        EXPECT_TRUE(process.waitForFinished(TIMEOUT_MS)) << qPrintable(arguments.join(' '));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), process.readAllStandardOutput().toStdString(),
                 process.readAllStandardError().toStdString()};
     }
 
-    static Result runAs(uid_t user, const QStringList& arguments)
+    // Runs it with its standard error on a terminal, and returns what was written there.
+    static std::string shownOnTerminal(const QStringList& arguments)
     {
-        QProcess process;
-        process.setChildProcessModifier([user] {
-            if (setgid(user) != 0 || setuid(user) != 0)
-                _exit(UNPRIVILEGED_FAILED);
-        });
-        process.start(SIP_PROFILE, arguments);
-        EXPECT_TRUE(process.waitForFinished(60000)) << qPrintable(arguments.join(' '));
-        return {process.exitCode(), process.readAllStandardOutput().toStdString(),
-                process.readAllStandardError().toStdString()};
+        int mine = -1;
+        int its = -1;
+        EXPECT_EQ(openpty(&mine, &its, nullptr, nullptr, nullptr), 0);
+        EXPECT_EQ(run(arguments, [its] { dup2(its, STDERR_FILENO); }).code, 0);
+        close(its);
+        std::string text;
+        char buffer[256];
+        for (ssize_t got = 0; (got = read(mine, buffer, sizeof buffer)) > 0;)
+            text.append(buffer, static_cast<size_t>(got));
+        close(mine);
+        return text;
     }
 
     // In one step, as the store does.
@@ -154,7 +122,7 @@ protected:
     }
 };
 
-TEST_F(SipProfile, ListsEachProfileAndNoPassword)
+TEST_F(SipProfile, ListsEachProfileWithoutItsPassword)
 {
     const Result result = run({"list"});
     EXPECT_EQ(result.code, 0);
@@ -174,7 +142,7 @@ TEST_F(SipProfile, ListsEachProfileAndNoPassword)
                                                    {"autoConnect", false}}));
 }
 
-TEST_F(SipProfile, ListsWhatTheStoreHidesAndWhatItWouldNeverFinish)
+TEST_F(SipProfile, ListsProfilesThatTheStoreDoesNotList)
 {
     writeFile(DOUBLED_FILE);
     Result result = run({"list"});
@@ -185,7 +153,9 @@ TEST_F(SipProfile, ListsWhatTheStoreHidesAndWhatItWouldNeverFinish)
     result = run({"list"});
     EXPECT_EQ(result.out, "A  Profile0  :5060\nB  Profile1  :5060\n");
     writeFile("oops\n" + DOUBLED_FILE);
-    EXPECT_EQ(run({"list"}).err, "sip-profile: The settings file needs repair: see sip-profile check.\n");
+    result = run({"list"});
+    EXPECT_EQ(result.out, "B  Profile1  :5060\nC  Profile2  :5060    default\n");
+    EXPECT_EQ(result.err, "sip-profile: The settings file needs repair: see sip-profile check.\n");
 }
 
 TEST_F(SipProfile, ListsNothingWithoutAFile)
@@ -196,20 +166,7 @@ TEST_F(SipProfile, ListsNothingWithoutAFile)
     EXPECT_EQ(run({"check"}).code, 0);
 }
 
-TEST_F(SipProfile, ListsWhatStandsInAFileThatTheStoreCannotParse)
-{
-    writeFile("oops\n" + FILE_OF_THREE);
-    EXPECT_EQ(run({"list"}).out, "Home    Profile0  sip.example.com:5070  anna\n"
-                                 "Büro 2  Profile1  [2001:db8::1]:5060          default\n"
-                                 "C       Profile2  :5060\n");
-    const QJsonArray profiles = runJson({"list"}, 0)["profiles"].toArray();
-    ASSERT_EQ(profiles.size(), 3);
-    EXPECT_TRUE(profiles[0]["autoConnect"].toBool());
-    EXPECT_FALSE(profiles[1]["autoConnect"].toBool(true));
-    EXPECT_TRUE(profiles[1]["default"].toBool());
-}
-
-TEST_F(SipProfile, PrintsNoCharacterThatATerminalWouldObey)
+TEST_F(SipProfile, PrintsNoControlCharacters)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=A\\n\\u001b[2J\\u202eB\n");
     EXPECT_EQ(run({"list"}).out, "A��[2J�B  Profile0  :5060\n");
@@ -217,7 +174,7 @@ TEST_F(SipProfile, PrintsNoCharacterThatATerminalWouldObey)
               QString::fromUtf16(u"A\n\u001b[2J\u202eB"));
 }
 
-TEST_F(SipProfile, TellsTheStatusOfEveryProfile)
+TEST_F(SipProfile, PrintsEveryStatus)
 {
     play("admit");
     ASSERT_EQ(run({"connect", "Home"}).code, 0);
@@ -237,7 +194,7 @@ TEST_F(SipProfile, TellsTheStatusOfEveryProfile)
     EXPECT_FALSE(profiles[1]["connected"].toBool(true));
 }
 
-TEST_F(SipProfile, TellsOneProfilesStatusByItsExitCode)
+TEST_F(SipProfile, ReturnsOneStatusAsItsExitCode)
 {
     play("admit");
     ASSERT_EQ(run({"connect", "Profile1"}).code, 0);
@@ -249,7 +206,7 @@ TEST_F(SipProfile, TellsOneProfilesStatusByItsExitCode)
     EXPECT_FALSE(runJson({"status", "Home"}, 1).contains("error"));
 }
 
-TEST_F(SipProfile, TakesNoStatusButConnectedForConnected)
+TEST_F(SipProfile, TakesOnlyStatusTwoForConnected)
 {
     for (const auto& [status, words] :
          {std::pair(1, "working on it"), std::pair(7, "not connected (status 7)")}) {
@@ -279,9 +236,11 @@ TEST_F(SipProfile, ConnectsAndDisconnectsByEitherName)
                                                             {"ack", 0},
                                                             {"message", "connected"},
                                                             {"exitCode", 0}}));
+    writeFile(ENDLESS_FILE);
+    EXPECT_EQ(run({"connect", "B"}).out, "“B” (Profile1): connected\n");
 }
 
-TEST_F(SipProfile, SaysWhatEachAckMeansAndEndsWithItsCode)
+TEST_F(SipProfile, ExplainsEachAckAndReturnsItsCode)
 {
     const char* const words[] = {"the SIP daemon could not do it", "the SIP service is not available",
                                  "the profile is not right: server, port, user name or password",
@@ -297,7 +256,7 @@ TEST_F(SipProfile, SaysWhatEachAckMeansAndEndsWithItsCode)
                   "“Home” (Profile0): the SIP daemon gave an answer without meaning (7)");
 }
 
-TEST_F(SipProfile, SaysWhenThereIsNoDaemonToTalkTo)
+TEST_F(SipProfile, ReportsAMissingDaemon)
 {
     const QList<QStringList> commands = {
         {"status"}, {"status", "Home"}, {"connect", "Home"}, {"disconnect", "C"}};
@@ -313,9 +272,7 @@ TEST_F(SipProfile, SaysWhenThereIsNoDaemonToTalkTo)
     expectFailure({"connect", "Home"}, 4, "The connection to the SIP daemon was lost.");
 }
 
-const std::string STRANGERS_DAEMON = "The SIP daemon on /tmp/sipd_us belongs to another user: ";
-
-TEST_F(SipProfile, RefusesADaemonOfAnotherUserAndDoesNotWait)
+TEST_F(SipProfile, RefusesAnotherUsersDaemonAtOnce)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
@@ -329,43 +286,49 @@ TEST_F(SipProfile, RefusesADaemonOfAnotherUserAndDoesNotWait)
     }
 }
 
-TEST_F(SipProfile, TellsAnotherUserThatTheDaemonIsNotHis)
+TEST_F(SipProfile, TellsAnotherUserWhoHasTheDaemon)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     if (runUnprivileged(directory(), [] { return access(SIP_PROFILE, X_OK) == 0 ? 0 : 1; }) != 0)
         GTEST_SKIP() << "another user cannot run " << SIP_PROFILE;
+    const auto becomeNobody = [] {
+        if (setgid(StrangerAtSocket::USER) != 0 || setuid(StrangerAtSocket::USER) != 0)
+            _exit(UNPRIVILEGED_FAILED);
+    };
     play("refuse"); // as sipd does
     for (const mode_t mode : {0600, 0666}) {
         ASSERT_EQ(chmod(SIPD_SOCKET_PATH, mode), 0);
-        const Result result = runAs(StrangerAtSocket::USER, {"status"});
+        const Result result = run({"status"}, becomeNobody);
         EXPECT_EQ(result.code, 7) << std::oct << mode;
         EXPECT_EQ(result.err, "sip-profile: " + STRANGERS_DAEMON + "root.\n");
     }
     stopDaemon();
-    EXPECT_EQ(runAs(StrangerAtSocket::USER, {"status"}).err, "sip-profile: The SIP daemon is not running.\n");
+    EXPECT_EQ(run({"status"}, becomeNobody).err, "sip-profile: The SIP daemon is not running.\n");
 }
 
-TEST_F(SipProfile, AsksNothingForANameThatNoProfileHasOrSeveralHave)
+TEST_F(SipProfile, AsksNothingForAnUnknownOrAmbiguousName)
 {
     play("admit");
     writeFile("[ProfileSummary]\nTotalProfile=4\n[Profile0]\nDisplayName=A\n[Profile1]\nDisplayName=B\n"
               "[Profile2]\nDisplayName=A\n[Profile3]\nDisplayName=Profile1\n");
     expectFailure({"connect", "a"}, 3, "There is no profile “a”.");
     expectFailure({"status", "Profile4"}, 3, "There is no profile “Profile4”.");
-    expectFailure({"disconnect", ""}, 3, "There is no profile “”.");
     expectFailure({"connect", "A"}, 3,
                   "“A” may be “A” (Profile0) or “A” (Profile2): say it by the name that no other has.");
     expectFailure(
         {"connect", "Profile1"}, 3,
         "“Profile1” may be “B” (Profile1) or “Profile1” (Profile3): say it by the name that no other "
         "has.");
-    EXPECT_EQ(daemon().accepted(), 0);
     EXPECT_EQ(run({"connect", "Profile2"}).code, 0);
-    EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2"}));
+    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=\nServer=s\n");
+    for (const char* command : {"status", "connect", "disconnect"})
+        expectFailure({command, ""}, 3, "There is no profile “”.");
+    EXPECT_EQ(run({"connect", "Profile0"}).code, 0);
+    EXPECT_EQ(requested(PROFILE_CTRL_CONNECT), std::vector<std::string>({"Profile2", "Profile0"}));
 }
 
-TEST_F(SipProfile, TellsTheStatusByTheFileAsItIsAtTheEnd)
+TEST_F(SipProfile, PrintsTheStatusOfTheFileAtTheEnd)
 {
     int queries = 0;
     ScriptedDaemon swapping(*findScenario("status:2"), [&](int, const SipdMessage& message) {
@@ -379,7 +342,7 @@ TEST_F(SipProfile, TellsTheStatusByTheFileAsItIsAtTheEnd)
     EXPECT_EQ(run({"status", "Home"}).out, "Home  Profile1  connected\n");
 }
 
-TEST_F(SipProfile, GivesUpOnAFileThatChangesAllTheTime)
+TEST_F(SipProfile, GivesUpOnAFileThatAlwaysChanges)
 {
     int queries = 0;
     ScriptedDaemon swapping(*findScenario("status:2"), [&](int, const SipdMessage& message) {
@@ -391,7 +354,7 @@ TEST_F(SipProfile, GivesUpOnAFileThatChangesAllTheTime)
     expectFailure({"status", "Home"}, 5, "The settings file changes all the time.");
 }
 
-TEST_F(SipProfile, AsksForTheNumberThatStandsInTheFileAfterTheWait)
+TEST_F(SipProfile, AsksForTheNumberAfterTheWait)
 {
     ScriptedDaemon swapping(Scenario(), [&](int, const SipdMessage& message) {
         if (message.type == SIPD_MSG_REGISTER)
@@ -407,44 +370,23 @@ TEST_F(SipProfile, AsksForTheNumberThatStandsInTheFileAfterTheWait)
     EXPECT_EQ(run({"connect", "Büro 2"}).code, 3) << "it is gone";
 }
 
-TEST_F(SipProfile, TakesNoNameForNoProfileAlsoWhenOneIsWithoutAName)
-{
-    play("admit");
-    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=\nServer=s\n");
-    for (const char* command : {"status", "connect", "disconnect"})
-        expectFailure({command, ""}, 3, "There is no profile “”.");
-    EXPECT_EQ(daemon().accepted(), 0);
-    EXPECT_EQ(run({"connect", "Profile0"}).code, 0);
-}
-
-TEST_F(SipProfile, TakesANameThatLooksLikeAnOptionAfterTwoDashes)
+TEST_F(SipProfile, TakesAnyNameAfterTwoDashes)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=--json\n");
     play("admit");
     EXPECT_EQ(run({"connect", "--", "--json"}).out, "“--json” (Profile0): connected\n");
 }
 
-TEST_F(SipProfile, ConnectsAProfileOfAFileThatTheStoreWouldNeverFinishLoading)
-{
-    writeFile(ENDLESS_FILE);
-    play("admit");
-    EXPECT_EQ(run({"connect", "B"}).out, "“B” (Profile1): connected\n");
-}
-
-TEST_F(SipProfile, ShowsItsProgressOnATerminalAlone)
+TEST_F(SipProfile, ShowsItsProgressOnlyOnATerminal)
 {
     play("late:1300");
-    Terminal terminal;
-    EXPECT_EQ(run({"connect", "Home"}, terminal.its()).code, 0);
-    EXPECT_THAT(terminal.readAll(),
+    EXPECT_THAT(shownOnTerminal({"connect", "Home"}),
                 testing::MatchesRegex("\rConnecting “Home” \\(Profile0\\) \\.\\.\\."
                                       "(\rConnecting “Home” \\(Profile0\\) \\.\\.\\. [0-9]+ s)+\r\033\\[K"));
-    Terminal other;
-    EXPECT_EQ(run({"--json", "disconnect", "Home"}, other.its()).code, 0);
-    EXPECT_EQ(other.readAll(), "");
+    EXPECT_EQ(shownOnTerminal({"--json", "disconnect", "Home"}), "");
 }
 
-TEST_F(SipProfile, PrintsTheLinksDiagnosticsOnDemandAlone)
+TEST_F(SipProfile, PrintsDiagnosticsOnlyOnDemand)
 {
     play("admit");
     EXPECT_EQ(run({"status"}).err, "");
@@ -453,7 +395,7 @@ TEST_F(SipProfile, PrintsTheLinksDiagnosticsOnDemandAlone)
     EXPECT_THAT(run({"--verbose", "status"}).err, HasSubstr("connect fail path /tmp/sipd_us"));
 }
 
-TEST_F(SipProfile, ChecksTheFileAndSaysWhatItFoundByItsExitCode)
+TEST_F(SipProfile, ReturnsTheResultOfACheckAsItsExitCode)
 {
     Result result = run({"check"});
     EXPECT_EQ(result.code, 0);
@@ -477,7 +419,7 @@ TEST_F(SipProfile, ChecksTheFileAndSaysWhatItFoundByItsExitCode)
     EXPECT_EQ(runJson({"check"}, 1)["findings"][0]["kind"].toString(), "wrong-default");
 }
 
-TEST_F(SipProfile, RepairsNothingWhileAPhoneHasTheProfiles)
+TEST_F(SipProfile, RepairsNothingBesideAnOpenPhone)
 {
     writeFile(DOUBLED_FILE);
     {
@@ -515,7 +457,7 @@ TEST_F(SipProfile, RepairsTheFileAndKeepsACopy)
     EXPECT_EQ(json["findings"].toArray().size(), 4);
 }
 
-TEST_F(SipProfile, RepairsTheFileWhateverTheDaemonDoesAndAsksItNothing)
+TEST_F(SipProfile, RepairsTheFileWithoutTheDaemon)
 {
     for (const char* scenario : {"status:1", "status:2", "disconnect-ack:1", "refuse", "reset", "silent"}) {
         SCOPED_TRACE(scenario);
@@ -527,12 +469,7 @@ TEST_F(SipProfile, RepairsTheFileWhateverTheDaemonDoesAndAsksItNothing)
     }
 }
 
-TEST_F(SipProfile, NamesNoExitStatusForWhatIsConnected)
-{
-    EXPECT_THAT(run({"--help"}).out, Not(HasSubstr("not repaired")));
-}
-
-TEST_F(SipProfile, SaysWhenTheFileCannotBeRead)
+TEST_F(SipProfile, ReportsAnUnreadableFile)
 {
     QFile::remove(file());
     ASSERT_TRUE(QDir().mkpath(file()));
@@ -541,9 +478,9 @@ TEST_F(SipProfile, SaysWhenTheFileCannotBeRead)
         expectFailure(command, 5, "The settings file cannot be read (it is no file): no profile is listed.");
 }
 
-TEST_F(SipProfile, SaysWhenItsOutputCannotBeWritten)
+TEST_F(SipProfile, ReportsAFullOutput)
 {
-    const Result result = run({"list"}, -1, "/dev/full");
+    const Result result = run({"list"}, {}, "/dev/full");
     EXPECT_EQ(result.code, 5);
     EXPECT_EQ(result.err, "sip-profile: The output cannot be written.\n");
 }
