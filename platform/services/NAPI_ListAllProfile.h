@@ -1,6 +1,8 @@
 #ifndef NAPI_LISTALLPROFILE_H
 #define NAPI_LISTALLPROFILE_H
 
+#include "OrmuPlatformExport.h"
+
 #define NAPI_PROFILE_RECORD_SIZE 64
 
 #ifdef __cplusplus
@@ -16,7 +18,7 @@ extern "C" {
 // The names are the lines of the UTF-8 file "data_connections" in the settings directory, without blank lines
 // and lines that begin with "#". Without that file there is one connection, "internet". Each call reads the
 // file and blocks for it. Any thread may call it while none changes the environment.
-int NAPI_ListAllProfile(void* buffer, int* count);
+ORMU_PLATFORM_EXPORT int NAPI_ListAllProfile(void* buffer, int* count);
 
 #ifdef __cplusplus
 }

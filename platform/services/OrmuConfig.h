@@ -1,9 +1,11 @@
 #ifndef ORMUCONFIG_H
 #define ORMUCONFIG_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QString>
 
-class OrmuConfig
+class ORMU_PLATFORM_EXPORT OrmuConfig
 {
 public:
     // Returns the directory of the phone's settings files: the value of the environment variable

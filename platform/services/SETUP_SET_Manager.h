@@ -1,6 +1,8 @@
 #ifndef SETUP_SET_MANAGER_H
 #define SETUP_SET_MANAGER_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QString>
 
 #include <memory>
@@ -39,7 +41,7 @@
 //
 // The constructor blocks for one file read. The destructor of a changed manager blocks for a file read and a
 // durable write, and waits while another manager writes in the same directory. For one thread at a time.
-class SETUP_SET_Manager
+class ORMU_PLATFORM_EXPORT SETUP_SET_Manager
 {
 public:
     // path names the file, in a directory that exists. The parameters create here and localized below are for

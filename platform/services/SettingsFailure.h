@@ -1,6 +1,8 @@
 #ifndef SETTINGSFAILURE_H
 #define SETTINGSFAILURE_H
 
+#include "OrmuPlatformExport.h"
+
 #include <QString>
 
 #include <functional>
@@ -24,12 +26,12 @@ struct SettingsFailure
 
 // The reason in words for the user why that path could not be read or saved. error is an errno or a
 // SettingsError.
-QString settingsReason(const QString& path, int error);
+ORMU_PLATFORM_EXPORT QString settingsReason(const QString& path, int error);
 
 // Called at each failure, also inside a manager's destructor. The handler may only note the failure; it must
 // use no manager. An empty handler is none.
 using SettingsFailureHandler = std::function<void(const SettingsFailure&)>;
-void setSettingsFailureHandler(const SettingsFailureHandler& handler);
+ORMU_PLATFORM_EXPORT void setSettingsFailureHandler(const SettingsFailureHandler& handler);
 
 // Begins to use a settings file: reads it, and permits saves of it again. The host calls this before it opens
 // a screen that loads the settings; no earlier screen may be left, and nothing that it loaded.
@@ -41,18 +43,18 @@ void setSettingsFailureHandler(const SettingsFailureHandler& handler);
 //
 // Returns the failure when the file cannot be read; the handler does not get it. A missing file and one that
 // cannot be parsed count as read; a file whose directory is missing does not.
-std::optional<SettingsFailure> beginSettings(const QString& path);
+ORMU_PLATFORM_EXPORT std::optional<SettingsFailure> beginSettings(const QString& path);
 
 // Ends the use of a settings file. The host calls this when the screens that loaded the settings are closed,
 // before anything else changes the file. Tries once more to save the changes that could not be saved, and
 // then drops them. The handler gets the failure.
-void endSettings(const QString& path);
+ORMU_PLATFORM_EXPORT void endSettings(const QString& path);
 
 // Whether a read of the file has failed since beginSettings(): values read from it may be defaults.
-bool isSettingsFileUnread(const QString& path);
+ORMU_PLATFORM_EXPORT bool isSettingsFileUnread(const QString& path);
 
 // Makes the settings directory when it is missing. Returns a failure when files cannot be made in it, or in
 // the directory into which the given settings file is a link.
-std::optional<SettingsFailure> checkSettingsDirectory(const QString& file = QString());
+ORMU_PLATFORM_EXPORT std::optional<SettingsFailure> checkSettingsDirectory(const QString& file = QString());
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef SETTINGSHOSTLOCK_H
 #define SETTINGSHOSTLOCK_H
 
+#include "OrmuPlatformExport.h"
+
 #include <memory>
 
 class SettingsLockFile;
@@ -8,7 +10,7 @@ class SettingsLockFile;
 // The lock of the program whose screens change the settings. Only one program at a time holds it for a
 // settings directory, because the screens of a second one would show outdated profiles. The lock lasts until
 // this object or the program ends. It is a byte of the directory's file ".lock".
-class SettingsHostLock
+class ORMU_PLATFORM_EXPORT SettingsHostLock
 {
 public:
     enum Result {

@@ -20,7 +20,7 @@ void noteSettingsFileMade(const QString& path);
 // Tell the host of a failed read or save; error is an errno or a SettingsError. A failed read forbids later
 // saves.
 void reportUnread(SettingsFailure::Kind kind, const QString& path, int error);
-void reportUnsaved(const QString& path, int error);
+ORMU_PLATFORM_EXPORT void reportUnsaved(const QString& path, int error);
 // The error of the last failed read since beginSettings(); 0 without one.
 int unreadError(const QString& path);
 

@@ -69,10 +69,13 @@ std::vector<std::string> rowsOfTheHeaders()
                                      "SIPD_PROFILE_NAME_MAX = " + std::to_string(SIPD_PROFILE_NAME_MAX),
                                      "SIPD_SDP_MAX = " + std::to_string(SIPD_SDP_MAX)};
 #define VALUE(name) rows.push_back(#name " = " + std::to_string(name));
-    TYPES(VALUE)
-    APPLICATIONS(VALUE)
-    ACKS(VALUE)
-    STATUSES(VALUE) REQUESTS(VALUE) RESULTS(VALUE) for (const Field& field : FIELDS)
+    TYPES(VALUE);
+    APPLICATIONS(VALUE);
+    ACKS(VALUE);
+    STATUSES(VALUE);
+    REQUESTS(VALUE);
+    RESULTS(VALUE);
+    for (const Field& field : FIELDS)
         rows.push_back(field.structure + '.' + field.name + " = " + std::to_string(field.offset) + ", " +
                        std::to_string(field.size));
     return rows;

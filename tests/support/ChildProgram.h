@@ -5,24 +5,23 @@
 #include <sys/types.h>
 #include <vector>
 
-// A program that a test runs; its standard output and error are read through one pipe.
+// A program that a test runs. One pipe carries its standard output and error.
 class ChildProgram
 {
 public:
-    // The first of the command is the program's path.
+    // The first element of command is the program's path.
     explicit ChildProgram(const std::vector<std::string>& command);
-    ~ChildProgram(); // kills it if it is still there
+    ~ChildProgram(); // kills the program if it still runs
     ChildProgram(const ChildProgram&) = delete;
     ChildProgram& operator=(const ChildProgram&) = delete;
 
-    // Blocks until it has written a line, and returns that without its end; empty when it has closed its
-    // output.
+    // Blocks until a line is written and returns it without its end; empty when the output is closed.
     std::string readLine();
-    // Blocks until it has closed its output, and returns the rest.
+    // Blocks until the output is closed and returns the rest.
     std::string readRest();
-    bool isRunning() const { return child > 0; } // or has ended without wait() yet
+    bool isRunning() const { return child > 0; } // true until wait()
     void signal(int number) const;
-    // Blocks until it has ended: its exit status, or minus the signal that killed it.
+    // Blocks until the program ends. Its exit status, or minus the signal that killed it.
     int wait();
 
 private:

@@ -42,7 +42,7 @@ DaemonSocketClaim::DaemonSocketClaim()
     }
     while (flock(lockFd, LOCK_EX) != 0 && errno == EINTR) {
     }
-    // Starting and stopping one finds what stands in the way, and takes a dead socket away.
+    // Starting and stopping a daemon finds the obstacles and removes a dead socket.
     reason = ScriptedDaemon(Scenario{}).start();
 }
 

@@ -3,20 +3,18 @@
 
 #include <string>
 
-// The right to play the daemon on this machine, whose socket has a fixed path: a lock among the tests of
-// every checkout of this user, held as long as the object lives. The scripts' tests take the same one
-// (claim-daemon-socket).
+// The right to play the daemon, whose socket has a fixed path: a lock among the tests of all checkouts of
+// this user, held while the object lives. Tests that are scripts take the same lock (claim-daemon-socket).
 class DaemonSocketClaim
 {
 public:
-    // Blocks while another test has it.
+    // Blocks while another test has the lock.
     DaemonSocketClaim();
     ~DaemonSocketClaim();
     DaemonSocketClaim(const DaemonSocketClaim&) = delete;
     DaemonSocketClaim& operator=(const DaemonSocketClaim&) = delete;
 
-    // Empty, or why the socket must be left alone, in words. A dead socket that somebody left has been
-    // removed.
+    // Empty, or the reason why the socket must not be touched. A dead socket has been removed.
     const std::string& problem() const { return reason; }
 
 private:

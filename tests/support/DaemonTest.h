@@ -8,7 +8,8 @@
 #include <memory>
 #include <string_view>
 
-// A test that plays the daemon. It fails, and leaves the socket alone, when a real daemon is running.
+// A test that plays the daemon. When a real daemon is running, the test fails and does not touch the
+// socket.
 class DaemonTest : public testing::Test
 {
 protected:
@@ -17,7 +18,7 @@ protected:
         ASSERT_EQ(claim.problem(), "") << "this test needs the daemon's socket for itself";
     }
 
-    // Ends the scenario that is being played, if any, and begins this one.
+    // Ends the present scenario, if any, and begins this one.
     void play(std::string_view scenario)
     {
         const auto found = findScenario(scenario);

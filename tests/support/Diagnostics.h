@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-// Runs action and returns what it wrote to standard error, line by line, without the line numbers of the
-// source:
+// Runs action and returns the lines that it wrote to standard error, without the numbers of source lines:
 // "{4} SIP_COMM_Channel.cpp, recvAckMsg()\trecieve ack message".
 std::vector<std::string> diagnosticsOf(const std::function<void()>& action);
 

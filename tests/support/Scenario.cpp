@@ -4,7 +4,7 @@
 
 namespace {
 
-// It is kept in memory. No client takes as much.
+// The SDP body is kept in memory. No client takes a longer one.
 constexpr uint32_t longestSdp = 65536;
 
 } // namespace

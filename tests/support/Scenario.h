@@ -10,34 +10,34 @@
 #include <string_view>
 #include <vector>
 
-// How a scripted daemon behaves. As it stands: well, and at once. It admits every client, carries out every
-// request, remembers who is connected and answers queries truthfully.
+// The behaviour of a scripted daemon. By default it admits every client, carries out every request at once,
+// remembers the connected profiles and answers queries truthfully.
 struct Scenario
 {
-    // The values that it acknowledges with. Only a request that is acknowledged with 0 changes anything.
+    // The values of its acks. Only a request with the ack 0 has an effect.
     uint32_t registrationAck = 0;
     uint32_t connectAck = 0;
     uint32_t disconnectAck = 0;
     uint32_t setNameAck = 0;
-    // When there are any, each request is acknowledged with the next of these instead, over and over.
+    // Unless it is empty, the acks of the requests are these values in turn.
     std::vector<uint32_t> acksInTurn;
-    // How long after a request its ack is sent.
+    // The time from a request to its ack.
     std::chrono::milliseconds ackDelay{0};
-    // Reported for every profile; otherwise 2 for a connected one and 0 for the rest.
+    // The status of every profile; otherwise 2 for a connected one and 0 for the others.
     std::optional<uint32_t> status;
 
     bool answersRegistration = true;
     bool answersLater = true; // anything after the registration
-    // Closes on what follows the registration, without reading it.
+    // Closes when the first message after the registration arrives, without reading it.
     bool resets = false;
-    // Announced in the heads of its answers, instead of the truth.
+    // Announced in the headers of its answers instead of the true values.
     std::optional<uint32_t> registrationType, registrationLength;
     std::optional<uint32_t> laterType, laterLength;
-    // A status message with an SDP body of that length, sent right after the registration is answered.
+    // The length of the SDP body of a status message that follows the answer to the registration.
     std::optional<uint32_t> statusMessageSdp;
 
-    // Counted over all that it sends on one connection. The next bytes wait until the client has read the
-    // last.
+    // Counted over all bytes that it sends on one connection. A piece is sent when the client has read the
+    // last one.
     std::optional<size_t> splitAfter;
     bool singleBytes = false;
     std::optional<size_t> closeAfter;
@@ -50,10 +50,10 @@ struct ScenarioEntry
     std::string_view name; // ends in ":N" when it takes a number
     std::string_view meaning;
     void (*apply)(Scenario& scenario, uint32_t number);
-    uint32_t highest = std::numeric_limits<uint32_t>::max(); // of the numbers that it takes
+    uint32_t highest = std::numeric_limits<uint32_t>::max(); // the largest number that it takes
 };
 
-// Every scenario there is, in the order in which to show them.
+// Every scenario, in the order of display.
 const std::vector<ScenarioEntry>& allScenarios();
 
 // "admit", or with a number "ack:3". Nothing when there is no such scenario.

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds(10);
+constexpr auto hangLimit = std::chrono::minutes(10);
 
 sockaddr_un socketAddress()
 {
@@ -26,30 +26,30 @@ sockaddr_un socketAddress()
     return address;
 }
 
-std::string failure(const char* what)
+std::string failure(const char* action)
 {
-    return std::string("cannot ") + what + " " SIPD_SOCKET_PATH ": " + std::strerror(errno);
+    return std::string("cannot ") + action + " " SIPD_SOCKET_PATH ": " + std::strerror(errno);
 }
 
 bool someoneListens()
 {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     const sockaddr_un address = socketAddress();
-    // A listener whose queue is full says EAGAIN.
+    // EAGAIN: the listener's queue is full.
     const bool listens =
         connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 || errno == EAGAIN;
     close(fd);
     return listens;
 }
 
-// Whether the client has read all that was sent to it.
+// Whether the client has read everything that was sent to it.
 bool isDrained(int fd)
 {
     int unread = 0;
     return ioctl(fd, SIOCOUTQ, &unread) == 0 && unread == 0;
 }
 
-// How much a client has sent that we have not read.
+// The number of bytes from a client that are not read yet.
 size_t unreadFrom(int fd)
 {
     int unread = 0;
@@ -171,10 +171,10 @@ void ScriptedDaemon::run()
     changed.notify_all();
 }
 
-// In milliseconds; -1 for as long as it takes.
+// In milliseconds; -1 for no limit.
 int ScriptedDaemon::pollTimeout() const
 {
-    // Nobody is told when a client has read: look again soon.
+    // No event tells that a client has read, so look again soon.
     for (const auto& [id, client] : clients) {
         if (!client.out.empty())
             return 1;
@@ -198,7 +198,7 @@ void ScriptedDaemon::acceptClient()
 
 bool ScriptedDaemon::readFrom(int id, Client& client)
 {
-    // Once the whole request has been sent, or the client would notice in the middle of sending it.
+    // Waits for the whole request; otherwise sending it would fail.
     if (scenario.resets && client.admitted)
         return unreadFrom(client.fd) < sizeof(_SIPD_MSG_HEAD_S) + sizeof(_SIPD_MSG_PROFILE_S) &&
                !hasHungUp(client.fd);
@@ -221,7 +221,7 @@ bool ScriptedDaemon::readFrom(int id, Client& client)
     return true;
 }
 
-// How much of what is to be sent goes in the next piece.
+// The size of the next piece to send.
 size_t ScriptedDaemon::nextChunk(const Client& client) const
 {
     size_t chunk = client.out.size();
@@ -292,7 +292,7 @@ void ScriptedDaemon::answerDue()
     }
 }
 
-// Carries out the request, if it succeeds, also for a client that has gone.
+// Carries out the request if its ack is success, even for a client that has gone.
 void ScriptedDaemon::acknowledge(const Due& due)
 {
     uint32_t ack = SIPD_ACK_SUCCESS;
@@ -327,7 +327,7 @@ uint32_t ScriptedDaemon::nextAck(uint32_t usual)
     return turns.empty() ? usual : turns[acksTaken++ % turns.size()];
 }
 
-// With the type and length in its head that the scenario announces.
+// The answer with the type and length that the scenario announces.
 std::string ScriptedDaemon::disguise(std::string answer) const
 {
     const auto put = [&answer](size_t offset, const std::optional<uint32_t>& value) {
@@ -401,7 +401,7 @@ int ScriptedDaemon::closed() const
 bool ScriptedDaemon::waitUntil(const std::function<bool()>& condition) const
 {
     std::unique_lock lock(mutex);
-    return changed.wait_for(lock, patience, condition);
+    return changed.wait_for(lock, hangLimit, condition);
 }
 
 bool ScriptedDaemon::waitForBytes(size_t count) const

@@ -14,38 +14,36 @@
 #include <thread>
 #include <vector>
 
-// A SIP daemon that plays a scenario on the daemon's socket, for any number of clients, on a thread of its
-// own, and records all that it receives. What it has recorded can be asked for from any thread, also after
-// stop().
+// A SIP daemon that plays a scenario on the daemon's socket, for any number of clients, on its own thread.
+// It records everything that it receives; any thread may read the record, also after stop().
 class ScriptedDaemon
 {
 public:
     using Listener = std::function<void(int client, const SipdMessage&)>;
 
-    // onMessage, when given, is told of each message, on the daemon's thread, before it is answered. Clients
+    // The daemon's thread calls onMessage, unless it is null, for each message before it answers. Clients
     // are numbered from 1.
     explicit ScriptedDaemon(const Scenario& scenario, Listener onMessage = nullptr);
     ~ScriptedDaemon(); // stops
     ScriptedDaemon(const ScriptedDaemon&) = delete;
     ScriptedDaemon& operator=(const ScriptedDaemon&) = delete;
 
-    // Listens when this returns. Empty, or what stands in the way in words: a socket that another daemon
-    // listens on is left alone, one that nobody listens on is replaced.
+    // Starts to listen. Empty, or the reason why it cannot: a socket that another daemon listens on stays
+    // as it is. A dead socket is replaced.
     std::string start();
     // Closes every connection and removes the socket.
     void stop();
 
-    // Sends bytes, as the scenario sends, to the client that came last of those that are there, or to the
-    // next one.
+    // Sends bytes, in the scenario's way, to the latest client that is connected, or to the next one.
     void send(const std::string& bytes);
 
-    std::string received() const; // from all clients, as it came in
+    std::string received() const; // the bytes from all clients, in the order of their arrival
     std::vector<SipdMessage> messages() const;
     std::vector<_SIPD_MSG_PROFILE_S> requests() const; // the profile messages among them
     int accepted() const;
-    int closed() const; // connections that have ended, whoever ended them
+    int closed() const; // the number of connections that have ended, at either end
 
-    // Each waits until there are at least so many; false when that takes longer than ten seconds.
+    // Each waits until there are at least so many; false after ten minutes.
     bool waitForBytes(size_t count) const;
     bool waitForRequests(size_t count) const;
     bool waitForClosed(int count) const;
@@ -56,13 +54,13 @@ private:
     struct Client
     {
         int fd = -1;
-        std::string in;  // received, and not yet a whole message
-        std::string out; // to be sent
+        std::string in;  // the bytes of an incomplete message
+        std::string out; // the bytes to send
         size_t sent = 0;
         bool admitted = false;
     };
 
-    // A request to be acknowledged.
+    // A request that waits for its ack.
     struct Due
     {
         int client;
@@ -88,16 +86,16 @@ private:
     const Scenario scenario;
     const Listener listener;
 
-    // The daemon thread's own.
+    // Used by the daemon's thread only.
     int listenFd = -1;
     int wakeFd = -1;
     std::map<int, Client> clients;
     std::multimap<Clock::time_point, Due> dues;
-    size_t acksTaken = 0; // of those in turn
+    size_t acksTaken = 0; // of acksInTurn
     std::set<std::string> connectedProfiles;
     std::map<uint32_t, std::string> nameOfApplication;
 
-    // Shared, under the mutex.
+    // Shared, guarded by mutex.
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
     bool stopping = false;

@@ -1,7 +1,7 @@
 #ifndef SIPD_WIRE_H
 #define SIPD_WIRE_H
 
-// The daemon's side of the wire: its own encoders and decoders, independent of the library's.
+// The daemon's encoders and decoders, independent of the library's.
 
 #include "SIPD_Messages.h"
 
@@ -18,16 +18,16 @@ struct SipdMessage
 
 std::string encodeHead(uint32_t length, uint32_t type, uint32_t appId);
 std::string encodeMessage(const SipdMessage& message);
-// A message is sent by the daemon with application id 0.
+// The daemon's messages have the application id 0.
 std::string encodeAck(uint32_t ack);
 std::string encodeProfileBody(const _SIPD_MSG_PROFILE_S& profile);
 std::string encodeProfile(const _SIPD_MSG_PROFILE_S& profile);
 // fields has 264 bytes. The SDP length is that of sdp.
 std::string encodeStatus(const std::string& fields, const std::string& sdp);
 
-// Takes the first whole message out of stream; nothing when there is none yet.
+// Removes the first whole message from stream; nothing when there is none yet.
 std::optional<SipdMessage> takeMessage(std::string& stream);
-// Nothing when the message is not a profile message of the right length.
+// Nothing when it is no profile message of the right length.
 std::optional<_SIPD_MSG_PROFILE_S> decodeProfile(const SipdMessage& message);
 
 // One line for a person: "connect \"Profile0\"".

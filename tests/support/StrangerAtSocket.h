@@ -3,8 +3,8 @@
 
 #include <sys/types.h>
 
-// What another user, "nobody", may have at the daemon's path: the socket file, the process that listens, or
-// both. The process lets everybody connect, and never answers. Only root can make one.
+// Another user's ("nobody's") part in the daemon's socket: the file, the listening process, or both. The
+// process accepts every connection and never answers. Only root can create one.
 class StrangerAtSocket
 {
 public:
@@ -13,7 +13,7 @@ public:
     static constexpr uid_t USER = 65534;
     static constexpr const char* NAME = "nobody";
 
-    // It listens when this returns, or the test has failed.
+    // Starts the process, which listens; otherwise the test fails.
     explicit StrangerAtSocket(Part part);
     ~StrangerAtSocket(); // ends the process and removes the file
     StrangerAtSocket(const StrangerAtSocket&) = delete;

@@ -1,4 +1,4 @@
-// scripted-sipd: plays a scenario on the daemon's socket until it is interrupted, and tells what it receives.
+// scripted-sipd: plays a scenario on the daemon's socket until it is interrupted, and prints every message.
 
 #include "ScriptedDaemon.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-void tell(int client, const SipdMessage& message)
+void print(int client, const SipdMessage& message)
 {
     std::printf("client %d: %s\n", client, describe(message).c_str());
     std::fflush(stdout);
@@ -35,10 +35,10 @@ int play(const Scenario& scenario)
     sigemptyset(&ends);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         sigaddset(&ends, signal);
-    // Before the daemon's thread starts, so that it leaves them to sigwait.
+    // Before the daemon's thread starts, so that it inherits the mask.
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
-    ScriptedDaemon daemon(scenario, tell);
+    ScriptedDaemon daemon(scenario, print);
     const std::string problem = daemon.start();
     if (!problem.empty()) {
         std::fprintf(stderr, "scripted-sipd: %s\n", problem.c_str());

@@ -1,8 +1,8 @@
-// The inputs that fuzzing has found worth keeping, each as an ordinary test run.
+// Runs the inputs that fuzzing has collected.
 
 #include "Corpus.h"
 
-TEST(Corpus, EveryInputIsReceivedWithoutHarm)
+TEST(Corpus, IsReceivedWithoutHarm)
 {
     testing::internal::CaptureStderr();
     replayCorpus(CORPUS_DIRECTORY, 200);

@@ -6,7 +6,7 @@
 
 extern std::set<std::string> playedScenarios;
 
-TEST(ScenarioCorpus, EveryScenarioIsPlayedToItsEnd)
+TEST(ScenarioCorpus, PlaysEveryScenarioToItsEnd)
 {
     replayCorpus(CORPUS_DIRECTORY, 40);
     for (const ScenarioEntry& entry : allScenarios())

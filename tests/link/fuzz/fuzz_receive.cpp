@@ -1,7 +1,7 @@
-// Feeds arbitrary bytes to the receiving side of the link over a socket pair.
+// Sends arbitrary bytes to the receiving side of the link over a socket pair.
 //
-// An input is: one byte, the number of calls to make; one byte for each call, which one; then what the daemon
-// sends before it closes. When the calls are through, the rest is received as an orderly client does.
+// An input is one byte (the number of calls), one byte for each call (its choice), and the bytes that the
+// daemon sends before it closes. After the calls the rest is received in order.
 
 #include "Require.h"
 #include "SIP_COMM_Controler.h"
@@ -18,7 +18,7 @@
 
 namespace {
 
-// What a socket takes without a reader.
+// A socket takes this much without a reader.
 constexpr size_t longestStream = 64UL * 1024;
 constexpr size_t mostMemory = 16UL * 1024 * 1024;
 
@@ -68,7 +68,7 @@ public:
     }
 
 private:
-    // Of the stream, what has been read just now; null when the call failed.
+    // The bytes of the stream that the call has read; null when it failed.
     const char* lastBytes(int result, size_t count)
     {
         require(result == 0 || result == 1 || result == 2 || result == 3 || result == 5);
@@ -164,7 +164,7 @@ private:
 
 } // namespace
 
-// A phone's memory: gigabytes that a head announces are not to be had.
+// The memory of a phone: no gigabytes that a header announces.
 void* operator new[](size_t size, const std::nothrow_t&) noexcept
 {
     return size > mostMemory ? nullptr : ::operator new[](size);

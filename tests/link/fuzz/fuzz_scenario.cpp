@@ -1,6 +1,6 @@
-// Feeds arbitrary text to the reading of a scenario's name, and plays what is one.
+// Reads arbitrary text as a scenario's name and plays the scenario, if it is one.
 //
-// An input is: one byte, how many bytes of its requests a client sends before it hangs up, and the name.
+// An input is one byte (a 16th of the bytes that the client sends before it closes) and the name.
 
 #include "DaemonSocketClaim.h"
 #include "Require.h"
@@ -17,13 +17,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-// Those that were played, without their numbers, for those who replay inputs.
+// The scenarios that were played, without their numbers, for the test that replays inputs.
 std::set<std::string> playedScenarios;
 
 namespace {
 
-// Hangs are found, and a slow machine is none.
-constexpr int patienceInMilliseconds = 60000;
+// For hangs only.
+constexpr int hangLimitInMilliseconds = 600000;
 constexpr size_t mostIsSent = 128UL * 1024;
 
 const std::string& requests()
@@ -42,7 +42,7 @@ const std::string& requests()
     return bytes;
 }
 
-// Sends and hangs up; then reads until the daemon has closed.
+// Sends, closes the sending side, and reads until the daemon closes.
 void converse(size_t sent)
 {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -56,7 +56,7 @@ void converse(size_t sent)
     std::array<char, 4096> buffer{};
     for (ssize_t count = 1; count > 0; received += static_cast<size_t>(std::max<ssize_t>(count, 0))) {
         pollfd polled = {fd, POLLIN, 0};
-        require(poll(&polled, 1, patienceInMilliseconds) == 1);
+        require(poll(&polled, 1, hangLimitInMilliseconds) == 1);
         count = recv(fd, buffer.data(), buffer.size(), 0);
     }
     require(received <= mostIsSent);
