@@ -14,6 +14,8 @@ public:
     // The stand-in has large dialogs only. The boolean, the int and flags are kept for the phone's sake;
     // false, 1 and 0 are the values in use.
     UTIL_Dialog(DialogType type, bool, QWidget* parent, const char* name, int, unsigned int flags);
+    // type, the boolean, the int and flags as the caller passed them.
+    const QList<int>& arguments() const { return arguments_; }
 
     // As large as OrmuGlobal::getDlgLargeR(), with the title strip at its upper edge as high as
     // OrmuGlobal::getDlgTitleLR().
@@ -24,6 +26,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    const QList<int> arguments_;
 };
 
 #endif

@@ -13,11 +13,15 @@ public:
 
     // The stand-in has bars of two keys only. They have no texts yet.
     UTIL_DlgCST(QWidget* parent, DlgCstType type);
+    DlgCstType type() const { return type_; }
 
     // F1.
     OrmuPushButton* getBtn1() const { return getLeftBtn(); }
     // F3 and Escape.
     OrmuPushButton* getBtn2() const { return getRightBtn(); }
+
+private:
+    const DlgCstType type_;
 };
 
 #endif
