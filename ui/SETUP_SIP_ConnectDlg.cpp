@@ -75,8 +75,8 @@ bool SETUP_SIP_ConnectDlg::answerIsThere() const
 {
     const int fd = SIP_COMM_ControlerGetFd(controller);
     if (fd < 0)
-        return true; // an earlier answer could not be read: nothing more will come, and reading fails at once
-    // As many sets in a row as the descriptor needs: a host may have more files open than one set holds.
+        return true; // an earlier read failed and closed the connection: the next read fails at once
+    // A host may have more files open than one set holds, so the descriptor gets as many sets as it needs.
     std::vector<fd_set> readable(static_cast<size_t>(fd) / FD_SETSIZE + 1);
     FD_SET(fd % FD_SETSIZE, &readable.back());
     timeval noWait{};
@@ -132,7 +132,7 @@ void SETUP_SIP_ConnectDlg::processResult(_SIPD_APP_ACK_E ack)
 
 void SETUP_SIP_ConnectDlg::showSuccess(const QString& text)
 {
-    // A notice runs an event loop of its own, in which the host may delete the list screen and this with it.
+    // The notice runs its own event loop, in which the host may delete the list screen and this child of it.
     const QPointer<SETUP_SIP_ConnectDlg> self(this);
     OrmuMessageBox::timerMessage(nullptr, RES_ICON_Reader().getIcon("Dialog_Complete.gif"), text, 1, 1);
     if (!self.isNull())

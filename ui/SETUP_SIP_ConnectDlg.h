@@ -7,10 +7,10 @@
 class QTimer;
 
 // Shows the progress while the SIP daemon connects, disconnects or reconnects one profile, and then the
-// outcome. Its progress bar has no end of its own: it waits until the daemon answers or the user cancels.
+// outcome. The progress bar starts again every 10 seconds until the daemon answers or the user cancels.
 //
-// It never hides or deletes itself: whoever made it deletes it when it emits connectDone(), also inside the
-// slot that answers the signal.
+// It never hides or deletes itself: the opener deletes it on connectDone(), which may be inside the connected
+// slot.
 class SETUP_SIP_ConnectDlg : public UTIL_ProgressDialog
 {
     Q_OBJECT
@@ -18,22 +18,22 @@ class SETUP_SIP_ConnectDlg : public UTIL_ProgressDialog
 public:
     enum Operation { OP_CONNECT = 0, OP_DISCONNECT = 1, OP_RECONNECT = 2 };
 
-    // profile is a display name; one that no profile has is taken for a group name. It is only read. Opens a
-    // connection to the daemon, and blocks until the daemon has admitted or refused it, without a time limit.
+    // profile: a display name; a name that no profile has is used as a group name. It is not changed.
+    // Connects to the daemon. Blocks without a time limit until the daemon accepts or refuses.
     SETUP_SIP_ConnectDlg(Operation op, QString& profile, QWidget* parent, const char* name);
     ~SETUP_SIP_ConnectDlg() override;
 
-    // Sends the request and begins to wait for its answer. To be called once, after connectDone() is
-    // connected: a request that cannot be sent ends with connectDone(false) before this returns. Aborts the
-    // process when the constructor got no connection: no daemon, or one that refused.
+    // Sends the request and starts to wait for the answer. Call it once, after connecting connectDone(): when
+    // the request cannot be sent, connectDone(false) is emitted before this returns. Aborts the process when
+    // the constructor got no connection, because no daemon runs or it refused.
     void startConnect();
 
-    // Shows the outcome for ack and emits connectDone(); after the first half of a reconnect it sends the
-    // second instead. Aborts the process for an ack that is not defined.
+    // Shows the outcome for ack, then emits connectDone(). After the successful disconnect of a reconnect it
+    // sends the connect request instead. Aborts the process for an undefined ack.
     void processResult(_SIPD_APP_ACK_E ack);
 
 signals:
-    // Once for each attempt: true after a successful connect or disconnect, false after a failure or Cancel.
+    // Emitted once for each attempt. ok: the daemon did it; false after a failure or Cancel.
     void connectDone(bool ok);
 
 protected slots:
@@ -48,7 +48,7 @@ private:
     _SIP_COMM_PROFILE_CONTROL_S* controller = nullptr;
     QTimer* timer;
     Operation operation;
-    QString profileName; // the group name, by which the daemon knows the profile
+    QString profileName; // the group name: the daemon knows profiles by it
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ChoiceList.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
 
@@ -12,28 +13,20 @@
 #include <utility>
 
 namespace {
-constexpr int TITLE_INDENT = 5;
 constexpr int ALL_LEFT = 155;
-constexpr int TEXT_COLUMN = 1;
-const char ROW_FORMAT[] = "%C%T";
+const char CHECK_ROW[] = "%C%T";
 } // namespace
 
 SETUP_SIP_ProfileDelConfirmDlg::SETUP_SIP_ProfileDelConfirmDlg(QWidget* parent, const char* name)
     : UTIL_Dialog(UTIL_Dialog::DialogType(0), false, parent, name, 1, 0)
 {
-    QWidget* content = getDlgContent();
-    const int titleHeight = OrmuGlobal::getDlgTitleLR().height();
+    const QLabel* title = SETUP_SIP_AddTitle(this, tr("Delete", "2.6.11;DIALOG_TITLE"));
 
-    auto* title = new QLabel(tr("Delete", "2.6.11;DIALOG_TITLE"), content);
-    title->setIndent(TITLE_INDENT);
-    title->setGeometry(OrmuGlobal::diffRect(OrmuGlobal::getDlgLargeR(), OrmuGlobal::getDlgTitleLR()));
-
-    auto* all = new QCheckBox(tr("All", "2.6.11;DIALOG_TITLE;Fixed=18"), content);
-    all->setGeometry(ALL_LEFT, 0, title->width() - ALL_LEFT, titleHeight);
+    auto* all = new QCheckBox(tr("All", "2.6.11;DIALOG_TITLE;Fixed=18"), getDlgContent());
+    all->setGeometry(ALL_LEFT, 0, title->width() - ALL_LEFT, OrmuGlobal::getDlgTitleLR().height());
     all->setPalette(title->palette());
 
-    profileList = new UTIL_ListBox(ROW_FORMAT, content, 0);
-    profileList->setGeometry(0, titleHeight, content->width(), content->height() - titleHeight);
+    profileList = SETUP_SIP_AddList(this, CHECK_ROW);
     initChoice();
     connect(all, &QCheckBox::toggled, this, &SETUP_SIP_ProfileDelConfirmDlg::selectAll);
 
@@ -51,11 +44,8 @@ void SETUP_SIP_ProfileDelConfirmDlg::initChoice()
     SETUP_SIP_Agent* store = SETUP_SIP_Agent::instance();
     if (store->profileCount() < 1)
         return;
-    for (const QString& name : std::as_const(store->displayNames)) {
-        auto* row = new UTIL_ListBoxItem(profileList, ROW_FORMAT, false);
-        row->setString(TEXT_COLUMN, name);
-        profileList->insertItem(row, -1);
-    }
+    for (const QString& name : std::as_const(store->displayNames))
+        profileList->insertItem(SETUP_SIP_NewRow(profileList, CHECK_ROW, name), -1);
 }
 
 void SETUP_SIP_ProfileDelConfirmDlg::selectAll(bool on)
@@ -69,7 +59,7 @@ void SETUP_SIP_ProfileDelConfirmDlg::deleteProfiles()
     for (int i = 0; i < profileList->count(); ++i) {
         const auto* row = static_cast<UTIL_ListBoxItem*>(profileList->item(i));
         if (row->isChecked())
-            SETUP_SIP_Agent::instance()->deleteProfile(row->getString(TEXT_COLUMN));
+            SETUP_SIP_Agent::instance()->deleteProfile(row->getString(SETUP_SIP_NAME_COLUMN));
     }
     accept();
 }

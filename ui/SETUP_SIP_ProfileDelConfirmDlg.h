@@ -5,8 +5,8 @@
 
 class UTIL_ListBox;
 
-// Lets the user tick stored profiles and delete them together. Modal: exec() returns Accepted after OK, also
-// with nothing ticked, and Rejected after Cancel.
+// Lets the user tick stored profiles and delete them together. exec() returns Accepted after OK, even when no
+// profile is ticked, and Rejected after Cancel. The opener may delete the dialog while exec() runs.
 class SETUP_SIP_ProfileDelConfirmDlg : public UTIL_Dialog
 {
     Q_OBJECT

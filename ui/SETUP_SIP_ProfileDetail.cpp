@@ -4,18 +4,19 @@
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ConnectFlow.h"
+#include "SETUP_SIP_Form.h"
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_Question.h"
-#include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
 #include <QLabel>
 
+#include <utility>
+
 namespace {
-constexpr int LINE_WIDTH = 220;
-constexpr int LINE_HEIGHT = 30;
-// An unknown menu id is known in the logs by this line, wherever the check stands.
+// Logs name an unknown menu id by this line. It stays the same when the code moves.
 constexpr int UNKNOWN_MENU_ID_LINE = 144;
 } // namespace
 
@@ -60,10 +61,7 @@ QString SETUP_SIP_ProfileDetail::connectText() const
 
 void SETUP_SIP_ProfileDetail::addLine(const QString& text, int y)
 {
-    auto* line = new QLabel(text, getContentWidget());
-    line->setTextFormat(Qt::PlainText);
-    line->setGeometry(0, y, LINE_WIDTH, LINE_HEIGHT);
-    getContentWidget()->addChild(line, 0, y);
+    SETUP_SIP_AddLabel(this, text, y)->setTextFormat(Qt::PlainText);
 }
 
 void SETUP_SIP_ProfileDetail::showDetails()
@@ -121,8 +119,7 @@ void SETUP_SIP_ProfileDetail::editProfile()
 
 void SETUP_SIP_ProfileDetail::editDone(bool saved)
 {
-    delete editScreen;
-    editScreen = nullptr;
+    delete std::exchange(editScreen, nullptr);
     if (!saved || !connected) {
         emit detailDone(saved);
         return;
@@ -145,44 +142,27 @@ void SETUP_SIP_ProfileDetail::connectProfile()
         if (confirm(tr("Disconnect current connection?", "99.99.99;DIALOG_ICON_50_WARP")))
             openConnectDlg(SETUP_SIP_ConnectDlg::OP_DISCONNECT);
     } else if (record.needUserIDPass) {
-        askForCredentials();
+        SETUP_SIP_OpenPrompt(credentialsDlg, record, this, &SETUP_SIP_ProfileDetail::userIDPasswordDone);
     } else {
         userIDPasswordDone(true);
     }
 }
 
-void SETUP_SIP_ProfileDetail::askForCredentials()
-{
-    QString user;
-    QString password;
-    bool remember = false;
-    SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
-    credentialsDlg = new SETUP_SIP_UserIDAndPasswordDlg(user, password, remember, record, nullptr, "");
-    connect(credentialsDlg, &SETUP_SIP_UserIDAndPasswordDlg::inputDone, this,
-            &SETUP_SIP_ProfileDetail::userIDPasswordDone);
-    credentialsDlg->show();
-}
-
 void SETUP_SIP_ProfileDetail::userIDPasswordDone(bool ok)
 {
-    delete credentialsDlg;
-    credentialsDlg = nullptr;
+    delete std::exchange(credentialsDlg, nullptr);
     if (ok)
         openConnectDlg(SETUP_SIP_ConnectDlg::OP_CONNECT);
 }
 
 void SETUP_SIP_ProfileDetail::openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation)
 {
-    connectDlg = new SETUP_SIP_ConnectDlg(operation, profileName, this, nullptr);
-    connect(connectDlg, &SETUP_SIP_ConnectDlg::connectDone, this, &SETUP_SIP_ProfileDetail::connectDone);
-    connectDlg->show();
-    connectDlg->startConnect();
+    SETUP_SIP_OpenConnectDlg(connectDlg, operation, profileName, this, &SETUP_SIP_ProfileDetail::connectDone);
 }
 
 void SETUP_SIP_ProfileDetail::connectDone(bool ok)
 {
-    delete connectDlg;
-    connectDlg = nullptr;
+    delete std::exchange(connectDlg, nullptr);
     if (!ok)
         return;
     connected = !connected;

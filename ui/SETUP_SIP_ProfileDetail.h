@@ -9,22 +9,24 @@ class QPopupMenu;
 class SETUP_SIP_ProfileEdit;
 class SETUP_SIP_UserIDAndPasswordDlg;
 
-// Shows one stored profile, as it was when the screen opened, and lets the user connect, edit, delete it or
-// make it the default. It never deletes itself: whoever made it deletes it after detailDone(), once this
-// screen's own code has returned. The screens that it opens are its own; those still open when it is deleted
-// stay, but for the connect dialog, which is its child.
+// Shows one stored profile as it was when the screen opened. The user can connect, edit or delete the
+// profile, or make it the default.
+//
+// It never deletes itself: the opener deletes it after detailDone(), once this screen's own code has
+// returned. It deletes each screen that it opened when that reports its end. When it is deleted first, the
+// connect dialog, its child, is deleted with it; the others stay open, and nobody deletes them.
 class SETUP_SIP_ProfileDetail : public OrmuMainWidget
 {
     Q_OBJECT
 
 public:
-    // Asks the daemon whether the profile is connected, and blocks until it has answered, without a time
-    // limit.
+    // Asks the daemon whether the profile is connected. Blocks without a time limit until it answers.
     explicit SETUP_SIP_ProfileDetail(const QString& profileName, QWidget* parent = nullptr,
                                      const char* name = nullptr);
 
 signals:
-    // The user is done; changed tells whether the stored profiles are other than before.
+    // The user is done. changed: the profile was deleted, edited while it was disconnected, or made the
+    // default. An edit that was left without saving reports false in any case.
     void detailDone(bool changed);
 
 protected slots:
@@ -46,7 +48,6 @@ private:
     void editProfile();
     void deleteProfile();
     void connectProfile();
-    void askForCredentials();
     void openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation);
     bool confirm(const QString& question) const;
 

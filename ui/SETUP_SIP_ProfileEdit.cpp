@@ -6,21 +6,19 @@
 #include "OrmuPushButton.h"
 #include "OrmuSkin.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_Form.h"
 #include "SETUP_SIP_Question.h"
 #include "UTIL_CST.h"
 #include "qregexp.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QLabel>
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 namespace {
-constexpr int LINE_WIDTH = 220;
-constexpr int LINE_HEIGHT = 30;
 constexpr int NETWORK_RECORD_SIZE = 64;
 } // namespace
 
@@ -33,7 +31,7 @@ SETUP_SIP_ProfileEdit::SETUP_SIP_ProfileEdit(const QString& profileName, QWidget
         SETUP_SIP_Agent::instance()->getProfileInfo(record, profileName);
     createComponent();
     createSoftKeys();
-    modified = false; // whatever filling the form has signalled
+    modified = false; // also when filling the form has signalled a change
 }
 
 void SETUP_SIP_ProfileEdit::createSoftKeys()
@@ -45,47 +43,36 @@ void SETUP_SIP_ProfileEdit::createSoftKeys()
     softKeys->getLeftBtn()->setEnabled(false);
 }
 
-void SETUP_SIP_ProfileEdit::addLabel(const QString& text, int y)
-{
-    auto* label = new QLabel(text, getContentWidget());
-    label->setGeometry(0, y, LINE_WIDTH, LINE_HEIGHT);
-    getContentWidget()->addChild(label, 0, y);
-}
-
 OrmuMultiLineEdit* SETUP_SIP_ProfileEdit::addEntry(const QString& text, int y)
 {
-    auto* entry = new OrmuMultiLineEdit(getContentWidget(), true, 1);
-    entry->insertLine(text, -1);
+    OrmuMultiLineEdit* entry = SETUP_SIP_AddEntry(this, text, y);
     connect(entry, &OrmuMultiLineEdit::textChanged, this, &SETUP_SIP_ProfileEdit::textChanged);
-    getContentWidget()->addChild(entry, 0, y);
     return entry;
 }
 
 void SETUP_SIP_ProfileEdit::createComponent()
 {
-    addLabel(tr("Profile name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
+    SETUP_SIP_AddLabel(this, tr("Profile name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
     nameEdit = addEntry(record.displayName, 30);
-    addLabel(tr("Server address:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
+    SETUP_SIP_AddLabel(this, tr("Server address:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
     serverEdit = addEntry(record.server, 90);
-    addLabel(tr("Port:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 120);
+    SETUP_SIP_AddLabel(this, tr("Port:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 120);
     portEdit = addEntry(QString::number(record.portNum), 150);
     portEdit->setFilter(QRegExp("[0-9]", true, false), true);
-    portEdit->setGeometry(0, 150, LINE_WIDTH, LINE_HEIGHT);
-    addLabel(tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 180);
+    portEdit->setGeometry(0, 150, SETUP_SIP_LINE_WIDTH, SETUP_SIP_LINE_HEIGHT);
+    SETUP_SIP_AddLabel(this, tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 180);
     userEdit = addEntry(record.userID, 210);
-    addLabel(tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 240);
+    SETUP_SIP_AddLabel(this, tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 240);
     passwordEdit = addEntry(record.password, 270);
     passwordEdit->setEchoMode(OrmuMultiLineEdit::Password);
-    addLabel(tr("Internet Profile:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 300);
+    SETUP_SIP_AddLabel(this, tr("Internet Profile:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 300);
     networkCombo = new QComboBox(getContentWidget());
     fillInternetProfile();
     getContentWidget()->addChild(networkCombo, 0, 330);
-    autoConnectCheck = new QCheckBox(tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
-                                     getContentWidget());
-    autoConnectCheck->setGeometry(0, 360, LINE_WIDTH, 60);
-    autoConnectCheck->setChecked(record.autoConnect);
+    autoConnectCheck =
+        SETUP_SIP_AddCheckBox(this, tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
+                              record.autoConnect, 360);
     connect(autoConnectCheck, &QCheckBox::clicked, this, &SETUP_SIP_ProfileEdit::textChanged);
-    getContentWidget()->addChild(autoConnectCheck, 0, 360);
 }
 
 void SETUP_SIP_ProfileEdit::fillInternetProfile()

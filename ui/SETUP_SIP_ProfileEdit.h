@@ -8,20 +8,20 @@ class OrmuMultiLineEdit;
 class QCheckBox;
 class QComboBox;
 
-// The form on which a SIP profile is entered or changed. It works on a copy of the profile; only "Save"
-// writes it to the store. It never deletes itself: whoever made it deletes it when it emits editDone(), also
-// inside the slot that answers the signal.
+// The form on which the user enters or changes a SIP profile. It works on a copy of the profile; only "Save"
+// writes the copy to the store. It never deletes itself: the opener deletes it on editDone(), which may be
+// inside the connected slot.
 class SETUP_SIP_ProfileEdit : public OrmuMainWidget
 {
     Q_OBJECT
 
 public:
-    // An empty profileName asks for a new profile; any other names the stored profile to edit.
+    // profileName: the stored profile to edit; empty for a new profile.
     explicit SETUP_SIP_ProfileEdit(const QString& profileName, QWidget* parent = nullptr,
                                    const char* name = nullptr);
 
 signals:
-    // The user is done; saved tells whether the profile was written to the store.
+    // The user is done. saved: the profile was written to the store.
     void editDone(bool saved);
 
 protected slots:
@@ -34,7 +34,6 @@ private:
 
     void createComponent();
     void createSoftKeys();
-    void addLabel(const QString& text, int y);
     OrmuMultiLineEdit* addEntry(const QString& text, int y);
     void fillInternetProfile();
     int checkInputValue() const;
@@ -49,8 +48,8 @@ private:
     QComboBox* networkCombo = nullptr;
     QCheckBox* autoConnectCheck = nullptr;
     bool isNewProfile;
-    bool modified = false; // an entry or the check box was changed
-    QString initialName;   // the name the profile has in the store; empty for a new one
+    bool modified = false; // the user changed an entry or the check box
+    QString initialName;   // the profile's name in the store; empty for a new profile
     SIP_PROFILE_CONTENT record;
 };
 

@@ -6,11 +6,12 @@
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ChoiceList.h"
+#include "SETUP_SIP_ConnectFlow.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_Question.h"
-#include "SETUP_SIP_UserIDAndPasswordDlg.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -22,15 +23,12 @@
 #include <utility>
 
 namespace {
-enum MenuId { MENU_ID_NEW = 0, MENU_ID_DELETE = 1 };
-enum RowMenuId { ROW_MENU_ID_CONNECT = 0, ROW_MENU_ID_SET_DEFAULT = 1, ROW_MENU_ID_DELETE = 2 };
-
 constexpr int TITLE_HEIGHT = 30;
 constexpr int DELETE_DETAIL_EVENT = 1000;
 constexpr int MOUSE_MODE_LONG_PRESS = 1;
-const char ROW_FORMAT[] = "%I%T";
+const char ICON_ROW[] = "%I%T";
 
-// The default profile's mark stands above the lock.
+// A locked default profile has the icon of the default.
 QPixmap profileIcon(const RES_ICON_Reader& reader, bool isDefault, bool isLocked)
 {
     if (isDefault)
@@ -83,7 +81,7 @@ void SETUP_SIP_ProfileList::initProfileList()
     title->setGeometry(0, 0, content.width(), TITLE_HEIGHT);
     getContentWidget()->addChild(title, 0, 0);
 
-    listBox = new UTIL_ListBox(ROW_FORMAT, getContentWidget(), 0);
+    listBox = new UTIL_ListBox(ICON_ROW, getContentWidget(), 0);
     refreshList();
     listBox->setGeometry(0, TITLE_HEIGHT, content.width(), content.height() - TITLE_HEIGHT);
     getContentWidget()->addChild(listBox, 0, TITLE_HEIGHT);
@@ -104,8 +102,7 @@ void SETUP_SIP_ProfileList::refreshList()
         for (const QString& name : std::as_const(profileNames)) {
             const bool isLocked = store->isProfileLocked(name);
             const bool isDefault = store->isProfileDefault(name);
-            auto* row = new UTIL_ListBoxItem(listBox, ROW_FORMAT, false);
-            row->setString(1, name);
+            UTIL_ListBoxItem* row = SETUP_SIP_NewRow(listBox, ICON_ROW, name);
             row->setPixmap(0, profileIcon(icons, isDefault, isLocked));
             listBox->insertItem(row, -1);
         }
@@ -142,8 +139,7 @@ void SETUP_SIP_ProfileList::editDone(bool saved)
 {
     if (saved)
         refreshList();
-    delete editScreen;
-    editScreen = nullptr;
+    delete std::exchange(editScreen, nullptr);
 }
 
 void SETUP_SIP_ProfileList::deleteProfiles()
@@ -177,8 +173,7 @@ void SETUP_SIP_ProfileList::customEvent(QCustomEvent* event)
 {
     if (event->type() != DELETE_DETAIL_EVENT)
         return;
-    delete detailScreen;
-    detailScreen = nullptr;
+    delete std::exchange(detailScreen, nullptr);
 }
 
 void SETUP_SIP_ProfileList::showContentMenu(QListBoxItem* item, const QPoint& pos)
@@ -237,40 +232,28 @@ void SETUP_SIP_ProfileList::connectProfile()
     }
     SIP_PROFILE_CONTENT record;
     SETUP_SIP_Agent::instance()->getProfileInfo(record, selectedProfile);
-    if (!record.needUserIDPass) {
+    if (record.needUserIDPass)
+        SETUP_SIP_OpenPrompt(userPassDlg, record, this, &SETUP_SIP_ProfileList::userIDPasswordDone);
+    else
         userIDPasswordDone(true);
-        return;
-    }
-    QString userID;
-    QString password;
-    bool remember = false;
-    SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember);
-    userPassDlg = new SETUP_SIP_UserIDAndPasswordDlg(userID, password, remember, record, nullptr, "");
-    connect(userPassDlg, &SETUP_SIP_UserIDAndPasswordDlg::inputDone, this,
-            &SETUP_SIP_ProfileList::userIDPasswordDone);
-    userPassDlg->show();
 }
 
 void SETUP_SIP_ProfileList::userIDPasswordDone(bool ok)
 {
-    delete userPassDlg;
-    userPassDlg = nullptr;
+    delete std::exchange(userPassDlg, nullptr);
     if (ok)
         openConnectDlg(SETUP_SIP_ConnectDlg::OP_CONNECT);
 }
 
 void SETUP_SIP_ProfileList::openConnectDlg(SETUP_SIP_ConnectDlg::Operation operation)
 {
-    connectDlg = new SETUP_SIP_ConnectDlg(operation, selectedProfile, this, nullptr);
-    connect(connectDlg, &SETUP_SIP_ConnectDlg::connectDone, this, &SETUP_SIP_ProfileList::connectDone);
-    connectDlg->show();
-    connectDlg->startConnect();
+    SETUP_SIP_OpenConnectDlg(connectDlg, operation, selectedProfile, this,
+                             &SETUP_SIP_ProfileList::connectDone);
 }
 
 void SETUP_SIP_ProfileList::connectDone(bool)
 {
-    delete connectDlg;
-    connectDlg = nullptr;
+    delete std::exchange(connectDlg, nullptr);
 }
 
 bool SETUP_SIP_ProfileList::confirm(const QString& question) const

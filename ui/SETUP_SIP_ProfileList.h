@@ -12,11 +12,11 @@ class SETUP_SIP_ProfileEdit;
 class SETUP_SIP_UserIDAndPasswordDlg;
 class UTIL_ListBox;
 
-// The list of the stored SIP profiles, with the main menu on the left soft key and a menu of its own on each
-// row. The store lives as long as the screen does.
+// The list of the stored SIP profiles. The left soft key opens the main menu; each row has a context menu.
+// The store lives as long as the screen.
 //
-// The screens that it opens are its own to delete, when they report that they are done. Those still open when
-// it is deleted itself stay, but for the connect dialog, which is its child.
+// The screen deletes each screen that it opened when that reports its end. When the list is deleted first,
+// the connect dialog, its child, is deleted with it; the others stay open, and nobody deletes them.
 class SETUP_SIP_ProfileList : public SETUP_SIP_ProfileListBase
 {
     Q_OBJECT
@@ -36,12 +36,16 @@ protected slots:
     void showContentMenu(QListBoxItem* item, const QPoint& pos);
     void userIDPasswordDone(bool ok);
     void connectDone(bool ok);
-    // Event 1000 deletes the detail screen, after the code of that screen that led here has returned.
+    // An event of type 1000 deletes the detail screen. detailDone() posts it, so that the code of the detail
+    // screen has returned by then.
     void customEvent(QCustomEvent* event) override;
 
 private:
+    enum MenuId { MENU_ID_NEW = 0, MENU_ID_DELETE = 1 };
+    enum RowMenuId { ROW_MENU_ID_CONNECT = 0, ROW_MENU_ID_SET_DEFAULT = 1, ROW_MENU_ID_DELETE = 2 };
+
     void initProfileList();
-    // Shows the store's profiles anew, and lets the menu offer what can be done with so many.
+    // Rebuilds the rows from the store and enables the menu's entries for the number of profiles.
     void refreshList();
     void editProfile(const QString& name);
     void deleteProfiles();
@@ -57,8 +61,8 @@ private:
     SETUP_SIP_UserIDAndPasswordDlg* userPassDlg = nullptr;
     SETUP_SIP_ConnectDlg* connectDlg = nullptr;
     UTIL_ListBox* listBox = nullptr;
-    QString selectedProfile;        // whom the last choice in a row's menu concerns
-    bool selectedConnected = false; // whether the row's profile was connected when its menu opened
+    QString selectedProfile;        // the current row's profile at the last choice in a row's menu
+    bool selectedConnected = false; // the touched row's profile was connected when the row's menu opened
 };
 
 #endif

@@ -1,31 +1,20 @@
 #include "SETUP_SIP_ProfileSelectDlg.h"
 
-#include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_ChoiceList.h"
 #include "UTIL_DlgCST.h"
 #include "UTIL_ListBox.h"
 
-#include <QLabel>
-
 namespace {
-constexpr int TITLE_INDENT = 5;
-constexpr int TEXT_COLUMN = 1;
-const char ROW_FORMAT[] = "%R%T";
+const char RADIO_ROW[] = "%R%T";
 } // namespace
 
 SETUP_SIP_ProfileSelectDlg::SETUP_SIP_ProfileSelectDlg(QString& profile, QWidget* parent, const char* name)
     : UTIL_Dialog(UTIL_Dialog::DialogType(0), false, parent, name, 1, 0), profileName(profile)
 {
-    QWidget* content = getDlgContent();
-    const int titleHeight = OrmuGlobal::getDlgTitleLR().height();
-
-    auto* title = new QLabel(tr("Select Profile", "2.6.11;DIALOG_TITLE"), content);
-    title->setIndent(TITLE_INDENT);
-    title->setGeometry(OrmuGlobal::diffRect(OrmuGlobal::getDlgLargeR(), OrmuGlobal::getDlgTitleLR()));
-
-    listBox = new UTIL_ListBox(ROW_FORMAT, content, 0);
-    listBox->setGeometry(0, titleHeight, content->width(), content->height() - titleHeight);
+    SETUP_SIP_AddTitle(this, tr("Select Profile", "2.6.11;DIALOG_TITLE"));
+    listBox = SETUP_SIP_AddList(this, RADIO_ROW);
     initChoice();
 
     auto* softKeys = new UTIL_DlgCST(this, UTIL_DlgCST::DlgCstType(1));
@@ -49,8 +38,7 @@ void SETUP_SIP_ProfileSelectDlg::initChoice()
     if (store->profileCount() <= 0)
         return;
     for (const QString& name : names) {
-        auto* row = new UTIL_ListBoxItem(listBox, ROW_FORMAT, false);
-        row->setString(TEXT_COLUMN, name);
+        UTIL_ListBoxItem* row = SETUP_SIP_NewRow(listBox, RADIO_ROW, name);
         listBox->insertItem(row, -1);
         if (name == chosen)
             listBox->checkItem(row, true);

@@ -8,22 +8,28 @@ class UTIL_ListBox;
 
 // Lets the user choose one of the stored SIP profiles. GUI thread only; the caller owns the dialog.
 //
-// Run it with exec(), which waits for the user; after Accepted, getSelectedProfile() tells the choice.
-// Profiles are shown by display name and handed in and out by group name ("Profile0"). The dialog's
-// destructor drops the profile store, which the next user of the store loads anew.
+// exec() waits for the user. After Accepted, getSelectedProfile() returns the choice. While exec() runs, the
+// event loop serves the whole application: the caller may delete the dialog there, and exec() then returns
+// Rejected.
+//
+// The dialog shows profiles by display name. Its functions take and return group names ("Profile0"). The
+// destructor deletes the profile store; the next call of SETUP_SIP_Agent::instance() loads the file again.
 class ORMU_SIPSETUP_EXPORT SETUP_SIP_ProfileSelectDlg : public UTIL_Dialog
 {
     Q_OBJECT
 
 public:
-    // profile is the group name of the profile to mark; empty or unknown marks none. It is only read.
+    // profile: the group name of the profile to mark; an empty or unknown name marks none. It is not changed.
+    // Never returns when the file's "TotalProfile" counts more profiles than there are (see
+    // SETUP_SIP_Agent::instance()).
     SETUP_SIP_ProfileSelectDlg(QString& profile, QWidget* parent, const char* name);
     ~SETUP_SIP_ProfileSelectDlg() override;
 
-    // Fills the list. Called by the constructor; not to be called again.
+    // Fills the list. The constructor calls it; a second call adds every profile again.
     void initChoice();
 
-    // The group name of the marked profile; the constructor's when none is marked.
+    // The group name of the marked profile. While none is marked: the name returned last, or else the
+    // constructor's.
     QString getSelectedProfile();
 
 private:

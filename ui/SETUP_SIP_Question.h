@@ -5,8 +5,8 @@ class QObject;
 class QPixmap;
 class QString;
 
-// Asks the user a question that is answered with ok or cancel, and waits. True after ok, unless whoever asks
-// was deleted meanwhile.
+// Asks the user a question and waits for the answer. True after ok. False after any other end, and when the
+// asker was deleted meanwhile: the caller must not touch the asker then.
 bool SETUP_SIP_Confirm(const QObject* asker, const QPixmap& icon, const QString& question, const QString& ok,
                        const QString& cancel);
 

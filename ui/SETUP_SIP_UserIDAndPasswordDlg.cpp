@@ -5,16 +5,11 @@
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
 #include "SETUP_SIP_Agent.h"
+#include "SETUP_SIP_Form.h"
 #include "UTIL_CST.h"
 
 #include <QCheckBox>
-#include <QLabel>
 #include <QPointer>
-
-namespace {
-constexpr int LINE_WIDTH = 220;
-constexpr int LINE_HEIGHT = 30;
-} // namespace
 
 SETUP_SIP_UserIDAndPasswordDlg::SETUP_SIP_UserIDAndPasswordDlg(QString& userID, QString& password,
                                                                bool remember,
@@ -22,32 +17,14 @@ SETUP_SIP_UserIDAndPasswordDlg::SETUP_SIP_UserIDAndPasswordDlg(QString& userID, 
                                                                QWidget* parent, const char* name)
     : OrmuMainWidget(true, parent, name, 0), profile(profileToConnect)
 {
-    addLabel(tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
-    userEdit = addEntry(userID, 30);
-    addLabel(tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
-    passwordEdit = addEntry(password, 90);
+    SETUP_SIP_AddLabel(this, tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
+    userEdit = SETUP_SIP_AddEntry(this, userID, 30);
+    SETUP_SIP_AddLabel(this, tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
+    passwordEdit = SETUP_SIP_AddEntry(this, password, 90);
     passwordEdit->setEchoMode(OrmuMultiLineEdit::Password);
-    rememberCheck =
-        new QCheckBox(tr("Remember the password", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), getContentWidget());
-    rememberCheck->setGeometry(0, 120, LINE_WIDTH, 60);
-    rememberCheck->setChecked(remember);
-    getContentWidget()->addChild(rememberCheck, 0, 120);
+    rememberCheck = SETUP_SIP_AddCheckBox(
+        this, tr("Remember the password", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), remember, 120);
     createSoftKeys();
-}
-
-void SETUP_SIP_UserIDAndPasswordDlg::addLabel(const QString& text, int y)
-{
-    auto* label = new QLabel(text, getContentWidget());
-    label->setGeometry(0, y, LINE_WIDTH, LINE_HEIGHT);
-    getContentWidget()->addChild(label, 0, y);
-}
-
-OrmuMultiLineEdit* SETUP_SIP_UserIDAndPasswordDlg::addEntry(const QString& text, int y)
-{
-    auto* entry = new OrmuMultiLineEdit(getContentWidget(), true, 1);
-    entry->insertLine(text, -1);
-    getContentWidget()->addChild(entry, 0, y);
-    return entry;
 }
 
 void SETUP_SIP_UserIDAndPasswordDlg::createSoftKeys()

@@ -7,21 +7,21 @@
 class OrmuMultiLineEdit;
 class QCheckBox;
 
-// Asks for the user name and password of a profile that is about to be connected, and compares them with the
-// profile's own. It never deletes itself: whoever made it deletes it when it emits inputDone(), also inside
-// the slot that answers the signal.
+// Asks for the user name and password of a profile before it is connected, and compares them with those of
+// the profile. It never deletes itself: the opener deletes it on inputDone(), which may be inside the
+// connected slot.
 class SETUP_SIP_UserIDAndPasswordDlg : public OrmuMainWidget
 {
     Q_OBJECT
 
 public:
-    // userID, password and remember fill the form; they and profile are only read.
+    // userID, password and remember fill the form. No argument is changed; profile is copied.
     SETUP_SIP_UserIDAndPasswordDlg(QString& userID, QString& password, bool remember,
                                    SIP_PROFILE_CONTENT& profile, QWidget* parent = nullptr,
                                    const char* name = nullptr);
 
 signals:
-    // ok: what was typed is the profile's. Otherwise the user gave up.
+    // ok: user name and password are those of the profile. Otherwise the user gave up.
     void inputDone(bool ok);
 
 protected slots:
@@ -29,8 +29,6 @@ protected slots:
     void slotQuit();
 
 private:
-    void addLabel(const QString& text, int y);
-    OrmuMultiLineEdit* addEntry(const QString& text, int y);
     void createSoftKeys();
     bool wantsRetry(const QString& reason) const;
 

@@ -14,10 +14,11 @@
 namespace {
 constexpr int BOX_MARGIN = 12;
 
-QStringList given(const QString& button0, const QString& button1, const QString& button2)
+// Those before the first empty text.
+QStringList shownButtons(const QStringList& arguments)
 {
     QStringList buttons;
-    for (const QString& button : {button0, button1, button2}) {
+    for (const QString& button : arguments) {
         if (button.isEmpty())
             break;
         buttons += button;
@@ -29,7 +30,12 @@ QStringList given(const QString& button0, const QString& button1, const QString&
 class Notice : public OrmuMessageBox
 {
 public:
-    using OrmuMessageBox::OrmuMessageBox;
+    Notice(QWidget* parent, const QPixmap& icon, const QString& text, int first, const QString& button0,
+           const QString& button1, const QString& button2, int last)
+        : OrmuMessageBox(parent, icon, text, button0, button1, button2, last)
+    {
+        intArguments_.prepend(first);
+    }
 
 protected:
     void showEvent(QShowEvent* event) override
@@ -60,8 +66,10 @@ int runAndDelete(OrmuMessageBox* newBox)
 } // namespace
 
 OrmuMessageBox::OrmuMessageBox(QWidget* parent, const QPixmap& icon, const QString& text,
-                               const QString& button0, const QString& button1, const QString& button2, int)
-    : OrmuBaseDialog(parent), icon_(icon), buttons_(given(button0, button1, button2)),
+                               const QString& button0, const QString& button1, const QString& button2,
+                               int last)
+    : OrmuBaseDialog(parent), intArguments_({last}), icon_(icon),
+      buttonArguments_({button0, button1, button2}), buttons_(shownButtons(buttonArguments_)),
       text_(new QTextEdit(panel()))
 {
     text_->setPlainText(text);
@@ -183,14 +191,15 @@ int OrmuMessageBox::information(QWidget* parent, const QPixmap& icon, const QStr
     return runAndDelete(new OrmuMessageBox(parent, icon, text, button0, button1, button2, phone));
 }
 
-void OrmuMessageBox::timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int, int phone)
+void OrmuMessageBox::timerMessage(QWidget* parent, const QPixmap& icon, const QString& text, int first,
+                                  int last)
 {
-    runAndDelete(new Notice(parent, icon, text, QString(), QString(), QString(), phone));
+    runAndDelete(new Notice(parent, icon, text, first, QString(), QString(), QString(), last));
 }
 
-int OrmuMessageBox::timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int,
+int OrmuMessageBox::timerInformation(QWidget* parent, const QPixmap& icon, const QString& text, int first,
                                      const QString& button0, const QString& button1, const QString& button2,
-                                     int phone)
+                                     int last)
 {
-    return runAndDelete(new Notice(parent, icon, text, button0, button1, button2, phone));
+    return runAndDelete(new Notice(parent, icon, text, first, button0, button1, button2, last));
 }

@@ -36,6 +36,9 @@ public:
     QString text() const;
     QPixmap iconPixmap() const { return icon_; }
     QString buttonText(int index) const;
+    // The arguments as the caller passed them: the three button texts, and the ints in their order.
+    const QStringList& buttonArguments() const { return buttonArguments_; }
+    const QList<int>& intArguments() const { return intArguments_; }
 
     // Runs a box and returns the result of exec().
     static int information(QWidget* parent, const QPixmap& icon, const QString& text, const QString& button0,
@@ -50,12 +53,15 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 
+    QList<int> intArguments_;
+
 private:
     void makeKeys();
     void layOut();
     void pressFirst();
 
     const QPixmap icon_;
+    const QStringList buttonArguments_;
     const QStringList buttons_;
     QList<OrmuPushButton*> keys_; // one for each button
     QTextEdit* text_;

@@ -6,8 +6,9 @@
 
 #include <QPainter>
 
-UTIL_Dialog::UTIL_Dialog(DialogType, bool, QWidget* parent, const char* name, int, unsigned int flags)
-    : OrmuBaseDialog(parent, name, flags)
+UTIL_Dialog::UTIL_Dialog(DialogType type, bool first, QWidget* parent, const char* name, int second,
+                         unsigned int flags)
+    : OrmuBaseDialog(parent, name, flags), arguments_({type, first ? 1 : 0, second, static_cast<int>(flags)})
 {
 }
 

@@ -15,6 +15,8 @@ public:
     // type, the boolean, the int and flags have no effect: every dialog is large. The phone's toolkit has
     // them.
     UTIL_Dialog(DialogType type, bool, QWidget* parent, const char* name, int, unsigned int flags);
+    // type, the boolean, the int and flags as the caller passed them.
+    const QList<int>& arguments() const { return arguments_; }
 
     // As large as OrmuGlobal::getDlgLargeR(); the title strip (OrmuGlobal::getDlgTitleLR()) is its upper
     // part.
@@ -25,6 +27,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    const QList<int> arguments_;
 };
 
 #endif

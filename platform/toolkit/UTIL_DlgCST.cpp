@@ -2,7 +2,8 @@
 
 #include "OrmuPushButton.h"
 
-UTIL_DlgCST::UTIL_DlgCST(QWidget* parent, DlgCstType) : UTIL_CST(parent, QString(), QString(), QString())
+UTIL_DlgCST::UTIL_DlgCST(QWidget* parent, DlgCstType type)
+    : UTIL_CST(parent, QString(), QString(), QString()), type_(type)
 {
     getMidBtn()->setEnabled(false);
 }

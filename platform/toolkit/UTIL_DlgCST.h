@@ -14,11 +14,15 @@ public:
 
     // Every bar has two keys, at first without texts; type has no effect.
     UTIL_DlgCST(QWidget* parent, DlgCstType type);
+    DlgCstType type() const { return type_; }
 
     // F1.
     OrmuPushButton* getBtn1() const { return getLeftBtn(); }
     // F3 and Escape.
     OrmuPushButton* getBtn2() const { return getRightBtn(); }
+
+private:
+    const DlgCstType type_;
 };
 
 #endif

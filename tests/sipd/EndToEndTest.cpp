@@ -4,7 +4,7 @@
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
-#include "SetupScreensTest.h"
+#include "ScreenTest.h"
 #include "SipdProcess.h"
 
 #include <QPointer>
@@ -15,15 +15,12 @@ using namespace ScreenDriver;
 
 namespace {
 
-const ShownBox RECONNECT_QUESTION("Do you want to re-connect this profile?", "Dialog_Question_Mark.jpg",
-                                  {"OK", "Cancel"});
-
-class EndToEnd : public SetupScreensTest
+class EndToEnd : public ScreenTest
 {
 protected:
     void SetUp() override
     {
-        SetupScreensTest::SetUp();
+        ScreenTest::SetUp();
         ASSERT_EQ(chmod(qPrintable(workplace_.path()), 0755), 0);
         server.start();
         daemon_ = std::make_unique<SipdProcess>(workplace_.filePath("sipd.log").toStdString(),

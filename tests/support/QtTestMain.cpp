@@ -6,11 +6,13 @@
 
 #include <gmock/gmock.h>
 
-// A test program of widgets: the phone's application, offscreen at its true size, in a home of its own, so
-// that no test sees the settings of the user or of another test.
+// Runs a test program of widgets in a phone: offscreen, at its true size, and with a home directory of its
+// own, so that no test reads the settings of the user or of another test.
 int main(int argc, char** argv)
 {
     testing::InitGoogleMock(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
     const QTemporaryDir home;
     qputenv("HOME", home.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
@@ -21,7 +23,6 @@ int main(int argc, char** argv)
     const OrmuApplication application(argc, argv);
     // A test may close the phone's window and open it again.
     OrmuApplication::setQuitOnLastWindowClosed(false);
-    // The phone is on: its window has the keys.
     OrmuPhoneWindow::instance()->show();
     if (!QTest::qWaitForWindowActive(OrmuPhoneWindow::instance()))
         qFatal("the phone's window does not become active");

@@ -1,25 +1,18 @@
 #include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"
-#include "OrmuPushButton.h"
-#include "OrmuStyle.h"
-#include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
-#include "SetupScreensTest.h"
-#include "UTIL_CST.h"
+#include "ScreenTest.h"
 
 #include <QCheckBox>
-#include <QLabel>
 #include <QPointer>
 #include <QSignalSpy>
-
-using namespace ScreenDriver;
 
 namespace {
 const ShownBox WRONG_USER("Incorrect User name", "Dialog_Exclamatory_Mark.jpg", {"Retry", "Cancel"});
 const ShownBox WRONG_PASSWORD("Incorrect Password", "Dialog_Exclamatory_Mark.jpg", {"Retry", "Cancel"});
 
 // The prompt for a profile whose user name is "me" and whose password is "secret".
-class Credentials : public SettingsTest
+class Credentials : public ScreenTest
 {
 protected:
     Credentials()
@@ -27,11 +20,7 @@ protected:
         profile.userID = "me";
         profile.password = "secret";
     }
-    ~Credentials() override
-    {
-        delete prompt;
-        EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), nullptr);
-    }
+    ~Credentials() override { delete prompt; }
 
     void openPrompt(QString user = QString(), QString password = QString(), bool remember = false)
     {
@@ -46,7 +35,6 @@ protected:
         userEdit = prompt->findChildren<OrmuMultiLineEdit*>().value(0);
         passwordEdit = prompt->findChildren<OrmuMultiLineEdit*>().value(1);
         remember_ = prompt->findChild<QCheckBox*>();
-        softKeys = static_cast<UTIL_CST*>(prompt->getCSTWidget());
     }
 
     // "user/password/remember", or nothing when nothing was ever saved.
@@ -67,36 +55,9 @@ protected:
     OrmuMultiLineEdit* userEdit = nullptr;
     OrmuMultiLineEdit* passwordEdit = nullptr;
     QCheckBox* remember_ = nullptr;
-    UTIL_CST* softKeys = nullptr;
 };
 
-TEST_F(Credentials, ShowsItsFormAtItsPlaces)
-{
-    openPrompt("me", "wrong");
-    const auto labels = prompt->getContentWidget()->findChildren<QLabel*>();
-    ASSERT_EQ(labels.size(), 2);
-    EXPECT_EQ(labels[0]->text(), "User Name:");
-    EXPECT_EQ(labels[0]->geometry(), QRect(0, 0, 220, 30));
-    EXPECT_EQ(userEdit->geometry(), QRect(QPoint(0, 30), OrmuStyle::entrySize()));
-    EXPECT_EQ(labels[1]->text(), "Password:");
-    EXPECT_EQ(labels[1]->geometry(), QRect(0, 60, 220, 30));
-    EXPECT_EQ(passwordEdit->geometry(), QRect(QPoint(0, 90), OrmuStyle::entrySize()));
-    EXPECT_EQ(remember_->text(), "Remember the password");
-    EXPECT_EQ(remember_->geometry(), QRect(0, 120, 220, 60));
-    EXPECT_EQ(prompt->objectName(), "");
-    keepPicture("credentials");
-}
-
-TEST_F(Credentials, TakesTheParentAndTheNameItIsGiven)
-{
-    QWidget parent;
-    QString text;
-    const SETUP_SIP_UserIDAndPasswordDlg child(text, text, false, profile, &parent, "prompt");
-    EXPECT_EQ(child.parentWidget(), &parent);
-    EXPECT_EQ(child.objectName(), "prompt");
-}
-
-TEST_F(Credentials, IsFilledWithWhatItIsGivenAndMasksThePassword)
+TEST_F(Credentials, ShowsItsArgumentsAndMasksThePassword)
 {
     openPrompt("somebody", "else", true);
     EXPECT_EQ(userEdit->text(), "somebody");
@@ -110,21 +71,10 @@ TEST_F(Credentials, IsFilledWithWhatItIsGivenAndMasksThePassword)
     openPrompt("somebody", "else", false);
     EXPECT_EQ(passwordEdit->text(), "else") << "also when it was not to be remembered";
     EXPECT_FALSE(remember_->isChecked());
+    keepPicture("credentials");
 }
 
-TEST_F(Credentials, HasOkInTheMiddleAndBackOnTheRight)
-{
-    openPrompt();
-    EXPECT_EQ(softKeys->getMidBtn()->text(), "OK");
-    EXPECT_EQ(softKeys->getRightBtn()->resourceID(), "CST_Back");
-    EXPECT_EQ(softKeys->getRightBtn()->text(), "Back");
-    EXPECT_EQ(softKeys->getLeftBtn()->text(), "");
-    EXPECT_FALSE(softKeys->getLeftBtn()->isEnabled());
-    press(Qt::Key_F1);
-    EXPECT_EQ(results, QList<bool>());
-}
-
-TEST_F(Credentials, AcceptsTheProfilesOwnAndSavesThemWithoutAMessage)
+TEST_F(Credentials, SavesTheProfilesOwnWithoutAMessage)
 {
     openPrompt();
     press(Qt::Key_M);
@@ -140,7 +90,7 @@ TEST_F(Credentials, AcceptsTheProfilesOwnAndSavesThemWithoutAMessage)
     EXPECT_EQ(saved(), "me/secret/yes");
 }
 
-TEST_F(Credentials, HasSavedWhenItTellsAndLeavesTheStringsThatItIsGivenAlone)
+TEST_F(Credentials, SavesBeforeItReportsAndChangesNoArgument)
 {
     QString user("me");
     QString password("wrong");
@@ -160,7 +110,7 @@ TEST_F(Credentials, HasSavedWhenItTellsAndLeavesTheStringsThatItIsGivenAlone)
     EXPECT_EQ(password, "wrong");
 }
 
-TEST_F(Credentials, SavesAnEmptyPasswordWhenItIsNotToBeRemembered)
+TEST_F(Credentials, SavesNoPasswordUnlessAskedToRememberIt)
 {
     openPrompt("me", "secret", false);
     press(Qt::Key_F2);
@@ -168,7 +118,7 @@ TEST_F(Credentials, SavesAnEmptyPasswordWhenItIsNotToBeRemembered)
     EXPECT_EQ(saved(), "me//no");
 }
 
-TEST_F(Credentials, ForgetsAPasswordThatIsNoLongerToBeRemembered)
+TEST_F(Credentials, RemovesTheSavedPasswordWhenTheBoxIsCleared)
 {
     SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "secret", true);
     openPrompt("me", "secret", true);
@@ -178,41 +128,31 @@ TEST_F(Credentials, ForgetsAPasswordThatIsNoLongerToBeRemembered)
     EXPECT_FALSE(readFile().contains("secret"));
 }
 
-TEST_F(Credentials, ReportsAWrongUserNameBeforeAWrongPassword)
+TEST_F(Credentials, ComparesTheUserNameFirstAndExactly)
 {
-    for (const char* password : {"secret", "wrong"}) {
-        openPrompt("you", password);
+    const auto boxesFor = [this](const char* user, const char* password) {
+        openPrompt(user, password);
         const BoxAnswers answers({Qt::Key_F1});
         press(Qt::Key_F2);
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({WRONG_USER}));
         delete prompt;
-    }
+        return answers.boxes();
+    };
+    for (const char* user : {"Me", "me ", " me", "", "m"})
+        for (const char* password : {"secret", "wrong"})
+            EXPECT_EQ(boxesFor(user, password), QList{WRONG_USER}) << user;
+    for (const char* password : {"Secret", "secret ", "", "secre"})
+        EXPECT_EQ(boxesFor("me", password), QList{WRONG_PASSWORD}) << password;
 }
 
-TEST_F(Credentials, ComparesExactly)
-{
-    for (const char* user : {"Me", "me ", " me", "", "m"}) {
-        openPrompt(user, "secret");
-        const BoxAnswers answers({Qt::Key_F1});
-        press(Qt::Key_F2);
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({WRONG_USER})) << user;
-        delete prompt;
-    }
-    for (const char* password : {"Secret", "secret ", "", "secre"}) {
-        openPrompt("me", password);
-        const BoxAnswers answers({Qt::Key_F1});
-        press(Qt::Key_F2);
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({WRONG_PASSWORD})) << password;
-        delete prompt;
-    }
-}
-
-TEST_F(Credentials, RetryGoesBackToWhatWasTypedAndSavesNothing)
+TEST_F(Credentials, KeepsItsEntriesAfterRetry)
 {
     openPrompt("me", "wrong", true);
-    const BoxAnswers answers({Qt::Key_F1});
-    press(Qt::Key_F2);
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({WRONG_PASSWORD}));
+    {
+        BoxAnswers answers({Qt::Key_Return}); // the centre key is the first button
+        answers.keepPicture("credentials-wrong-password-");
+        press(Qt::Key_F2);
+        EXPECT_EQ(answers.boxes(), QList{WRONG_PASSWORD});
+    }
     EXPECT_EQ(results, QList<bool>());
     EXPECT_EQ(saved(), "");
     ASSERT_NE(prompt, nullptr);
@@ -220,15 +160,7 @@ TEST_F(Credentials, RetryGoesBackToWhatWasTypedAndSavesNothing)
     EXPECT_EQ(userEdit->text(), "me");
     EXPECT_EQ(passwordEdit->text(), "wrong");
     EXPECT_TRUE(remember_->isChecked());
-    EXPECT_TRUE(userEdit->hasFocus()) << "the keys are where they were";
-}
-
-TEST_F(Credentials, RetryWithTheRightPasswordSucceeds)
-{
-    openPrompt("me", "wrong", true);
-    BoxAnswers answers({Qt::Key_Return}); // the centre key is the first button
-    answers.keepPicture("credentials-wrong-password-");
-    press(Qt::Key_F2);
+    EXPECT_TRUE(userEdit->hasFocus());
     press(Qt::Key_Down);
     press(Qt::Key_A, Qt::ControlModifier);
     type("secret");
@@ -237,26 +169,19 @@ TEST_F(Credentials, RetryWithTheRightPasswordSucceeds)
     EXPECT_EQ(saved(), "me/secret/yes");
 }
 
-TEST_F(Credentials, CancelSavesWhatWasTypedAndGivesUp)
+TEST_F(Credentials, SavesItsEntriesAfterCancel)
 {
-    openPrompt("you", "wrong", true);
-    const BoxAnswers answers({Qt::Key_F3});
-    press(Qt::Key_F2);
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({WRONG_USER}));
-    EXPECT_EQ(results, QList<bool>({false}));
-    EXPECT_EQ(saved(), "you/wrong/yes");
+    for (const bool remember : {true, false}) {
+        openPrompt("you", "wrong", remember);
+        const BoxAnswers answers({remember ? Qt::Key_F3 : Qt::Key_Escape});
+        press(Qt::Key_F2);
+        EXPECT_EQ(answers.boxes(), QList{WRONG_USER});
+        EXPECT_EQ(results, QList<bool>({false}));
+        EXPECT_EQ(saved(), remember ? "you/wrong/yes" : "you//no");
+    }
 }
 
-TEST_F(Credentials, CancelSavesAnEmptyPasswordToo)
-{
-    openPrompt("me", "wrong", false);
-    const BoxAnswers answers({Qt::Key_Escape});
-    press(Qt::Key_F2);
-    EXPECT_EQ(results, QList<bool>({false}));
-    EXPECT_EQ(saved(), "me//no");
-}
-
-TEST_F(Credentials, AMessageThatEndsInAnotherWayCountsAsCancel)
+TEST_F(Credentials, TakesAnUnansweredMessageForCancel)
 {
     openPrompt("me", "wrong", true);
     const auto hidden = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.hide(); });
@@ -265,9 +190,9 @@ TEST_F(Credentials, AMessageThatEndsInAnotherWayCountsAsCancel)
     EXPECT_EQ(saved(), "me/wrong/yes");
 }
 
-TEST_F(Credentials, BackGivesUpAndSavesNothing)
+TEST_F(Credentials, SavesNothingAfterBack)
 {
-    for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
+    for (const SoftKey key : RIGHT_KEYS) {
         openPrompt("me", "secret", true);
         press(key);
         EXPECT_EQ(results, QList<bool>({false}));
@@ -275,7 +200,7 @@ TEST_F(Credentials, BackGivesUpAndSavesNothing)
     }
 }
 
-TEST_F(Credentials, AcceptsTwoEmptyEntriesForAProfileWithoutUserNameAndPassword)
+TEST_F(Credentials, AcceptsEmptyEntriesForAProfileWithoutCredentials)
 {
     profile.userID = QString();
     profile.password = "";
@@ -284,7 +209,7 @@ TEST_F(Credentials, AcceptsTwoEmptyEntriesForAProfileWithoutUserNameAndPassword)
     EXPECT_EQ(results, QList<bool>({true}));
 }
 
-TEST_F(Credentials, KeepsACopyOfTheProfileAsItWas)
+TEST_F(Credentials, ComparesWithACopyOfTheProfile)
 {
     openPrompt("me", "secret");
     profile.password = "changed";
@@ -292,33 +217,15 @@ TEST_F(Credentials, KeepsACopyOfTheProfileAsItWas)
     EXPECT_EQ(results, QList<bool>({true}));
 }
 
-TEST_F(Credentials, IsDoneByPointerToo)
+TEST_F(Credentials, ObeysThePointer)
 {
     openPrompt("me", "secret");
-    click(softKeys->getMidBtn());
+    press(SoftKey::MIDDLE_CLICK);
     EXPECT_EQ(results, QList<bool>({true}));
-    openPrompt("me", "secret");
-    click(softKeys->getRightBtn());
-    EXPECT_EQ(results, QList<bool>({false}));
     openPrompt("me", "wrong");
-    const auto cancelled =
-        onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { click(box.findChild<OrmuPushButton*>("right")); });
-    click(softKeys->getMidBtn());
+    const auto cancelled = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(SoftKey::RIGHT_CLICK); });
+    press(SoftKey::MIDDLE_CLICK);
     EXPECT_EQ(results, QList<bool>({false}));
-}
-
-TEST_F(Credentials, MayBeDeletedWhileItsMessageIsShown)
-{
-    for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F3}) {
-        openPrompt("me", "wrong", true);
-        const auto deleted = onceOpen<OrmuMessageBox>([this, key](OrmuMessageBox&) {
-            delete prompt;
-            press(key);
-        });
-        press(Qt::Key_F2);
-        EXPECT_EQ(results, QList<bool>());
-        EXPECT_EQ(saved(), "") << "nobody is left who gave up";
-    }
 }
 
 } // namespace

@@ -8,7 +8,7 @@
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
-#include "SetupScreensTest.h"
+#include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
@@ -17,8 +17,6 @@
 #include <QComboBox>
 #include <QPointer>
 #include <QSet>
-
-using namespace ScreenDriver;
 
 namespace {
 
@@ -38,7 +36,7 @@ QSet<QWidget*> controlsOf(QWidget* screen)
     return controls;
 }
 
-class KeysAlone : public SetupScreensTest
+class KeysAlone : public ScreenTest
 {
 protected:
     KeysAlone()
@@ -76,11 +74,6 @@ protected:
         EXPECT_EQ(reachedBy(Qt::Key_Up), controlsOf(screen));
     }
 
-    QWidget* top() const { return OrmuPhoneWindow::instance()->topScreen(); }
-    bool isBackAtList() const
-    {
-        return waitFor([this] { return top() == list.get(); });
-    }
     void finishWith(Qt::Key key)
     {
         const BoxAnswers answers({key});

@@ -1,9 +1,10 @@
+#include "LastSelect.h"
 #include "OrmuPhoneWindow.h"
 #include "SETUP_SET_Manager.h"
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
-#include "SetupScreensTest.h"
+#include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
@@ -21,10 +22,7 @@
 #include <functional>
 #include <iostream>
 #include <random>
-#include <unistd.h>
 #include <utility>
-
-using namespace ScreenDriver;
 
 namespace {
 constexpr int ACTIONS = 20000;
@@ -37,7 +35,7 @@ int loopLevel()
 
 // Somebody who does anything at all, over a daemon that answers with anything. The same number gives the same
 // run; another is taken from the environment variable ORMU_MONKEY_SEED.
-class Monkey : public SetupScreensTest
+class Monkey : public ScreenTest
 {
 protected:
     Monkey()
@@ -85,13 +83,6 @@ protected:
         }
         openList();
         ++opened;
-    }
-
-    void closeAll()
-    {
-        list.reset();
-        while (QWidget* left = OrmuPhoneWindow::instance()->topScreen())
-            delete left;
     }
 
     // Runs what may wait in an event loop of its own, and goes on acting there.
@@ -231,13 +222,13 @@ protected:
         const QPointer<SETUP_SIP_ConnectDlg> dialog = open<SETUP_SIP_ConnectDlg>();
         if (dialog == nullptr)
             return;
-        // Until it is gone, shows a notice, or has begun the second half of a reconnect.
-        for (int i = 0; i < 5000; ++i) {
+        QMetaObject::invokeMethod(dialog, "slotProgress");
+        // A dialog whose answer another one got stays open, and none comes.
+        constexpr int NONE_COMES_MS = 250;
+        const bool waits =
+            dialog != nullptr && open<SETUP_SIP_ConnectDlg>() == dialog && !timerOf(dialog)->isActive();
+        if (waits && waitForAnswer(NONE_COMES_MS))
             QMetaObject::invokeMethod(dialog, "slotProgress");
-            if (dialog == nullptr || open<SETUP_SIP_ConnectDlg>() != dialog || timerOf(dialog)->isActive())
-                break;
-            usleep(50);
-        }
         ++answered;
     }
 

@@ -1,12 +1,11 @@
 #include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"
 #include "OrmuPushButton.h"
-#include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
-#include "SetupScreensTest.h"
+#include "ScreenTest.h"
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
@@ -18,29 +17,14 @@
 #include <optional>
 #include <string_view>
 
-using namespace ScreenDriver;
-
 namespace {
-enum MenuId { CONNECT = 0, EDIT = 1, DELETE = 2 };
-enum Entry { NAME_ENTRY = 0, SERVER_ENTRY = 1, PASSWORD_ENTRY = 4 }; // in the order of the edit screen
-
-const ShownBox RECONNECT_QUESTION("Do you want to re-connect this profile?", "Dialog_Question_Mark.jpg",
-                                  {"OK", "Cancel"});
-
-// A daemon for whose status queries every profile is connected, whatever is asked of it.
-Scenario connectedFromTheStart(uint32_t disconnectAck = 0, uint32_t connectAck = 0)
-{
-    Scenario scenario;
-    scenario.status = SIPD_PROFILE_CONNECTED;
-    scenario.disconnectAck = disconnectAck;
-    scenario.connectAck = connectAck;
-    return scenario;
-}
-
-// The screen of a profile in Profile1, deleted later when it is done, as the list does.
-class ProfileDetail : public SetupScreensTest
+// The screen of a profile in Profile1. It is deleted later when it is done, as the list does.
+class ProfileDetail : public ScreenTest
 {
 protected:
+    enum MenuId { CONNECT = 0, EDIT = 1, DELETE = 2 };
+    enum Entry { NAME_ENTRY = 0, SERVER_ENTRY = 1, PASSWORD_ENTRY = 4 }; // in the order of the edit screen
+
     ProfileDetail() { store(record("other")); }
     ~ProfileDetail() override { delete detail; }
 
@@ -82,6 +66,18 @@ protected:
         press(Qt::Key_F2);
     }
 
+    // Opens the connect dialog by an entry of the menu, and answers the question before it.
+    static void begin(const QString& entry)
+    {
+        const BoxAnswers answers(entry == "Connect" ? std::initializer_list<Qt::Key>{}
+                                                    : std::initializer_list<Qt::Key>{Qt::Key_F1});
+        if (entry == "Edit")
+            editAndSave();
+        else
+            chooseInMenu(entry);
+        ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
+    }
+
     bool isGone() const
     {
         return waitFor([this] { return detail == nullptr; });
@@ -109,39 +105,19 @@ TEST_F(ProfileDetail, ShowsTheProfileLineByLine)
         EXPECT_EQ(label->textFormat(), Qt::PlainText);
         y += 30;
     }
-    EXPECT_EQ(detail->objectName(), "");
     keepPicture("detail");
-}
+    delete detail;
 
-TEST_F(ProfileDetail, TakesTheParentAndTheNameItIsGiven)
-{
-    QWidget parent;
-    const SETUP_SIP_ProfileDetail child("other", &parent, "detail");
-    EXPECT_EQ(child.parentWidget(), &parent);
-    EXPECT_EQ(child.objectName(), "detail");
-}
-
-TEST_F(ProfileDetail, HasNoConnectLineWithoutAutoConnect)
-{
-    SIP_PROFILE_CONTENT profile = record("A");
+    profile = record("A");
     profile.autoConnect = false;
+    profile.password = "";
     openDetail(profile);
     EXPECT_EQ(lines().size(), 7);
+    EXPECT_EQ(lines()[5], "Password:**********");
     EXPECT_EQ(lines().last(), "Internet Profile:internet");
 }
 
-TEST_F(ProfileDetail, ShowsTenAsterisksForEveryPassword)
-{
-    for (const char* password : {"", "x", "a much longer password than that"}) {
-        SIP_PROFILE_CONTENT profile = record("A");
-        profile.password = password;
-        openDetail(profile);
-        EXPECT_EQ(lines()[5], "Password:**********");
-        delete detail;
-    }
-}
-
-TEST_F(ProfileDetail, OfAnUnknownNameShowsAFreshProfileAndAsksNobody)
+TEST_F(ProfileDetail, ShowsDefaultsForAnUnknownNameWithoutAQuery)
 {
     play("status:2");
     openDetail("nobody");
@@ -150,16 +126,7 @@ TEST_F(ProfileDetail, OfAnUnknownNameShowsAFreshProfileAndAsksNobody)
     EXPECT_EQ(daemon().accepted(), 0);
 }
 
-TEST_F(ProfileDetail, HasMenuSetAsDefaultAndBackOnItsSoftKeys)
-{
-    openDetail(record("A"));
-    EXPECT_EQ(softKeys->getLeftBtn()->resourceID(), "CST_Menu");
-    EXPECT_EQ(softKeys->getMidBtn()->text(), "Set as default");
-    EXPECT_TRUE(softKeys->getMidBtn()->isEnabled());
-    EXPECT_EQ(softKeys->getRightBtn()->resourceID(), "CST_Back");
-}
-
-TEST_F(ProfileDetail, OffersConnectWhenNotConnectedAndDisconnectWhenConnected)
+TEST_F(ProfileDetail, OffersConnectOrDisconnectByTheDaemonsStatus)
 {
     play("status:1");
     openDetail(record("A"));
@@ -185,24 +152,15 @@ TEST_F(ProfileDetail, OffersConnectWhenNotConnectedAndDisconnectWhenConnected)
     EXPECT_TRUE(daemon().waitForClosed(1)) << "the question was asked and the connection closed";
 }
 
-TEST_F(ProfileDetail, OpensItsMenuByPointerToo)
+TEST_F(ProfileDetail, ReportsFalseOnBack)
 {
-    openDetail(record("A"));
-    click(softKeys->getLeftBtn());
-    EXPECT_EQ(open<QPopupMenu>(), menu);
-    press(Qt::Key_Escape);
-}
-
-TEST_F(ProfileDetail, BackEndsItWithFalse)
-{
-    openDetail(record("A"));
-    press(Qt::Key_F3);
-    EXPECT_EQ(results, QList<bool>({false}));
-    EXPECT_TRUE(isGone());
-    openDetail("A");
-    click(softKeys->getRightBtn());
-    EXPECT_EQ(results, QList<bool>({false}));
-    EXPECT_TRUE(isGone());
+    store(record("A"));
+    for (const SoftKey key : RIGHT_KEYS) {
+        openDetail("A");
+        press(key);
+        EXPECT_EQ(results, QList<bool>({false}));
+        EXPECT_TRUE(isGone());
+    }
 }
 
 TEST_F(ProfileDetail, DoesNotDeleteItself)
@@ -214,10 +172,10 @@ TEST_F(ProfileDetail, DoesNotDeleteItself)
     EXPECT_TRUE(kept.isVisible());
 }
 
-TEST_F(ProfileDetail, OpensTheDefaultProfileWithSetAsDefaultDisabled)
+TEST_F(ProfileDetail, DisablesSetAsDefaultForTheDefaultProfile)
 {
     store(record("A"));
-    SETUP_SIP_Agent::instance()->setDefaultProfile("A");
+    profiles()->setDefaultProfile("A");
     openDetail("A");
     EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
     press(Qt::Key_F2);
@@ -225,14 +183,14 @@ TEST_F(ProfileDetail, OpensTheDefaultProfileWithSetAsDefaultDisabled)
     EXPECT_EQ(results, QList<bool>({false}));
 }
 
-TEST_F(ProfileDetail, SetAsDefaultStaysOpenAndMakesBackTellAChange)
+TEST_F(ProfileDetail, ReportsAChangeOnBackAfterSetAsDefault)
 {
     store(record("A"));
-    SETUP_SIP_Agent::instance()->setDefaultProfile("other");
+    profiles()->setDefaultProfile("other");
     openDetail("A");
     press(Qt::Key_F2);
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileDefault("A"));
-    EXPECT_FALSE(SETUP_SIP_Agent::instance()->isProfileDefault("other"));
+    EXPECT_TRUE(isDefault("A"));
+    EXPECT_FALSE(isDefault("other"));
     EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
     EXPECT_EQ(results, QList<bool>());
     keepPicture("detail-default");
@@ -240,34 +198,30 @@ TEST_F(ProfileDetail, SetAsDefaultStaysOpenAndMakesBackTellAChange)
     EXPECT_EQ(results, QList<bool>({true}));
 }
 
-TEST_F(ProfileDetail, SetAsDefaultWorksByPointer)
-{
-    openDetail(record("A"));
-    click(softKeys->getMidBtn());
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileDefault("A"));
-}
-
-TEST_F(ProfileDetail, DeletesTheProfileOnOkAndEndsWithTrue)
+TEST_F(ProfileDetail, DeletesTheProfileOnOkAndReportsTrue)
 {
     openDetail(record("A"));
     BoxAnswers answers({Qt::Key_F1});
     answers.keepPicture("detail-delete-");
     chooseInMenu("Delete Profile");
     EXPECT_EQ(answers.boxes(), QList<ShownBox>({DELETE_QUESTION}));
-    EXPECT_FALSE(SETUP_SIP_Agent::instance()->isProfileExisted("A"));
+    EXPECT_FALSE(exists("A"));
     EXPECT_EQ(results, QList<bool>({true}));
     EXPECT_TRUE(isGone());
 }
 
-TEST_F(ProfileDetail, DeletesNothingOnCancel)
+TEST_F(ProfileDetail, DeletesAndDisconnectsNothingOnCancel)
 {
+    play("status:2");
     openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F3});
+    const BoxAnswers answers({Qt::Key_F3, Qt::Key_F3});
     chooseInMenu("Delete Profile");
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({DELETE_QUESTION}));
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("A"));
+    chooseInMenu("Disconnect");
+    EXPECT_EQ(answers.boxes(), QList({DELETE_QUESTION, DISCONNECT_QUESTION}));
+    EXPECT_TRUE(exists("A"));
     EXPECT_EQ(results, QList<bool>());
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
+    EXPECT_EQ(requests().size(), 1);
 }
 
 TEST_F(ProfileDetail, DeletesAConnectedProfileWithoutDisconnectingIt)
@@ -280,7 +234,7 @@ TEST_F(ProfileDetail, DeletesAConnectedProfileWithoutDisconnectingIt)
     EXPECT_EQ(daemon().requests().size(), 1u) << "the status query alone";
 }
 
-TEST_F(ProfileDetail, EditingADisconnectedProfileEndsItWithTrue)
+TEST_F(ProfileDetail, ReportsTrueAfterAnEditOfADisconnectedProfile)
 {
     play("status:0");
     openDetail(record("A"));
@@ -290,7 +244,7 @@ TEST_F(ProfileDetail, EditingADisconnectedProfileEndsItWithTrue)
     EXPECT_TRUE(isGone());
 }
 
-TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrTells)
+TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrReports)
 {
     for (const char* scenario : {"status:0", "status:2"}) {
         play(scenario);
@@ -301,7 +255,7 @@ TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrTells)
         const auto look = [&] { wasThere += !edit.isNull(); };
         QObject::connect(detail, &SETUP_SIP_ProfileDetail::detailDone, look);
         {
-            std::optional<Expected> asked;
+            std::optional<ScreenDriver::Expected> asked;
             if (std::string_view(scenario) == "status:2")
                 asked.emplace([] { return open<OrmuMessageBox>() != nullptr; },
                               [look] {
@@ -315,7 +269,7 @@ TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrTells)
     }
 }
 
-TEST_F(ProfileDetail, AnEditThatIsNotSavedEndsItWithFalse)
+TEST_F(ProfileDetail, ReportsFalseAfterAnEditThatIsNotSaved)
 {
     for (const char* scenario : {"status:0", "status:2"}) {
         play(scenario);
@@ -328,7 +282,7 @@ TEST_F(ProfileDetail, AnEditThatIsNotSavedEndsItWithFalse)
     }
 }
 
-TEST_F(ProfileDetail, AsksWhetherToReconnectAfterAConnectedProfileIsEdited)
+TEST_F(ProfileDetail, AsksForAReconnectAfterAnEditOfAConnectedProfile)
 {
     play("status:2");
     openDetail(record("A"));
@@ -344,7 +298,7 @@ TEST_F(ProfileDetail, AsksWhetherToReconnectAfterAConnectedProfileIsEdited)
     EXPECT_EQ(results, QList<bool>({false})) << "an edit is no change of the default";
 }
 
-TEST_F(ProfileDetail, TellsAChangeAfterAnEditOnlyWhenTheDefaultWasChangedToo)
+TEST_F(ProfileDetail, ReportsTrueAfterAnEditIfTheDefaultHasChanged)
 {
     play("status:2");
     openDetail(record("A"));
@@ -355,7 +309,7 @@ TEST_F(ProfileDetail, TellsAChangeAfterAnEditOnlyWhenTheDefaultWasChangedToo)
     EXPECT_EQ(results, QList<bool>({true}));
 }
 
-TEST_F(ProfileDetail, AQuestionThatEndsInAnotherWayIsACancel)
+TEST_F(ProfileDetail, TakesAnUnansweredQuestionForCancel)
 {
     play("status:2");
     openDetail(record("A"));
@@ -372,31 +326,55 @@ TEST_F(ProfileDetail, AQuestionThatEndsInAnotherWayIsACancel)
         const auto hidden = hide();
         editAndSave();
     }
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("A"));
+    EXPECT_TRUE(exists("A"));
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
     EXPECT_EQ(daemon().requests().size(), 1u);
 }
 
-TEST_F(ProfileDetail, ReconnectsAfterAnEditAndThenTakesTheProfileForDisconnected)
+TEST_F(ProfileDetail, InvertsItsConnectEntryAfterEachSuccess)
 {
-    playScenario(connectedFromTheStart());
-    openDetail(record("A"));
+    struct Attempt
     {
-        const BoxAnswers answers({Qt::Key_F1});
-        editAndSave();
+        const char* entry; // of the menu; "Edit" reconnects
+        Scenario scenario;
+        ShownBox notice;
+    };
+    Scenario refused;
+    refused.connectAck = 3;
+    const QList<Attempt> attempts = {
+        {"Connect", {}, CONNECTED},
+        {"Connect", refused, INCORRECT},
+        {"Disconnect", connectedFromTheStart(), DISCONNECTED},
+        {"Disconnect", connectedFromTheStart(2), UNAVAILABLE},
+        {"Edit", connectedFromTheStart(), CONNECTED},
+        {"Edit", connectedFromTheStart(1, 0), FAILED},
+        {"Edit", connectedFromTheStart(0, 4), FAILED},
+    };
+    const auto labelOf = [](const QString& entry) {
+        return entry == "Edit" ? QString("Reconnecting...") : entry + "ing...";
+    };
+    for (const Attempt& attempt : attempts) {
+        SCOPED_TRACE(attempt.notice.text.toStdString() + " after " + attempt.entry);
+        playScenario(attempt.scenario);
+        openDetail(record("A"));
+        const QString before = menu->text(CONNECT);
+        begin(attempt.entry);
+        press(Qt::Key_F3); // cancelled
+        EXPECT_EQ(menu->text(CONNECT), before);
+        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
+        begin(attempt.entry);
+        EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->labelText(), labelOf(attempt.entry));
+        EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->parentWidget(), detail);
+        EXPECT_EQ(dismissNotice(), QList{attempt.notice});
+        const bool done = attempt.notice == CONNECTED || attempt.notice == DISCONNECTED;
+        EXPECT_EQ(menu->text(CONNECT) != before, done);
+        EXPECT_EQ(results, QList<bool>());
+        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
+        delete detail;
     }
-    ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
-    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->labelText(), "Reconnecting...");
-    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->parentWidget(), detail);
-    const BoxAnswers answers({Qt::Key_F2});
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
-    EXPECT_EQ(menu->text(CONNECT), "Connect") << "every success inverts it";
-    EXPECT_EQ(results, QList<bool>());
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
 }
 
-// What the screen does after a rename goes by the former name, which is no profile's any more.
+// After a rename the screen still uses the former name, which no profile has any more.
 TEST_F(ProfileDetail, ReconnectsByTheNameOfItsOpeningAfterARename)
 {
     playScenario(connectedFromTheStart());
@@ -410,23 +388,23 @@ TEST_F(ProfileDetail, ReconnectsByTheNameOfItsOpeningAfterARename)
     EXPECT_STREQ(daemon().requests()[2].name, "A");
 }
 
-TEST_F(ProfileDetail, SetsNoDefaultAfterARenameAndStillTellsAChange)
+TEST_F(ProfileDetail, SetsNoDefaultAfterARenameAndStillReportsTrue)
 {
     play("status:2");
     store(record("A"));
-    SETUP_SIP_Agent::instance()->setDefaultProfile("other");
+    profiles()->setDefaultProfile("other");
     openDetail("A");
     const BoxAnswers answers({Qt::Key_F3});
     editAndSave(NAME_ENTRY, "B");
     press(Qt::Key_F2);
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileDefault("other"));
-    EXPECT_FALSE(SETUP_SIP_Agent::instance()->isProfileDefault("B"));
+    EXPECT_TRUE(isDefault("other"));
+    EXPECT_FALSE(isDefault("B"));
     EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
     press(Qt::Key_F3);
     EXPECT_EQ(results, QList<bool>({true}));
 }
 
-TEST_F(ProfileDetail, DeletesNothingAfterARenameAndStillTellsAChange)
+TEST_F(ProfileDetail, DeletesNothingAfterARenameAndStillReportsTrue)
 {
     play("status:2");
     openDetail(record("A"));
@@ -434,52 +412,26 @@ TEST_F(ProfileDetail, DeletesNothingAfterARenameAndStillTellsAChange)
     editAndSave(NAME_ENTRY, "B");
     chooseInMenu("Delete Profile");
     EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION, DELETE_QUESTION}));
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("B"));
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("other"));
+    EXPECT_TRUE(exists("B"));
+    EXPECT_TRUE(exists("other"));
     EXPECT_EQ(results, QList<bool>({true}));
-}
-
-TEST_F(ProfileDetail, KeepsTheProfileConnectedWhenEitherHalfOfAReconnectFails)
-{
-    struct Half
-    {
-        uint32_t disconnectAck;
-        uint32_t connectAck;
-        ShownBox notice;
-    };
-    for (const Half& half :
-         {Half{1, 0, FAILED}, Half{2, 0, UNAVAILABLE}, Half{3, 0, INCORRECT}, Half{4, 0, FAILED},
-          Half{0, 1, FAILED}, Half{0, 2, UNAVAILABLE}, Half{0, 3, INCORRECT}, Half{0, 4, FAILED}}) {
-        playScenario(connectedFromTheStart(half.disconnectAck, half.connectAck));
-        openDetail(record("A"));
-        {
-            const BoxAnswers answers({Qt::Key_F1});
-            editAndSave();
-        }
-        const BoxAnswers answers({Qt::Key_F2});
-        finishConnecting();
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({half.notice}));
-        EXPECT_EQ(menu->text(CONNECT), "Disconnect");
-        EXPECT_EQ(results, QList<bool>());
-        delete detail;
-    }
 }
 
 TEST_F(ProfileDetail, OpensOneEditScreenAtATime)
 {
     openDetail(record("A"));
-    QMetaObject::invokeMethod(detail, "menuItemActivated", Q_ARG(int, EDIT));
+    invoke(detail, "menuItemActivated", EDIT);
     const QPointer<SETUP_SIP_ProfileEdit> edit = open<SETUP_SIP_ProfileEdit>();
     ASSERT_NE(edit, nullptr);
     EXPECT_NE(edit->parentWidget(), detail);
-    QMetaObject::invokeMethod(detail, "menuItemActivated", Q_ARG(int, EDIT));
+    invoke(detail, "menuItemActivated", EDIT);
     EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), edit);
     press(Qt::Key_F3);
     EXPECT_EQ(edit, nullptr);
     EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), nullptr);
 }
 
-TEST_F(ProfileDetail, ConnectsAProfileThatNeedsNoCredentialsAtOnce)
+TEST_F(ProfileDetail, ConnectsAtOnceWithoutCredentials)
 {
     play("admit");
     openDetail(record("A"));
@@ -489,89 +441,22 @@ TEST_F(ProfileDetail, ConnectsAProfileThatNeedsNoCredentialsAtOnce)
     EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->parentWidget(), detail);
     EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->objectName(), "");
     keepPicture("detail-connecting");
-    const BoxAnswers answers({Qt::Key_F2});
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
     press(Qt::Key_F3);
     EXPECT_EQ(results, QList<bool>({false})) << "connecting is no change of the profiles";
 }
 
-TEST_F(ProfileDetail, TellsEachOutcomeOfAConnectAndInvertsOnSuccessAlone)
-{
-    const QList<std::pair<const char*, ShownBox>> outcomes = {{"ack:0", CONNECTED},
-                                                              {"ack:1", FAILED},
-                                                              {"ack:2", UNAVAILABLE},
-                                                              {"ack:3", INCORRECT},
-                                                              {"ack:4", FAILED}};
-    for (const auto& [scenario, notice] : outcomes) {
-        play(scenario);
-        openDetail(record("A"));
-        chooseInMenu("Connect");
-        const BoxAnswers answers({Qt::Key_F2});
-        finishConnecting();
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({notice})) << scenario;
-        EXPECT_EQ(menu->text(CONNECT), notice == CONNECTED ? "Disconnect" : "Connect") << scenario;
-        delete detail;
-    }
-}
-
-TEST_F(ProfileDetail, TellsEachOutcomeOfADisconnect)
-{
-    const QList<ShownBox> notices = {DISCONNECTED, FAILED, UNAVAILABLE, INCORRECT, FAILED};
-    for (uint32_t ack = 0; ack < 5; ++ack) {
-        playScenario(connectedFromTheStart(ack));
-        openDetail(record("A"));
-        {
-            const BoxAnswers answers({Qt::Key_F1});
-            chooseInMenu("Disconnect");
-            EXPECT_EQ(answers.boxes(), QList<ShownBox>({DISCONNECT_QUESTION}));
-        }
-        EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->labelText(), "Disconnecting...");
-        const BoxAnswers answers({Qt::Key_F2});
-        finishConnecting();
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({notices[ack]})) << ack;
-        EXPECT_EQ(menu->text(CONNECT), ack == 0 ? "Connect" : "Disconnect") << ack;
-        delete detail;
-    }
-}
-
-TEST_F(ProfileDetail, DisconnectsNothingOnCancel)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F3});
-    chooseInMenu("Disconnect");
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    EXPECT_EQ(daemon().requests().size(), 1u);
-}
-
-TEST_F(ProfileDetail, GoesBackAndForthBetweenConnectAndDisconnect)
+TEST_F(ProfileDetail, FillsThePromptWithTheLastInput)
 {
     play("admit");
-    openDetail(record("A"));
-    chooseInMenu("Connect");
-    {
-        const BoxAnswers answers({Qt::Key_F2});
-        finishConnecting();
-    }
-    {
-        const BoxAnswers answers({Qt::Key_F1});
-        chooseInMenu("Disconnect");
-    }
-    {
-        const BoxAnswers answers({Qt::Key_F2});
-        finishConnecting();
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({DISCONNECTED}));
-    }
-    EXPECT_EQ(menu->text(CONNECT), "Connect");
-}
-
-TEST_F(ProfileDetail, AsksForCredentialsWithWhatWasTypedLast)
-{
-    play("admit");
-    SETUP_SIP_Agent::saveLastInputUserIDPassword("you", "typed", true);
     openDetail(guardedRecord("A"));
+    for (const bool remember : {false, true}) {
+        SETUP_SIP_Agent::saveLastInputUserIDPassword("you", "typed", remember);
+        chooseInMenu("Connect");
+        EXPECT_EQ(open<SETUP_SIP_UserIDAndPasswordDlg>()->findChild<QCheckBox*>()->isChecked(), remember);
+        press(Qt::Key_F3);
+    }
     chooseInMenu("Connect");
     auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
     ASSERT_NE(prompt, nullptr);
@@ -582,9 +467,7 @@ TEST_F(ProfileDetail, AsksForCredentialsWithWhatWasTypedLast)
     EXPECT_EQ(daemon().requests().size(), 1u) << "nothing is asked before the answer";
     fillPrompt("me", "secret");
     press(Qt::Key_F2);
-    const BoxAnswers answers({Qt::Key_F2});
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
 }
 
@@ -601,20 +484,7 @@ TEST_F(ProfileDetail, DeletesThePromptBeforeItOpensTheConnectDialog)
     EXPECT_EQ(wasThere, QList<bool>({false}));
 }
 
-TEST_F(ProfileDetail, OpensThePromptWithRememberTickedAsItWasLast)
-{
-    openDetail(guardedRecord("A"));
-    for (const bool remember : {true, false}) {
-        SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "", remember);
-        chooseInMenu("Connect");
-        auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
-        ASSERT_NE(prompt, nullptr);
-        EXPECT_EQ(prompt->findChild<QCheckBox*>()->isChecked(), remember);
-        press(Qt::Key_F3);
-    }
-}
-
-TEST_F(ProfileDetail, ComparesCredentialsWithTheProfileOfItsOpeningAfterAnEdit)
+TEST_F(ProfileDetail, ComparesCredentialsWithTheProfileOfItsOpening)
 {
     playScenario(connectedFromTheStart());
     openDetail(guardedRecord("A"));
@@ -630,13 +500,11 @@ TEST_F(ProfileDetail, ComparesCredentialsWithTheProfileOfItsOpeningAfterAnEdit)
     }
     chooseInMenu("Connect");
     fillPrompt("me", "secret");
-    const BoxAnswers answers({Qt::Key_F3}); // which ends any message;
     press(Qt::Key_F2);
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
 }
 
-TEST_F(ProfileDetail, EndsTheAttemptSilentlyWhenThePromptIsCancelled)
+TEST_F(ProfileDetail, EndsTheAttemptWhenThePromptIsCancelled)
 {
     play("admit");
     openDetail(guardedRecord("A"));
@@ -652,44 +520,14 @@ TEST_F(ProfileDetail, EndsTheAttemptSilentlyWhenThePromptIsCancelled)
     EXPECT_EQ(daemon().requests().size(), 1u);
 }
 
-TEST_F(ProfileDetail, StaysAsItWasWhenTheConnectIsCancelled)
-{
-    play("late:60000");
-    openDetail(record("A"));
-    chooseInMenu("Connect");
-    press(Qt::Key_F3);
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    EXPECT_EQ(menu->text(CONNECT), "Connect");
-}
-
-TEST_F(ProfileDetail, StaysConnectedWhenTheDisconnectOrReconnectIsCancelled)
-{
-    Scenario scenario = connectedFromTheStart();
-    scenario.ackDelay = std::chrono::minutes(1);
-    playScenario(scenario);
-    openDetail(record("A"));
-    for (const bool reconnect : {false, true}) {
-        {
-            const BoxAnswers answers({Qt::Key_F1});
-            if (reconnect)
-                editAndSave();
-            else
-                chooseInMenu("Disconnect");
-        }
-        ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
-        press(Qt::Key_F3);
-        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-        EXPECT_EQ(menu->text(CONNECT), "Disconnect");
-        EXPECT_EQ(results, QList<bool>());
-    }
-}
-
-TEST_F(ProfileDetail, IsDoneByPointerToo)
+TEST_F(ProfileDetail, ObeysThePointer)
 {
     openDetail(record("A"));
-    click(softKeys->getLeftBtn());
-    const auto answered =
-        onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { click(box.findChild<OrmuPushButton*>("left")); });
+    press(SoftKey::MIDDLE_CLICK);
+    EXPECT_TRUE(isDefault("A"));
+    press(SoftKey::LEFT_CLICK);
+    EXPECT_EQ(open<QPopupMenu>(), menu);
+    const auto answered = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(SoftKey::LEFT_CLICK); });
     clickMenuEntry("Delete Profile");
     EXPECT_EQ(results, QList<bool>({true}));
     EXPECT_TRUE(isGone());
@@ -703,47 +541,17 @@ TEST_F(ProfileDetail, ShowsItsLastLineWithoutScrolling)
     EXPECT_EQ(last->visibleRegion(), QRegion(last->rect()));
 }
 
-TEST_F(ProfileDetail, MayBeDeletedByTheHostWhileAQuestionIsOpen)
-{
-    for (const char* entry : {"Delete Profile", "Disconnect"}) {
-        for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F3}) {
-            play("status:2");
-            openDetail(record("A"));
-            const auto deleted = onceOpen<OrmuMessageBox>([this, key](OrmuMessageBox&) {
-                delete detail;
-                press(key);
-            });
-            chooseInMenu(entry);
-            EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("A"));
-            EXPECT_EQ(daemon().requests().size(), 1u);
-        }
-    }
-}
-
-TEST_F(ProfileDetail, MayBeDeletedByTheHostWhileItAsksWhetherToReconnect)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const auto deleted = onceOpen<OrmuMessageBox>([this](OrmuMessageBox&) {
-        delete detail;
-        press(Qt::Key_F1);
-    });
-    editAndSave();
-    EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), nullptr);
-}
-
 using ProfileDetailDeath = ProfileDetail;
 
-TEST_F(ProfileDetailDeath, AbortsOnAnUnknownMenuIdAndReportsLine144)
+TEST_F(ProfileDetailDeath, AbortsOnAnUnknownMenuIdAndNamesLine144)
 {
     openDetail(record("A"));
     for (const int id : {-1, 3, 1000})
-        EXPECT_EXIT(QMetaObject::invokeMethod(detail, "menuItemActivated", Q_ARG(int, id)),
-                    testing::KilledBySignal(SIGABRT),
+        EXPECT_EXIT(invoke(detail, "menuItemActivated", id), testing::KilledBySignal(SIGABRT),
                     "[{]1[}] SETUP_SIP_ProfileDetail[.]cpp:144\tormu assert failed !\n\n");
 }
 
-TEST_F(ProfileDetailDeath, AbortsWhenTheDaemonIsGoneBetweenThePromptAndTheConnect)
+TEST_F(ProfileDetailDeath, AbortsWhenTheDaemonEndsBeforeTheConnect)
 {
     play("admit");
     openDetail(guardedRecord("A"));

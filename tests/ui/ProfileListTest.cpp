@@ -1,302 +1,365 @@
-#include "OrmuGlobal.h"
+#include "EditForm.h"
 #include "OrmuPushButton.h"
-#include "ProfileScreenTest.h"
-#include "RES_ICON_Reader.h"
+#include "SETUP_SIP_ProfileDelConfirmDlg.h"
+#include "SETUP_SIP_ProfileEdit.h"
 #include "SETUP_SIP_ProfileList.h"
-#include "UTIL_CST.h"
+#include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
-#include <QApplication>
-#include <QLabel>
 #include <QSignalSpy>
 
-using namespace ScreenDriver;
+#include <tuple>
 
 namespace {
-enum MenuId { NEW_PROFILE = 0, DELETE_PROFILES = 1 };
 
 // Other programs derive from it.
 static_assert(sizeof(SETUP_SIP_ProfileListBase) == sizeof(OrmuMainWidget));
 
-class ProfileList : public ProfileScreenTest
+class ProfileList : public ScreenTest
 {
 protected:
-    // Opens the screen as a host does. What the test stored before is read from the file.
-    void openScreen()
+    ~ProfileList() override { closeAll(); }
+
+    // The entries of the main menu that are enabled.
+    QString offered() const
     {
-        SETUP_SIP_Agent::cleanup();
-        screen.reset(SETUP_SIP_CreateProfileList(nullptr));
-        screen->createScreen();
-        screen->show();
-        list = screen->findChild<UTIL_ListBox*>();
-        menu = screen->findChild<QPopupMenu*>();
-        softKeys = static_cast<UTIL_CST*>(screen->getCSTWidget());
+        const auto* menu = list->findChild<QPopupMenu*>();
+        return QString(menu->isItemEnabled(0) ? "New" : "") + (menu->isItemEnabled(1) ? "Delete" : "");
     }
 
-    UTIL_ListBoxItem* row(int index) const { return static_cast<UTIL_ListBoxItem*>(list->item(index)); }
-
-    QStringList rows() const
+    void chooseByPointer(const QString& entry) const
     {
-        QStringList names;
-        for (int i = 0; i < list->count(); ++i)
-            names.append(row(i)->getString(1));
-        return names;
+        press(SoftKey::LEFT_CLICK);
+        clickMenuEntry(entry);
     }
 
-    std::unique_ptr<SETUP_SIP_ProfileListBase> screen;
-    UTIL_ListBox* list = nullptr;
-    QPopupMenu* menu = nullptr;
-    UTIL_CST* softKeys = nullptr;
+    SETUP_SIP_ProfileEdit* openNewProfile()
+    {
+        openList();
+        chooseInMenu("New Profile");
+        return open<SETUP_SIP_ProfileEdit>();
+    }
+
+    static void saveAs(const QString& name)
+    {
+        EditForm(open<SETUP_SIP_ProfileEdit>()).enterAll(name);
+        press(Qt::Key_F2);
+    }
+
+    // Presses Save, and returns the text of the box that refuses it.
+    static QString refusal()
+    {
+        const BoxAnswers answers({Qt::Key_F2});
+        press(Qt::Key_F2);
+        return answers.text();
+    }
 };
-
-void storeLockedProfile(const QString& name)
-{
-    SIP_PROFILE_CONTENT record = usableRecord(name);
-    record.locked = true;
-    store(record);
-}
-
-bool showsIcon(const UTIL_ListBoxItem* row, const char* fileName)
-{
-    const QPixmap icon = RES_ICON_Reader().getIcon(fileName);
-    return !icon.isNull() && row->pixmap(0).toImage() == icon.toImage();
-}
 
 TEST_F(ProfileList, HasNoWidgetsBeforeCreateScreen)
 {
-    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
-    EXPECT_EQ(screen->findChild<UTIL_ListBox*>(), nullptr);
-    EXPECT_EQ(screen->getCSTWidget(), nullptr);
-    EXPECT_FALSE(screen->isVisible());
-    EXPECT_EQ(screen->objectName(), "");
+    list.reset(SETUP_SIP_CreateProfileList(nullptr));
+    EXPECT_EQ(list->findChild<UTIL_ListBox*>(), nullptr);
+    EXPECT_EQ(list->getCSTWidget(), nullptr);
+    EXPECT_FALSE(list->isVisible());
+    EXPECT_EQ(list->objectName(), "");
 }
 
-TEST_F(ProfileList, IsOwnedByTheParentItIsGiven)
+TEST_F(ProfileList, BelongsToTheParentOfItsCreation)
 {
     QWidget parent;
     EXPECT_EQ(SETUP_SIP_CreateProfileList(&parent)->parentWidget(), &parent);
 }
 
-TEST_F(ProfileList, TakesTheParentAndTheNameItIsGiven)
+TEST_F(ProfileList, BaseClassCreatesAnEmptyScreen)
 {
-    QWidget parent;
-    const SETUP_SIP_ProfileList child(&parent, "list");
-    EXPECT_EQ(child.parentWidget(), &parent);
-    EXPECT_EQ(child.objectName(), "list");
-}
-
-TEST_F(ProfileList, IsAScreenThatHasNothingToShowOfItsOwnInItsBaseClass)
-{
-    QWidget parent;
-    SETUP_SIP_ProfileListBase base(&parent, "base");
-    EXPECT_EQ(base.parentWidget(), &parent);
-    EXPECT_EQ(base.objectName(), "base");
+    SETUP_SIP_ProfileListBase base(nullptr, "base");
     const QList<QObject*> before = base.findChildren<QObject*>();
     base.createScreen();
     EXPECT_EQ(base.findChildren<QObject*>(), before);
     EXPECT_EQ(base.getCSTWidget(), nullptr);
 }
 
-TEST_F(ProfileList, ShowsItsTitleAsALabelAtTheTopOfTheContent)
-{
-    openScreen();
-    const auto* title = screen->getContentWidget()->widget()->findChild<QLabel*>();
-    ASSERT_NE(title, nullptr);
-    EXPECT_EQ(title->text(), "SIP Profile");
-    EXPECT_EQ(title->geometry(), QRect(0, 0, OrmuGlobal::getContentR().width(), 30));
-    EXPECT_EQ(screen->windowTitle(), "");
-}
-
-TEST_F(ProfileList, FillsTheContentBelowTheTitleWithTheList)
-{
-    openScreen();
-    const QRect content = OrmuGlobal::getContentR();
-    EXPECT_EQ(list->geometry(), QRect(0, 30, content.width(), (content.bottom() - content.top()) - 29));
-    EXPECT_TRUE(screen->getContentWidget()->isAncestorOf(list));
-}
-
-TEST_F(ProfileList, HasMenuAndBackOnItsSoftKeys)
-{
-    openScreen();
-    EXPECT_EQ(softKeys->getLeftBtn()->resourceID(), "CST_Menu");
-    EXPECT_EQ(softKeys->getRightBtn()->resourceID(), "CST_Back");
-    EXPECT_EQ(softKeys->getMidBtn()->text(), "");
-    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
-}
-
 TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
 {
-    for (const char* name : {"Zoe", "anna", "Mike"})
-        storeProfile(name);
-    openScreen();
+    storeProfiles({"Zoe", "anna", "Mike"});
+    openList();
     EXPECT_EQ(rows(), QStringList({"Zoe", "anna", "Mike"}));
-    EXPECT_EQ(row(0)->text(), "Zoe");
-    EXPECT_EQ(row(0)->columns(), "IT");
-    EXPECT_FALSE(row(0)->isChecked());
+    EXPECT_EQ(listBox->item(0)->text(), "Zoe");
+    EXPECT_EQ(row(listBox, 0)->columns(), "IT");
+    EXPECT_FALSE(row(listBox, 0)->isChecked());
 }
 
 TEST_F(ProfileList, MarksTheDefaultProfileEvenWhenItIsLocked)
 {
-    storeProfile("plain");
-    storeLockedProfile("locked");
-    storeLockedProfile("default and locked");
-    SETUP_SIP_Agent::instance()->setDefaultProfile("default and locked");
-    openScreen();
-    EXPECT_TRUE(row(0)->pixmap(0).isNull());
-    EXPECT_TRUE(showsIcon(row(1), "Network_Locked_Profile.gif"));
-    EXPECT_TRUE(showsIcon(row(2), "Network_Connection.gif"));
+    store(record("plain"));
+    store(lockedRecord("locked"));
+    store(lockedRecord("default and locked"));
+    profiles()->setDefaultProfile("default and locked");
+    openList();
+    EXPECT_TRUE(row(listBox, 0)->pixmap(0).isNull());
+    EXPECT_EQ(row(listBox, 1)->pixmap(0).toImage(), iconOf("Network_Locked_Profile.gif"));
+    EXPECT_EQ(row(listBox, 2)->pixmap(0).toImage(), iconOf("Network_Connection.gif"));
 }
 
-TEST_F(ProfileList, OffersNoDeletionOfNoProfiles)
+TEST_F(ProfileList, EnablesItsMenuByTheNumberOfProfiles)
 {
-    openScreen();
-    EXPECT_EQ(list->count(), 0);
-    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
-    EXPECT_FALSE(menu->isItemEnabled(DELETE_PROFILES));
+    for (const auto& [count, expected] :
+         {std::pair(0, "New"), std::pair(9, "NewDelete"), std::pair(10, "Delete"), std::pair(11, "Delete")}) {
+        writeTotal(0);
+        storeProfiles(count);
+        openList();
+        EXPECT_EQ(listBox->count(), count);
+        EXPECT_EQ(offered(), expected) << count;
+    }
 }
 
-TEST_F(ProfileList, OffersANewProfileUpToNine)
+TEST_F(ProfileList, CountsProfilesByTheSummaryOfTheFile)
 {
-    storeProfiles(9);
-    openScreen();
-    EXPECT_EQ(list->count(), 9);
-    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
-    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
+    // total: in the file; stored: profiles added; shown: rows then.
+    for (const auto& [total, stored, shown, expected] :
+         {std::tuple(-1, 0, 0, "NewDelete"), std::tuple(-1, 1, 0, "New"), std::tuple(-2, 1, 0, "NewDelete"),
+          std::tuple(-1, 10, 10, "NewDelete")}) {
+        SCOPED_TRACE(testing::Message() << total << " and " << stored);
+        writeTotal(total);
+        openList();
+        storeProfiles(stored);
+        EXPECT_EQ(names().size(), stored);
+        inDeleteDialog([stored = stored, shown = shown](QDialog& dialog) {
+            EXPECT_EQ(dialog.findChild<UTIL_ListBox*>()->count(), shown) << stored;
+            press(Qt::Key_F1);
+        });
+        EXPECT_EQ(listBox->count(), shown);
+        EXPECT_EQ(offered(), expected);
+    }
 }
 
-TEST_F(ProfileList, OffersNoNewProfileAtTen)
+TEST_F(ProfileList, ShowsTheSecondOfThreeTwiceOnceTheFirstIsDeleted)
 {
-    storeProfiles(10);
-    openScreen();
-    EXPECT_EQ(list->count(), 10);
-    EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
-    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
-}
-
-TEST_F(ProfileList, OffersNoNewProfileBeyondTen)
-{
-    storeProfiles(11);
-    openScreen();
-    EXPECT_EQ(list->count(), 11);
-    EXPECT_FALSE(menu->isItemEnabled(NEW_PROFILE));
-}
-
-TEST_F(ProfileList, ShowsTheSecondOfThreeTwiceOnceTheFirstIsDeletedAndTheListReopened)
-{
-    for (const char* name : {"A", "B", "C"})
-        storeProfile(name);
-    openScreen();
-    SETUP_SIP_Agent::instance()->deleteProfile("A");
-    openScreen();
+    storeProfiles({"A", "B", "C"});
+    profiles()->deleteProfile("A");
+    openList();
     EXPECT_EQ(rows(), QStringList({"B", "B"}));
-}
-
-TEST_F(ProfileList, CountsBelowNothingAsNoProfilesButLetsThemBeDeleted)
-{
-    writeFile("[ProfileSummary]\nTotalProfile=-1\n");
-    openScreen();
-    EXPECT_EQ(list->count(), 0);
-    EXPECT_TRUE(menu->isItemEnabled(NEW_PROFILE));
-    EXPECT_TRUE(menu->isItemEnabled(DELETE_PROFILES));
 }
 
 TEST_F(ProfileList, ShowsTenRowsWithoutScrolling)
 {
     storeProfiles(10);
-    openScreen();
-    EXPECT_TRUE(list->viewport()->rect().contains(list->visualItemRect(list->item(9))));
+    openList();
+    EXPECT_TRUE(listBox->viewport()->rect().contains(listBox->visualItemRect(listBox->item(9))));
 }
 
 TEST_F(ProfileList, OpensItsMenuByTheLeftSoftKeyAndByPointer)
 {
-    openScreen();
-    press(Qt::Key_F1);
-    ASSERT_EQ(open<QPopupMenu>(), menu);
-    EXPECT_EQ(menu->parent(), screen.get());
-    EXPECT_EQ(menu->actions().size(), 2);
-    EXPECT_EQ(menu->text(NEW_PROFILE), "New Profile");
-    EXPECT_EQ(menu->text(DELETE_PROFILES), "Delete Profiles");
-    press(Qt::Key_F3);
-    EXPECT_EQ(open<QPopupMenu>(), nullptr);
-    click(softKeys->getLeftBtn());
-    EXPECT_EQ(open<QPopupMenu>(), menu);
-    press(Qt::Key_Escape);
+    openList();
+    for (const SoftKey key : {SoftKey::LEFT, SoftKey::LEFT_CLICK}) {
+        press(key);
+        const auto* menu = open<QPopupMenu>();
+        ASSERT_NE(menu, nullptr);
+        EXPECT_EQ(menu->parent(), list.get());
+        EXPECT_EQ(menu->actions().size(), 2);
+        EXPECT_EQ(menu->text(0), "New Profile");
+        EXPECT_EQ(menu->text(1), "Delete Profiles");
+        press(Qt::Key_F3);
+        EXPECT_EQ(open<QPopupMenu>(), nullptr);
+    }
 }
 
-TEST_F(ProfileList, AsksTheHostToCloseItByTheRightSoftKeyAndDoesNothingElse)
+TEST_F(ProfileList, EmitsCloseAndStaysOpenOnTheRightSoftKey)
 {
-    openScreen();
+    const std::unique_ptr<SETUP_SIP_ProfileListBase> screen(SETUP_SIP_CreateProfileList(nullptr));
+    screen->createScreen();
+    screen->show();
     const QSignalSpy closed(screen.get(), SIGNAL(SIPClose()));
-    press(Qt::Key_F3);
-    EXPECT_EQ(closed.count(), 1);
-    press(Qt::Key_Escape);
-    EXPECT_EQ(closed.count(), 2);
-    click(softKeys->getRightBtn());
+    for (const SoftKey key : RIGHT_KEYS)
+        press(key);
     EXPECT_EQ(closed.count(), 3);
     EXPECT_TRUE(screen->isVisible());
 }
 
-TEST_F(ProfileList, MayBeDeletedInTheSlotThatAnswersItsClose)
-{
-    for (const auto close : {+[](UTIL_CST*) { press(Qt::Key_F3); }, +[](UTIL_CST*) { press(Qt::Key_Escape); },
-                             +[](UTIL_CST* keys) { click(keys->getRightBtn()); }}) {
-        openScreen();
-        QObject::connect(screen.get(), &SETUP_SIP_ProfileListBase::SIPClose, [this] { screen.reset(); });
-        close(softKeys);
-        EXPECT_EQ(screen, nullptr);
-    }
-}
-
-TEST_F(ProfileList, ReadsTheFileAnewEachTimeItIsOpened)
-{
-    storeProfile("first");
-    openScreen();
-    EXPECT_EQ(rows(), QStringList({"first"}));
-    screen.reset();
-    writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile4]\nDisplayName=other\n");
-    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("other"));
-}
-
-TEST_F(ProfileList, LoadsTheStoreWhenItIsMadeAndDropsItWhenItIsDeleted)
+TEST_F(ProfileList, LoadsTheStoreWhenMadeAndDropsItWhenDeleted)
 {
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=old\n");
-    SETUP_SIP_Agent::cleanup();
-    screen.reset(SETUP_SIP_CreateProfileList(nullptr));
-    // Loaded before this change of the file, so that the store does not know of it.
+    list.reset(SETUP_SIP_CreateProfileList(nullptr));
+    // The store has read the file before this change.
     writeFile("[ProfileSummary]\nTotalProfile=1\n[Profile0]\nDisplayName=new\n");
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("old"));
-    screen.reset();
-    EXPECT_TRUE(SETUP_SIP_Agent::instance()->isProfileExisted("new"));
+    EXPECT_TRUE(exists("old"));
+    list.reset();
+    EXPECT_TRUE(exists("new"));
 }
 
 TEST_F(ProfileList, IgnoresCustomEventsThatAreNotItsOwn)
 {
     storeProfiles(2);
-    openScreen();
-    const QSignalSpy closed(screen.get(), SIGNAL(SIPClose()));
-    const QObjectList before = screen->children();
+    openList();
+    const QObjectList before = list->children();
     for (const int type : {1000, 1001, 1999}) {
         QCustomEvent event(type);
-        QApplication::sendEvent(screen.get(), &event);
+        QApplication::sendEvent(list.get(), &event);
     }
-    EXPECT_EQ(list->count(), 2);
-    EXPECT_EQ(screen->children(), before);
-    EXPECT_TRUE(screen->isVisible());
-    EXPECT_EQ(closed.count(), 0);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(listBox->count(), 2);
+    EXPECT_EQ(list->children(), before);
+    EXPECT_TRUE(list->isVisible());
 }
 
-TEST_F(ProfileList, HasTheKeysAndAVisibleCurrentRowOnceItIsShown)
+TEST_F(ProfileList, HasTheFocusOnItsFirstRow)
 {
     storeProfiles(2);
-    openScreen();
-    EXPECT_TRUE(list->hasFocus());
-    EXPECT_EQ(list->currentItem(), 0);
+    openList();
+    EXPECT_TRUE(listBox->hasFocus());
+    EXPECT_EQ(listBox->currentItem(), 0);
     press(Qt::Key_Down);
-    EXPECT_EQ(list->currentItem(), 1);
+    EXPECT_EQ(listBox->currentItem(), 1);
     press(Qt::Key_Up);
-    EXPECT_EQ(list->currentItem(), 0);
+    EXPECT_EQ(listBox->currentItem(), 0);
+}
+
+TEST_F(ProfileList, OpensAnEmptyEditScreenByKeysAndByPointer)
+{
+    storeProfiles({"A"});
+    openList();
+    for (const bool byPointer : {false, true}) {
+        byPointer ? chooseByPointer("New Profile") : chooseInMenu("New Profile");
+        const auto* edit = open<SETUP_SIP_ProfileEdit>();
+        ASSERT_NE(edit, nullptr);
+        EXPECT_EQ(EditForm(edit).name->text(), "");
+        EXPECT_EQ(edit->objectName(), "");
+        EXPECT_FALSE(list->isAncestorOf(edit));
+        press(Qt::Key_F3);
+    }
+}
+
+TEST_F(ProfileList, CreatesRefusesAndDeletesProfilesByKeysAlone)
+{
+    openNewProfile();
+    saveAs("Home");
+    EXPECT_EQ(rows(), QStringList({"Home"}));
+
+    chooseInMenu("New Profile");
+    const EditForm second(open<SETUP_SIP_ProfileEdit>());
+    second.enterAll("Home");
+    EXPECT_EQ(refusal(), "Profile name already existed, try again.");
+    second.enter(second.name, "Work");
+    second.enter(second.server, "");
+    EXPECT_EQ(refusal(), "Some required value is not input, input again.");
+    EXPECT_EQ(rows(), QStringList({"Home"}));
+    second.enter(second.server, "sip.example.net");
+    press(Qt::Key_F2);
+    EXPECT_EQ(rows(), QStringList({"Home", "Work"}));
+    EXPECT_TRUE(listBox->hasFocus());
+
+    inDeleteDialog([](QDialog&) {
+        press(Qt::Key_Return);
+        press(Qt::Key_F1);
+    });
+    EXPECT_EQ(rows(), QStringList({"Work"}));
+    EXPECT_EQ(namesInFile(), QStringList({"Work"}));
+}
+
+TEST_F(ProfileList, RefreshesItsRowsOnlyAfterASave)
+{
+    openNewProfile();
+    storeProfiles({"stored meanwhile"});
+    press(Qt::Key_F3);
+    EXPECT_EQ(top(), list.get());
+    EXPECT_EQ(rows(), QStringList());
+    chooseInMenu("New Profile");
+    saveAs("Home");
+    EXPECT_EQ(rows(), QStringList({"stored meanwhile", "Home"}));
+}
+
+TEST_F(ProfileList, RefreshesItsRowsBeforeItDeletesTheEditScreen)
+{
+    const QPointer<SETUP_SIP_ProfileEdit> edit = openNewProfile();
+    QList<bool> editWasThere;
+    QObject::connect(listBox->model(), &QAbstractItemModel::rowsInserted,
+                     [&] { editWasThere += !edit.isNull(); });
+    saveAs("Home");
+    EXPECT_EQ(editWasThere, QList<bool>({true}));
+    EXPECT_TRUE(edit.isNull());
+}
+
+TEST_F(ProfileList, DeletesTheEditScreenInsideItsSignal)
+{
+    for (const bool save : {true, false}) {
+        const QPointer<SETUP_SIP_ProfileEdit> edit = openNewProfile();
+        EditForm(edit).enterAll("Home");
+        bool outlivesItsSignal = false;
+        QObject::connect(edit, &SETUP_SIP_ProfileEdit::editDone, [&] { outlivesItsSignal = true; });
+        if (save) {
+            press(Qt::Key_F2);
+        } else {
+            const BoxAnswers leave({Qt::Key_F1});
+            press(Qt::Key_F3);
+        }
+        EXPECT_TRUE(edit.isNull());
+        EXPECT_FALSE(outlivesItsSignal);
+        EXPECT_EQ(top(), list.get());
+    }
+}
+
+TEST_F(ProfileList, OpensOneEditScreenAtATime)
+{
+    const auto* edit = openNewProfile();
+    type("typed");
+    invoke(list.get(), "menuItemActivated", 0);
+    EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), edit);
+    EXPECT_EQ(edit->parentWidget()->findChildren<SETUP_SIP_ProfileEdit*>().size(), 1);
+    EXPECT_EQ(EditForm(edit).name->text(), "typed");
+}
+
+TEST_F(ProfileList, OffersNoNewProfileBetweenTheTenthAndADeletion)
+{
+    storeProfiles(9);
+    openNewProfile();
+    saveAs("The tenth");
+    EXPECT_EQ(listBox->count(), 10);
+    EXPECT_EQ(offered(), "Delete");
+    press(Qt::Key_F1);
+    clickMenuEntry("New Profile");
+    EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), nullptr);
+    press(Qt::Key_Escape);
+
+    inDeleteDialog([](QDialog&) {
+        press(Qt::Key_Return);
+        press(Qt::Key_F1);
+    });
+    EXPECT_EQ(listBox->count(), 9);
+    EXPECT_EQ(offered(), "NewDelete");
+    EXPECT_FALSE(rows().contains("Profile number 0"));
+}
+
+TEST_F(ProfileList, OffersNoDeletionOnceAllProfilesAreDeleted)
+{
+    storeProfiles(10);
+    openList();
+    const auto deletion = onceOpen<SETUP_SIP_ProfileDelConfirmDlg>([](QDialog& dialog) {
+        click(dialog.findChild<QCheckBox*>());
+        press(Qt::Key_F1);
+    });
+    chooseByPointer("Delete Profiles");
+    EXPECT_EQ(rows(), QStringList());
+    EXPECT_EQ(offered(), "New");
+}
+
+TEST_F(ProfileList, RefreshesItsRowsOnlyWhenTheDeleteDialogIsAccepted)
+{
+    storeProfiles(2);
+    openList();
+    for (const auto& [key, shown] :
+         {std::pair(Qt::Key_F3, 2), std::pair(Qt::Key_Escape, 2), std::pair(Qt::Key_F1, 3)}) {
+        QPointer<QDialog> seen;
+        inDeleteDialog([&seen, this, end = key](QDialog& dialog) {
+            seen = &dialog;
+            EXPECT_FALSE(list->isAncestorOf(&dialog));
+            EXPECT_EQ(dialog.objectName(), "");
+            store(record("stored meanwhile"));
+            press(end);
+        });
+        EXPECT_EQ(listBox->count(), shown);
+        EXPECT_TRUE(seen.isNull());
+    }
 }
 
 } // namespace

@@ -1,26 +1,25 @@
-#include "DaemonTest.h"
-#include "ProfileScreenTest.h"
+#include "EditForm.h"
+#include "OrmuMessageBox.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
 #include "SETUP_SIP_ProfileEdit.h"
-#include "SETUP_SIP_ProfileListBase.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 #include "SETUP_SIP_UserIDAndPasswordDlg.h"
-#include "UTIL_ListBox.h"
+#include "ScreenTest.h"
+#include "UTIL_DlgCST.h"
 #include "qpopupmenu.h"
 
 #include <QTranslator>
 
 #include <gmock/gmock.h>
 
+#include <map>
 #include <set>
-
-using namespace ScreenDriver;
 
 namespace {
 
-// Context, text and comment, as they reach the translator.
+// The context, text and comment that a translator gets.
 using Text = std::tuple<std::string, std::string, std::string>;
 
 const char MENU[] = "2.16.0;MENU";
@@ -112,7 +111,7 @@ const Text ALL_TEXTS[] = {
     {"SETUP_SIP_ProfileSelectDlg", "Cancel", DIALOG_KEY},
 };
 
-// Records what the setup screens ask for, and gives each text back between angle quotes.
+// Records the texts of the setup screens, and returns each between angle quotes.
 class Recorder : public QTranslator
 {
 public:
@@ -131,53 +130,56 @@ public:
     mutable std::set<Text> asked;
 };
 
-// Shows every screen and message that the library has.
-class Texts : public DaemonTest, protected SettingsDirectory
+// The arguments of a message box that the user does not see, by its text.
+using Boxes = std::map<QString, QList<int>>;
+
+// Shows every screen and message box of the library.
+class Texts : public ScreenTest
 {
 protected:
-    Texts()
-    {
-        SIP_PROFILE_CONTENT record = usableRecord("A");
-        record.needUserIDPass = false;
-        store(record);
-    }
-    ~Texts() override { SETUP_SIP_Agent::cleanup(); }
+    Texts() { store(record("A")); }
 
-    // Does what opens a message, and answers it with Cancel if it has one.
+    // Does what opens a message box, answers it with Cancel if it has that key, and notes its arguments.
     template <class Act>
-    static void dismiss(Act act)
+    void dismiss(Act act)
     {
-        const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(Qt::Key_F3); });
+        const auto answer = onceOpen<OrmuMessageBox>([this](OrmuMessageBox& box) {
+            EXPECT_EQ(box.parentWidget(), OrmuPhoneWindow::instance()) << "it was made without a parent";
+            for (const QString& button : box.buttonArguments())
+                EXPECT_TRUE(button.isNull() || !button.isEmpty());
+            boxes[box.text()] = box.intArguments();
+            press(Qt::Key_F3);
+        });
         act();
     }
 
-    static void activate(QObject* screen, const char* slot, int id)
+    void activate(QObject* screen, const char* slot, int id)
     {
-        dismiss([=] { ASSERT_TRUE(QMetaObject::invokeMethod(screen, slot, Q_ARG(int, id))); });
+        dismiss([=] { invoke(screen, slot, id); });
     }
 
     void showListScreen()
     {
-        const std::unique_ptr<SETUP_SIP_ProfileListBase> screen(SETUP_SIP_CreateProfileList(nullptr));
-        screen->createScreen();
-        screen->show();
+        openList();
         for (const char* status : {"status:0", "status:2"}) {
             play(status);
             const auto close = onceOpen<QPopupMenu>([](QPopupMenu&) { press(Qt::Key_F3); });
             press(Qt::Key_Menu);
         }
         for (const int id : {0, 2})
-            activate(screen.get(), "contentMenuItemActivated", id);
+            activate(list.get(), "contentMenuItemActivated", id);
+        list.reset();
     }
 
-    static void showEditScreen()
+    void showEditScreen()
     {
         SETUP_SIP_ProfileEdit screen{QString()};
         screen.show();
-        dismiss([] { press(Qt::Key_F2); });
-        type("A");
-        dismiss([] { press(Qt::Key_F2); });
-        dismiss([] { press(Qt::Key_F3); });
+        for (const auto& [typed, key] :
+             {std::pair("", Qt::Key_F2), std::pair("A", Qt::Key_F2), std::pair("", Qt::Key_F3)}) {
+            type(typed);
+            dismiss([key = key] { press(key); });
+        }
     }
 
     void showDetailScreen()
@@ -189,16 +191,16 @@ protected:
         connected.show();
         for (const int id : {0, 2})
             activate(&connected, "menuItemActivated", id);
-        QMetaObject::invokeMethod(&connected, "menuItemActivated", Q_ARG(int, 1));
+        invoke(&connected, "menuItemActivated", 1);
         dismiss([] { press(Qt::Key_F2); });
     }
 
-    static void showCredentialsPrompt()
+    void showCredentialsPrompt()
     {
-        SIP_PROFILE_CONTENT record = usableRecord("A");
-        QString user = "alice";
+        SIP_PROFILE_CONTENT profile = record("A");
+        QString user = "me";
         QString password = "wrong";
-        SETUP_SIP_UserIDAndPasswordDlg screen(user, password, false, record);
+        SETUP_SIP_UserIDAndPasswordDlg screen(user, password, false, profile);
         screen.show();
         dismiss([] { press(Qt::Key_F2); });
         type("x");
@@ -218,24 +220,61 @@ protected:
         }
     }
 
+    // Dialogs of the large kind, with a bar of two keys.
     static void showDialogs()
     {
         QString profile;
         const SETUP_SIP_ProfileDelConfirmDlg deleteDialog;
         const SETUP_SIP_ProfileSelectDlg selectDialog(profile, nullptr, nullptr);
+        for (const UTIL_Dialog* dialog : {static_cast<const UTIL_Dialog*>(&deleteDialog),
+                                          static_cast<const UTIL_Dialog*>(&selectDialog)}) {
+            EXPECT_EQ(dialog->arguments(), QList<int>({0, 0, 1, 0}));
+            EXPECT_EQ(dialog->findChild<UTIL_DlgCST*>()->type(), 1);
+        }
     }
+
+    void showAll()
+    {
+        showListScreen();
+        showEditScreen();
+        showDetailScreen();
+        showCredentialsPrompt();
+        showConnectDialog();
+        showDialogs();
+    }
+
+    Boxes boxes;
 };
 
-TEST_F(Texts, OfEveryScreenReachTheTranslatorWithTheirComments)
+TEST_F(Texts, ReachTheTranslatorWithTheirComments)
 {
     const Recorder recorder;
-    showListScreen();
-    showEditScreen();
-    showDetailScreen();
-    showCredentialsPrompt();
-    showConnectDialog();
-    showDialogs();
+    showAll();
     EXPECT_THAT(recorder.asked, testing::UnorderedElementsAreArray(ALL_TEXTS));
+}
+
+TEST_F(Texts, ReachTheToolkitWithTheNumbersOfTheirKind)
+{
+    showAll();
+    const QList<int> question = {1};
+    const QList<int> success = {1, 1};
+    const QList<int> failure = {2, 1};
+    const Boxes expected = {
+        {"Delete the profile?", question},
+        {"Disconnect current connection?", question},
+        {"Do you want to re-connect this profile?", question},
+        {"Exit without saving?", question},
+        {"Incorrect User name", question},
+        {"Incorrect Password", question},
+        {"Some required value is not input, input again.", question},
+        {"Profile name already existed, try again.", question},
+        {"connect to server successfully", success},
+        {"disconnect from server successfully", success},
+        {"Failed to connect to server", failure},
+        {"Service is not available", failure},
+        {"Incorrect profile\nfailed to connect to server", failure},
+    };
+    EXPECT_EQ(boxes, expected);
 }
 
 TEST_F(Texts, OfTheOkKeyDifferBetweenARefusalAndAQuestion)
@@ -245,28 +284,24 @@ TEST_F(Texts, OfTheOkKeyDifferBetweenARefusalAndAQuestion)
     screen.show();
     const Text refusalKey("SETUP_SIP_ProfileEdit", "OK", MESSAGE_KEY);
     const Text questionKey("SETUP_SIP_ProfileEdit", "OK", QUESTION_KEY);
-    recorder.asked.clear();
-    dismiss([] { press(Qt::Key_F2); });
-    EXPECT_TRUE(recorder.asked.contains(refusalKey));
-    EXPECT_FALSE(recorder.asked.contains(questionKey));
-    type("A");
-    recorder.asked.clear();
-    dismiss([] { press(Qt::Key_F3); });
-    EXPECT_TRUE(recorder.asked.contains(questionKey));
-    EXPECT_FALSE(recorder.asked.contains(refusalKey));
+    for (const bool asks : {false, true}) {
+        recorder.asked.clear();
+        dismiss([asks] { press(asks ? Qt::Key_F3 : Qt::Key_F2); });
+        EXPECT_EQ(recorder.asked.contains(refusalKey), !asks);
+        EXPECT_EQ(recorder.asked.contains(questionKey), asks);
+        type("A");
+    }
 }
 
-TEST_F(Texts, AreShownAsTheyAreTranslated)
+TEST_F(Texts, AreShownInTheirTranslation)
 {
     const Recorder recorder;
     SETUP_SIP_ProfileEdit screen{QString()};
     screen.show();
-    const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) {
-        EXPECT_EQ(box.text(), "«Some required value is not input, input again.»");
-        EXPECT_EQ(box.buttonText(0), "«OK»");
-        press(Qt::Key_F3);
-    });
+    const BoxAnswers answers({Qt::Key_F3});
     press(Qt::Key_F2);
+    EXPECT_EQ(answers.text(), "«Some required value is not input, input again.»");
+    EXPECT_EQ(answers.boxes()[0].buttons, QStringList({"«OK»"}));
     EXPECT_EQ(EditForm(&screen).autoConnect->text(), "«Auto connect when power on»");
 }
 
