@@ -37,9 +37,9 @@ fs::path prepend(std::list<fs::path>& parts, const fs::path& path, const fs::pat
 
 } // namespace
 
-ProfileWatch::ProfileWatch(EventLoop& loop, std::string path, std::function<void()> onChanged)
+ProfileWatch::ProfileWatch(EventLoop& loop, Clock& clock, std::string path, std::function<void()> onChanged)
     : path_(std::move(path)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
-      onChanged_(std::move(onChanged)), settled_(loop, [this] { tell(); })
+      onChanged_(std::move(onChanged)), clock_(clock), settled_(clock.makeTimer([this] { tell(); }))
 {
     if (inotify_ < 0) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles are noticed late: %s", std::strerror(errno));
@@ -131,11 +131,11 @@ void ProfileWatch::handleEvents()
 
 void ProfileWatch::settle()
 {
-    const auto now = BootClock::now();
+    const auto now = clock_.now();
     if (!firstChange_)
         firstChange_ = now;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*firstChange_ + longestSettleTime - now);
-    settled_.set(std::clamp(left, std::chrono::milliseconds(0), settleTime));
+    settled_->set(std::clamp(left, std::chrono::milliseconds(0), settleTime));
 }
 
 void ProfileWatch::catchUp()
@@ -148,7 +148,7 @@ void ProfileWatch::catchUp()
 
 void ProfileWatch::tell()
 {
-    settled_.stop();
+    settled_->stop();
     firstChange_.reset();
     isReplaced_ = false;
     onChanged_();

@@ -18,7 +18,7 @@ class ProfileWatch
 public:
     // path is the file's, and absolute. Several changes in a short time are told as one, at most a second
     // after the first.
-    ProfileWatch(EventLoop& loop, std::string path, std::function<void()> onChanged);
+    ProfileWatch(EventLoop& loop, Clock& clock, std::string path, std::function<void()> onChanged);
     ProfileWatch(const ProfileWatch&) = delete;
     ProfileWatch& operator=(const ProfileWatch&) = delete;
 
@@ -46,7 +46,8 @@ private:
     bool isComplete_ = false;                    // every directory on the way is watched
     std::optional<BootClock::time_point> firstChange_; // of those that are to be told
     const std::function<void()> onChanged_;
-    Timer settled_;
+    Clock& clock_;
+    const std::unique_ptr<Timer> settled_;
     std::optional<FdWatch> watch_;
 };
 

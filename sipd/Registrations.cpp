@@ -16,7 +16,8 @@ constexpr size_t mostConnectedAutomatically = 100;
 } // namespace
 
 Registrations::Registrations(const SipServices& services)
-    : services_(services), path_(settingsFilePath()), watch_(services.loop, path_, [this] { review(); })
+    : services_(services), path_(settingsFilePath()),
+      watch_(services.loop, services.clock, path_, [this] { review(); })
 {
 }
 

@@ -213,7 +213,7 @@ void Resolver::deliver()
     for (std::thread& thread : ended)
         thread.join();
     for (const auto& [lookup, addresses] : results) {
-        if (const LookupHandle handle = lookup.lock())
+        if (const auto handle = lookup.lock())
             handle->finish(addresses);
     }
 }

@@ -1,8 +1,8 @@
 // A client's connection, step by step.
 
 #include "Client.h"
-#include "Registrations.h"
 #include "Server.h"
+#include "SipNetwork.h"
 #include "SipdClient.h"
 
 #include <array>
@@ -40,9 +40,8 @@ void step(EventLoop& loop)
 TEST(Client, IsServedFurtherWhenAnAckFindsRoomOfWhichNobodyHasBeenToldYet)
 {
     EventLoop loop;
-    Resolver resolver(loop);
-    const SipSettings settings;
-    Registrations registrations({loop, resolver, settings});
+    SipNetwork network(loop, {});
+    Registrations registrations({loop, loop, network});
     const OwnedFd listening(socket(AF_UNIX, SOCK_STREAM, 0));
     Server server(loop, listening, registrations);
     std::array<int, 2> ends{};
