@@ -136,7 +136,8 @@ TEST_F(RegisterAttemptTest, FailsWithoutARoute)
 {
     const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", 5060), "anna", "secret"};
     attempt = network.makeAttempt(profile, [](_SIPD_APP_ACK_E) {});
-    EXPECT_EQ(attempt->registerAt(*ServerAddress::parse("255.255.255.255", 5060), 8s), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_EQ(attempt->registerAt(*ServerAddress::parse("255.255.255.255", 5060), 8s),
+              SIPD_ACK_CONNECT_FAILED);
     EXPECT_TRUE(attempt->isGone());
 }
 

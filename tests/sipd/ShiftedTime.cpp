@@ -69,14 +69,6 @@ void ShiftedTime::sleepFor(std::chrono::seconds time)
     EXPECT_EQ(write(pipe_, "resumed!", 8), 8);
 }
 
-bool ShiftedTime::sleepUntil(const std::function<bool()>& condition)
-{
-    return waitUntil([&] {
-        sleepFor(std::chrono::hours(1));
-        return condition();
-    });
-}
-
 void ShiftedTime::waitUntilIdle(pid_t daemon)
 {
     long former = -1;

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -24,10 +23,9 @@ public:
 
     // Sets the daemon's date forward, or back.
     void setDate(std::chrono::seconds step);
-    // Has the daemon's machine sleep: timers that expire meanwhile are called at once.
+    // Has the daemon's machine sleep. The daemon calls at once the timers that expire meanwhile, also those
+    // of requests that wait for an answer: 8 seconds end them.
     void sleepFor(std::chrono::seconds time);
-    // Has it sleep an hour, again and again, until the condition holds.
-    bool sleepUntil(const std::function<bool()>& condition);
 
     // Waits until the daemon has nothing to do but wait for events.
     static void waitUntilIdle(pid_t daemon);
