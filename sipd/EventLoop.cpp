@@ -18,7 +18,7 @@ extern su_time64_t (*stackMonotime)(su_time64_t*) asm("_su_monotime") __attribut
 
 namespace {
 
-constexpr su_time64_t second = 1'000'000'000;
+constexpr su_time64_t NANOSECONDS = 1'000'000'000;
 
 // The stack counts from 1900. Its time starts at the machine's date, since the stack derives unique names
 // from it.
@@ -26,7 +26,7 @@ su_time64_t stackEpoch()
 {
     static const su_time64_t epoch = [] {
         const auto date = static_cast<su_time64_t>(std::time(nullptr)) + SU_TIME_EPOCH;
-        return date * second - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+        return date * NANOSECONDS - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
     }();
     return epoch;
 }

@@ -34,11 +34,11 @@ constexpr int RETRY_MS = 500;
 
 sigset_t handledSignals()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
+    sigset_t handled;
+    sigemptyset(&handled);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
-        sigaddset(&signals, signal);
-    return signals;
+        sigaddset(&handled, signal);
+    return handled;
 }
 
 // The path of this program: tools identify a process by it. If the file is gone, the kernel's link to it.
@@ -69,9 +69,9 @@ int Keeper::run()
 {
     // A command that ends processes by the name sipd must end the daemon only.
     prctl(PR_SET_NAME, "sip-keeper");
-    const sigset_t signals = handledSignals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    signals_ = OwnedFd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    const sigset_t handled = handledSignals();
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    signals_ = OwnedFd(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
     if (const std::string problem = socket_.open(); !problem.empty()) {
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
@@ -108,8 +108,8 @@ void Keeper::start()
 
 void Keeper::becomeDaemon(int channel) const
 {
-    const sigset_t signals = handledSignals();
-    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    const sigset_t handled = handledSignals();
+    sigprocmask(SIG_UNBLOCK, &handled, nullptr);
     // The keeper has printed the line of readiness already.
     dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
     socket_.handOver(channel);
