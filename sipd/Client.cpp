@@ -37,7 +37,7 @@ void Client::handleReady()
 
 void Client::receive()
 {
-    const ssize_t count = recv(fd_, received_.data(), received_.size(), 0);
+    const ssize_t count = recv(fd_.get(), received_.data(), received_.size(), 0);
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     if (count <= 0) {
@@ -155,7 +155,7 @@ void Client::flush()
 {
     if (isClosed_ || unsent_.empty())
         return;
-    const ssize_t count = ::send(fd_, unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
+    const ssize_t count = ::send(fd_.get(), unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
     if (count < 0 && errno != EAGAIN && errno != EINTR) {
         close();
         return;

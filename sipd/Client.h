@@ -61,7 +61,7 @@ private:
     void flush();
 
     ClientServices& services_;
-    const OwnedFd fd_;
+    const FileDescriptor fd_;
     const bool isForeign_;
     State state_ = State::Unregistered;
     bool isWaiting_ = false; // a request has no ack yet

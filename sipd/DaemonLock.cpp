@@ -12,13 +12,13 @@
 namespace {
 
 // Opens a directory that belongs to the user and that nobody else can write to; -1 if it is none.
-OwnedFd openPrivateDirectory(const std::string& path)
+FileDescriptor openPrivateDirectory(const std::string& path)
 {
-    OwnedFd fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    FileDescriptor fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status = {};
-    const bool isPrivate =
-        fd >= 0 && fstat(fd, &status) == 0 && status.st_uid == geteuid() && (status.st_mode & 0022) == 0;
-    return isPrivate ? std::move(fd) : OwnedFd();
+    const bool isPrivate = fd.isOpen() && fstat(fd.get(), &status) == 0 && status.st_uid == geteuid() &&
+                           (status.st_mode & 0022) == 0;
+    return isPrivate ? std::move(fd) : FileDescriptor();
 }
 
 // The state directory in the home directory that the user database names. Empty without one.
@@ -42,14 +42,14 @@ off_t lockOffset()
     return static_cast<off_t>((directory.st_ino * 31 + directory.st_dev) & 0x3fffffff);
 }
 
-OwnedFd openLockFile(const std::string& directory)
+FileDescriptor openLockFile(const std::string& directory)
 {
     if (directory.empty())
-        return OwnedFd();
-    const OwnedFd parent = openPrivateDirectory(directory);
-    if (parent < 0)
-        return OwnedFd();
-    return OwnedFd(openat(parent, "sipd.lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+        return FileDescriptor();
+    const FileDescriptor parent = openPrivateDirectory(directory);
+    if (!parent.isOpen())
+        return FileDescriptor();
+    return FileDescriptor(openat(parent.get(), "sipd.lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
 }
 
 } // namespace
@@ -64,10 +64,10 @@ DaemonLock::Outcome DaemonLock::take()
     range.l_start = lockOffset();
     range.l_len = 1;
     for (const std::string& directory : {"/run/user/" + std::to_string(geteuid()), makeStateDirectory()}) {
-        OwnedFd file = openLockFile(directory);
-        if (file < 0)
+        FileDescriptor file = openLockFile(directory);
+        if (!file.isOpen())
             continue;
-        if (fcntl(file, F_OFD_SETLK, &range) == 0) {
+        if (fcntl(file.get(), F_OFD_SETLK, &range) == 0) {
             files_.push_back(std::move(file));
         } else if (errno == EAGAIN || errno == EACCES) {
             release();

@@ -23,7 +23,7 @@ public:
     void release() { files_.clear(); }
 
 private:
-    std::vector<OwnedFd> files_;
+    std::vector<FileDescriptor> files_;
 };
 
 #endif

@@ -71,12 +71,12 @@ bool isTrusted(uid_t user)
 // Returns an empty string when nobody listens on the socket file, otherwise a message.
 std::string findListener()
 {
-    const OwnedFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (fd < 0)
+    const FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.isOpen())
         return problem("no socket");
     const sockaddr_un address = socketAddress();
-    if (connect(fd, raw(address), sizeof(address)) == 0) {
-        const uid_t listener = peerUser(fd).value_or(geteuid());
+    if (connect(fd.get(), raw(address), sizeof(address)) == 0) {
+        const uid_t listener = peerUser(fd.get()).value_or(geteuid());
         return isTrusted(listener) ? ALREADY_LISTENING
                                    : userName(listener) + " is listening on " SIPD_SOCKET_PATH;
     }
@@ -132,9 +132,9 @@ void prepare(int fd)
     fcntl(fd, F_SETFL, O_NONBLOCK);
 }
 
-OwnedFd openSpareFd()
+FileDescriptor openSpareFd()
 {
-    return OwnedFd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 bool isNumber(const char* text, long number)
@@ -156,11 +156,11 @@ bool isPassed()
 
 void DaemonSocket::remove()
 {
-    if (fd_ < 0)
+    if (!fd_.isOpen())
         return;
     if (isOwn_ && inodeAtPath() == inode_)
         unlink(SIPD_SOCKET_PATH);
-    fd_ = OwnedFd();
+    fd_ = FileDescriptor();
     lock_.release();
 }
 
@@ -191,8 +191,8 @@ std::string DaemonSocket::takeOver()
     if (lock_.take() == DaemonLock::Outcome::Taken)
         return ALREADY_LISTENING;
     prepare(PASSED_SOCKET);
-    fd_ = OwnedFd(PASSED_SOCKET);
-    if (!isAtPath(fd_))
+    fd_ = FileDescriptor(PASSED_SOCKET);
+    if (!isAtPath(fd_.get()))
         return {};
     inode_ = inodeAtPath();
     watchPlace();
@@ -207,8 +207,8 @@ std::string DaemonSocket::takeOverFromKeeper()
         return "the keeper handed over no listening socket";
     prepare(PASSED_SOCKET);
     prepare(PASSED_CHANNEL);
-    fd_ = OwnedFd(PASSED_SOCKET);
-    watchFd_ = OwnedFd(PASSED_CHANNEL);
+    fd_ = FileDescriptor(PASSED_SOCKET);
+    watchFd_ = FileDescriptor(PASSED_CHANNEL);
     spareFd_ = openSpareFd();
     return {};
 }
@@ -235,16 +235,16 @@ std::string DaemonSocket::openOwn()
 
 std::string DaemonSocket::bindOwn()
 {
-    OwnedFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (fd < 0)
+    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.isOpen())
         return problem("no socket");
     const sockaddr_un address = socketAddress();
     const mode_t formerMask = umask(0177);
-    const bool isBound = bind(fd, raw(address), sizeof(address)) == 0;
+    const bool isBound = bind(fd.get(), raw(address), sizeof(address)) == 0;
     const int bindError = errno;
     umask(formerMask);
     struct stat status;
-    if (!isBound || lstat(SIPD_SOCKET_PATH, &status) != 0 || listen(fd, SOMAXCONN) != 0) {
+    if (!isBound || lstat(SIPD_SOCKET_PATH, &status) != 0 || listen(fd.get(), SOMAXCONN) != 0) {
         errno = isBound ? errno : bindError;
         return problem("cannot listen on " SIPD_SOCKET_PATH);
     }
@@ -258,19 +258,20 @@ std::string DaemonSocket::bindOwn()
 // the directory for removals.
 void DaemonSocket::watchPlace()
 {
-    if (watchFd_ < 0)
-        watchFd_ = OwnedFd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!watchFd_.isOpen())
+        watchFd_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     const int former = std::exchange(watch_, -1);
     if (inodeAtPath() == inode_)
-        watch_ = inotify_add_watch(watchFd_, SIPD_SOCKET_PATH, IN_ATTRIB | IN_MOVE_SELF | IN_DONT_FOLLOW);
-    if (watch_ < 0)
         watch_ =
-            inotify_add_watch(watchFd_, directoryOfSocket().c_str(), IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR);
+            inotify_add_watch(watchFd_.get(), SIPD_SOCKET_PATH, IN_ATTRIB | IN_MOVE_SELF | IN_DONT_FOLLOW);
+    if (watch_ < 0)
+        watch_ = inotify_add_watch(watchFd_.get(), directoryOfSocket().c_str(),
+                                   IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR);
     if (watch_ < 0)
         ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon does not notice when %s is removed: %s", SIPD_SOCKET_PATH,
                  std::strerror(errno));
     if (former >= 0 && former != watch_)
-        inotify_rm_watch(watchFd_, former);
+        inotify_rm_watch(watchFd_.get(), former);
 }
 
 bool DaemonSocket::handleChange(const std::function<void()>& onReplaced)
@@ -278,7 +279,7 @@ bool DaemonSocket::handleChange(const std::function<void()>& onReplaced)
     if (isKeepersDaemon_)
         return receiveSocket(onReplaced);
     std::array<char, 4096> events;
-    while (read(watchFd_, events.data(), events.size()) > 0) {
+    while (read(watchFd_.get(), events.data(), events.size()) > 0) {
     }
     restoreFile(onReplaced);
     return true;
@@ -286,8 +287,8 @@ bool DaemonSocket::handleChange(const std::function<void()>& onReplaced)
 
 void DaemonSocket::restoreFile(const std::function<void()>& onReplaced)
 {
-    for (int attempt = 1; fd_ >= 0 && inodeAtPath() != inode_; ++attempt) {
-        OwnedFd former = std::move(fd_);
+    for (int attempt = 1; fd_.isOpen() && inodeAtPath() != inode_; ++attempt) {
+        FileDescriptor former = std::move(fd_);
         std::string reason = clearPath();
         if (reason.empty())
             reason = bindOwn();
@@ -310,12 +311,12 @@ void DaemonSocket::restoreFile(const std::function<void()>& onReplaced)
 
 bool DaemonSocket::receiveSocket(const std::function<void()>& onReplaced)
 {
-    spareFd_ = OwnedFd();
-    ReceivedFd received = receiveFd(watchFd_);
+    spareFd_ = FileDescriptor();
+    ReceivedFd received = receiveFd(watchFd_.get());
     if (received.state == ReceivedFd::State::Received) {
         std::swap(fd_, received.fd);
         onReplaced();
-        received.fd = OwnedFd();
+        received.fd = FileDescriptor();
     }
     spareFd_ = openSpareFd();
     return received.state != ReceivedFd::State::Closed;
@@ -324,10 +325,10 @@ bool DaemonSocket::receiveSocket(const std::function<void()>& onReplaced)
 void DaemonSocket::handOver(int channel) const
 {
     // Each may have the number that the other one needs.
-    const OwnedFd socketCopy(fcntl(fd_, F_DUPFD, PASSED_CHANNEL + 1));
-    const OwnedFd channelCopy(fcntl(channel, F_DUPFD, PASSED_CHANNEL + 1));
-    dup2(socketCopy, PASSED_SOCKET);
-    dup2(channelCopy, PASSED_CHANNEL);
+    const FileDescriptor socketCopy(fcntl(fd_.get(), F_DUPFD, PASSED_CHANNEL + 1));
+    const FileDescriptor channelCopy(fcntl(channel, F_DUPFD, PASSED_CHANNEL + 1));
+    dup2(socketCopy.get(), PASSED_SOCKET);
+    dup2(channelCopy.get(), PASSED_CHANNEL);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
     setenv("LISTEN_FDS", "2", 1);
     setenv("LISTEN_FDNAMES", NAMES_BY_KEEPER, 1);
@@ -336,6 +337,6 @@ void DaemonSocket::handOver(int channel) const
 bool DaemonSocket::sendTo(int channel) const
 {
     // A daemon that has ended needs nothing: the next one starts with the new socket.
-    return sendFd(channel, fd_) ||
+    return sendFd(channel, fd_.get()) ||
            (errno != EAGAIN && errno != EINTR && errno != ENOBUFS && errno != ETOOMANYREFS);
 }

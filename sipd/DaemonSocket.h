@@ -32,10 +32,10 @@ public:
     void remove();
 
     // Non-blocking; -1 without open().
-    int fd() const { return fd_; }
+    int fd() const { return fd_.get(); }
 
     // Call handleChange() when this is readable; -1 for never.
-    int watchFd() const { return watchFd_; }
+    int watchFd() const { return watchFd_.get(); }
     // Makes the removed file again, or receives another socket from the Keeper. Calls onReplaced when fd()
     // has changed; the former socket, at which clients may wait, is closed after that. Returns false when
     // the Keeper has gone.
@@ -60,8 +60,8 @@ private:
     void restoreFile(const std::function<void()>& onReplaced);
     bool receiveSocket(const std::function<void()>& onReplaced);
 
-    OwnedFd fd_;
-    OwnedFd watchFd_; // of inotify, or the Keeper's channel
+    FileDescriptor fd_;
+    FileDescriptor watchFd_; // of inotify, or the Keeper's channel
     int watch_ = -1;
     bool isKeepersDaemon_ = false;
     bool isOwn_ = false; // made here, not passed to this process
@@ -69,7 +69,7 @@ private:
     std::string awayReason_; // the last one in the log
     ino_t inode_ = 0;        // of the socket's file; 0 when it has none
     DaemonLock lock_;
-    OwnedFd spareFd_; // closed to make room for a socket from the Keeper
+    FileDescriptor spareFd_; // closed to make room for a socket from the Keeper
 };
 
 #endif

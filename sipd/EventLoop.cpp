@@ -119,19 +119,19 @@ EventLoop::EventLoop() : wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), resume
     installClock();
     su_init();
     root_ = su_root_create(nullptr);
-    ORMU_ASSERT(root_ != nullptr && wakeFd_ >= 0);
+    ORMU_ASSERT(root_ != nullptr && wakeFd_.isOpen());
     // The stack must run in this thread.
     su_root_threading(root_, 0);
-    wakeWatch_ = std::make_unique<FdWatch>(*this, wakeFd_, POLLIN, [this](int) {
+    wakeWatch_ = std::make_unique<FdWatch>(*this, wakeFd_.get(), POLLIN, [this](int) {
         eventfd_t count = 0;
-        eventfd_read(wakeFd_, &count);
+        eventfd_read(wakeFd_.get(), &count);
         isWoken_ = false;
     });
-    if (resumeFd_ < 0)
+    if (!resumeFd_.isOpen())
         return;
-    resumeWatch_ = std::make_unique<FdWatch>(*this, resumeFd_, POLLIN, [this](int) {
+    resumeWatch_ = std::make_unique<FdWatch>(*this, resumeFd_.get(), POLLIN, [this](int) {
         uint64_t count = 0;
-        [[maybe_unused]] const ssize_t taken = read(resumeFd_, &count, sizeof(count));
+        [[maybe_unused]] const ssize_t taken = read(resumeFd_.get(), &count, sizeof(count));
     });
 }
 
@@ -152,7 +152,7 @@ void EventLoop::step()
 void EventLoop::wake()
 {
     if (!std::exchange(isWoken_, true))
-        eventfd_write(wakeFd_, 1);
+        eventfd_write(wakeFd_.get(), 1);
 }
 
 BootClock::time_point EventLoop::now() const
@@ -163,12 +163,6 @@ BootClock::time_point EventLoop::now() const
 std::unique_ptr<Timer> EventLoop::makeTimer(std::function<void()> onExpired)
 {
     return std::make_unique<LoopTimer>(*this, std::move(onExpired));
-}
-
-OwnedFd::~OwnedFd()
-{
-    if (fd_ >= 0)
-        close(fd_);
 }
 
 FdWatch::FdWatch(EventLoop& loop, int fd, int events, std::function<void(int)> onReady)

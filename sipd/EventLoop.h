@@ -2,31 +2,12 @@
 #define EVENTLOOP_H
 
 #include "Clock.h"
+#include "FileDescriptor.h"
 
 #include <sofia-sip/su_wait.h>
 
 #include <functional>
 #include <memory>
-#include <utility>
-
-// A file descriptor, closed with this object; -1 for none. Watches of it must be gone by then.
-class OwnedFd
-{
-public:
-    explicit OwnedFd(int fd = -1) : fd_(fd) {}
-    OwnedFd(OwnedFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    OwnedFd& operator=(OwnedFd&& other) noexcept
-    {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~OwnedFd();
-
-    operator int() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 class FdWatch;
 
@@ -72,8 +53,8 @@ public:
 
 private:
     su_root_t* root_;
-    const OwnedFd wakeFd_;
-    const OwnedFd resumeFd_; // readable when the machine wakes up; -1 when the kernel has none
+    const FileDescriptor wakeFd_;
+    const FileDescriptor resumeFd_; // readable when the machine wakes up; -1 when the kernel has none
     std::unique_ptr<FdWatch> wakeWatch_;
     std::unique_ptr<FdWatch> resumeWatch_;
     bool isWoken_ = false;

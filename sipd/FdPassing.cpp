@@ -53,5 +53,5 @@ ReceivedFd receiveFd(int channel)
         return {};
     int fd = -1;
     std::memcpy(&fd, CMSG_DATA(control), sizeof(fd));
-    return {ReceivedFd::State::Received, OwnedFd(fd)};
+    return {ReceivedFd::State::Received, FileDescriptor(fd)};
 }

@@ -16,7 +16,7 @@ struct ReceivedFd
         Closed   // the other end is closed
     };
     State state = State::Nothing;
-    OwnedFd fd = OwnedFd();
+    FileDescriptor fd = FileDescriptor();
 };
 
 // The channel must be non-blocking.

@@ -71,7 +71,7 @@ int Keeper::run()
     prctl(PR_SET_NAME, "sip-keeper");
     const sigset_t handled = handledSignals();
     sigprocmask(SIG_BLOCK, &handled, nullptr);
-    signals_ = OwnedFd(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
+    signals_ = FileDescriptor(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
     if (const std::string problem = socket_.open(); !problem.empty()) {
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
@@ -85,7 +85,7 @@ int Keeper::run()
         wait();
         handleSignals();
         socket_.handleChange([this] { isUnsent_ = true; });
-        isUnsent_ = isUnsent_ && !socket_.sendTo(channel_);
+        isUnsent_ = isUnsent_ && !socket_.sendTo(channel_.get());
     }
     return end();
 }
@@ -103,7 +103,7 @@ void Keeper::start()
         planStart();
     }
     close(ends[1]);
-    channel_ = OwnedFd(ends[0]);
+    channel_ = FileDescriptor(ends[0]);
 }
 
 void Keeper::becomeDaemon(int channel) const
@@ -119,7 +119,7 @@ void Keeper::becomeDaemon(int channel) const
 
 void Keeper::wait() const
 {
-    std::array<pollfd, 2> watched = {pollfd{signals_, POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
+    std::array<pollfd, 2> watched = {pollfd{signals_.get(), POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
     int limit = isUnsent_ || socket_.isAway() ? RETRY_MS : -1;
     if (daemon_ < 0)
         limit = msUntil(nextStart_);
@@ -129,7 +129,7 @@ void Keeper::wait() const
 void Keeper::handleSignals()
 {
     signalfd_siginfo info;
-    while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
+    while (read(signals_.get(), &info, sizeof(info)) == sizeof(info)) {
         if (info.ssi_signo != SIGCHLD) {
             endedBy_ = static_cast<int>(info.ssi_signo);
             continue;
@@ -176,10 +176,10 @@ int Keeper::end()
             waitpid(daemon_, &status, 0);
             break;
         }
-        pollfd watched = {signals_, POLLIN, 0};
+        pollfd watched = {signals_.get(), POLLIN, 0};
         poll(&watched, 1, left);
         signalfd_siginfo info;
-        [[maybe_unused]] const ssize_t taken = read(signals_, &info, sizeof(info));
+        [[maybe_unused]] const ssize_t taken = read(signals_.get(), &info, sizeof(info));
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
 }

@@ -35,12 +35,12 @@ private:
 
     char** const arguments_;
     DaemonSocket socket_;
-    OwnedFd signals_;
-    int endedBy_ = 0;       // the signal
-    pid_t daemon_ = -1;     // -1 while there is none
-    OwnedFd channel_;       // to the daemon
-    bool isUnsent_ = false; // the daemon does not know the new socket yet
-    int shortLived_ = 0;    // daemons in a row that ended soon
+    FileDescriptor signals_;
+    int endedBy_ = 0;        // the signal
+    pid_t daemon_ = -1;      // -1 while there is none
+    FileDescriptor channel_; // to the daemon
+    bool isUnsent_ = false;  // the daemon does not know the new socket yet
+    int shortLived_ = 0;     // daemons in a row that ended soon
     Time started_;
     Time nextStart_;
 };

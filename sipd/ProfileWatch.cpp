@@ -41,11 +41,11 @@ ProfileWatch::ProfileWatch(EventLoop& loop, Clock& clock, std::string path, std:
     : path_(std::move(path)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
       onChanged_(std::move(onChanged)), clock_(clock), settled_(clock.makeTimer([this] { report(); }))
 {
-    if (inotify_ < 0) {
+    if (!inotify_.isOpen()) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles are noticed late: %s", std::strerror(errno));
         return;
     }
-    watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
+    watch_.emplace(loop, inotify_.get(), POLLIN, [this](int) { handleEvents(); });
     watchPath();
 }
 
@@ -73,14 +73,14 @@ void ProfileWatch::watchPath()
     }
     for (const auto& [watch, names] : former) {
         if (!names_.contains(watch))
-            inotify_rm_watch(inotify_, watch);
+            inotify_rm_watch(inotify_.get(), watch);
     }
 }
 
 // Returns false when there is no such directory. A directory that is not readable cannot be watched.
 bool ProfileWatch::watchDirectory(const std::string& directory, const std::string& name)
 {
-    const int watch = inotify_add_watch(inotify_, directory.c_str(), CHANGES | IN_ONLYDIR);
+    const int watch = inotify_add_watch(inotify_.get(), directory.c_str(), CHANGES | IN_ONLYDIR);
     if (watch >= 0)
         names_[watch].insert(name);
     else if (errno == ENOENT || errno == ENOTDIR)
@@ -110,7 +110,7 @@ void ProfileWatch::handleEvents()
     std::array<char, 4096> buffer;
     bool isConcerned = false;
     ssize_t length = 0;
-    while ((length = read(inotify_, buffer.data(), buffer.size())) > 0) {
+    while ((length = read(inotify_.get(), buffer.data(), buffer.size())) > 0) {
         for (ssize_t offset = 0; offset < length;) {
             inotify_event event = {};
             std::memcpy(&event, buffer.data() + offset, sizeof(event));
@@ -140,9 +140,9 @@ void ProfileWatch::settle()
 
 void ProfileWatch::catchUp()
 {
-    if (inotify_ >= 0)
+    if (inotify_.isOpen())
         handleEvents();
-    if (inotify_ < 0 || isReplaced_)
+    if (!inotify_.isOpen() || isReplaced_)
         report();
 }
 

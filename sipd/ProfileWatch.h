@@ -40,7 +40,7 @@ private:
     bool concernsPath(const inotify_event& event, const char* name) const;
 
     const std::string path_;
-    const OwnedFd inotify_;
+    const FileDescriptor inotify_;
     std::map<int, std::set<std::string>> names_;       // names in the path, by the watch of their directory
     bool isReplaced_ = false;                          // the last unreported change was a replacement
     bool isComplete_ = false;                          // every directory in the path is watched

@@ -115,7 +115,7 @@ struct Resolver::Shared
     using Question = std::pair<std::weak_ptr<Lookup>, RegistrarAddress>;
     using Result = std::pair<std::weak_ptr<Lookup>, std::vector<ServerAddress>>;
 
-    Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event >= 0); }
+    Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event.isOpen()); }
 
     // A thread's work: answers questions until none waits.
     void work()
@@ -132,7 +132,7 @@ struct Resolver::Shared
             results.push_back(std::move(*result));
         const uint64_t one = 1;
         // This fails after 2^64 results at the earliest.
-        [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
+        [[maybe_unused]] const ssize_t written = write(event.get(), &one, sizeof(one));
         dropAbandoned();
         if (waiting.empty()) {
             if (auto self = threads.extract(std::this_thread::get_id()))
@@ -149,7 +149,7 @@ struct Resolver::Shared
         std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
     }
 
-    const OwnedFd event;
+    const FileDescriptor event;
     std::mutex mutex;             // for the members below
     std::deque<Question> waiting; // for a thread
     std::vector<Result> results;
@@ -158,7 +158,8 @@ struct Resolver::Shared
 };
 
 Resolver::Resolver(EventLoop& loop)
-    : shared_(std::make_shared<Shared>()), watch_(loop, shared_->event, POLLIN, [this](int) { deliver(); })
+    : shared_(std::make_shared<Shared>()),
+      watch_(loop, shared_->event.get(), POLLIN, [this](int) { deliver(); })
 {
 }
 
@@ -201,7 +202,7 @@ bool Resolver::isBusy() const
 void Resolver::deliver()
 {
     uint64_t count = 0;
-    [[maybe_unused]] const ssize_t taken = read(shared_->event, &count, sizeof(count));
+    [[maybe_unused]] const ssize_t taken = read(shared_->event.get(), &count, sizeof(count));
     std::vector<Shared::Result> results;
     std::vector<std::thread> ended;
     {

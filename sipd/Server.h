@@ -41,7 +41,7 @@ private:
     EventLoop& loop_;
     Registrations& registrations_;
     int listenFd_;
-    std::optional<OwnedFd> spareFd_; // closed to accept and drop a client when descriptors run out
+    std::optional<FileDescriptor> spareFd_; // closed to accept and drop a client when descriptors run out
     std::vector<std::unique_ptr<Client>> clients_; // the oldest first
     bool hasClosedClients_ = false;
     std::unique_ptr<FdWatch> watch_;

@@ -155,7 +155,7 @@ ExitStatus parseCommandLine(int argc, char** argv, Options& options)
 }
 
 // Blocks the signals that end the daemon, in the threads to come too, and returns a signalfd for them.
-OwnedFd openEndSignals()
+FileDescriptor openEndSignals()
 {
     sigset_t ends;
     sigemptyset(&ends);
@@ -164,7 +164,7 @@ OwnedFd openEndSignals()
     sigprocmask(SIG_BLOCK, &ends, nullptr);
     // The stack and the TLS library write to connections that a server may have closed.
     std::signal(SIGPIPE, SIG_IGN);
-    return OwnedFd(signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK));
+    return FileDescriptor(signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 void logForQt(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& message)
@@ -177,13 +177,13 @@ void discardStackLog(void* /*stream*/, const char* /*format*/, va_list /*argumen
 
 int runDaemon(const SipSettings& settings)
 {
-    const OwnedFd endSignals = openEndSignals();
+    const FileDescriptor endSignals = openEndSignals();
     DaemonSocket socket;
     if (const std::string problem = socket.open(); !problem.empty()) {
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    Daemon daemon(socket, endSignals, settings);
+    Daemon daemon(socket, endSignals.get(), settings);
     if (daemon.run())
         return EXIT_SUCCESS;
     // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.

@@ -34,11 +34,11 @@ protected:
     void waitForChange() { run(100ms); }
 };
 
-const std::vector<Place> THREE_PLACES = {{0, "anna"}, {1, "bert"}, {2, "cleo"}};
-const std::vector<Place> LAST_TWO_PLACES = {{0, "bert"}, {1, "cleo"}};
+const std::vector<PlacedProfile> THREE_PLACES = {{0, "anna"}, {1, "bert"}, {2, "cleo"}};
+const std::vector<PlacedProfile> LAST_TWO_PLACES = {{0, "bert"}, {1, "cleo"}};
 
 // The profile of "anna" with another account.
-Place renewed(const std::string& user)
+PlacedProfile renewed(const std::string& user)
 {
     return {.number = 0, .user = user, .displayName = "anna"};
 }
@@ -64,8 +64,8 @@ TEST_F(FollowingTest, MovesRegistrationsWithoutARequest)
 
 TEST_F(FollowingTest, AnswersRightAtOnceAfterEachOfManySwaps)
 {
-    const std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
-    const std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    const std::vector<PlacedProfile> one = {{0, "anna"}, {1, "bert"}};
+    const std::vector<PlacedProfile> other = {{1, "anna"}, {0, "bert"}};
     place(one);
     start();
     EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
@@ -83,7 +83,7 @@ TEST_F(FollowingTest, KeepsRegistrationsInEveryOrderOfFour)
     std::vector<int> numbers(users.size());
     std::iota(numbers.begin(), numbers.end(), 0);
     const auto placesOf = [&users](const std::vector<int>& order) {
-        std::vector<Place> places;
+        std::vector<PlacedProfile> places;
         for (size_t i = 0; i < users.size(); ++i)
             places.push_back({order[i], users[i]});
         return places;
@@ -105,15 +105,15 @@ TEST_F(FollowingTest, KeepsRegistrationsInEveryOrderOfFour)
 TEST_F(FollowingTest, MovesTwelveProfilesAtOnce)
 {
     constexpr int many = 12;
-    std::vector<Place> places;
+    std::vector<PlacedProfile> places;
     for (int i = 0; i < many; ++i)
         places.push_back({i, "user" + std::to_string(i), "secret", true});
     place(places);
     start();
-    for (Place& moved : places)
+    for (PlacedProfile& moved : places)
         moved.number = 2 * many - moved.number;
     place(places);
-    for (const Place& moved : places)
+    for (const PlacedProfile& moved : places)
         EXPECT_EQ(status(moved.number), 2) << moved.number;
     EXPECT_EQ(status(0), 0);
     EXPECT_EQ(network.requests().size(), static_cast<size_t>(many));
@@ -503,8 +503,8 @@ TEST_F(FollowingTest, ConnectsAutomaticallyWhenTheFileAppears)
 
 TEST_F(FollowingTest, ChangesNoProfileWhileTheFileIsReplaced)
 {
-    std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
-    std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    std::vector<PlacedProfile> one = {{0, "anna"}, {1, "bert"}};
+    std::vector<PlacedProfile> other = {{1, "anna"}, {0, "bert"}};
     for (int i = 2; i < 200; ++i) {
         // Reading takes its time.
         one.push_back({i, "user" + std::to_string(i)});

@@ -74,7 +74,7 @@ protected:
 
 std::string RegisterAttemptTest::answerTo(const std::string& method, const std::string& contact)
 {
-    const OwnedFd fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    const FileDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     sockaddr_in phone = {};
     phone.sin_family = AF_INET;
     phone.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -84,9 +84,10 @@ std::string RegisterAttemptTest::answerTo(const std::string& method, const std::
         method + " sip:anna@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" + method +
         "\r\nFrom: <sip:x@y>;tag=1\r\nTo: <sip:anna@127.0.0.1>\r\nCall-ID: " + method + "\r\nCSeq: 1 " +
         method + "\r\nContact: <sip:x@127.0.0.1>\r\nContent-Length: 0\r\n\r\n";
-    sendto(fd, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&phone), sizeof(phone));
+    sendto(fd.get(), request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&phone),
+           sizeof(phone));
     std::array<char, 4096> answer{};
-    while (recv(fd, answer.data(), answer.size(), 0) < 0)
+    while (recv(fd.get(), answer.data(), answer.size(), 0) < 0)
         step();
     return {answer.data(), 12};
 }

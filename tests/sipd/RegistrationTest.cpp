@@ -179,7 +179,7 @@ TEST_F(RegistrationTest, ConnectsAutomaticallyAtTheStart)
 
 TEST_F(RegistrationTest, ConnectsAHundredProfilesAutomatically)
 {
-    std::vector<Place> places;
+    std::vector<PlacedProfile> places;
     for (int number = 0; number <= 100; ++number)
         places.push_back({number, "anna", "secret", true});
     place(places);

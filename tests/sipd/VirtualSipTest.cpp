@@ -24,11 +24,11 @@ void VirtualSipTest::useDirectory(const std::string& name)
     qputenv("ORMU_SETTING_DIR", QByteArray::fromStdString(settings_));
 }
 
-std::string VirtualSipTest::textOf(const std::vector<Place>& places, int defaultNumber)
+std::string VirtualSipTest::textOf(const std::vector<PlacedProfile>& places, int defaultNumber)
 {
     std::ostringstream text;
     text << "[ProfileSummary]\nTotalProfile=" << places.size() << '\n' << std::boolalpha;
-    for (const Place& place : places)
+    for (const PlacedProfile& place : places)
         text << '[' << groupOf(place.number) << "]\nDisplayName=" << place.displayName.value_or(place.user)
              << "\nServer=" << place.server << "\nPortNum=" << place.port << "\nUserID=" << place.user
              << "\nPassword=" << place.password << "\nAutoConnect=" << place.autoConnect
@@ -43,7 +43,7 @@ void VirtualSipTest::place(const std::string& text) const
     std::filesystem::rename(other, settingsFile());
 }
 
-void VirtualSipTest::placeInside(const std::vector<Place>& places) const
+void VirtualSipTest::placeInside(const std::vector<PlacedProfile>& places) const
 {
     writeFile(QString::fromStdString(settingsFile()), QByteArray::fromStdString(textOf(places)));
 }

@@ -13,7 +13,7 @@
 #include <vector>
 
 // A profile in the settings file, and its number there.
-struct Place
+struct PlacedProfile
 {
     int number;
     std::string user;
@@ -53,12 +53,12 @@ protected:
     const std::string& settings() const { return settings_; }
     std::string settingsFile() const { return settings_ + "/ormu_sipsetup.cfg"; }
 
-    static std::string textOf(const std::vector<Place>& places, int defaultNumber = -1);
+    static std::string textOf(const std::vector<PlacedProfile>& places, int defaultNumber = -1);
     // Replaces the settings file, as the store does.
     void place(const std::string& text) const;
-    void place(const std::vector<Place>& places) const { place(textOf(places)); }
+    void place(const std::vector<PlacedProfile>& places) const { place(textOf(places)); }
     // Writes the settings file in its place.
-    void placeInside(const std::vector<Place>& places) const;
+    void placeInside(const std::vector<PlacedProfile>& places) const;
 
     void start();
     // Handles changes of the settings file, and lets that time pass.
