@@ -3,12 +3,12 @@
 
 #include <string>
 
-// A directory as the SIP stack wants it, with the certificates to trust under the name "cafile.pem". The
-// stack reads them while it makes an agent, and never again.
+// A directory with the certificates to trust under the name "cafile.pem", as the SIP stack expects. The stack
+// reads them only while it makes an agent.
 class CertificateDirectory
 {
 public:
-    // Makes it under the system's directory for temporary files, with a link to caFile.
+    // Makes it in the system's directory for temporary files, with a link to caFile.
     explicit CertificateDirectory(const std::string& caFile);
     ~CertificateDirectory();
     CertificateDirectory(const CertificateDirectory&) = delete;

@@ -1,16 +1,15 @@
 #include "Client.h"
 
 #include "Log.h"
-#include "Server.h"
 
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 
-Client::Client(Server& server, int fd, bool isForeign)
-    : server_(server), fd_(fd), isForeign_(isForeign),
-      watch_(server.loop_, fd, POLLIN, [this](int) { handleReady(); })
+Client::Client(ClientServices& services, int fd, bool isForeign)
+    : services_(services), fd_(fd), isForeign_(isForeign),
+      watch_(services.loop(), fd, POLLIN, [this](int) { handleReady(); })
 {
 }
 
@@ -24,8 +23,8 @@ void Client::close()
     if (isClosed_)
         return;
     isClosed_ = true;
-    server_.hasClosedClients_ = true;
-    server_.registrations_.forget(this);
+    services_.handleClosed();
+    services_.registrations().forget(this);
 }
 
 void Client::handleReady()
@@ -38,7 +37,7 @@ void Client::handleReady()
 
 void Client::receive()
 {
-    const ssize_t count = recv(fd_, received_.data(), received_.size(), 0);
+    const ssize_t count = recv(fd_.get(), received_.data(), received_.size(), 0);
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     if (count <= 0) {
@@ -59,7 +58,7 @@ void Client::handleUnread()
             handleMessage(reader_.message());
             break;
         case MessageReader::State::Violated:
-            ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends what no client may send");
+            ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends an invalid message");
             close();
             break;
         }
@@ -81,7 +80,7 @@ void Client::handleMessage(const MessageReader::Message& message)
 
 void Client::handleRegister()
 {
-    if (!server_.isRefused(*this)) {
+    if (services_.admits(*this)) {
         state_ = State::Admitted;
         acknowledge(SIPD_ACK_SUCCESS);
         return;
@@ -94,19 +93,19 @@ void Client::handleProfile(const _SIPD_MSG_PROFILE_S& request)
 {
     _SIPD_MSG_PROFILE_S answer = request;
     if (request.request == PROFILE_CTRL_GET_STATUS) {
-        answer.status = static_cast<_SIPD_PROFILE_STATUS_E>(server_.registrations_.status(request.name));
+        answer.status = static_cast<_SIPD_PROFILE_STATUS_E>(services_.registrations().status(request.name));
         send(SIPD_MSG_PROFILE, answer);
         return;
     }
     if (request.request == PROFILE_CTRL_GET_NAME) {
-        const std::string name = server_.registrations_.name(request.appId);
+        const std::string name = services_.registrations().name(request.appId);
         std::memset(answer.name, 0, sizeof(answer.name));
         name.copy(answer.name, SIPD_PROFILE_NAME_MAX);
         send(SIPD_MSG_PROFILE, answer);
         return;
     }
     if (isWaiting_) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "a client does not wait for its last request's end");
+        ORMU_LOG(ORMU_LEVEL_ERROR, "a client sends a request before the ack of its last one");
         close();
         return;
     }
@@ -118,13 +117,13 @@ void Client::handleRequest(const _SIPD_MSG_PROFILE_S& request)
     isWaiting_ = true;
     switch (request.request) {
     case PROFILE_CTRL_CONNECT:
-        server_.registrations_.connect(request.name, this);
+        services_.registrations().connect(request.name, this);
         return;
     case PROFILE_CTRL_DISCONNECT:
-        server_.registrations_.disconnect(request.name, this);
+        services_.registrations().disconnect(request.name, this);
         return;
     case PROFILE_CTRL_SET_NAME:
-        acknowledge(server_.registrations_.setName(request.appId, request.name));
+        acknowledge(services_.registrations().setName(request.appId, request.name));
         return;
     default:
         acknowledge(SIPD_ACK_FAILED);
@@ -147,7 +146,7 @@ void Client::send(_SIPD_MSG_TYPE_E type, const Body& body)
     std::memcpy(bytes.data() + sizeof(head), &body, sizeof(body));
     const bool isFirst = unsent_.empty();
     unsent_.append(bytes.data(), bytes.size());
-    // What waits already goes when there is room, and what has not been handled for it is, then.
+    // Otherwise handleReady() sends everything in order, and then handles the unread requests.
     if (isFirst)
         flush();
 }
@@ -156,7 +155,7 @@ void Client::flush()
 {
     if (isClosed_ || unsent_.empty())
         return;
-    const ssize_t count = ::send(fd_, unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
+    const ssize_t count = ::send(fd_.get(), unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
     if (count < 0 && errno != EAGAIN && errno != EINTR) {
         close();
         return;

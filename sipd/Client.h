@@ -3,24 +3,38 @@
 
 #include "EventLoop.h"
 #include "MessageReader.h"
-#include "Registration.h"
+#include "Registrations.h"
 
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 
-class Server;
+class Client;
 
-// One client's connection. What it sends is not read while it does not read its answers, so that neither
-// side's bytes ever pile up here.
+// The services that a client's connection uses.
+class ClientServices
+{
+public:
+    virtual ~ClientServices() = default;
+
+    virtual EventLoop& loop() = 0;
+    virtual Registrations& registrations() = 0;
+    // Whether the client may make requests. Logs a refusal.
+    virtual bool admits(const Client& client) = 0;
+    // A client has closed: it can be deleted between two steps of the loop.
+    virtual void handleClosed() = 0;
+};
+
+// One client's connection. It reads no request while the client does not read its answers, so that no bytes
+// pile up here.
 class Client : public RequestObserver
 {
 public:
     enum class State { Unregistered, Admitted };
 
-    // Owns fd, which is non-blocking.
-    Client(Server& server, int fd, bool isForeign);
+    // Takes fd, which must be non-blocking. isForeign: the process of another user.
+    Client(ClientServices& services, int fd, bool isForeign);
     ~Client() override;
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -31,7 +45,7 @@ public:
     State state() const { return state_; }
     bool isClosed() const { return isClosed_; }
 
-    // Ends the connection, and cancels what it waits for. The object is of no use any more.
+    // Closes the connection for good, and cancels its request.
     void close();
 
 private:
@@ -46,16 +60,16 @@ private:
     void send(_SIPD_MSG_TYPE_E type, const Body& body);
     void flush();
 
-    Server& server_;
-    const OwnedFd fd_;
+    ClientServices& services_;
+    const FileDescriptor fd_;
     const bool isForeign_;
     State state_ = State::Unregistered;
-    bool isWaiting_ = false; // for the ack of a request
+    bool isWaiting_ = false; // a request has no ack yet
     bool isClosed_ = false;
 
     MessageReader reader_;
     std::array<uint8_t, 1024> received_;
-    std::span<const uint8_t> unread_; // of that
+    std::span<const uint8_t> unread_; // the rest of received_
     std::string unsent_;              // two answers at most
     FdWatch watch_;
 };

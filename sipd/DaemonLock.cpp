@@ -7,21 +7,21 @@
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
-// A directory that is the user's own and that nobody else can write to; -1 without one.
-int openPrivateDirectory(const std::string& path)
+// Opens a directory that belongs to the user and that nobody else can write to; -1 if it is none.
+FileDescriptor openPrivateDirectory(const std::string& path)
 {
-    const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    struct stat status;
-    if (fd < 0 || (fstat(fd, &status) == 0 && status.st_uid == geteuid() && (status.st_mode & 0022) == 0))
-        return fd;
-    close(fd);
-    return -1;
+    FileDescriptor fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status = {};
+    const bool isPrivate = fd.isOpen() && fstat(fd.get(), &status) == 0 && status.st_uid == geteuid() &&
+                           (status.st_mode & 0022) == 0;
+    return isPrivate ? std::move(fd) : FileDescriptor();
 }
 
-// The state directory under the home directory that the system, not the environment, knows.
+// The state directory in the home directory that the user database names. Empty without one.
 std::string makeStateDirectory()
 {
     const passwd* const user = getpwuid(geteuid());
@@ -33,8 +33,8 @@ std::string makeStateDirectory()
     return path;
 }
 
-// Where in the file the lock is: a daemon with another /tmp is another place's.
-off_t placeInFile()
+// The offset of the locked byte: daemons that see different /tmp directories do not exclude each other.
+off_t lockOffset()
 {
     const std::string socket = SIPD_SOCKET_PATH;
     struct stat directory = {};
@@ -42,29 +42,32 @@ off_t placeInFile()
     return static_cast<off_t>((directory.st_ino * 31 + directory.st_dev) & 0x3fffffff);
 }
 
-int openLockFile(const std::string& directory)
+FileDescriptor openLockFile(const std::string& directory)
 {
-    const OwnedFd parent(openPrivateDirectory(directory));
-    if (parent < 0)
-        return -1;
-    return openat(parent, "sipd.lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (directory.empty())
+        return FileDescriptor();
+    const FileDescriptor parent = openPrivateDirectory(directory);
+    if (!parent.isOpen())
+        return FileDescriptor();
+    return FileDescriptor(openat(parent.get(), "sipd.lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
 }
 
 } // namespace
 
-// Of the directories, each may be missing at one start and be there at the next. So all that there are count.
+// Locks a file in every directory that exists: a directory may be missing when one daemon starts and exist
+// when the next one does.
 DaemonLock::Outcome DaemonLock::take()
 {
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    range.l_start = lockOffset();
+    range.l_len = 1;
     for (const std::string& directory : {"/run/user/" + std::to_string(geteuid()), makeStateDirectory()}) {
-        auto file = std::make_unique<OwnedFd>(directory.empty() ? -1 : openLockFile(directory));
-        struct flock range = {};
-        range.l_type = F_WRLCK;
-        range.l_whence = SEEK_SET;
-        range.l_start = placeInFile();
-        range.l_len = 1;
-        if (*file < 0)
+        FileDescriptor file = openLockFile(directory);
+        if (!file.isOpen())
             continue;
-        if (fcntl(*file, F_OFD_SETLK, &range) == 0) {
+        if (fcntl(file.get(), F_OFD_SETLK, &range) == 0) {
             files_.push_back(std::move(file));
         } else if (errno == EAGAIN || errno == EACCES) {
             release();

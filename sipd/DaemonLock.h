@@ -3,28 +3,27 @@
 
 #include "EventLoop.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
-// The right to be this user's daemon at the socket's place, whether the socket's file is there or not. Only
-// this user can hold it: it is on files in directories that are the user's own, whatever the environment
-// says. The kernel drops it with the process.
+// The right to be this user's only daemon, which does not depend on the socket's file. It is a lock on files
+// in the user's own directories, whatever the environment says, so no other user can take it. The kernel
+// releases it when the process ends.
 class DaemonLock
 {
 public:
     enum class Outcome {
         Held,
         Taken,  // by another daemon of this user
-        NoPlace // the user has no directory for it
+        NoPlace // the user has no directory for the files
     };
 
-    // Does not wait.
+    // Does not block.
     Outcome take();
     void release() { files_.clear(); }
 
 private:
-    std::vector<std::unique_ptr<OwnedFd>> files_;
+    std::vector<FileDescriptor> files_;
 };
 
 #endif

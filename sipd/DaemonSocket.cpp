@@ -1,6 +1,8 @@
 #include "DaemonSocket.h"
 
+#include "FdPassing.h"
 #include "Log.h"
+#include "PeerUser.h"
 #include "SIPD_Messages.h"
 
 #include <array>
@@ -20,11 +22,15 @@
 
 namespace {
 
-constexpr int handedOverFd = 3;
-constexpr int keeperFd = 4;
-// To make the socket's file anew. The directory may be full.
-constexpr int mostAttempts = 100;
-constexpr char handedOverByKeeper[] = "socket:keeper";
+// The numbers of passed descriptors, and their names (LISTEN_FDNAMES).
+constexpr int PASSED_SOCKET = 3;
+constexpr int PASSED_CHANNEL = 4;
+constexpr char NAMES_BY_KEEPER[] = "socket:keeper";
+
+// The directory may be full, so attempts to make the file may go on failing.
+constexpr int MOST_ATTEMPTS = 100;
+
+constexpr char ALREADY_LISTENING[] = "a daemon is already listening on " SIPD_SOCKET_PATH;
 
 std::string problem(const std::string& what)
 {
@@ -51,7 +57,7 @@ std::string directoryOfSocket()
     return path.substr(0, path.rfind('/') + 1);
 }
 
-std::string nameOf(uid_t user)
+std::string userName(uid_t user)
 {
     const passwd* const entry = getpwuid(user);
     return "user " + (entry != nullptr ? std::string(entry->pw_name) : std::to_string(user));
@@ -62,41 +68,32 @@ bool isTrusted(uid_t user)
     return user == 0 || user == geteuid();
 }
 
-uid_t listenerOf(int connected)
-{
-    ucred peer = {};
-    socklen_t size = sizeof(peer);
-    return getsockopt(connected, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? peer.uid : geteuid();
-}
-
-constexpr char alreadyListening[] = "a daemon is already listening on " SIPD_SOCKET_PATH;
-
-// Empty when nobody listens on the socket file.
+// Returns an empty string when nobody listens on the socket file, otherwise a message.
 std::string findListener()
 {
-    const OwnedFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (fd < 0)
+    const FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.isOpen())
         return problem("no socket");
     const sockaddr_un address = socketAddress();
-    if (connect(fd, raw(address), sizeof(address)) == 0) {
-        const uid_t listener = listenerOf(fd);
-        return isTrusted(listener) ? alreadyListening
-                                   : nameOf(listener) + " is listening on " SIPD_SOCKET_PATH;
+    if (connect(fd.get(), raw(address), sizeof(address)) == 0) {
+        const uid_t listener = peerUser(fd.get()).value_or(geteuid());
+        return isTrusted(listener) ? ALREADY_LISTENING
+                                   : userName(listener) + " is listening on " SIPD_SOCKET_PATH;
     }
-    // A full queue of someone who listens.
+    // The queue of a listener is full.
     if (errno == EAGAIN)
-        return alreadyListening;
+        return ALREADY_LISTENING;
     return errno == ECONNREFUSED || errno == ENOENT ? "" : problem(SIPD_SOCKET_PATH);
 }
 
-// Empty when nothing stands at the path any more.
+// Removes a dead socket file. Returns an empty string when the path is free, otherwise the reason.
 std::string clearPath()
 {
     struct stat status;
     if (lstat(SIPD_SOCKET_PATH, &status) != 0)
         return errno == ENOENT ? "" : problem(SIPD_SOCKET_PATH);
     if (!isTrusted(status.st_uid))
-        return SIPD_SOCKET_PATH " belongs to " + nameOf(status.st_uid);
+        return SIPD_SOCKET_PATH " belongs to " + userName(status.st_uid);
     if (!S_ISSOCK(status.st_mode))
         return SIPD_SOCKET_PATH " is there and is not a socket";
     if (std::string reason = findListener(); !reason.empty())
@@ -135,9 +132,9 @@ void prepare(int fd)
     fcntl(fd, F_SETFL, O_NONBLOCK);
 }
 
-std::unique_ptr<OwnedFd> openSpare()
+FileDescriptor openSpareFd()
 {
-    return std::make_unique<OwnedFd>(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 bool isNumber(const char* text, long number)
@@ -150,76 +147,69 @@ bool isNumber(const char* text, long number)
     return error == std::errc() && end == digits.data() + digits.size() && value == number;
 }
 
-bool isHandedOver()
+bool isPassed()
 {
     return isNumber(std::getenv("LISTEN_PID"), getpid()) && !isNumber(std::getenv("LISTEN_FDS"), 0);
 }
 
 } // namespace
 
-DaemonSocket::~DaemonSocket()
-{
-    remove();
-    if (watchFd_ >= 0)
-        close(watchFd_);
-}
-
 void DaemonSocket::remove()
 {
-    if (fd_ < 0)
+    if (!fd_.isOpen())
         return;
     if (isOwn_ && inodeAtPath() == inode_)
         unlink(SIPD_SOCKET_PATH);
-    close(std::exchange(fd_, -1));
+    fd_ = FileDescriptor();
     lock_.release();
 }
 
 bool DaemonSocket::isKept()
 {
     const char* const names = std::getenv("LISTEN_FDNAMES");
-    return isHandedOver() && names != nullptr && std::strcmp(names, handedOverByKeeper) == 0;
+    return isPassed() && names != nullptr && std::strcmp(names, NAMES_BY_KEEPER) == 0;
 }
 
 std::string DaemonSocket::open()
 {
-    const bool handedOver = isHandedOver();
+    const bool isSocketPassed = isPassed();
     const bool isOne = isNumber(std::getenv("LISTEN_FDS"), 1);
-    isKept_ = isKept();
+    isKeepersDaemon_ = isKept();
     for (const char* name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
         unsetenv(name);
-    if (isKept_)
+    if (isKeepersDaemon_)
         return takeOverFromKeeper();
-    if (!handedOver)
+    if (!isSocketPassed)
         return openOwn();
     return isOne ? takeOver() : "the service manager is to hand over one socket";
 }
 
 std::string DaemonSocket::takeOver()
 {
-    if (!isListening(handedOverFd))
+    if (!isListening(PASSED_SOCKET))
         return "what the service manager handed over is no listening local stream socket";
     if (lock_.take() == DaemonLock::Outcome::Taken)
-        return alreadyListening;
-    prepare(handedOverFd);
-    fd_ = handedOverFd;
-    if (!isAtPath(fd_))
+        return ALREADY_LISTENING;
+    prepare(PASSED_SOCKET);
+    fd_ = FileDescriptor(PASSED_SOCKET);
+    if (!isAtPath(fd_.get()))
         return {};
     inode_ = inodeAtPath();
     watchPlace();
     if (inode_ == 0)
-        restoreFile([](int) {});
+        restoreFile([] {});
     return {};
 }
 
 std::string DaemonSocket::takeOverFromKeeper()
 {
-    if (!isListening(handedOverFd))
+    if (!isListening(PASSED_SOCKET))
         return "the keeper handed over no listening socket";
-    prepare(handedOverFd);
-    prepare(keeperFd);
-    fd_ = handedOverFd;
-    watchFd_ = keeperFd;
-    spareFd_ = openSpare();
+    prepare(PASSED_SOCKET);
+    prepare(PASSED_CHANNEL);
+    fd_ = FileDescriptor(PASSED_SOCKET);
+    watchFd_ = FileDescriptor(PASSED_CHANNEL);
+    spareFd_ = openSpareFd();
     return {};
 }
 
@@ -227,7 +217,7 @@ std::string DaemonSocket::openOwn()
 {
     const DaemonLock::Outcome lock = lock_.take();
     if (lock == DaemonLock::Outcome::Taken)
-        return alreadyListening;
+        return ALREADY_LISTENING;
     if (lock == DaemonLock::Outcome::NoPlace)
         ORMU_LOG(ORMU_LEVEL_ERROR, "a second daemon may start while %s is away: no directory for a lock",
                  SIPD_SOCKET_PATH);
@@ -239,73 +229,74 @@ std::string DaemonSocket::openOwn()
         return reason;
     }
     watchPlace();
-    restoreFile([](int) {});
+    restoreFile([] {});
     return {};
 }
 
 std::string DaemonSocket::bindOwn()
 {
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0)
+    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!fd.isOpen())
         return problem("no socket");
     const sockaddr_un address = socketAddress();
     const mode_t formerMask = umask(0177);
-    const bool isBound = bind(fd, raw(address), sizeof(address)) == 0;
+    const bool isBound = bind(fd.get(), raw(address), sizeof(address)) == 0;
     const int bindError = errno;
     umask(formerMask);
     struct stat status;
-    if (!isBound || lstat(SIPD_SOCKET_PATH, &status) != 0 || listen(fd, SOMAXCONN) != 0) {
+    if (!isBound || lstat(SIPD_SOCKET_PATH, &status) != 0 || listen(fd.get(), SOMAXCONN) != 0) {
         errno = isBound ? errno : bindError;
-        std::string reason = problem("cannot listen on " SIPD_SOCKET_PATH);
-        close(fd);
-        return reason;
+        return problem("cannot listen on " SIPD_SOCKET_PATH);
     }
-    fd_ = fd;
+    fd_ = std::move(fd);
     inode_ = status.st_ino;
     isOwn_ = true;
     return {};
 }
 
-// The kernel tells when the file goes or moves. While something else is in its place, or the file is nobody's
-// to look at, it tells of what goes from the directory.
+// Watches the socket's file for removal. While another file has its place, or it cannot be watched, watches
+// the directory for removals.
 void DaemonSocket::watchPlace()
 {
-    if (watchFd_ < 0)
-        watchFd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (!watchFd_.isOpen())
+        watchFd_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     const int former = std::exchange(watch_, -1);
     if (inodeAtPath() == inode_)
-        watch_ = inotify_add_watch(watchFd_, SIPD_SOCKET_PATH, IN_ATTRIB | IN_MOVE_SELF | IN_DONT_FOLLOW);
-    if (watch_ < 0)
         watch_ =
-            inotify_add_watch(watchFd_, directoryOfSocket().c_str(), IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR);
+            inotify_add_watch(watchFd_.get(), SIPD_SOCKET_PATH, IN_ATTRIB | IN_MOVE_SELF | IN_DONT_FOLLOW);
     if (watch_ < 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "it goes unnoticed when %s is removed: %s", SIPD_SOCKET_PATH,
+        watch_ = inotify_add_watch(watchFd_.get(), directoryOfSocket().c_str(),
+                                   IN_DELETE | IN_MOVED_FROM | IN_ONLYDIR);
+    if (watch_ < 0)
+        ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon does not notice when %s is removed: %s", SIPD_SOCKET_PATH,
                  std::strerror(errno));
     if (former >= 0 && former != watch_)
-        inotify_rm_watch(watchFd_, former);
+        inotify_rm_watch(watchFd_.get(), former);
 }
 
-bool DaemonSocket::handleChange(const std::function<void(int former)>& onReplaced)
+bool DaemonSocket::handleChange(const std::function<void()>& onReplaced)
 {
-    if (isKept_)
+    if (isKeepersDaemon_)
         return receiveSocket(onReplaced);
     std::array<char, 4096> events;
-    while (read(watchFd_, events.data(), events.size()) > 0) {
+    while (read(watchFd_.get(), events.data(), events.size()) > 0) {
     }
     restoreFile(onReplaced);
     return true;
 }
 
-void DaemonSocket::restoreFile(const std::function<void(int former)>& onReplaced)
+void DaemonSocket::restoreFile(const std::function<void()>& onReplaced)
 {
-    for (int attempt = 1; fd_ >= 0 && inodeAtPath() != inode_; ++attempt) {
-        const int former = fd_;
+    for (int attempt = 1; fd_.isOpen() && inodeAtPath() != inode_; ++attempt) {
+        FileDescriptor former = std::move(fd_);
         std::string reason = clearPath();
         if (reason.empty())
             reason = bindOwn();
-        // Before the watch is there, somebody may remove it again, or remove what is in its place.
+        if (!reason.empty())
+            fd_ = std::move(former);
         watchPlace();
-        if (!reason.empty() && inodeAtPath() == 0 && attempt < mostAttempts)
+        // The path may have become free before it was watched.
+        if (!reason.empty() && inodeAtPath() == 0 && attempt < MOST_ATTEMPTS)
             continue;
         isAway_ = !reason.empty();
         const bool isNews = reason != std::exchange(awayReason_, reason);
@@ -314,69 +305,38 @@ void DaemonSocket::restoreFile(const std::function<void(int former)>& onReplaced
         if (isAway_)
             return;
         ORMU_LOG(ORMU_LEVEL_INFO, "%s was removed, and is made anew", SIPD_SOCKET_PATH);
-        onReplaced(former);
-        close(former);
+        onReplaced();
     }
 }
 
-bool DaemonSocket::receiveSocket(const std::function<void(int former)>& onReplaced)
+bool DaemonSocket::receiveSocket(const std::function<void()>& onReplaced)
 {
-    char byte = 0;
-    iovec data = {&byte, 1};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control;
-    msghdr message = {};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    spareFd_.reset();
-    const ssize_t length = recvmsg(watchFd_, &message, MSG_CMSG_CLOEXEC);
-    if (length <= 0) {
-        const bool isLater = length < 0 && (errno == EAGAIN || errno == EINTR);
-        spareFd_ = openSpare();
-        return isLater;
+    spareFd_ = FileDescriptor();
+    ReceivedFd received = receiveFd(watchFd_.get());
+    if (received.state == ReceivedFd::State::Received) {
+        std::swap(fd_, received.fd);
+        onReplaced();
+        received.fd = FileDescriptor();
     }
-    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    if (header == nullptr || header->cmsg_type != SCM_RIGHTS)
-        return true;
-    const int former = fd_;
-    std::memcpy(&fd_, CMSG_DATA(header), sizeof(fd_));
-    onReplaced(former);
-    close(former);
-    spareFd_ = openSpare();
-    return true;
+    spareFd_ = openSpareFd();
+    return received.state != ReceivedFd::State::Closed;
 }
 
 void DaemonSocket::handOver(int channel) const
 {
-    // Either may be where the other is to be.
-    const int socketCopy = fcntl(fd_, F_DUPFD, keeperFd + 1);
-    const int channelCopy = fcntl(channel, F_DUPFD, keeperFd + 1);
-    dup2(socketCopy, handedOverFd);
-    dup2(channelCopy, keeperFd);
-    close(socketCopy);
-    close(channelCopy);
+    // Each may have the number that the other one needs.
+    const FileDescriptor socketCopy(fcntl(fd_.get(), F_DUPFD, PASSED_CHANNEL + 1));
+    const FileDescriptor channelCopy(fcntl(channel, F_DUPFD, PASSED_CHANNEL + 1));
+    dup2(socketCopy.get(), PASSED_SOCKET);
+    dup2(channelCopy.get(), PASSED_CHANNEL);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
     setenv("LISTEN_FDS", "2", 1);
-    setenv("LISTEN_FDNAMES", handedOverByKeeper, 1);
+    setenv("LISTEN_FDNAMES", NAMES_BY_KEEPER, 1);
 }
 
 bool DaemonSocket::sendTo(int channel) const
 {
-    char byte = 0;
-    iovec data = {&byte, 1};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
-    msghdr message = {};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &fd_, sizeof(fd_));
-    // When the daemon has ended, the next one is given the new socket anyway.
-    return sendmsg(channel, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0 ||
+    // A daemon that has ended needs nothing: the next one starts with the new socket.
+    return sendFd(channel, fd_.get()) ||
            (errno != EAGAIN && errno != EINTR && errno != ENOBUFS && errno != ETOOMANYREFS);
 }

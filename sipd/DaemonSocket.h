@@ -4,51 +4,51 @@
 #include "DaemonLock.h"
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <sys/types.h>
 
-// The socket that the daemon listens on: its own at the fixed path, mode 0600 from its first moment, or one
-// handed over (LISTEN_PID, LISTEN_FDS) by a service manager or by a Keeper.
+// The socket that the daemon listens on: its own at the fixed path, with mode 0600 from the start, or one
+// that a service manager or a Keeper passed to this process (LISTEN_PID, LISTEN_FDS).
 //
-// As long as it is open, no second daemon of this user opens one. Its file is made anew when somebody removes
-// it; what somebody else puts in its place is left alone, until that goes. A Keeper's daemon leaves both to
-// the Keeper.
+// While it is open, no second daemon of this user can open one. When somebody removes its file, it makes a
+// new one. It never replaces the file of somebody else, but waits until that is gone. A Keeper's daemon
+// leaves both to the Keeper.
 class DaemonSocket
 {
 public:
     DaemonSocket() = default;
-    ~DaemonSocket();
+    ~DaemonSocket() { remove(); }
     DaemonSocket(const DaemonSocket&) = delete;
     DaemonSocket& operator=(const DaemonSocket&) = delete;
 
-    // Whether this process is a Keeper's daemon. Before open().
+    // Whether this process is a Keeper's daemon. Call it before open().
     static bool isKept();
 
-    // Empty, or why there is no listening, in words. A socket file of this user that nobody listens on is
-    // replaced; that of a living daemon is not, nor another user's. Does not block.
+    // Returns an empty string, or the reason for the failure. Replaces a socket file of this user on which
+    // nobody listens, but never that of a running daemon or of another user. Does not block.
     std::string open();
 
-    // Closes it, and removes the socket file that it made, and no other.
+    // Closes the socket. Removes the socket file only if open() or handleChange() made it.
     void remove();
 
     // Non-blocking; -1 without open().
-    int fd() const { return fd_; }
+    int fd() const { return fd_.get(); }
 
-    // Readable when handleChange() is to be called; -1 when that is never.
-    int watchFd() const { return watchFd_; }
-    // Calls onReplaced when fd() is another socket now. The former, which may have clients that have not been
-    // accepted, is closed after that. False when the Keeper has gone.
-    bool handleChange(const std::function<void(int former)>& onReplaced);
+    // Call handleChange() when this is readable; -1 for never.
+    int watchFd() const { return watchFd_.get(); }
+    // Makes the removed file again, or receives another socket from the Keeper. Calls onReplaced when fd()
+    // has changed; the former socket, at which clients may wait, is closed after that. Returns false when
+    // the Keeper has gone.
+    bool handleChange(const std::function<void()>& onReplaced);
 
-    // Whether clients cannot reach fd(), since its file could not be made anew. handleChange() tries again.
+    // Whether clients cannot reach fd(), since its file could not be made. handleChange() tries again.
     bool isAway() const { return isAway_; }
 
-    // Hands it over in a child of this process, right before that executes the daemon. channel: the daemon's
-    // end.
+    // Passes the socket, and the daemon's end of the channel, to the program that this process, a child of
+    // the Keeper, executes next.
     void handOver(int channel) const;
-    // Tells the daemon at the other end of the channel that fd() is another socket now. False when that is to
-    // be tried again later.
+    // Sends fd() to the daemon at the other end of the channel. Returns false when the caller must try again
+    // later.
     bool sendTo(int channel) const;
 
 private:
@@ -57,19 +57,19 @@ private:
     std::string openOwn();
     std::string bindOwn();
     void watchPlace();
-    void restoreFile(const std::function<void(int former)>& onReplaced);
-    bool receiveSocket(const std::function<void(int former)>& onReplaced);
+    void restoreFile(const std::function<void()>& onReplaced);
+    bool receiveSocket(const std::function<void()>& onReplaced);
 
-    int fd_ = -1;
-    int watchFd_ = -1; // of inotify, or the Keeper's channel
+    FileDescriptor fd_;
+    FileDescriptor watchFd_; // of inotify, or the Keeper's channel
     int watch_ = -1;
-    bool isKept_ = false;
-    bool isOwn_ = false; // made here, not handed over
+    bool isKeepersDaemon_ = false;
+    bool isOwn_ = false; // made here, not passed to this process
     bool isAway_ = false;
-    std::string awayReason_; // as it was logged last
-    ino_t inode_ = 0;        // of its file; 0 when there was none
+    std::string awayReason_; // the last one in the log
+    ino_t inode_ = 0;        // of the socket's file; 0 when it has none
     DaemonLock lock_;
-    std::unique_ptr<OwnedFd> spareFd_; // given up for a socket from the Keeper
+    FileDescriptor spareFd_; // closed to make room for a socket from the Keeper
 };
 
 #endif

@@ -29,19 +29,19 @@ struct Algorithm
     bool isSession;
 };
 
-// The weaker ones first.
-constexpr std::array algorithms = {Algorithm{"MD5", QCryptographicHash::Md5, false},
+// Weaker ones first.
+constexpr std::array ALGORITHMS = {Algorithm{"MD5", QCryptographicHash::Md5, false},
                                    Algorithm{"MD5-sess", QCryptographicHash::Md5, true},
                                    Algorithm{"SHA-256", QCryptographicHash::Sha256, false},
                                    Algorithm{"SHA-256-sess", QCryptographicHash::Sha256, true}};
 
-// The place in the table of the algorithm that a challenge names, or does not name.
+// The index of a challenge's algorithm. A challenge without a name means the first.
 std::optional<size_t> findAlgorithm(const char* name)
 {
     if (name == nullptr || *name == '\0')
         return 0;
-    for (size_t i = 0; i < algorithms.size(); ++i) {
-        if (strcasecmp(name, algorithms[i].name) == 0)
+    for (size_t i = 0; i < ALGORITHMS.size(); ++i) {
+        if (strcasecmp(name, ALGORITHMS[i].name) == 0)
             return i;
     }
     return std::nullopt;
@@ -65,7 +65,7 @@ std::string fromHex(const char* digits)
     return QByteArray::fromHex(digits).toStdString();
 }
 
-std::string quoted(std::string_view text)
+std::string quotedString(std::string_view text)
 {
     std::string result = "\"";
     for (const char c : text) {
@@ -83,29 +83,31 @@ std::string randomNonce()
     return toHex({bytes.data(), bytes.size()});
 }
 
-// The stack's record of one realm that asks for credentials, and ours behind it. The stack makes it of zeros,
-// and frees it with all that is allocated in its home.
-struct Client
+// The stack's record of one realm that asks for credentials, followed by our own members. The stack allocates
+// it filled with zeros, and frees it with all strings of its home.
+struct DigestClient
 {
     auth_client_t stack;
     size_t algorithm;
-    bool isNamed; // the algorithm was
+    bool isNamed; // the challenge named its algorithm
     bool hasQop;
     const char* realm;
     const char* nonce; // null before the first challenge
     const char* opaque;
-    unsigned int count; // of answers with that nonce
+    unsigned int count; // answers with that nonce
 };
 
-Client& clientOf(auth_client_t* stack)
+DigestClient& clientOf(auth_client_t* stack)
 {
-    return *reinterpret_cast<Client*>(stack);
+    return *reinterpret_cast<DigestClient*>(stack);
 }
 
-constexpr int ignored = 1;
-constexpr int toBeAnswered = 2;
+// Results for the stack.
+constexpr int FAILED = -1;
+constexpr int IGNORED = 1;
+constexpr int MUST_BE_ANSWERED = 2;
 
-// A header may go on in the next line, even within a quoted text. That stands for a blank.
+// Replaces each line fold, which may also stand in a quoted string, by a blank.
 std::string unfolded(std::string_view text)
 {
     constexpr std::string_view blanks = " \t\r\n";
@@ -123,44 +125,57 @@ std::string unfolded(std::string_view text)
     return result;
 }
 
-void keep(su_home_t* home, const char*& kept, const char* text)
+void replaceText(su_home_t* home, const char*& kept, const char* text)
 {
     su_free(home, const_cast<char*>(kept));
     kept = text == nullptr ? nullptr : su_strdup(home, unfolded(text).c_str());
 }
 
+bool isUsable(const auth_challenge_t& challenge)
+{
+    return challenge.ac_realm != nullptr && challenge.ac_nonce != nullptr &&
+           (challenge.ac_qop == nullptr || challenge.ac_auth != 0);
+}
+
+void adoptChallenge(DigestClient& client, const auth_challenge_t& challenge, size_t algorithm)
+{
+    su_home_t* const home = client.stack.ca_home;
+    client.algorithm = algorithm;
+    client.isNamed = challenge.ac_algorithm != nullptr;
+    client.hasQop = challenge.ac_qop != nullptr;
+    client.count = 0;
+    replaceText(home, client.realm, challenge.ac_realm);
+    replaceText(home, client.nonce, challenge.ac_nonce);
+    replaceText(home, client.opaque, challenge.ac_opaque);
+}
+
+// Adopts a challenge that is not weaker than the former.
+int considerChallenge(DigestClient& client, const auth_challenge_t& challenge)
+{
+    const auto algorithm = findAlgorithm(challenge.ac_algorithm);
+    const bool isFirst = client.nonce == nullptr;
+    if (!algorithm || !isUsable(challenge) || (!isFirst && *algorithm < client.algorithm))
+        return IGNORED;
+    const bool isStronger = *algorithm > client.algorithm;
+    adoptChallenge(client, challenge, *algorithm);
+    return isFirst || isStronger || challenge.ac_stale != 0 ? MUST_BE_ANSWERED : IGNORED;
+}
+
 int takeChallenge(auth_client_t* stack, const msg_auth_t* header)
 {
-    Client& client = clientOf(stack);
     su_home_t* const home = stack->ca_home;
     auth_challenge_t challenge = {};
     challenge.ac_size = sizeof(challenge);
     if (auth_digest_challenge_get(home, &challenge, header->au_params) < 0)
-        return -1;
-    const auto algorithm = findAlgorithm(challenge.ac_algorithm);
-    const bool isUsable = algorithm && challenge.ac_realm != nullptr && challenge.ac_nonce != nullptr &&
-                          (challenge.ac_qop == nullptr || challenge.ac_auth != 0);
-    const bool isKnown = client.nonce != nullptr;
-    int result = ignored;
-    if (isUsable && (!isKnown || *algorithm >= client.algorithm)) {
-        const bool isStronger = isKnown && *algorithm > client.algorithm;
-        if (!isKnown || isStronger || challenge.ac_stale != 0)
-            result = toBeAnswered;
-        client.algorithm = *algorithm;
-        client.isNamed = challenge.ac_algorithm != nullptr;
-        client.hasQop = challenge.ac_qop != nullptr;
-        client.count = 0;
-        keep(home, client.realm, challenge.ac_realm);
-        keep(home, client.nonce, challenge.ac_nonce);
-        keep(home, client.opaque, challenge.ac_opaque);
-    }
+        return FAILED;
+    const int result = considerChallenge(clientOf(stack), challenge);
     auth_digest_challenge_free_params(home, &challenge);
     return result;
 }
 
-std::string headerOf(Client& client, const char* method, const std::string& uri)
+std::string headerOf(DigestClient& client, const char* method, const std::string& uri)
 {
-    DigestQuestion question{client.isNamed ? algorithms[client.algorithm].name : "",
+    DigestQuestion question{client.isNamed ? ALGORITHMS[client.algorithm].name : "",
                             client.realm,
                             client.nonce,
                             method,
@@ -168,7 +183,7 @@ std::string headerOf(Client& client, const char* method, const std::string& uri)
                             {},
                             {}};
     ++client.count;
-    if (client.hasQop || algorithms[client.algorithm].isSession)
+    if (client.hasQop || ALGORITHMS[client.algorithm].isSession)
         question.clientNonce = randomNonce();
     if (client.hasQop) {
         std::array<char, 9> count{};
@@ -176,15 +191,16 @@ std::string headerOf(Client& client, const char* method, const std::string& uri)
         question.count = count.data();
     }
     const std::string user = fromHex(client.stack.ca_user);
-    std::string header = "Digest username=" + quoted(user) + ", realm=" + quoted(question.realm) +
-                         ", nonce=" + quoted(question.nonce) + ", uri=" + quoted(uri) + ", response=\"" +
-                         digestResponse(question, user, fromHex(client.stack.ca_pass)) + '"';
+    std::string header = "Digest username=" + quotedString(user) + ", realm=" + quotedString(question.realm) +
+                         ", nonce=" + quotedString(question.nonce) + ", uri=" + quotedString(uri) +
+                         ", response=\"" + digestResponse(question, user, fromHex(client.stack.ca_pass)) +
+                         '"';
     if (client.isNamed)
         header += ", algorithm=" + question.algorithm;
     if (!question.clientNonce.empty())
         header += ", cnonce=\"" + question.clientNonce + '"';
     if (client.opaque != nullptr)
-        header += ", opaque=" + quoted(client.opaque);
+        header += ", opaque=" + quotedString(client.opaque);
     if (client.hasQop)
         header += ", qop=auth, nc=" + question.count;
     return header;
@@ -193,15 +209,15 @@ std::string headerOf(Client& client, const char* method, const std::string& uri)
 int authorize(auth_client_t* stack, su_home_t* home, const char* method, const url_t* url,
               const msg_payload_t* /*body*/, msg_header_t** header)
 {
-    Client& client = clientOf(stack);
+    DigestClient& client = clientOf(stack);
     if (client.nonce == nullptr || stack->ca_user == nullptr || stack->ca_pass == nullptr)
-        return -1;
+        return FAILED;
     char* const uri = url_as_string(home, url);
     if (uri == nullptr)
-        return -1;
+        return FAILED;
     *header = msg_header_make(home, stack->ca_credential_class, headerOf(client, method, uri).c_str());
     su_free(home, uri);
-    return *header != nullptr ? 0 : -1;
+    return *header != nullptr ? 0 : FAILED;
 }
 
 int clearCredentials(auth_client_t* stack)
@@ -214,7 +230,7 @@ auth_client_plugin_t pluginNamed(const char* name)
 {
     auth_client_plugin_t plugin = {};
     plugin.auc_plugin_size = sizeof(plugin);
-    plugin.auc_size = sizeof(Client);
+    plugin.auc_size = sizeof(DigestClient);
     plugin.auc_name = name;
     plugin.auc_challenge = takeChallenge;
     plugin.auc_authorize = authorize;
@@ -228,15 +244,15 @@ void installDigest()
 {
     static const auth_client_plugin_t placeholder = pluginNamed("x-none");
     static const auth_client_plugin_t digest = pluginNamed("Digest");
-    // The stack replaces the first plugin of another name, rather than that of the same: this one goes where
-    // its own Digest is, and ours goes there after it.
+    // The stack replaces the first plugin of another name, not that of the same name. So the placeholder
+    // replaces the stack's Digest, and ours replaces the placeholder.
     auc_register_plugin(&placeholder);
     auc_register_plugin(&digest);
 }
 
 std::string digestCredentials(std::string_view quotedRealm, std::string_view user, std::string_view password)
 {
-    // In hexadecimal digits, since the stack cuts at colons.
+    // In hexadecimal digits, since the stack splits at colons.
     return "Digest:" + std::string(quotedRealm) + ':' + toHex(user) + ':' + toHex(password);
 }
 
@@ -245,7 +261,7 @@ std::string digestResponse(const DigestQuestion& question, std::string_view user
     const auto index = findAlgorithm(question.algorithm.c_str());
     if (!index)
         return {};
-    const Algorithm& algorithm = algorithms[*index];
+    const Algorithm& algorithm = ALGORITHMS[*index];
     std::string secret =
         hashOf(algorithm, std::string(user) + ':' + question.realm + ':' + std::string(password));
     if (algorithm.isSession)

@@ -4,14 +4,14 @@
 #include <string>
 #include <string_view>
 
-// Digest authentication for the SIP stack, in the place of the stack's own, which knows MD5 alone, and takes
-// no user name or password with a colon and no user name with a quotation mark. MD5 and SHA-256 are known,
-// with "-sess" and without; of several challenges the strongest is answered.
+// Digest authentication for the SIP stack, with MD5 and SHA-256, each also with "-sess". It answers the
+// strongest of several challenges. The stack's own has only MD5, and accepts no colon in a user name or
+// password and no quotation mark in a user name.
 
-// Once, before the stack makes its first agent.
+// Installs it in place of the stack's own. Call it before the stack makes its first agent.
 void installDigest();
 
-// What the stack is to be given to answer a challenge of that realm, which is quoted as in the challenge.
+// The credentials for nua_authenticate(), for a realm that is quoted as in the challenge.
 std::string digestCredentials(std::string_view quotedRealm, std::string_view user, std::string_view password);
 
 struct DigestQuestion
@@ -21,12 +21,12 @@ struct DigestQuestion
     std::string nonce;
     std::string method;
     std::string uri;
-    // Of a challenge with a "qop"; empty without.
+    // Empty for a challenge without "qop".
     std::string clientNonce;
     std::string count; // eight hexadecimal digits
 };
 
-// The response to it: lower-case hexadecimal digits; empty when the algorithm is not known.
+// The response, in lower-case hexadecimal digits. Empty for an unknown algorithm.
 std::string digestResponse(const DigestQuestion& question, std::string_view user, std::string_view password);
 
 #endif

@@ -11,23 +11,22 @@
 #include <unistd.h>
 #include <utility>
 
-// The stack takes its time from these, each of which may change what it is given. No header of it has them,
-// nor every release the latter two.
+// The stack's hooks for its clock. Its headers do not declare them, and not every release has the latter two.
 extern void (*stackTime)(su_time_t*) asm("_su_time");
 extern su_time64_t (*stackNanotime)(su_time64_t*) asm("_su_nanotime") __attribute__((weak));
 extern su_time64_t (*stackMonotime)(su_time64_t*) asm("_su_monotime") __attribute__((weak));
 
 namespace {
 
-constexpr su_time64_t second = 1'000'000'000;
+constexpr su_time64_t NANOSECONDS = 1'000'000'000;
 
-// The stack counts from 1900. Its time is near the date, as the machine knew it at the start: it makes names
-// of it that are not to come twice.
+// The stack counts from 1900. Its time starts at the machine's date, since the stack derives unique names
+// from it.
 su_time64_t stackEpoch()
 {
     static const su_time64_t epoch = [] {
         const auto date = static_cast<su_time64_t>(std::time(nullptr)) + SU_TIME_EPOCH;
-        return date * second - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+        return date * NANOSECONDS - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
     }();
     return epoch;
 }
@@ -59,8 +58,8 @@ void installClock()
         stackMonotime = giveMonotime;
 }
 
-// No wait for events counts the time that the machine sleeps. The kernel does tell, through a timer of this
-// kind, that its date has jumped, as it does when the machine wakes up.
+// Waiting for events does not count the time that the machine sleeps. But the date jumps when the machine
+// wakes up, and the kernel reports a jump through this kind of timer.
 int openResumeFd()
 {
     const int fd = timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
@@ -69,6 +68,41 @@ int openResumeFd()
     timerfd_settime(fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &never, nullptr);
     return fd;
 }
+
+class LoopTimer : public Timer
+{
+public:
+    LoopTimer(EventLoop& loop, std::function<void()> onExpired)
+        : loop_(loop), timer_(su_timer_create(su_root_task(loop.root()), 0)), onExpired_(std::move(onExpired))
+    {
+        ORMU_ASSERT(timer_ != nullptr);
+    }
+    ~LoopTimer() override { su_timer_destroy(timer_); }
+    LoopTimer(const LoopTimer&) = delete;
+    LoopTimer& operator=(const LoopTimer&) = delete;
+
+    void set(std::chrono::milliseconds delay) override
+    {
+        su_timer_set_interval(timer_, expire, this, static_cast<su_duration_t>(delay.count()));
+    }
+    void stop() override { su_timer_reset(timer_); }
+
+private:
+    static void expire(su_root_magic_t* /*magic*/, su_timer_t* /*timer*/, su_timer_arg_t* self)
+    {
+        auto* const expired = static_cast<LoopTimer*>(self);
+        if (expired->loop_.isHeld()) {
+            expired->set(std::chrono::milliseconds(1));
+            return;
+        }
+        expired->onExpired_();
+        expired->loop_.wake();
+    }
+
+    EventLoop& loop_;
+    su_timer_t* const timer_;
+    const std::function<void()> onExpired_;
+};
 
 } // namespace
 
@@ -85,19 +119,19 @@ EventLoop::EventLoop() : wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), resume
     installClock();
     su_init();
     root_ = su_root_create(nullptr);
-    ORMU_ASSERT(root_ != nullptr && wakeFd_ >= 0);
-    // Otherwise the stack would run in threads of its own.
+    ORMU_ASSERT(root_ != nullptr && wakeFd_.isOpen());
+    // The stack must run in this thread.
     su_root_threading(root_, 0);
-    wakeWatch_ = std::make_unique<FdWatch>(*this, wakeFd_, POLLIN, [this](int) {
+    wakeWatch_ = std::make_unique<FdWatch>(*this, wakeFd_.get(), POLLIN, [this](int) {
         eventfd_t count = 0;
-        eventfd_read(wakeFd_, &count);
+        eventfd_read(wakeFd_.get(), &count);
         isWoken_ = false;
     });
-    if (resumeFd_ < 0)
+    if (!resumeFd_.isOpen())
         return;
-    resumeWatch_ = std::make_unique<FdWatch>(*this, resumeFd_, POLLIN, [this](int) {
+    resumeWatch_ = std::make_unique<FdWatch>(*this, resumeFd_.get(), POLLIN, [this](int) {
         uint64_t count = 0;
-        [[maybe_unused]] const ssize_t taken = read(resumeFd_, &count, sizeof(count));
+        [[maybe_unused]] const ssize_t taken = read(resumeFd_.get(), &count, sizeof(count));
     });
 }
 
@@ -118,13 +152,17 @@ void EventLoop::step()
 void EventLoop::wake()
 {
     if (!std::exchange(isWoken_, true))
-        eventfd_write(wakeFd_, 1);
+        eventfd_write(wakeFd_.get(), 1);
 }
 
-OwnedFd::~OwnedFd()
+BootClock::time_point EventLoop::now() const
 {
-    if (fd_ >= 0)
-        close(fd_);
+    return BootClock::now();
+}
+
+std::unique_ptr<Timer> EventLoop::makeTimer(std::function<void()> onExpired)
+{
+    return std::make_unique<LoopTimer>(*this, std::move(onExpired));
 }
 
 FdWatch::FdWatch(EventLoop& loop, int fd, int events, std::function<void(int)> onReady)
@@ -155,36 +193,4 @@ int FdWatch::wake(su_root_magic_t* /*magic*/, su_wait_t* wait, su_wakeup_arg_t* 
     if (!ready->loop_.isHeld())
         ready->onReady_(wait->revents);
     return 0;
-}
-
-Timer::Timer(EventLoop& loop, std::function<void()> onExpired)
-    : loop_(loop), timer_(su_timer_create(su_root_task(loop.root()), 0)), onExpired_(std::move(onExpired))
-{
-    ORMU_ASSERT(timer_ != nullptr);
-}
-
-Timer::~Timer()
-{
-    su_timer_destroy(timer_);
-}
-
-void Timer::set(std::chrono::milliseconds delay)
-{
-    su_timer_set_interval(timer_, expire, this, static_cast<su_duration_t>(delay.count()));
-}
-
-void Timer::stop()
-{
-    su_timer_reset(timer_);
-}
-
-void Timer::expire(su_root_magic_t* /*magic*/, su_timer_t* /*timer*/, su_timer_arg_t* self)
-{
-    auto* const expired = static_cast<Timer*>(self);
-    if (expired->loop_.isHeld()) {
-        expired->set(std::chrono::milliseconds(1));
-        return;
-    }
-    expired->onExpired_();
-    expired->loop_.wake();
 }

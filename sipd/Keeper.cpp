@@ -18,30 +18,30 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
-using namespace std::chrono_literals;
+using std::chrono::milliseconds;
 
-constexpr auto goodLife = 5s;
-constexpr std::chrono::milliseconds shortestPause = 50ms;
-constexpr std::chrono::milliseconds longestPause = 800ms;
-// The daemon itself takes four seconds at most.
-constexpr auto endLimit = 6s;
-constexpr int notExecuted = 127;
-constexpr int retryMs = 500;
+// A daemon that ends earlier is short-lived.
+constexpr std::chrono::seconds LONG_LIFE{5};
+constexpr milliseconds SHORTEST_START_PAUSE{50};
+constexpr milliseconds LONGEST_START_PAUSE{800};
+// More than the four seconds that a daemon needs at most.
+constexpr std::chrono::seconds DAEMON_END_TIMEOUT{6};
+constexpr int NOT_EXECUTED = 127;
+constexpr int RETRY_MS = 500;
 
 sigset_t handledSignals()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
+    sigset_t handled;
+    sigemptyset(&handled);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
-        sigaddset(&signals, signal);
-    return signals;
+        sigaddset(&handled, signal);
+    return handled;
 }
 
-// The program's path, by which a process is known, unless it has been replaced or removed.
+// The path of this program: tools identify a process by it. If the file is gone, the kernel's link to it.
 std::string ownProgram()
 {
     std::array<char, PATH_MAX> path;
@@ -50,22 +50,28 @@ std::string ownProgram()
     return access(program.c_str(), X_OK) == 0 ? program : "/proc/self/exe";
 }
 
-std::chrono::milliseconds pauseAfter(int shortLived)
+milliseconds startPause(int shortLived)
 {
     if (shortLived < 2)
-        return 0ms;
-    return std::min(longestPause, shortestPause * (1 << std::min(shortLived - 2, 10)));
+        return milliseconds(0);
+    return std::min(LONGEST_START_PAUSE, SHORTEST_START_PAUSE * (1 << std::min(shortLived - 2, 10)));
+}
+
+int msUntil(BootClock::time_point time)
+{
+    const auto left = std::chrono::ceil<milliseconds>(time - BootClock::now());
+    return std::max(0, static_cast<int>(left.count()));
 }
 
 } // namespace
 
 int Keeper::run()
 {
-    // Whoever ends every process that is called sipd ends the daemon alone.
+    // A command that ends processes by the name sipd must end the daemon only.
     prctl(PR_SET_NAME, "sip-keeper");
-    const sigset_t signals = handledSignals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    signals_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    const sigset_t handled = handledSignals();
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    signals_ = FileDescriptor(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
     if (const std::string problem = socket_.open(); !problem.empty()) {
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
@@ -78,8 +84,8 @@ int Keeper::run()
             start();
         wait();
         handleSignals();
-        socket_.handleChange([this](int) { isUnsent_ = true; });
-        isUnsent_ = isUnsent_ && !socket_.sendTo(channel_);
+        socket_.handleChange([this] { isUnsent_ = true; });
+        isUnsent_ = isUnsent_ && !socket_.sendTo(channel_.get());
     }
     return end();
 }
@@ -97,35 +103,33 @@ void Keeper::start()
         planStart();
     }
     close(ends[1]);
-    close(std::exchange(channel_, ends[0]));
+    channel_ = FileDescriptor(ends[0]);
 }
 
 void Keeper::becomeDaemon(int channel) const
 {
-    const sigset_t signals = handledSignals();
-    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-    // What it would say there has been said.
+    const sigset_t handled = handledSignals();
+    sigprocmask(SIG_UNBLOCK, &handled, nullptr);
+    // The keeper has printed the line of readiness already.
     dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
     socket_.handOver(channel);
     execv(ownProgram().c_str(), arguments_);
-    _exit(notExecuted);
+    _exit(NOT_EXECUTED);
 }
 
 void Keeper::wait() const
 {
-    std::array<pollfd, 2> watched = {pollfd{signals_, POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
-    int limit = isUnsent_ || socket_.isAway() ? retryMs : -1;
-    if (daemon_ < 0) {
-        const auto pause = std::chrono::ceil<std::chrono::milliseconds>(nextStart_ - BootClock::now());
-        limit = std::max(0, static_cast<int>(pause.count()));
-    }
+    std::array<pollfd, 2> watched = {pollfd{signals_.get(), POLLIN, 0}, pollfd{socket_.watchFd(), POLLIN, 0}};
+    int limit = isUnsent_ || socket_.isAway() ? RETRY_MS : -1;
+    if (daemon_ < 0)
+        limit = msUntil(nextStart_);
     poll(watched.data(), watched.size(), limit);
 }
 
 void Keeper::handleSignals()
 {
     signalfd_siginfo info;
-    while (read(signals_, &info, sizeof(info)) == sizeof(info)) {
+    while (read(signals_.get(), &info, sizeof(info)) == sizeof(info)) {
         if (info.ssi_signo != SIGCHLD) {
             endedBy_ = static_cast<int>(info.ssi_signo);
             continue;
@@ -151,31 +155,31 @@ void Keeper::handleEnd(int status)
 void Keeper::planStart()
 {
     const Time now = BootClock::now();
-    shortLived_ = now - started_ < goodLife ? shortLived_ + 1 : 0;
-    nextStart_ = now + pauseAfter(shortLived_);
+    shortLived_ = now - started_ < LONG_LIFE ? shortLived_ + 1 : 0;
+    nextStart_ = now + startPause(shortLived_);
 }
 
-// The place is free for the next one at once, as when a daemon alone ends.
+// Frees the path first, as a daemon without a keeper does, so that the next daemon can start at once.
 int Keeper::end()
 {
     socket_.remove();
     if (daemon_ < 0)
         return EXIT_SUCCESS;
     kill(daemon_, endedBy_);
-    const Time limit = BootClock::now() + endLimit;
+    const Time limit = BootClock::now() + DAEMON_END_TIMEOUT;
     int status = 0;
     while (waitpid(daemon_, &status, WNOHANG) == 0) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - BootClock::now());
-        if (left.count() <= 0) {
+        const int left = msUntil(limit);
+        if (left == 0) {
             ORMU_LOG(ORMU_LEVEL_ERROR, "the daemon does not end, and is killed");
             kill(daemon_, SIGKILL);
             waitpid(daemon_, &status, 0);
             break;
         }
-        pollfd watched = {signals_, POLLIN, 0};
-        poll(&watched, 1, static_cast<int>(left.count()));
+        pollfd watched = {signals_.get(), POLLIN, 0};
+        poll(&watched, 1, left);
         signalfd_siginfo info;
-        [[maybe_unused]] const ssize_t taken = read(signals_, &info, sizeof(info));
+        [[maybe_unused]] const ssize_t taken = read(signals_.get(), &info, sizeof(info));
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
 }

@@ -5,21 +5,21 @@
 
 #include <sys/types.h>
 
-// Keeps a daemon running: holds the socket, so that clients wait while there is no daemon, and starts the
-// daemon as a process of its own, anew whenever that ends. It speaks no SIP and reads no settings.
+// Keeps a daemon running: holds the socket, so that clients wait while there is no daemon, runs the daemon as
+// a child process, and starts a new one whenever it ends. Uses neither SIP nor the settings.
 //
-// A daemon that ends is replaced at once. When one after the other does not last for some seconds, growing
-// pauses of less than a second come between them.
+// The new daemon starts at once. When several in a row end within seconds, growing pauses of less than a
+// second precede the next.
 class Keeper
 {
 public:
-    // Starts this process's program with the same arguments as its daemon.
+    // The daemon is this process's program, with the same arguments.
     explicit Keeper(char** arguments) : arguments_(arguments) {}
     Keeper(const Keeper&) = delete;
     Keeper& operator=(const Keeper&) = delete;
 
-    // Until SIGTERM, SIGINT or SIGHUP, which it passes on. Then it waits for the daemon to end, for some
-    // seconds. The exit status.
+    // Runs until SIGTERM, SIGINT or SIGHUP, passes the signal on, and waits some seconds for the daemon to
+    // end. Returns the exit status.
     int run();
 
 private:
@@ -35,12 +35,12 @@ private:
 
     char** const arguments_;
     DaemonSocket socket_;
-    int signals_ = -1;
-    int endedBy_ = 0;       // the signal
-    pid_t daemon_ = -1;     // -1 while there is none
-    int channel_ = -1;      // to the daemon
-    bool isUnsent_ = false; // the daemon has to be told of another socket
-    int shortLived_ = 0;    // daemons in a row that did not last
+    FileDescriptor signals_;
+    int endedBy_ = 0;        // the signal
+    pid_t daemon_ = -1;      // -1 while there is none
+    FileDescriptor channel_; // to the daemon
+    bool isUnsent_ = false;  // the daemon does not know the new socket yet
+    int shortLived_ = 0;     // daemons in a row that ended soon
     Time started_;
     Time nextStart_;
 };

@@ -3,8 +3,8 @@
 
 #include "ORMU_Diagnostics.h"
 
-// The daemon's log: the library's diagnostics, and finer ones that are printed on demand. No line has a
-// password, nor anything else as a peer or a settings file spelled it, but for names that have been checked.
+// The daemon's log: the library's diagnostics, and details on demand. A line must not contain a password, nor
+// any other text of a peer or the settings file except checked names.
 
 inline bool detailedLog = false;
 

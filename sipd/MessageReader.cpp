@@ -43,7 +43,7 @@ MessageReader::State MessageReader::take(std::span<const uint8_t>& bytes)
     return finish();
 }
 
-// Whether the buffer has size bytes now.
+// Fills the buffer up to size bytes. Returns whether it has them.
 bool MessageReader::fill(std::span<const uint8_t>& bytes, size_t size)
 {
     const size_t taken = std::min(size - filled_, bytes.size());

@@ -8,25 +8,25 @@
 #include <cstdint>
 #include <span>
 
-// The receiving side of one client's connection: takes its bytes, in whatever pieces they come, and tells its
-// messages. It touches nothing but its own few bytes, whatever the client announces.
+// Parses the bytes of one client into messages. It buffers one message at most, whatever length the client
+// announces.
 class MessageReader
 {
 public:
     enum class State {
-        Incomplete, // all bytes taken, and no whole message yet
-        Complete,   // message() is there; the next take() begins the next one
-        Violated    // not what a client may send; there is no way on
+        Incomplete, // all bytes are taken, and the message is not complete
+        Complete,   // message() is valid until the next take()
+        Violated    // the bytes are no message of a client. Final
     };
 
-    // A body is kept of profile messages only; that of a command is skipped.
+    // Only profile messages keep their body. The body of a command is skipped.
     struct Message
     {
         _SIPD_MSG_TYPE_E type = SIPD_MSG_NONE; // register, profile or command
-        _SIPD_MSG_PROFILE_S profile = {};      // terminated, whatever was sent
+        _SIPD_MSG_PROFILE_S profile = {};      // its name is always terminated
     };
 
-    // Takes bytes from the front of bytes, up to the end of one message.
+    // Removes bytes from the front, up to the end of one message.
     State take(std::span<const uint8_t>& bytes);
 
     const Message& message() const { return message_; }

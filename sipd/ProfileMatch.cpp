@@ -8,13 +8,13 @@ namespace {
 
 using Profile = StoredProfiles::value_type;
 
-// Orders profiles by what is the same for those that a pass takes for one another.
+// Orders of profiles. Profiles that a pass treats as the same are equal in its order.
 bool isContentLess(const Profile* first, const Profile* second)
 {
     return first->second.content < second->second.content;
 }
 
-// Both have an account.
+// Both must have an account.
 bool isAccountLess(const Profile* first, const Profile* second)
 {
     const auto key = [](const Profile* profile) {
@@ -31,7 +31,7 @@ bool isNameLess(const Profile* first, const Profile* second)
 }
 
 using IsLess = bool (*)(const Profile*, const Profile*);
-// Profiles that are the same, in their order.
+// Groups of profiles that are the same.
 using Alike = std::map<const Profile*, std::deque<const Profile*>, IsLess>;
 
 class Matching
@@ -39,7 +39,7 @@ class Matching
 public:
     Matching(const StoredProfiles& before, const StoredProfiles& now) : before_(before), now_(now) {}
 
-    // Gives every profile that has no place yet that of its own number, if it is the same there.
+    // Places every old profile without a place at its own number, if the profile there is the same.
     template <class IsSame>
     void placeAtSameNumber(const IsSame& isSame)
     {
@@ -51,8 +51,7 @@ public:
         }
     }
 
-    // Gives every profile that concerns the pass and has no place yet the first free one of those that are
-    // the same.
+    // Places every old profile of this pass without a place at the first free profile that is the same.
     template <class Concerns>
     void placeAtFirst(IsLess isLess, const Concerns& concerns)
     {
@@ -72,7 +71,7 @@ public:
         }
     }
 
-    // Profiles in use that have no place get that of a profile with the same content that is not.
+    // Gives profiles in use without a place that of a profile with the same content that is not in use.
     void prefer(const std::set<std::string>& inUse)
     {
         Alike idle(isContentLess);
@@ -110,8 +109,7 @@ private:
 
 } // namespace
 
-// A settings file may hold thousands of profiles, and the loop waits meanwhile. So no pass compares each with
-// each.
+// A settings file may have thousands of profiles, and the loop waits meanwhile: no pass is quadratic.
 ProfilePlaces matchProfiles(const StoredProfiles& before, const StoredProfiles& now,
                             const std::set<std::string>& inUse)
 {

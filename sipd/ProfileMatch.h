@@ -6,12 +6,12 @@
 #include <set>
 #include <string>
 
-// Where each profile of an older reading stands in a newer one: old group to new group. A profile that is
-// missing in the result has been deleted; no two profiles get one group.
+// Finds the profiles of an older reading in a newer one. The result maps old groups to new groups. A profile
+// that it does not contain has been deleted. No two profiles get the same group.
 //
-// A profile is found by its content; one that has changed by its account with a server, or else by its
-// display name, or else by its number. Each is first looked for under its own number. Of several profiles
-// with the same content those in inUse are the last to be missed.
+// Profiles match by their content, then by their account with a server, then by their display name, then by
+// their number. Each rule tries the old number first. Of several profiles with the same content, those in
+// inUse find a place first.
 using ProfilePlaces = std::map<std::string, std::string, GroupOrder>;
 ProfilePlaces matchProfiles(const StoredProfiles& before, const StoredProfiles& now,
                             const std::set<std::string>& inUse);

@@ -16,18 +16,18 @@
 namespace {
 
 // Editors move the old file away before they write the new one.
-constexpr std::chrono::milliseconds settleTime{100};
-// Somebody may write it, or touch it, again and again.
-constexpr std::chrono::milliseconds longestSettleTime{1000};
+constexpr std::chrono::milliseconds SETTLE_TIME{100};
+// The file may be written or touched again and again.
+constexpr std::chrono::milliseconds LONGEST_SETTLE_TIME{1000};
 
-constexpr uint32_t changes = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
+constexpr uint32_t CHANGES = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
 
-// As the kernel has it.
-constexpr int mostLinks = 40;
+// The kernel's own limit.
+constexpr int MOST_LINKS = 40;
 
 namespace fs = std::filesystem;
 
-// Puts the parts of a path before the others; the directory in which they begin.
+// Puts the parts of a path before the others. Returns the directory that they start in.
 fs::path prepend(std::list<fs::path>& parts, const fs::path& path, const fs::path& directory)
 {
     const fs::path relative = path.relative_path();
@@ -37,26 +37,26 @@ fs::path prepend(std::list<fs::path>& parts, const fs::path& path, const fs::pat
 
 } // namespace
 
-ProfileWatch::ProfileWatch(EventLoop& loop, std::string path, std::function<void()> onChanged)
+ProfileWatch::ProfileWatch(EventLoop& loop, Clock& clock, std::string path, std::function<void()> onChanged)
     : path_(std::move(path)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
-      onChanged_(std::move(onChanged)), settled_(loop, [this] { tell(); })
+      onChanged_(std::move(onChanged)), clock_(clock), settled_(clock.makeTimer([this] { report(); }))
 {
-    if (inotify_ < 0) {
+    if (!inotify_.isOpen()) {
         ORMU_LOG(ORMU_LEVEL_ERROR, "changes of profiles are noticed late: %s", std::strerror(errno));
         return;
     }
-    watch_.emplace(loop, inotify_, POLLIN, [this](int) { handleEvents(); });
-    watchWay();
+    watch_.emplace(loop, inotify_.get(), POLLIN, [this](int) { handleEvents(); });
+    watchPath();
 }
 
-// Each directory is watched before it is looked into, so that nothing happens unseen between the two.
-void ProfileWatch::watchWay()
+// Watches each directory before it looks into it, so that no change is missed in between.
+void ProfileWatch::watchPath()
 {
     const auto former = std::exchange(names_, {});
     isComplete_ = true;
     std::list<fs::path> parts;
     fs::path directory = prepend(parts, path_, {});
-    for (int links = 0; !parts.empty() && links < mostLinks;) {
+    for (int links = 0; !parts.empty() && links < MOST_LINKS;) {
         const fs::path name = parts.front();
         parts.pop_front();
         if (name.empty() || name == ".")
@@ -73,14 +73,14 @@ void ProfileWatch::watchWay()
     }
     for (const auto& [watch, names] : former) {
         if (!names_.contains(watch))
-            inotify_rm_watch(inotify_, watch);
+            inotify_rm_watch(inotify_.get(), watch);
     }
 }
 
-// False when there is no such directory. One that may be passed but not read cannot be watched.
+// Returns false when there is no such directory. A directory that is not readable cannot be watched.
 bool ProfileWatch::watchDirectory(const std::string& directory, const std::string& name)
 {
-    const int watch = inotify_add_watch(inotify_, directory.c_str(), changes | IN_ONLYDIR);
+    const int watch = inotify_add_watch(inotify_.get(), directory.c_str(), CHANGES | IN_ONLYDIR);
     if (watch >= 0)
         names_[watch].insert(name);
     else if (errno == ENOENT || errno == ENOTDIR)
@@ -92,14 +92,14 @@ bool ProfileWatch::watchDirectory(const std::string& directory, const std::strin
     return true;
 }
 
-bool ProfileWatch::concernsWay(const inotify_event& event, const char* name) const
+bool ProfileWatch::concernsPath(const inotify_event& event, const char* name) const
 {
     if ((event.mask & IN_Q_OVERFLOW) != 0)
         return true;
     const auto found = names_.find(event.wd);
     if (found == names_.end())
         return false;
-    // The directory itself is gone, or what it was mounted from.
+    // The directory is gone or unmounted.
     if ((event.mask & (IN_IGNORED | IN_UNMOUNT)) != 0)
         return true;
     return event.len != 0 && found->second.contains(name);
@@ -110,13 +110,13 @@ void ProfileWatch::handleEvents()
     std::array<char, 4096> buffer;
     bool isConcerned = false;
     ssize_t length = 0;
-    while ((length = read(inotify_, buffer.data(), buffer.size())) > 0) {
+    while ((length = read(inotify_.get(), buffer.data(), buffer.size())) > 0) {
         for (ssize_t offset = 0; offset < length;) {
             inotify_event event = {};
             std::memcpy(&event, buffer.data() + offset, sizeof(event));
             const char* const name = buffer.data() + offset + sizeof(event);
             offset += static_cast<ssize_t>(sizeof(event) + event.len);
-            if (!concernsWay(event, name))
+            if (!concernsPath(event, name))
                 continue;
             isConcerned = true;
             if ((event.mask & IN_ATTRIB) == 0)
@@ -125,30 +125,30 @@ void ProfileWatch::handleEvents()
     }
     if (!isConcerned)
         return;
-    watchWay();
+    watchPath();
     settle();
 }
 
 void ProfileWatch::settle()
 {
-    const auto now = BootClock::now();
+    const auto now = clock_.now();
     if (!firstChange_)
         firstChange_ = now;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*firstChange_ + longestSettleTime - now);
-    settled_.set(std::clamp(left, std::chrono::milliseconds(0), settleTime));
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*firstChange_ + LONGEST_SETTLE_TIME - now);
+    settled_->set(std::clamp(left, std::chrono::milliseconds(0), SETTLE_TIME));
 }
 
 void ProfileWatch::catchUp()
 {
-    if (inotify_ >= 0)
+    if (inotify_.isOpen())
         handleEvents();
-    if (inotify_ < 0 || isReplaced_)
-        tell();
+    if (!inotify_.isOpen() || isReplaced_)
+        report();
 }
 
-void ProfileWatch::tell()
+void ProfileWatch::report()
 {
-    settled_.stop();
+    settled_->stop();
     firstChange_.reset();
     isReplaced_ = false;
     onChanged_();

@@ -1,5 +1,3 @@
-#define NUA_MAGIC_T class RegisterAttempt
-#define NUA_HMAGIC_T class RegisterAttempt
 #include "RegisterAttempt.h"
 
 #include "CertificateDirectory.h"
@@ -24,13 +22,14 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds unregisterLimit{3000};
+constexpr std::chrono::milliseconds UNREGISTER_TIMEOUT{3000};
 
-// The bit of the stack's TPTAG_TLS_VERSION for TLS 1.2; later versions are always on.
-constexpr unsigned int tls12 = 8;
+// The stack's TPTAG_TLS_VERSION bit for TLS 1.2. Later versions are always on.
+constexpr unsigned int TLS_1_2 = 8;
 
-// Each is found by its name when it is needed. To read all of them, in one file, takes tens of milliseconds.
-constexpr char systemCertificates[] = "/etc/ssl/certs";
+// A directory, from which the TLS library reads only the certificates that it needs. Reading all of them from
+// one file takes tens of milliseconds.
+constexpr char SYSTEM_CERTIFICATES[] = "/etc/ssl/certs";
 
 std::string escaped(std::string_view user)
 {
@@ -53,7 +52,7 @@ bool isRejection(int status)
     return status == 401 || status == 403 || status == 404 || status == 407;
 }
 
-// The stack answers 408 and 503 in the name of a server that it could not reach.
+// The stack itself makes up answers 408 and 503 for a server that it cannot reach.
 _SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
 {
     const bool fromServer = sip != nullptr && !nta_sip_is_internal(sip);
@@ -68,38 +67,10 @@ _SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
 
 } // namespace
 
-struct RegisterAttemptCallbacks
-{
-    static void onEvent(nua_event_t event, int status, const char* /*phrase*/, nua_t* /*nua*/,
-                        RegisterAttempt* attempt, nua_handle_t* handle, RegisterAttempt* /*owner*/,
-                        const sip_t* sip, tagi_t* /*tags*/)
-    {
-        if (event == nua_r_shutdown) {
-            if (status >= 200)
-                attempt->setState(RegisterAttempt::State::Gone);
-            return;
-        }
-        if (handle == nullptr)
-            return;
-        if (handle != attempt->handle_) {
-            // A request from outside, which the stack has answered; or the last of a handle that is gone.
-            if (nua_handle_magic(handle) == nullptr && event < nua_r_set_params)
-                nua_handle_destroy(handle);
-            return;
-        }
-        if (event == nua_r_register)
-            attempt->handleRegisterAnswer(status, sip);
-        else if (event == nua_r_unregister)
-            attempt->handleUnregisterAnswer(status, sip);
-        else if (event == nua_r_authenticate && status >= 300)
-            attempt->fail(SIPD_ACK_FAILED);
-    }
-};
-
 RegisterAttempt::RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
                                  OnOutcome onOutcome)
     : loop_(loop), settings_(settings), profile_(profile), onOutcome_(std::move(onOutcome)),
-      limit_(loop, [this] { close(); })
+      unregisterLimit_(loop.makeTimer([this] { close(); }))
 {
 }
 
@@ -108,6 +79,29 @@ RegisterAttempt::~RegisterAttempt()
     const EventLoop::Hold hold(loop_);
     if (agent_ != nullptr)
         nua_destroy(agent_);
+}
+
+void RegisterAttempt::handleEvent(int event, int status, nua_handle_t* handle, const sip_t* sip)
+{
+    if (event == nua_r_shutdown) {
+        if (status >= 200)
+            setState(State::Gone);
+        return;
+    }
+    if (handle == nullptr)
+        return;
+    if (handle != handle_) {
+        // A request from outside, which the stack has answered, or the last event of a destroyed handle.
+        if (nua_handle_magic(handle) == nullptr && event < nua_r_set_params)
+            nua_handle_destroy(handle);
+        return;
+    }
+    if (event == nua_r_register)
+        handleRegisterAnswer(status, sip);
+    else if (event == nua_r_unregister)
+        handleUnregisterAnswer(status, sip);
+    else if (event == nua_r_authenticate && status >= 300)
+        fail(SIPD_ACK_FAILED);
 }
 
 _SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout)
@@ -126,23 +120,27 @@ _SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::ch
 void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::milliseconds timeout)
 {
     const bool tls = profile_.registrar.transport == Transport::Tls;
-    // The stack knows TLS under this scheme alone.
+    // The stack has TLS for this scheme only.
     const std::string url = tls ? "sips:" + localHost + ":*"
                                 : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
     std::optional<CertificateDirectory> ownCertificates;
     if (tls && !settings_.caFile.empty())
         ownCertificates.emplace(settings_.caFile);
-    const std::string trusted = ownCertificates ? ownCertificates->path() : systemCertificates;
+    const std::string trusted = ownCertificates ? ownCertificates->path() : SYSTEM_CERTIFICATES;
     if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
         ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
+    const auto onEvent = [](nua_event_t event, int answer, const char*, nua_t*, nua_magic_t* attempt,
+                            nua_handle_t* handle, nua_hmagic_t*, const sip_t* sip, tagi_t*) {
+        reinterpret_cast<RegisterAttempt*>(attempt)->handleEvent(event, answer, handle, sip);
+    };
     const EventLoop::Hold hold(loop_);
-    agent_ = nua_create(loop_.root(), RegisterAttemptCallbacks::onEvent, this, NUTAG_URL(url.c_str()),
+    agent_ = nua_create(loop_.root(), onEvent, reinterpret_cast<nua_magic_t*>(this), NUTAG_URL(url.c_str()),
                         NTATAG_SIP_T1X64(static_cast<unsigned>(timeout.count())), NUTAG_MAX_RETRY_AFTER(0),
                         NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
                         NUTAG_KEEPALIVE(0), SIPTAG_ALLOW_STR("OPTIONS"),
                         TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
                         TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
-                        TAG_IF(tls, TPTAG_TLS_VERSION(tls12)), TAG_END());
+                        TAG_IF(tls, TPTAG_TLS_VERSION(TLS_1_2)), TAG_END());
 }
 
 void RegisterAttempt::sendRegister(const ServerAddress& server)
@@ -153,13 +151,13 @@ void RegisterAttempt::sendRegister(const ServerAddress& server)
     const std::string identity = "<sip:" + user + '@' + registrar.uriHost() + '>';
     const std::string registrarUrl =
         "sip:" + registrar.uriHost() + ':' + std::to_string(registrar.port) + ';' + transport;
-    // The name stays there for TLS to be verified against; the packets go to the address.
+    // TLS verifies the name; packets go to the address in maddr.
     const std::string proxyUrl = "sip:" + registrar.uriHost() + ':' + std::to_string(server.port()) + ';' +
                                  transport + (registrar.numeric ? "" : ";maddr=" + server.uriHost());
     const bool udp = registrar.transport == Transport::Udp;
 
-    handle_ = nua_handle(agent_, this, SIPTAG_TO_STR(identity.c_str()), SIPTAG_FROM_STR(identity.c_str()),
-                         TAG_END());
+    handle_ = nua_handle(agent_, reinterpret_cast<nua_hmagic_t*>(this), SIPTAG_TO_STR(identity.c_str()),
+                         SIPTAG_FROM_STR(identity.c_str()), TAG_END());
     ORMU_ASSERT(handle_ != nullptr);
     nua_register(handle_, NUTAG_REGISTRAR(registrarUrl.c_str()), NUTAG_PROXY(proxyUrl.c_str()),
                  NUTAG_M_USERNAME(user.c_str()), TAG_IF(!udp, NUTAG_M_PARAMS(transport.c_str())),
@@ -185,7 +183,7 @@ void RegisterAttempt::handleRegisterAnswer(int status, const sip_t* sip)
         fail(ackOf(status, sip));
 }
 
-// Answers the challenge. False when it cannot, or has already.
+// Answers the challenge. False when that is impossible or has failed before.
 bool RegisterAttempt::authenticate(const sip_t* sip)
 {
     if (sip == nullptr)
@@ -204,7 +202,7 @@ bool RegisterAttempt::authenticate(const sip_t* sip)
     return true;
 }
 
-// Its owner looks at it between two steps.
+// The owner looks at the state between two steps.
 void RegisterAttempt::setState(State state)
 {
     state_ = state;
@@ -240,7 +238,7 @@ void RegisterAttempt::unregisterOrAbandon()
 void RegisterAttempt::unregister()
 {
     setState(State::Unregistering);
-    limit_.set(unregisterLimit);
+    unregisterLimit_->set(UNREGISTER_TIMEOUT);
     nua_unregister(handle_, TAG_END());
 }
 
@@ -256,7 +254,7 @@ void RegisterAttempt::close()
 {
     if (state_ == State::Closing || state_ == State::Gone)
         return;
-    limit_.stop();
+    unregisterLimit_->stop();
     setState(State::Closing);
     nua_handle_bind(handle_, nullptr);
     nua_handle_destroy(handle_);

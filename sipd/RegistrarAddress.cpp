@@ -10,10 +10,10 @@
 
 namespace {
 
-constexpr unsigned int sipPort = 5060;
-constexpr unsigned int sipsPort = 5061;
-constexpr unsigned int highestPort = 65535;
-constexpr size_t longestName = 253;
+constexpr unsigned int SIP_PORT = 5060;
+constexpr unsigned int SIPS_PORT = 5061;
+constexpr unsigned int HIGHEST_PORT = 65535;
+constexpr size_t LONGEST_NAME = 253;
 
 std::string_view trimmed(std::string_view text)
 {
@@ -47,7 +47,7 @@ std::optional<Transport> transportOf(std::string_view name)
     return std::nullopt;
 }
 
-// What stands behind the first ";": nothing, or one transport.
+// Parses the parameters behind the first ";": none, or one transport.
 std::optional<Transport> parseParameters(std::string_view text)
 {
     text = trimmed(text);
@@ -70,7 +70,7 @@ std::optional<unsigned int> parsePort(std::string_view text)
 void takeScheme(std::string_view& server)
 {
     std::string_view rest = server;
-    // Before nothing but a port it is the name of a host.
+    // "sip:5060" is a host named sip and a port.
     if (takePrefix(rest, "sip:") && !parsePort(rest.substr(0, rest.find(';'))))
         server = rest;
 }
@@ -83,18 +83,18 @@ bool isIpAddress(int family, const std::string& text)
 
 bool isHostName(std::string_view name)
 {
-    if (name.empty() || name.size() > longestName || name.front() == '.' ||
+    if (name.empty() || name.size() > LONGEST_NAME || name.front() == '.' ||
         name.find("..") != std::string_view::npos)
         return false;
     const auto isAllowed = [](unsigned char c) {
         return std::isalnum(c) != 0 || c == '-' || c == '.' || c == '_';
     };
-    // Of digits and dots alone it would be a mistyped IPv4 address.
+    // Digits and dots alone are a mistyped IPv4 address.
     return std::all_of(name.begin(), name.end(), isAllowed) &&
            name.find_first_not_of("0123456789.") != std::string_view::npos;
 }
 
-// The form that DNS knows of a name in any script; empty when it has none.
+// The ASCII form of a name in any script. Empty when it has none.
 std::string asciiName(std::string_view name)
 {
     if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x80; }))
@@ -130,6 +130,28 @@ std::optional<HostAndPort> splitPort(std::string_view text)
     return HostAndPort{text.substr(0, colon), text.substr(colon + 1), false};
 }
 
+bool setHost(RegistrarAddress& address, const HostAndPort& split)
+{
+    address.host = asciiName(split.host);
+    const bool v6 = isIpAddress(AF_INET6, address.host);
+    address.numeric = v6 || isIpAddress(AF_INET, address.host);
+    if (split.bracketed)
+        return v6;
+    return address.numeric || isHostName(address.host);
+}
+
+bool setPort(RegistrarAddress& address, std::optional<std::string_view> typed, unsigned int profilesPort)
+{
+    address.defaultPort = !typed && profilesPort == SIP_PORT;
+    std::optional<unsigned int> port = typed ? parsePort(*typed) : profilesPort;
+    if (address.defaultPort && address.transport == Transport::Tls)
+        port = SIPS_PORT;
+    if (!port || *port < 1 || *port > HIGHEST_PORT)
+        return false;
+    address.port = static_cast<uint16_t>(*port);
+    return true;
+}
+
 } // namespace
 
 const char* nameOf(Transport transport)
@@ -159,21 +181,9 @@ std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, u
     const auto split = splitPort(trimmed(server.substr(0, semicolon)));
     if (!transport || !split)
         return std::nullopt;
-
     RegistrarAddress address;
     address.transport = *transport;
-    address.host = asciiName(split->host);
-    const bool v6 = isIpAddress(AF_INET6, address.host);
-    address.numeric = v6 || isIpAddress(AF_INET, address.host);
-    if ((split->bracketed && !v6) || (!address.numeric && !isHostName(address.host)))
+    if (!setHost(address, *split) || !setPort(address, split->port, port))
         return std::nullopt;
-
-    address.defaultPort = !split->port && port == sipPort;
-    if (address.defaultPort && address.transport == Transport::Tls)
-        port = sipsPort;
-    const auto typedPort = split->port ? parsePort(*split->port) : port;
-    if (!typedPort || *typedPort < 1 || *typedPort > highestPort)
-        return std::nullopt;
-    address.port = static_cast<uint16_t>(*typedPort);
     return address;
 }

@@ -11,28 +11,27 @@ enum class Transport { Udp, Tcp, Tls };
 // "udp", "tcp", "tls"
 const char* nameOf(Transport transport);
 
-// Where a profile registers.
+// The registrar of a profile.
 struct RegistrarAddress
 {
     std::string host; // A name in ASCII, or an IP address; an IPv6 address without brackets.
     uint16_t port = 0;
     Transport transport = Transport::Udp;
     bool numeric = false;     // The host is an IP address.
-    bool defaultPort = false; // Nobody chose the port: DNS may know a better one.
+    bool defaultPort = false; // Nobody chose the port: DNS may name another.
 
     bool operator==(const RegistrarAddress&) const = default;
 
-    // The host as it stands in a SIP URI: an IPv6 address in brackets.
+    // The host in a SIP URI: an IPv6 address in brackets.
     std::string uriHost() const;
 };
 
-// The registrar that a person means who typed server, and this port, into a profile. Nothing when that makes
-// no sense, or the port is none.
+// Parses a profile's server and port. Returns nothing when they are not valid.
 //
-// The server is a name, an IPv4 address, or an IPv6 address with or without brackets. Before it there may be
-// "sip:", behind it ":port", which goes before the profile's port, and ";transport=udp", "tcp" or "tls" in
-// either case; blanks around all that do not count. Port 5060, every profile's from the start, is taken as
-// nobody's choice; for TLS it becomes 5061.
+// The server is a name, an IPv4 address, or an IPv6 address with or without brackets. "sip:" may precede it.
+// ":port", which overrides the profile's port, and ";transport=udp", "tcp" or "tls" may follow. Case and
+// surrounding blanks do not matter. Port 5060 is the default of profiles, so it counts as nobody's choice;
+// for TLS it becomes 5061.
 std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port);
 
 #endif

@@ -11,17 +11,18 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds connectLimit{8000};
-constexpr milliseconds disconnectLimit{3000};
-constexpr milliseconds shortestPause{1000};
-constexpr milliseconds longestPause{60'000};
-// Whoever comes again with rejected credentials, and soon, is taken for an attacker.
-constexpr milliseconds pauseAfterRejection{300'000};
-// No address gets less, while there is time.
-constexpr milliseconds shortestTry{500};
+constexpr milliseconds CONNECT_TIMEOUT{8000};
+constexpr milliseconds DISCONNECT_TIMEOUT{3000};
+// Pauses before a retry double from the shortest to the longest.
+constexpr milliseconds SHORTEST_PAUSE{1000};
+constexpr milliseconds LONGEST_PAUSE{60'000};
+// A server may take frequent wrong passwords for an attack.
+constexpr milliseconds PAUSE_AFTER_REJECTION{300'000};
+// The least time for an address.
+constexpr milliseconds SHORTEST_ATTEMPT{500};
 
-// Somebody may cancel attempts at a silent server faster than they end.
-constexpr std::ptrdiff_t mostAbandoned = 4;
+// Clients may cancel attempts at a silent server faster than these end.
+constexpr std::ptrdiff_t MOST_ABANDONED = 4;
 
 const char* wordsFor(_SIPD_APP_ACK_E reason)
 {
@@ -29,7 +30,7 @@ const char* wordsFor(_SIPD_APP_ACK_E reason)
     case SIPD_ACK_SERVICE_UNAVAILABLE:
         return "no service, or no network";
     case SIPD_ACK_INCORRECT_PROFILE:
-        return "the profile makes no sense, or the server rejects it";
+        return "the profile is not valid, or the server rejects it";
     case SIPD_ACK_CONNECT_FAILED:
         return "the server is not reached";
     default:
@@ -41,9 +42,9 @@ const char* wordsFor(_SIPD_APP_ACK_E reason)
 
 Registration::Registration(const SipServices& services, std::string group,
                            std::function<void(Registration&)> onRetry)
-    : services_(services), group_(std::move(group)), onRetry_(std::move(onRetry)), pause_(shortestPause),
-      timer_(services.loop, [this] { handleTimer(); }),
-      disconnectLimit_(services.loop, [this] { answer(disconnecting_, SIPD_ACK_SUCCESS); })
+    : services_(services), group_(std::move(group)), onRetry_(std::move(onRetry)), pause_(SHORTEST_PAUSE),
+      timer_(services.clock.makeTimer([this] { handleTimer(); })),
+      disconnectLimit_(services.clock.makeTimer([this] { answer(disconnecting_, SIPD_ACK_SUCCESS); }))
 {
 }
 
@@ -73,7 +74,7 @@ void Registration::connect(RequestObserver* observer, std::optional<SipProfile> 
         return;
     profile_ = std::move(profile);
     if (connecting_.size() == 1)
-        deadline_ = BootClock::now() + connectLimit;
+        deadline_ = services_.clock.now() + CONNECT_TIMEOUT;
     begin();
 }
 
@@ -88,7 +89,7 @@ void Registration::postpone()
 {
     SIPD_DETAIL("%s waits for the settings file", group_.c_str());
     isPostponed_ = true;
-    timer_.set(longestPause);
+    timer_->set(LONGEST_PAUSE);
 }
 
 void Registration::reviewProfile(std::optional<SipProfile> profile)
@@ -101,7 +102,7 @@ void Registration::reviewProfile(std::optional<SipProfile> profile)
     if (hasChanged) {
         SIPD_DETAIL("%s has changed", group_.c_str());
         profile_ = std::move(profile);
-        pause_ = shortestPause;
+        pause_ = SHORTEST_PAUSE;
     }
     begin();
 }
@@ -116,15 +117,15 @@ void Registration::endDeleted()
 void Registration::begin()
 {
     dropAttempt();
-    // Who waits already does not wait longer for it.
+    // Observers that wait already keep their deadline.
     if (connecting_.empty())
-        deadline_ = BootClock::now() + connectLimit;
+        deadline_ = services_.clock.now() + CONNECT_TIMEOUT;
     if (!profile_) {
         fail(SIPD_ACK_INCORRECT_PROFILE);
         return;
     }
     phase_ = Phase::Clearing;
-    timer_.set(std::max(timeLeft(), milliseconds(1)));
+    timer_->set(std::max(timeLeft(), milliseconds(1)));
     if (!isClearing())
         resolve();
 }
@@ -137,21 +138,21 @@ void Registration::resolve()
         handleAddresses({*address});
         return;
     }
-    lookup_ = services_.resolver.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
+    lookup_ = services_.network.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
         lookup_.reset();
         handleAddresses(found);
     });
 }
 
-// Those to which there is no way get no share of the time.
+// Drops unroutable addresses, so that they use up no part of the time.
 void Registration::handleAddresses(const std::vector<ServerAddress>& found)
 {
     std::copy_if(found.rbegin(), found.rend(), std::back_inserter(addresses_),
-                 [](const ServerAddress& address) { return !address.localUriHost().empty(); });
+                 [this](const ServerAddress& address) { return services_.network.isRoutable(address); });
     if (addresses_.empty()) {
         ORMU_LOG(ORMU_LEVEL_INFO, "%s: %s %s", group_.c_str(), found.empty() ? "no address of" : "no way to",
                  profile_->registrar.host.c_str());
-        fail(isAnyNetworkUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
+        fail(services_.network.isUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
         return;
     }
     tryAddresses();
@@ -165,10 +166,9 @@ void Registration::tryAddresses()
         const auto share = timeLeft() / static_cast<int>(addresses_.size());
         const ServerAddress address = addresses_.back();
         addresses_.pop_back();
-        attempt_ =
-            std::make_unique<RegisterAttempt>(services_.loop, services_.settings, *profile_,
-                                              [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
-        reason = attempt_->registerAt(address, std::max(share, shortestTry));
+        attempt_ = services_.network.makeAttempt(*profile_,
+                                                 [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
+        reason = attempt_->registerAt(address, std::max(share, SHORTEST_ATTEMPT));
         if (reason == SIPD_ACK_SUCCESS)
             return;
         attempt_.reset();
@@ -181,11 +181,11 @@ void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
     if (outcome == SIPD_ACK_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_INFO, "%s is registered with %s", group_.c_str(),
                  profile_->registrar.host.c_str());
-        timer_.stop();
+        timer_->stop();
         addresses_.clear();
         phase_ = Phase::On;
         isKept_ = true;
-        pause_ = shortestPause;
+        pause_ = SHORTEST_PAUSE;
         answer(connecting_, SIPD_ACK_SUCCESS);
         return;
     }
@@ -209,11 +209,11 @@ void Registration::pauseAfter(_SIPD_APP_ACK_E reason)
 {
     phase_ = Phase::Pausing;
     if (reason == SIPD_ACK_INCORRECT_PROFILE) {
-        timer_.set(pauseAfterRejection);
+        timer_->set(PAUSE_AFTER_REJECTION);
         return;
     }
-    timer_.set(pause_);
-    pause_ = std::min(2 * pause_, longestPause);
+    timer_->set(pause_);
+    pause_ = std::min(2 * pause_, LONGEST_PAUSE);
 }
 
 void Registration::handleTimer()
@@ -227,7 +227,7 @@ void Registration::handleTimer()
 void Registration::disconnect(RequestObserver* observer)
 {
     if (disconnecting_.empty())
-        disconnectLimit_.set(disconnectLimit);
+        disconnectLimit_->set(DISCONNECT_TIMEOUT);
     disconnecting_.push_back(observer);
     end();
 }
@@ -248,14 +248,14 @@ void Registration::forget(RequestObserver* observer)
     const bool wasConnecting = std::erase(connecting_, observer) > 0;
     if (!wasConnecting || !connecting_.empty() || isKept_)
         return;
-    SIPD_DETAIL("%s: nobody waits for it any more", group_.c_str());
+    SIPD_DETAIL("%s: connecting is cancelled", group_.c_str());
     dropAttempt();
 }
 
-// Leaves what there is of an attempt or a registration.
+// Ends the attempt or registration, whatever its state.
 void Registration::dropAttempt()
 {
-    timer_.stop();
+    timer_->stop();
     isPostponed_ = false;
     lookup_.reset();
     addresses_.clear();
@@ -272,28 +272,27 @@ void Registration::answer(std::vector<RequestObserver*>& observers, _SIPD_APP_AC
         observer->acknowledge(ack);
 }
 
-// The next attempt waits for that.
+// The next attempt waits until former ones have unregistered, and few are abandoned.
 bool Registration::isClearing() const
 {
-    const auto count = [this](RegisterAttempt::State state) {
+    const auto count = [this](Attempt::State state) {
         return std::count_if(former_.begin(), former_.end(),
                              [state](const auto& attempt) { return attempt->state() == state; });
     };
-    return count(RegisterAttempt::State::Unregistering) > 0 ||
-           count(RegisterAttempt::State::Abandoned) > mostAbandoned;
+    return count(Attempt::State::Unregistering) > 0 || count(Attempt::State::Abandoned) > MOST_ABANDONED;
 }
 
 bool Registration::isLeaving() const
 {
     return std::any_of(former_.begin(), former_.end(), [](const auto& attempt) {
-        return attempt->state() == RegisterAttempt::State::Unregistering ||
-               attempt->state() == RegisterAttempt::State::Abandoned;
+        return attempt->state() == Attempt::State::Unregistering ||
+               attempt->state() == Attempt::State::Abandoned;
     });
 }
 
 milliseconds Registration::timeLeft() const
 {
-    return std::chrono::duration_cast<milliseconds>(deadline_ - BootClock::now());
+    return std::chrono::duration_cast<milliseconds>(deadline_ - services_.clock.now());
 }
 
 void Registration::reap()

@@ -1,8 +1,7 @@
 #ifndef REGISTRATION_H
 #define REGISTRATION_H
 
-#include "RegisterAttempt.h"
-#include "Resolver.h"
+#include "SipServices.h"
 
 #include <chrono>
 #include <functional>
@@ -11,7 +10,7 @@
 #include <string>
 #include <vector>
 
-// Someone who waits for the end of a request.
+// Receives the end of a request.
 class RequestObserver
 {
 public:
@@ -19,76 +18,68 @@ public:
     virtual void acknowledge(_SIPD_APP_ACK_E ack) = 0;
 };
 
-// What registrations work with.
-struct SipServices
-{
-    EventLoop& loop;
-    Resolver& resolver;
-    const SipSettings& settings;
-};
-
-// What a status query is answered with.
+// The answer to a status query.
 enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connected = SIPD_PROFILE_CONNECTED };
 
-// One profile's connection: brings it about, keeps it, and ends it.
+// The connection of one profile.
 //
-// A profile is kept connected once it has been, or when it is to be from the start: what breaks is tried
-// again, with growing pauses, until somebody disconnects it; rarely when the server rejected the profile, and
-// not at all when it makes no sense. A change of the profile is tried at once.
+// A profile that has been connected, or that connects automatically, is kept connected until it is
+// disconnected: after a failure the registration retries, with growing pauses. After a rejection by the
+// server it retries every 5 minutes, and without a valid profile never. A changed profile is tried at once.
 //
-// It knows its profile by the group in the settings file, which may change. It never reads that file itself.
+// The profile is known by its group in the settings file, which may change. This class never reads that file.
 //
-// Observers are told the end of their request once; they must outlive that, or be forgotten.
+// An observer receives one call for each request. It must live until then, or be forgotten.
 class Registration
 {
 public:
-    // onRetry is called when it is time for the next try, and calls keepConnected() or postpone().
+    // onRetry is called when the pause is over, and calls keepConnected() or postpone().
     Registration(const SipServices& services, std::string group, std::function<void(Registration&)> onRetry);
     ~Registration();
     Registration(const Registration&) = delete;
     Registration& operator=(const Registration&) = delete;
 
     const std::string& group() const { return group_; }
-    // The profile, unchanged, stands under another group now.
+    // The unchanged profile has another group now.
     void moveTo(const std::string& group) { group_ = group; }
 
     ConnectionStatus status() const;
 
-    // The profile, here and below: nothing when nobody could register with it.
+    // Here and below, no profile means that nobody could register with it.
 
-    // Registers with the profile as it is given, anew if need be. Ends within 8 seconds.
+    // Registers the profile, again if it is registered. Ends within 8 seconds.
     void connect(RequestObserver* observer, std::optional<SipProfile> profile);
-    // Takes the registration back. Ends within 3 seconds, always with success.
+    // Unregisters. Ends within 3 seconds, always with success.
     void disconnect(RequestObserver* observer);
-    // The observer has gone. What was begun for nobody else is given up.
+    // Drops the observer. Cancels a connect that has no other observer.
     void forget(RequestObserver* observer);
 
-    // Connects it and keeps it so, without an observer.
+    // Connects and keeps connected, without an observer.
     void keepConnected(std::optional<SipProfile> profile);
-    // The next try waits for reviewProfile(), or for a minute.
+    // Puts the retry off until reviewProfile(), or for a minute.
     void postpone();
-    // What the settings file says now: connects anew when the profile has changed.
+    // Takes the profile from the settings file, and connects again if it has changed.
     void reviewProfile(std::optional<SipProfile> profile);
-    // The profile has been deleted: as end(), but whoever waits for it to be connected is told.
+    // As end(), for a deleted profile: observers of a connect learn that it is gone.
     void endDeleted();
     // As disconnect(), without an observer.
     void end();
 
-    // Between two steps of the loop: deletes what has come to its end, and goes on where that was waited for.
+    // Deletes finished attempts, and continues what waited for them. Call it between two steps of the loop.
     void reap();
-    // There is nothing to do for it, and nothing to remember.
+    // Nothing is under way, and nothing needs to be remembered.
     bool isIdle() const;
-    // It waits for the next try.
+    // Waits for the next retry.
     bool isPausing() const { return phase_ == Phase::Pausing; }
 
 private:
     enum class Phase {
         Off,
-        Clearing, // the former registration, or what there is too much of, goes before the next is begun
+        Clearing, // waits for former attempts before the next one
         Resolving,
         Registering,
         On,
-        Pausing // until the next try
+        Pausing // until the next retry
     };
 
     void begin();
@@ -111,21 +102,21 @@ private:
 
     Phase phase_ = Phase::Off;
     bool isKept_ = false;
-    bool isPostponed_ = false;          // the next try
+    bool isPostponed_ = false;          // the retry waits for the settings file
     std::optional<SipProfile> profile_; // as it was last read
     BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;
 
-    Resolver::LookupHandle lookup_;
-    std::vector<ServerAddress> addresses_;                 // that are still to be tried, the next one last
-    std::unique_ptr<RegisterAttempt> attempt_;             // the present attempt or registration
-    std::vector<std::unique_ptr<RegisterAttempt>> former_; // on their way out
+    Network::LookupHandle lookup_;
+    std::vector<ServerAddress> addresses_; // still to try, the next one last
+    std::unique_ptr<Attempt> attempt_;     // under way or registered
+    std::vector<std::unique_ptr<Attempt>> former_;
 
     std::vector<RequestObserver*> connecting_;
     std::vector<RequestObserver*> disconnecting_;
 
-    Timer timer_; // of the attempt, or of the pause
-    Timer disconnectLimit_;
+    const std::unique_ptr<Timer> timer_; // of the attempt, or of the pause
+    const std::unique_ptr<Timer> disconnectLimit_;
 };
 
 #endif

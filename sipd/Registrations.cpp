@@ -7,16 +7,16 @@
 
 namespace {
 
-// An application more finds no room for its name.
-constexpr size_t mostNames = 256;
+constexpr size_t MOST_NAMES = 256;
 
-// Numbers are given out lowest first, to few profiles. Files that people have edited may go further.
-constexpr size_t mostConnectedAutomatically = 100;
+// An edited settings file may have any number of profiles.
+constexpr size_t MOST_CONNECTED_AUTOMATICALLY = 100;
 
 } // namespace
 
 Registrations::Registrations(const SipServices& services)
-    : services_(services), path_(settingsFilePath()), watch_(services.loop, path_, [this] { review(); })
+    : services_(services), path_(settingsFilePath()),
+      watch_(services.loop, services.clock, path_, [this] { review(); })
 {
 }
 
@@ -34,11 +34,11 @@ void Registrations::disconnect(const std::string& group, RequestObserver* observ
     request({false, group, observer});
 }
 
-// Who asks while the file is written means the numbers that will stand in it.
+// A request while the file is being written means the numbers in the complete file.
 void Registrations::request(const Request& request)
 {
     watch_.catchUp();
-    if (!waiting_.empty() || isHalfDone()) {
+    if (!waiting_.empty() || isIncomplete()) {
         waiting_.push_back(request);
         return;
     }
@@ -59,8 +59,8 @@ void Registrations::carryOut(const Request& request)
         found->second->disconnect(request.observer);
 }
 
-// A file that was only touched is what it was.
-bool Registrations::isHalfDone() const
+// A file that was only touched is complete.
+bool Registrations::isIncomplete() const
 {
     if (!watch_.isSettling())
         return false;
@@ -68,7 +68,7 @@ bool Registrations::isHalfDone() const
     return reading.state != ProfileReading::State::Read || reading.profiles != profiles_;
 }
 
-// What the watch has not told.
+// The watch may have missed a change.
 void Registrations::readIfUnsure()
 {
     if (!isRead_ || !watch_.isComplete())
@@ -99,7 +99,7 @@ void Registrations::forget(RequestObserver* observer)
 _SIPD_APP_ACK_E Registrations::setName(uint32_t application, const std::string& name)
 {
     watch_.catchUp();
-    if (names_.size() >= mostNames && !names_.contains(application))
+    if (names_.size() >= MOST_NAMES && !names_.contains(application))
         return SIPD_ACK_FAILED;
     names_[application] = name;
     return SIPD_ACK_SUCCESS;
@@ -126,7 +126,7 @@ void Registrations::start()
     hasStarted_ = true;
     size_t count = 0;
     for (const auto& [group, profile] : profiles_) {
-        if (profile.autoConnect && ++count <= mostConnectedAutomatically)
+        if (profile.autoConnect && ++count <= MOST_CONNECTED_AUTOMATICALLY)
             registration(group).keepConnected(profile.sip);
     }
 }
@@ -140,8 +140,8 @@ void Registrations::review()
     if (isRead_)
         adopt(std::move(reading.profiles));
     else
-        SIPD_DETAIL("the settings file is away, the profiles stay as they are");
-    // Whoever is answered may ask again.
+        SIPD_DETAIL("the settings file is missing or not readable, the profiles stay as they are");
+    // An observer may make another request.
     while (!waiting_.empty()) {
         const Request request = std::move(waiting_.front());
         waiting_.pop_front();
@@ -172,7 +172,7 @@ void Registrations::moveNames(const StoredProfiles& before, const ProfilePlaces&
     }
 }
 
-// Another profile may need the number of a deleted one at once.
+// Deleted profiles move to leaving_, since another profile may need the number at once.
 void Registrations::moveRegistrations(const ProfilePlaces& places)
 {
     auto registrations = std::exchange(registrations_, {});
@@ -202,7 +202,7 @@ std::set<std::string> Registrations::groupsInUse() const
     return groups;
 }
 
-// As it was last read.
+// From the last reading.
 std::optional<SipProfile> Registrations::profile(const std::string& group) const
 {
     const auto found = profiles_.find(group);

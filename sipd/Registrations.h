@@ -14,13 +14,12 @@
 #include <string>
 #include <vector>
 
-// The connections of all profiles, by their group names, and the names that applications have set. Observers
-// are told the end of a request at once, or from the loop.
+// The connections of all profiles, by their groups in the settings file, and the names that applications have
+// set. Observers learn the end of a request within the call or later from the loop.
 //
-// All of it follows the profiles when they stand under other numbers in a settings file that has replaced the
-// former one; what is asked after the replacement gets the answer for the new numbers. While a file is
-// written in its place and may be half done, a request to connect or disconnect waits for that. A settings
-// file that cannot be read, or is missing, changes nothing.
+// Connections and names follow their profiles when a new settings file gives these other numbers. Requests
+// and queries after the replacement mean the new numbers. While the file is being written in place, requests
+// wait, since it may be incomplete. A settings file that is missing or cannot be read changes nothing.
 class Registrations
 {
 public:
@@ -31,17 +30,16 @@ public:
     ConnectionStatus status(const std::string& group);
     void forget(RequestObserver* observer);
 
-    // The name that an application uses; "" without one, or when its profile has been deleted.
+    // The name that an application has set. Empty without one, or when that profile has been deleted.
     _SIPD_APP_ACK_E setName(uint32_t application, const std::string& name);
     std::string name(uint32_t application);
 
-    // Connects every profile that is to be connected from the start; when the settings file cannot be read,
-    // or is missing, as soon as it can.
+    // Connects all profiles that connect automatically, as soon as the settings file can be read.
     void connectAutomatically();
     // Disconnects everything, for good.
     void end();
 
-    // Between two steps of the loop.
+    // Deletes registrations that have ended. Call it between two steps of the loop.
     void reap();
     bool isEmpty() const { return registrations_.empty() && leaving_.empty(); }
 
@@ -56,7 +54,7 @@ private:
     void review();
     void adopt(StoredProfiles profiles);
     void readIfUnsure();
-    bool isHalfDone() const;
+    bool isIncomplete() const;
     void request(const Request& request);
     void carryOut(const Request& request);
     void start();
@@ -69,13 +67,13 @@ private:
 
     const SipServices services_;
     const std::string path_;      // of the settings file
-    StoredProfiles profiles_;     // as they were last read, and as the registrations stand
-    bool isRead_ = false;         // the last reading did not fail
-    std::deque<Request> waiting_; // for the file to be done
+    StoredProfiles profiles_;     // from the last reading; registrations_ has the same numbers
+    bool isRead_ = false;         // the last reading succeeded
+    std::deque<Request> waiting_; // until the file is complete
     std::map<std::string, std::unique_ptr<Registration>> registrations_;
     std::vector<std::unique_ptr<Registration>> leaving_; // of deleted profiles
     std::map<uint32_t, std::string> names_;              // of the applications
-    bool hasStarted_ = false;                            // what is to be connected from the start is
+    bool hasStarted_ = false;                            // automatic connections have been started
     bool isEnding_ = false;
     ProfileWatch watch_;
 };

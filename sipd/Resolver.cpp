@@ -23,10 +23,9 @@
 
 namespace {
 
-// A name server that does not answer keeps a thread for seconds; clients that ask again and again do not get
-// more of them than this.
-constexpr size_t mostThreads = 16;
-constexpr size_t mostAddresses = 8;
+// A silent name server keeps a thread busy for seconds, and clients may ask again and again.
+constexpr size_t MOST_THREADS = 16;
+constexpr size_t MOST_ADDRESSES = 8;
 
 std::string serviceOf(const RegistrarAddress& registrar)
 {
@@ -46,7 +45,7 @@ std::vector<ServiceTarget> findServices(const RegistrarAddress& registrar)
     struct __res_state state = {};
     if (res_ninit(&state) != 0)
         return {};
-    // Most domains have no such record, and some servers never say so: there must be time for the plain name.
+    // Most domains have no such record, and some name servers do not answer. Leave time for the plain name.
     state.retrans = 2;
     state.retry = 1;
     std::array<unsigned char, 4096> answer{};
@@ -69,7 +68,7 @@ void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& h
         SIPD_DETAIL("%s: %s", host.c_str(), gai_strerror(error));
         return;
     }
-    for (const addrinfo* i = first; i != nullptr && addresses.size() < mostAddresses; i = i->ai_next) {
+    for (const addrinfo* i = first; i != nullptr && addresses.size() < MOST_ADDRESSES; i = i->ai_next) {
         if (i->ai_family == AF_INET) {
             sockaddr_in v4;
             std::memcpy(&v4, i->ai_addr, sizeof(v4));
@@ -88,7 +87,7 @@ void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& h
 std::vector<ServerAddress> lookUp(const RegistrarAddress& registrar)
 {
     std::vector<ServiceTarget> targets;
-    // A name without a dot is of this machine or its network, not of a domain.
+    // A name without a dot belongs to this machine or its network, not to a domain.
     if (registrar.defaultPort && registrar.host.find('.') != std::string::npos)
         targets = findServices(registrar);
     if (targets.empty())
@@ -116,24 +115,24 @@ struct Resolver::Shared
     using Question = std::pair<std::weak_ptr<Lookup>, RegistrarAddress>;
     using Result = std::pair<std::weak_ptr<Lookup>, std::vector<ServerAddress>>;
 
-    Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event >= 0); }
+    Shared() : event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) { ORMU_ASSERT(event.isOpen()); }
 
-    // What a thread does, until nothing waits any more.
+    // A thread's work: answers questions until none waits.
     void work()
     {
         std::optional<Result> result;
         while (const auto question = next(std::move(result)))
             result = {question->first, lookUp(question->second)};
     }
-    // Hands the result over, and gives the next that somebody still waits for. Without one, the thread's end.
+    // Delivers the result and returns the next question. Without one, the thread must end.
     std::optional<Question> next(std::optional<Result> result)
     {
         const std::lock_guard lock(mutex);
         if (result)
             results.push_back(std::move(*result));
         const uint64_t one = 1;
-        // It cannot fail short of 2^64 results.
-        [[maybe_unused]] const ssize_t written = write(event, &one, sizeof(one));
+        // This fails after 2^64 results at the earliest.
+        [[maybe_unused]] const ssize_t written = write(event.get(), &one, sizeof(one));
         dropAbandoned();
         if (waiting.empty()) {
             if (auto self = threads.extract(std::this_thread::get_id()))
@@ -144,22 +143,23 @@ struct Resolver::Shared
         waiting.pop_front();
         return question;
     }
-    // Those for which nobody waits any more. With the mutex locked.
+    // Drops questions whose handle is gone. Needs the mutex.
     void dropAbandoned()
     {
         std::erase_if(waiting, [](const Question& question) { return question.first.expired(); });
     }
 
-    const OwnedFd event;
-    std::mutex mutex;             // of what follows
+    const FileDescriptor event;
+    std::mutex mutex;             // for the members below
     std::deque<Question> waiting; // for a thread
     std::vector<Result> results;
     std::map<std::thread::id, std::thread> threads; // at work
-    std::vector<std::thread> ended;                 // or about to, to be joined
+    std::vector<std::thread> ended;                 // to be joined
 };
 
 Resolver::Resolver(EventLoop& loop)
-    : shared_(std::make_shared<Shared>()), watch_(loop, shared_->event, POLLIN, [this](int) { deliver(); })
+    : shared_(std::make_shared<Shared>()),
+      watch_(loop, shared_->event.get(), POLLIN, [this](int) { deliver(); })
 {
 }
 
@@ -178,7 +178,7 @@ Resolver::LookupHandle Resolver::resolve(const RegistrarAddress& registrar, OnRe
     const std::lock_guard lock(shared_->mutex);
     shared_->dropAbandoned();
     shared_->waiting.emplace_back(handle, registrar);
-    if (shared_->threads.size() < mostThreads)
+    if (shared_->threads.size() < MOST_THREADS)
         startThread();
     return handle;
 }
@@ -189,7 +189,7 @@ void Resolver::startThread()
         std::thread thread([shared = shared_] { shared->work(); });
         shared_->threads.emplace(thread.get_id(), std::move(thread));
     } catch (const std::system_error& error) {
-        ORMU_LOG(ORMU_LEVEL_ERROR, "no thread to look names up: %s", error.what());
+        ORMU_LOG(ORMU_LEVEL_ERROR, "no thread for a lookup: %s", error.what());
     }
 }
 
@@ -202,7 +202,7 @@ bool Resolver::isBusy() const
 void Resolver::deliver()
 {
     uint64_t count = 0;
-    [[maybe_unused]] const ssize_t taken = read(shared_->event, &count, sizeof(count));
+    [[maybe_unused]] const ssize_t taken = read(shared_->event.get(), &count, sizeof(count));
     std::vector<Shared::Result> results;
     std::vector<std::thread> ended;
     {
@@ -213,7 +213,7 @@ void Resolver::deliver()
     for (std::thread& thread : ended)
         thread.join();
     for (const auto& [lookup, addresses] : results) {
-        if (const LookupHandle handle = lookup.lock())
+        if (const auto handle = lookup.lock())
             handle->finish(addresses);
     }
 }

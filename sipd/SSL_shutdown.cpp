@@ -1,5 +1,5 @@
-// The stack's release 1.12.11devel shuts a TLS connection down, and never frees it: 50 KB. So this takes the
-// place of the function by which it shuts it down.
+// The stack's release 1.12.11devel shuts a TLS connection down, but never frees its 50 KB. So this replaces
+// the TLS library's function, and frees the connection too.
 #include <dlfcn.h>
 #include <openssl/bio.h>
 #include <openssl/err.h>
@@ -9,12 +9,12 @@ extern "C" int SSL_shutdown(SSL* connection)
 {
     static const auto shutdown = reinterpret_cast<int (*)(SSL*)>(dlsym(RTLD_NEXT, "SSL_shutdown"));
     const int result = shutdown(connection);
-    // What the connection shares in, the stack releases in its place right after this.
+    // The stack still frees the SSL_CTX and the BIO itself after this call: give it a reference to each.
     SSL_CTX_up_ref(SSL_get_SSL_CTX(connection));
     if (BIO* const bio = SSL_get_rbio(connection))
         BIO_up_ref(bio);
     SSL_free(connection);
-    // In the middle of a handshake it fails, and the next one to look would take the error for its own.
+    // During a handshake it fails. Another connection would take the error for its own.
     ERR_clear_error();
     return result;
 }

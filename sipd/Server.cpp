@@ -1,7 +1,7 @@
 #include "Server.h"
 
-#include "Client.h"
 #include "Log.h"
+#include "PeerUser.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,34 +14,22 @@
 
 namespace {
 
-// The phone has a handful. Beyond the second number connections are not even kept until they have been
-// refused in due form.
-constexpr std::ptrdiff_t mostAdmitted = 200;
-constexpr size_t mostConnections = 256;
+// Clients beyond the first limit are refused with an ack, connections beyond the second are closed at once.
+constexpr std::ptrdiff_t MOST_ADMITTED = 200;
+constexpr size_t MOST_CONNECTIONS = 256;
 
 int openSpare()
 {
     return open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
-bool isForeign(int fd)
-{
-    ucred peer = {};
-    socklen_t size = sizeof(peer);
-    return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != geteuid();
-}
-
 } // namespace
 
 Server::Server(EventLoop& loop, int fd, Registrations& registrations)
-    : loop_(loop), registrations_(registrations), listenFd_(fd), spareFd_(openSpare())
+    : loop_(loop), registrations_(registrations), listenFd_(fd)
 {
+    spareFd_.emplace(openSpare());
     watchSocket();
-}
-
-Server::~Server()
-{
-    close(spareFd_);
 }
 
 void Server::watchSocket()
@@ -57,7 +45,7 @@ void Server::listenOn(int fd)
     watchSocket();
 }
 
-// False when nobody waits.
+// False when no client waits.
 bool Server::acceptClient()
 {
     const int fd = accept4(listenFd_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
@@ -68,10 +56,10 @@ bool Server::acceptClient()
     if (errno != EMFILE && errno != ENFILE)
         return false;
     ORMU_LOG(ORMU_LEVEL_ERROR, "a client is turned away: %s", std::strerror(errno));
-    close(spareFd_);
+    spareFd_.reset();
     const int turnedAway = accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
     close(turnedAway);
-    spareFd_ = openSpare();
+    spareFd_.emplace(openSpare());
     return turnedAway >= 0;
 }
 
@@ -82,14 +70,14 @@ void Server::admitConnection(int fd)
         close(fd);
         return;
     }
-    clients_.push_back(std::make_unique<Client>(*this, fd, isForeign(fd)));
+    clients_.push_back(std::make_unique<Client>(*this, fd, peerUser(fd) != geteuid()));
 }
 
-// Who has been here longest without saying anything goes first.
+// Drops the oldest client that has not introduced itself.
 bool Server::makeRoom()
 {
     reap();
-    if (clients_.size() < mostConnections)
+    if (clients_.size() < MOST_CONNECTIONS)
         return true;
     const auto silent = std::find_if(clients_.begin(), clients_.end(), [](const auto& client) {
         return client->state() == Client::State::Unregistered;
@@ -100,7 +88,7 @@ bool Server::makeRoom()
     return true;
 }
 
-bool Server::isRefused(const Client& client) const
+bool Server::admits(const Client& client)
 {
     const auto admitted = std::count_if(clients_.begin(), clients_.end(), [](const auto& other) {
         return other->state() == Client::State::Admitted && !other->isClosed();
@@ -108,11 +96,11 @@ bool Server::isRefused(const Client& client) const
     const char* reason = nullptr;
     if (client.isForeign())
         reason = "it is another user's";
-    else if (admitted >= mostAdmitted)
+    else if (admitted >= MOST_ADMITTED)
         reason = "there are too many";
     if (reason != nullptr)
         ORMU_LOG(ORMU_LEVEL_ERROR, "a client is refused: %s", reason);
-    return reason != nullptr;
+    return reason == nullptr;
 }
 
 void Server::reap()

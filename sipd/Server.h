@@ -1,48 +1,47 @@
 #ifndef SERVER_H
 #define SERVER_H
 
+#include "Client.h"
 #include "EventLoop.h"
 #include "Registrations.h"
 
 #include <memory>
-#include <sys/types.h>
+#include <optional>
 #include <vector>
 
-class Client;
-
-// The daemon's side of its socket: admits clients and carries out what they ask for.
+// Accepts clients on the daemon's socket and serves them.
 //
-// Refused, with ack 1, are processes of another user and clients beyond a limit. A client that breaks the
-// rules of the protocol is disconnected; whatever a client does or leaves undone, the others are served.
-class Server
+// Processes of another user, and clients beyond a limit, are refused with ack 1. A client that violates the
+// protocol is disconnected. No client can keep the others from being served.
+class Server : public ClientServices
 {
 public:
-    // Listens on the non-blocking fd, which stays its owner's, and must last as long.
+    // Listens on the non-blocking fd, which it does not own.
     Server(EventLoop& loop, int fd, Registrations& registrations);
-    ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    // From now on listens on that fd, as on the one it was made with. Who waits at the former is admitted
-    // first.
+    // Listens on another fd from now on. Accepts the clients that wait at the former one first.
     void listenOn(int fd);
 
-    // Between two steps of the loop: deletes the clients that have gone.
+    // Deletes closed clients. Call it between two steps of the loop.
     void reap();
 
 private:
-    friend class Client;
+    EventLoop& loop() override { return loop_; }
+    Registrations& registrations() override { return registrations_; }
+    bool admits(const Client& client) override;
+    void handleClosed() override { hasClosedClients_ = true; }
 
     void watchSocket();
     bool acceptClient();
     void admitConnection(int fd);
     bool makeRoom();
-    bool isRefused(const Client& client) const;
 
     EventLoop& loop_;
     Registrations& registrations_;
     int listenFd_;
-    int spareFd_; // given up for a moment to be rid of a connection when there are no descriptors left
+    std::optional<FileDescriptor> spareFd_; // closed to accept and drop a client when descriptors run out
     std::vector<std::unique_ptr<Client>> clients_; // the oldest first
     bool hasClosedClients_ = false;
     std::unique_ptr<FdWatch> watch_;

@@ -7,22 +7,22 @@
 #include <string>
 #include <variant>
 
-// Where a packet goes: an IP address and a port.
+// An IP address and a port.
 class ServerAddress
 {
 public:
     explicit ServerAddress(const sockaddr_in& address) : address_(address) {}
     explicit ServerAddress(const sockaddr_in6& address) : address_(address) {}
 
-    // Of an address in digits; nothing when it is none.
+    // Parses an IP address. Returns nothing for anything else.
     static std::optional<ServerAddress> parse(const std::string& host, uint16_t port);
 
-    // For a SIP URI: an IPv6 address in brackets.
+    // The address in a SIP URI: IPv6 in brackets.
     std::string uriHost() const;
     uint16_t port() const;
 
-    // The address of this machine that packets to there go out from, for a SIP URI. Empty, and errno set,
-    // when there is no way there. Asks the kernel alone, and does not block.
+    // This machine's source address for packets to that address, for a SIP URI. Empty, with errno, when there
+    // is no route. Does not block, and sends nothing.
     std::string localUriHost() const;
 
 private:

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr size_t mostTargets = 8;
+constexpr size_t MOST_TARGETS = 8;
 
 std::optional<ServiceTarget> parseRecord(std::span<const unsigned char> message, const ns_rr& record)
 {
@@ -38,7 +38,7 @@ std::vector<ServiceTarget> parseServiceRecords(std::span<const unsigned char> me
     if (message.size() > std::numeric_limits<uint16_t>::max() ||
         ns_initparse(message.data(), static_cast<int>(message.size()), &parsed) != 0)
         return targets;
-    for (int i = 0; i < ns_msg_count(parsed, ns_s_an) && targets.size() < mostTargets; ++i) {
+    for (int i = 0; i < ns_msg_count(parsed, ns_s_an) && targets.size() < MOST_TARGETS; ++i) {
         ns_rr record;
         if (ns_parserr(&parsed, ns_s_an, i, &record) != 0)
             continue;

@@ -1,21 +1,17 @@
 // sipd: the SIP daemon. Registers the phone's SIP profiles with their servers, for the clients of its socket.
 
+#include "Daemon.h"
 #include "DaemonSocket.h"
-#include "Digest.h"
-#include "EventLoop.h"
 #include "Keeper.h"
 #include "Log.h"
 #include "PrivateMemory.h"
-#include "Registrations.h"
-#include "Resolver.h"
-#include "Server.h"
 
 #include <sofia-sip/su_log.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -24,7 +20,7 @@
 #include <fcntl.h>
 #include <getopt.h>
 #include <optional>
-#include <poll.h>
+#include <string>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,114 +29,142 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto endLimit = 3500ms;
-constexpr long longestExpiry = 86400;
+constexpr int USAGE_ERROR = 2;
+constexpr int LONGEST_EXPIRY = 86400;
 
 struct Options
 {
-    long expires = 3600;
-    std::string caFile; // the system's when empty
+    SipSettings settings;
     bool isKept = false;
 };
 
-int usage(std::FILE* stream)
-{
-    std::fprintf(stream,
-                 "usage: sipd [OPTION]...\n"
-                 "Registers SIP profiles with their servers, for the clients of " SIPD_SOCKET_PATH ".\n"
-                 "\n"
-                 "  --ca-file FILE     trust the certificates in FILE when a server is reached by TLS,\n"
-                 "                     instead of the system's\n"
-                 "  --expires SECONDS  how long a registration is asked for at a time (default 3600)\n"
-                 "  --keep-running     stay, hold the socket, and start the daemon anew whenever it ends\n"
-                 "  -v, --verbose      log more\n"
-                 "  --help             print this and exit\n"
-                 "  --version          print the version and exit\n");
-    return stream == stdout ? EXIT_SUCCESS : 2;
-}
+// The exit status, when there is nothing more to do.
+using ExitStatus = std::optional<int>;
 
-std::optional<long> parseExpiry(const char* text)
+struct OptionRow
 {
-    long seconds = 0;
-    const char* const end = text + std::strlen(text);
-    const auto [parsed, error] = std::from_chars(text, end, seconds);
-    if (error != std::errc() || parsed != end || seconds < 1 || seconds > longestExpiry)
-        return std::nullopt;
-    return seconds;
-}
-
-// An exit status instead of options when there is nothing more to do.
-struct CommandLine
-{
-    Options options;
-    std::optional<int> exitStatus;
+    const char* name;
+    char letter;          // 0 without a short form
+    const char* argument; // null without one
+    const char* help;     // lines after the first are indented
+    ExitStatus (*apply)(Options& options, const char* argument);
 };
 
-CommandLine parseCommandLine(int argc, char** argv)
+int printUsage(std::FILE* stream);
+
+ExitStatus setCaFile(Options& options, const char* file)
 {
-    enum { CaFile = 1, Expires, KeepRunning, Help, Version };
-    static constexpr std::array longOptions = {option{"ca-file", required_argument, nullptr, CaFile},
-                                               option{"expires", required_argument, nullptr, Expires},
-                                               option{"keep-running", no_argument, nullptr, KeepRunning},
-                                               option{"verbose", no_argument, nullptr, 'v'},
-                                               option{"help", no_argument, nullptr, Help},
-                                               option{"version", no_argument, nullptr, Version},
-                                               option{}};
-    CommandLine line;
-    int choice = 0;
-    while ((choice = getopt_long(argc, argv, "v", longOptions.data(), nullptr)) != -1) {
-        switch (choice) {
-        case CaFile:
-            line.options.caFile = optarg;
-            if (access(optarg, R_OK) == 0)
-                break;
-            std::fprintf(stderr, "sipd: %s: %s\n", optarg, std::strerror(errno));
-            line.exitStatus = EXIT_FAILURE;
-            return line;
-        case Expires:
-            if (const auto seconds = parseExpiry(optarg)) {
-                line.options.expires = *seconds;
-                break;
-            }
-            std::fprintf(stderr, "sipd: --expires takes 1 to %ld seconds\n", longestExpiry);
-            line.exitStatus = 2;
-            return line;
-        case KeepRunning:
-            line.options.isKept = true;
-            break;
-        case 'v':
-            detailedLog = true;
-            break;
-        case Help:
-            line.exitStatus = usage(stdout);
-            return line;
-        case Version:
-            std::puts("sipd " ORMU_VERSION);
-            line.exitStatus = EXIT_SUCCESS;
-            return line;
-        default:
-            line.exitStatus = usage(stderr);
-            return line;
-        }
-    }
-    if (optind < argc)
-        line.exitStatus = usage(stderr);
-    return line;
+    options.settings.caFile = file;
+    if (access(file, R_OK) == 0)
+        return std::nullopt;
+    std::fprintf(stderr, "sipd: %s: %s\n", file, std::strerror(errno));
+    return EXIT_FAILURE;
 }
 
-// Blocks the signals that end the daemon, in all its threads to come; a descriptor that tells of them.
-int openSignals()
+ExitStatus setExpiry(Options& options, const char* text)
+{
+    int seconds = 0;
+    const char* const end = text + std::strlen(text);
+    const auto [parsed, error] = std::from_chars(text, end, seconds);
+    if (error != std::errc() || parsed != end || seconds < 1 || seconds > LONGEST_EXPIRY) {
+        std::fprintf(stderr, "sipd: --expires takes 1 to %d seconds\n", LONGEST_EXPIRY);
+        return USAGE_ERROR;
+    }
+    options.settings.expires = std::chrono::seconds(seconds);
+    return std::nullopt;
+}
+
+ExitStatus setKept(Options& options, const char* /*argument*/)
+{
+    options.isKept = true;
+    return std::nullopt;
+}
+
+ExitStatus setVerbose(Options& /*options*/, const char* /*argument*/)
+{
+    detailedLog = true;
+    return std::nullopt;
+}
+
+ExitStatus printHelp(Options& /*options*/, const char* /*argument*/)
+{
+    return printUsage(stdout);
+}
+
+ExitStatus printVersion(Options& /*options*/, const char* /*argument*/)
+{
+    std::puts("sipd " ORMU_VERSION);
+    return EXIT_SUCCESS;
+}
+
+constexpr std::array OPTIONS = {
+    OptionRow{"ca-file", 0, "FILE",
+              "trust the certificates in FILE for TLS, instead of the\n"
+              "system's",
+              setCaFile},
+    OptionRow{"expires", 0, "SECONDS", "ask servers for registrations of this length (default 3600)",
+              setExpiry},
+    OptionRow{"keep-running", 0, nullptr, "hold the socket, and start the daemon again whenever it ends",
+              setKept},
+    OptionRow{"verbose", 'v', nullptr, "log more", setVerbose},
+    OptionRow{"help", 0, nullptr, "print this and exit", printHelp},
+    OptionRow{"version", 0, nullptr, "print the version and exit", printVersion},
+};
+
+int printUsage(std::FILE* stream)
+{
+    std::fputs("usage: sipd [OPTION]...\n"
+               "Registers SIP profiles with their servers, for the clients of " SIPD_SOCKET_PATH ".\n\n",
+               stream);
+    for (const OptionRow& row : OPTIONS) {
+        std::string head = row.letter == 0 ? "" : std::string{'-', row.letter, ',', ' '};
+        head += std::string("--") + row.name;
+        if (row.argument != nullptr)
+            head += std::string(" ") + row.argument;
+        for (const char* line = row.help; *line != '\0'; head.clear()) {
+            const int length = static_cast<int>(std::strcspn(line, "\n"));
+            std::fprintf(stream, "  %-17s  %.*s\n", head.c_str(), length, line);
+            line += line[length] == '\n' ? length + 1 : length;
+        }
+    }
+    return stream == stdout ? EXIT_SUCCESS : USAGE_ERROR;
+}
+
+ExitStatus parseCommandLine(int argc, char** argv, Options& options)
+{
+    std::array<option, OPTIONS.size() + 1> longOptions = {};
+    std::string letters;
+    for (size_t i = 0; i < OPTIONS.size(); ++i) {
+        const OptionRow& row = OPTIONS[i];
+        longOptions[i] = {row.name, row.argument == nullptr ? no_argument : required_argument, nullptr, 0};
+        if (row.letter != 0)
+            letters += row.letter;
+    }
+    int index = 0;
+    for (int choice = 0;
+         (choice = getopt_long(argc, argv, letters.c_str(), longOptions.data(), &index)) != -1;) {
+        if (choice == '?')
+            return printUsage(stderr);
+        const auto* const row =
+            choice == 0 ? &OPTIONS[static_cast<size_t>(index)]
+                        : std::ranges::find(OPTIONS, static_cast<char>(choice), &OptionRow::letter);
+        if (const ExitStatus status = row->apply(options, optarg))
+            return status;
+    }
+    return optind < argc ? ExitStatus(printUsage(stderr)) : std::nullopt;
+}
+
+// Blocks the signals that end the daemon, in the threads to come too, and returns a signalfd for them.
+FileDescriptor openEndSignals()
 {
     sigset_t ends;
     sigemptyset(&ends);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         sigaddset(&ends, signal);
     sigprocmask(SIG_BLOCK, &ends, nullptr);
-    // The stack and the TLS library write to connections that their servers may have closed.
+    // The stack and the TLS library write to connections that a server may have closed.
     std::signal(SIGPIPE, SIG_IGN);
-    return signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK);
+    return FileDescriptor(signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 void logForQt(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& message)
@@ -148,67 +172,26 @@ void logForQt(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const Q
     ORMU_LOG(ORMU_LEVEL_ERROR, "%s", message.toUtf8().constData());
 }
 
-// The stack's own log spells out what peers and profiles say.
+// The stack would log the content of messages and profiles.
 void discardStackLog(void* /*stream*/, const char* /*format*/, va_list /*arguments*/) {}
 
-// Runs until a signal ends it: the registrations are taken back then, as far as that is a matter of seconds.
-int run(const Options& options)
+int runDaemon(const SipSettings& settings)
 {
-    const int endSignals = openSignals();
+    const FileDescriptor endSignals = openEndSignals();
     DaemonSocket socket;
     if (const std::string problem = socket.open(); !problem.empty()) {
         std::fprintf(stderr, "sipd: %s\n", problem.c_str());
         return EXIT_FAILURE;
     }
-    const SipSettings settings{std::chrono::seconds(options.expires), options.caFile};
-
-    EventLoop loop;
-    installDigest();
-    Resolver resolver(loop);
-    Registrations registrations({loop, resolver, settings});
-    auto server = std::make_unique<Server>(loop, socket.fd(), registrations);
-    registrations.connectAutomatically();
-
-    bool isEnding = false;
-    std::optional<FdWatch> socketWatch;
-    const auto restoreSocket = [&] {
-        isEnding = !socket.handleChange([&](int) { server->listenOn(socket.fd()); }) || isEnding;
-    };
-    if (socket.watchFd() >= 0)
-        socketWatch.emplace(loop, socket.watchFd(), POLLIN, [&](int) { restoreSocket(); });
-    bool isLate = false;
-    Timer endTimer(loop, [&isLate] { isLate = true; });
-    const FdWatch signalWatch(loop, endSignals, POLLIN, [&](int) {
-        signalfd_siginfo info;
-        isEnding = read(endSignals, &info, sizeof(info)) > 0 || isEnding;
-    });
-
-    std::printf("listening on %s\n", SIPD_SOCKET_PATH);
-    std::fflush(stdout);
-    while (!isLate && (server || !registrations.isEmpty())) {
-        loop.step();
-        if (server && socket.isAway())
-            restoreSocket();
-        if (isEnding && server) {
-            server.reset();
-            socketWatch.reset();
-            socket.remove();
-            registrations.end();
-            endTimer.set(endLimit);
-        }
-        if (server)
-            server->reap();
-        registrations.reap();
-    }
-    if (isLate || resolver.isBusy()) {
-        // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
-        ORMU_LOG(ORMU_LEVEL_ERROR, "left without the answer of a server or of DNS");
-        std::_Exit(EXIT_SUCCESS);
-    }
-    return EXIT_SUCCESS;
+    Daemon daemon(socket, endSignals.get(), settings);
+    if (daemon.run())
+        return EXIT_SUCCESS;
+    // Neither the stack nor a thread that waits for DNS can be stopped in an orderly way.
+    ORMU_LOG(ORMU_LEVEL_ERROR, "ended without the answer of a server or of DNS");
+    std::_Exit(EXIT_SUCCESS);
 }
 
-// What is opened later must not get the numbers of closed standard descriptors.
+// Keeps descriptors that are opened later from getting the numbers of closed standard streams.
 void openStandardDescriptors()
 {
     int fd = 0;
@@ -225,12 +208,12 @@ int main(int argc, char** argv)
     openStandardDescriptors();
     keepMemoryPrivate();
     umask(0077);
-    const CommandLine line = parseCommandLine(argc, argv);
-    if (line.exitStatus)
-        return *line.exitStatus;
-    if (line.options.isKept && !DaemonSocket::isKept())
+    Options options;
+    if (const ExitStatus status = parseCommandLine(argc, argv, options))
+        return *status;
+    if (options.isKept && !DaemonSocket::isKept())
         return Keeper(argv).run();
     qInstallMessageHandler(logForQt);
     su_log_redirect(nullptr, discardStackLog, nullptr);
-    return run(line.options);
+    return runDaemon(options.settings);
 }

@@ -1,8 +1,8 @@
 // A client's connection, step by step.
 
 #include "Client.h"
-#include "Registrations.h"
 #include "Server.h"
+#include "SipNetwork.h"
 #include "SipdClient.h"
 
 #include <array>
@@ -40,14 +40,13 @@ void step(EventLoop& loop)
 TEST(Client, IsServedFurtherWhenAnAckFindsRoomOfWhichNobodyHasBeenToldYet)
 {
     EventLoop loop;
-    Resolver resolver(loop);
-    const SipSettings settings;
-    Registrations registrations({loop, resolver, settings});
-    const OwnedFd listening(socket(AF_UNIX, SOCK_STREAM, 0));
-    Server server(loop, listening, registrations);
+    SipNetwork network(loop, {});
+    Registrations registrations({loop, loop, network});
+    const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM, 0));
+    Server server(loop, listening.get(), registrations);
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
-    const OwnedFd peer(ends[1]);
+    const FileDescriptor peer(ends[1]);
     Client client(server, ends[0], false);
 
     const std::string question = SipdClient::profileMessage(PROFILE_CTRL_GET_STATUS, "Profile0");
@@ -58,14 +57,15 @@ TEST(Client, IsServedFurtherWhenAnAckFindsRoomOfWhichNobodyHasBeenToldYet)
     const size_t ack = SipdClient::registerMessage().size() + sizeof(uint32_t);
     size_t expected = ack;
     do {
-        ASSERT_EQ(send(peer, questions.data(), questions.size(), 0), static_cast<ssize_t>(questions.size()));
+        ASSERT_EQ(send(peer.get(), questions.data(), questions.size(), 0),
+                  static_cast<ssize_t>(questions.size()));
         expected += atOnce * question.size();
         questions.erase(0, questions.size() - atOnce * question.size());
         step(loop);
-    } while (available(peer) == expected);
-    size_t answered = readAll(peer);
+    } while (available(peer.get()) == expected);
+    size_t answered = readAll(peer.get());
     client.acknowledge(SIPD_ACK_SUCCESS);
     step(loop);
-    answered += readAll(peer);
+    answered += readAll(peer.get());
     EXPECT_EQ(answered, expected + ack);
 }

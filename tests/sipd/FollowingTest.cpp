@@ -1,507 +1,367 @@
-// How registrations follow their profiles through the settings file, with a registrar of the test's own.
+// How registrations follow their profiles through the settings file, in virtual time.
 
-#include "SipdProcess.h"
-#include "TestRegistrar.h"
+#include "VirtualSipTest.h"
 
 #include <algorithm>
 #include <atomic>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <numeric>
-#include <sstream>
 #include <sys/stat.h>
 #include <thread>
 
 using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
 namespace fs = std::filesystem;
 
 namespace {
 
-// A profile's number in the settings file, and the user that it is registered for.
-struct Place
-{
-    int number;
-    std::string user;
-    std::string password = "secret";
-    bool autoConnect = false;
-    std::string displayName = {}; // the user's name when empty
-};
-
-class Following : public SipdTest
+class FollowingTest : public VirtualSipTest
 {
 protected:
-    void SetUp() override
+    FollowingTest()
     {
-        SipdTest::SetUp();
         useDirectory("settings");
         fs::create_directory(settings());
     }
 
-    // Settings lie in this directory below the test's own from now on.
-    void useDirectory(const std::string& name)
-    {
-        settings_ = directory().toStdString() + '/' + name;
-        qputenv("ORMU_SETTING_DIR", QByteArray::fromStdString(settings_));
-    }
-    std::string settings() const { return settings_; }
-    std::string settingsFile() const { return settings_ + "/ormu_sipsetup.cfg"; }
-
-    std::string textOf(const std::vector<Place>& places, int defaultNumber = -1) const
-    {
-        std::ostringstream text;
-        text << "[ProfileSummary]\nTotalProfile=" << places.size() << '\n';
-        for (const Place& place : places)
-            text << "[Profile" << place.number
-                 << "]\nDisplayName=" << (place.displayName.empty() ? place.user : place.displayName)
-                 << "\nServer=127.0.0.1\nPortNum=" << registrar.port() << "\nUserID=" << place.user
-                 << "\nPassword=" << place.password << "\nAutoConnect=" << std::boolalpha << place.autoConnect
-                 << "\nDefaultProfile=" << (place.number == defaultNumber) << '\n';
-        return text.str();
-    }
-    // As the store does: the new file takes the old one's place in one step.
-    void replaceFile(const std::string& text) const
-    {
-        const std::string other = settingsFile() + ".new";
-        writeFile(QString::fromStdString(other), QByteArray::fromStdString(text));
-        fs::rename(other, settingsFile());
-    }
-    void replaceFile(const std::vector<Place>& places) const { replaceFile(textOf(places)); }
-
-    // Whether the registrar has been asked for nothing since it had been asked count times. A registration
-    // that comes after all that was to be sent is asked for meanwhile.
-    bool isSilentSince(size_t count)
-    {
-        SipdClient client;
-        client.introduce();
-        const int number = 1000 + probes_++;
-        std::vector<Place> places = places_;
-        places.push_back({number, "probe"});
-        replaceFile(places);
-        const std::string group = "Profile" + std::to_string(number);
-        EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, group), SIPD_ACK_SUCCESS);
-        EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, group), SIPD_ACK_SUCCESS);
-        const auto requests = registrar.requests();
-        return std::all_of(requests.begin() + static_cast<std::ptrdiff_t>(count), requests.end(),
-                           [](const auto& request) { return request.user == "probe"; });
-    }
-    // Replaces the file and remembers what stands in it for isSilentSince().
-    void place(const std::vector<Place>& places, int defaultNumber = -1)
-    {
-        places_ = places;
-        replaceFile(textOf(places, defaultNumber));
-    }
-    // As place(), but in the file itself.
-    void placeInside(const std::vector<Place>& places)
-    {
-        places_ = places;
-        writeFile(QString::fromStdString(settingsFile()), QByteArray::fromStdString(textOf(places)));
-    }
-
-    std::vector<std::string> usersNow() const
-    {
-        std::vector<std::string> users;
-        for (const std::string& contact : registrar.contacts())
-            users.push_back(contact.substr(5, contact.find('@') - 5));
-        std::sort(users.begin(), users.end());
-        return users;
-    }
-    bool waitForUsers(const std::vector<std::string>& users) const
-    {
-        return waitUntil([&] { return usersNow() == users; }, 1min);
-    }
-    bool waitForLog(const std::string& words)
-    {
-        return waitUntil([&] { return daemon().log().find(words) != std::string::npos; }, 1min);
-    }
-    bool waitForStatus(const std::string& group, uint32_t status) const
-    {
-        return waitUntil([&] { return statusOf(group) == status; }, 1min);
-    }
-
-    static void setName(SipdClient& client, uint32_t application, const std::string& name)
-    {
-        client.send(SipdClient::profileMessage(PROFILE_CTRL_SET_NAME, name, application));
-        EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
-    }
-    static std::string nameOf(SipdClient& client, uint32_t application)
-    {
-        client.send(SipdClient::profileMessage(PROFILE_CTRL_GET_NAME, "", application));
-        const auto message = client.receive();
-        const auto profile = message ? decodeProfile(*message) : std::nullopt;
-        return profile ? profile->name : "nothing";
-    }
-
-    TestRegistrar registrar;
-
-private:
-    std::string settings_;
-    std::vector<Place> places_;
-    int probes_ = 0;
+    std::string away() const { return settingsFile() + ".away"; }
+    void moveFileAway() const { fs::rename(settingsFile(), away()); }
+    void moveFileBack() const { fs::rename(away(), settingsFile()); }
+    // A change of the file is handled that long after the first event.
+    void waitForChange() { run(100ms); }
 };
 
-const std::vector<Place> threePlaces = {{0, "anna"}, {1, "bert"}, {2, "cleo"}};
+const std::vector<PlacedProfile> THREE_PLACES = {{0, "anna"}, {1, "bert"}, {2, "cleo"}};
+const std::vector<PlacedProfile> LAST_TWO_PLACES = {{0, "bert"}, {1, "cleo"}};
+
+// The profile of "anna" with another account.
+PlacedProfile renewed(const std::string& user)
+{
+    return {.number = 0, .user = user, .displayName = "anna"};
+}
 
 } // namespace
 
-TEST_F(Following, AClosedGapMovesRegistrationsWithoutAMessage)
+TEST_F(FollowingTest, MovesRegistrationsWithoutARequest)
 {
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    SipdClient client;
-    client.introduce();
-    place({{0, "bert"}, {1, "cleo"}});
-    EXPECT_EQ(client.status("Profile0"), 2U);
-    EXPECT_EQ(client.status("Profile1"), 2U);
-    EXPECT_EQ(client.status("Profile2"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
-    EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, "Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    const size_t count = network.requests().size();
+    place(LAST_TWO_PLACES);
+    EXPECT_EQ(status(0), 2);
+    EXPECT_EQ(status(1), 2);
+    EXPECT_EQ(status(2), 0);
+    run(10min);
+    EXPECT_EQ(network.requests().size(), count);
+    EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(network.users(), ElementsAre("cleo"));
 }
 
-TEST_F(Following, TheAnswerIsRightAtOnceAfterEachOfManySwaps)
+TEST_F(FollowingTest, AnswersRightAtOnceAfterEachOfManySwaps)
 {
-    const std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
-    const std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
+    const std::vector<PlacedProfile> one = {{0, "anna"}, {1, "bert"}};
+    const std::vector<PlacedProfile> other = {{1, "anna"}, {0, "bert"}};
     place(one);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    SipdClient client;
-    client.introduce();
-    constexpr int swaps = 500;
-    for (int i = 1; i <= swaps; ++i) {
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    for (int i = 1; i <= 100; ++i) {
         place(i % 2 == 0 ? one : other);
-        ASSERT_EQ(client.status("Profile" + std::to_string(i % 2)), 2U) << i;
-        ASSERT_EQ(client.status("Profile" + std::to_string(1 - i % 2)), 0U) << i;
+        ASSERT_EQ(status(i % 2), 2) << i;
+        ASSERT_EQ(status(1 - i % 2), 0) << i;
     }
-    EXPECT_TRUE(isSilentSince(count));
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, EveryOrderOfFourKeepsWhatIsConnected)
+TEST_F(FollowingTest, KeepsRegistrationsInEveryOrderOfFour)
 {
     const std::vector<std::string> users = {"anna", "bert", "cleo", "dora"};
     std::vector<int> numbers(users.size());
     std::iota(numbers.begin(), numbers.end(), 0);
     const auto placesOf = [&users](const std::vector<int>& order) {
-        std::vector<Place> places;
+        std::vector<PlacedProfile> places;
         for (size_t i = 0; i < users.size(); ++i)
             places.push_back({order[i], users[i]});
         return places;
     };
     place(placesOf(numbers));
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile3"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    SipdClient client;
-    client.introduce();
-    setName(client, 7, "Profile0");
-    int orders = 0;
+    start();
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile(3), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrations->setName(7, "Profile0"), SIPD_ACK_SUCCESS);
     do {
         place(placesOf(numbers));
         for (size_t i = 0; i < users.size(); ++i)
-            ASSERT_EQ(client.status("Profile" + std::to_string(numbers[i])), i % 2 == 0 ? 0U : 2U)
-                << testing::PrintToString(numbers);
-        ASSERT_EQ(nameOf(client, 7), "Profile" + std::to_string(numbers[0]));
-        ++orders;
+            ASSERT_EQ(status(numbers[i]), i % 2 == 0 ? 0 : 2) << testing::PrintToString(numbers);
+        ASSERT_EQ(registrations->name(7), "Profile" + std::to_string(numbers[0]));
     } while (std::next_permutation(numbers.begin(), numbers.end()));
-    EXPECT_EQ(orders, 24);
-    EXPECT_TRUE(isSilentSince(count));
-    EXPECT_THAT(usersNow(), testing::ElementsAre("bert", "dora"));
+    EXPECT_EQ(network.requests().size(), 2U);
 }
 
-TEST_F(Following, TwelveProfilesMoveAtOnce)
+TEST_F(FollowingTest, MovesTwelveProfilesAtOnce)
 {
     constexpr int many = 12;
-    std::vector<Place> places;
-    places.reserve(many);
+    std::vector<PlacedProfile> places;
     for (int i = 0; i < many; ++i)
         places.push_back({i, "user" + std::to_string(i), "secret", true});
     place(places);
-    startDaemon();
-    for (int i = 0; i < many; ++i)
-        ASSERT_TRUE(waitForStatus("Profile" + std::to_string(i), 2)) << i;
-    const size_t count = registrar.requests().size();
-    for (Place& moved : places)
+    start();
+    for (PlacedProfile& moved : places)
         moved.number = 2 * many - moved.number;
     place(places);
-    for (const Place& moved : places)
-        EXPECT_EQ(statusOf("Profile" + std::to_string(moved.number)), 2U) << moved.number;
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    for (const PlacedProfile& moved : places)
+        EXPECT_EQ(status(moved.number), 2) << moved.number;
+    EXPECT_EQ(status(0), 0);
+    EXPECT_EQ(network.requests().size(), static_cast<size_t>(many));
 }
 
-TEST_F(Following, TheDefaultMarkIsNoPartOfAProfile)
+TEST_F(FollowingTest, IgnoresTheMarkOfTheDefault)
 {
-    place(threePlaces, 1);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    place({{0, "bert"}, {1, "cleo", "secret", false, "cleo"}}, 1);
-    EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_TRUE(isSilentSince(count));
-    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
+    place(textOf(THREE_PLACES, 1));
+    start();
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    place(textOf(LAST_TWO_PLACES, 1));
+    EXPECT_EQ(status(1), 2);
+    run();
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, OfTwoEqualProfilesTheConnectedOneStays)
+TEST_F(FollowingTest, KeepsTheConnectedOneOfTwoEqualProfiles)
 {
     place({{0, "anna"}, {1, "anna"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
+    start();
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
     place({{0, "anna"}});
-    EXPECT_EQ(statusOf("Profile0"), 2U);
-    EXPECT_EQ(statusOf("Profile1"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    EXPECT_EQ(status(0), 2);
+    EXPECT_EQ(status(1), 0);
+    run();
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, NamesMoveWithTheirProfiles)
+TEST_F(FollowingTest, MovesTheNamesOfApplications)
 {
-    place(threePlaces);
-    startDaemon();
-    SipdClient client;
-    client.introduce();
-    setName(client, 1, "Profile2");
-    setName(client, 2, "Profile0");
-    setName(client, 3, "something else");
-    setName(client, 4, "Profile9");
-    place({{0, "bert"}, {1, "cleo"}});
-    EXPECT_EQ(nameOf(client, 1), "Profile1");
-    EXPECT_EQ(nameOf(client, 2), "") << "its profile has been deleted";
-    EXPECT_EQ(nameOf(client, 3), "something else");
-    EXPECT_EQ(nameOf(client, 4), "Profile9");
+    place(THREE_PLACES);
+    start();
+    registrations->setName(1, "Profile2");
+    registrations->setName(2, "Profile0");
+    registrations->setName(3, "something else");
+    registrations->setName(4, "Profile9");
+    place(LAST_TWO_PLACES);
+    EXPECT_EQ(registrations->name(1), "Profile1");
+    EXPECT_EQ(registrations->name(2), "") << "its profile has been deleted";
+    EXPECT_EQ(registrations->name(3), "something else");
+    EXPECT_EQ(registrations->name(4), "Profile9");
 }
 
-TEST_F(Following, AConnectUnderWayMovesAndItsClientGetsTheAck)
+TEST_F(FollowingTest, MovesAConnectUnderWay)
 {
-    place(threePlaces);
-    startDaemon();
-    registrar.hold();
-    SipdClient client;
-    client.introduce();
-    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile2"));
-    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 1; }, 1min));
+    place(THREE_PLACES);
+    start();
+    network.setAnswer(std::nullopt);
+    const Request request = connect(2);
     place({{0, "cleo"}, {1, "bert"}});
-    EXPECT_EQ(statusOf("Profile0"), 1U);
-    EXPECT_EQ(statusOf("Profile2"), 0U);
-    registrar.release();
-    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(client.status("Profile0"), 2U);
-    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
-    const auto requests = registrar.requests();
-    EXPECT_TRUE(std::all_of(requests.begin(), requests.end(), [](const auto& request) {
-        return request.user == "cleo" && request.expires > 0;
-    }));
+    EXPECT_EQ(status(0), 1);
+    EXPECT_EQ(status(2), 0);
+    network.setAnswer(SIPD_ACK_SUCCESS);
+    run();
+    EXPECT_EQ(request->ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(status(0), 2);
+    EXPECT_THAT(network.requests(), ElementsAre("0 register cleo"));
 }
 
-TEST_F(Following, APauseMovesAndEndsInARegistration)
+TEST_F(FollowingTest, MovesAPause)
 {
-    registrar.setAnswer(503);
+    network.setAnswer(SIPD_ACK_SERVICE_UNAVAILABLE);
     place({{0, "anna"}, {1, "bert", "secret", true}});
-    startDaemon();
-    // It tries again after 1, and then after 2 seconds.
-    ASSERT_TRUE(waitUntil([this] { return registrar.requests().size() == 2; }, 1min));
-    ASSERT_TRUE(waitForStatus("Profile1", 0));
+    start();
     place({{0, "bert", "secret", true}});
-    registrar.setAnswer(std::nullopt);
-    EXPECT_TRUE(waitForStatus("Profile0", 2));
-    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_TRUE(usersNow().empty());
+    network.setAnswer(SIPD_ACK_SUCCESS);
+    run(1s);
+    EXPECT_EQ(status(0), 2);
+    EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(network.users(), IsEmpty());
 }
 
-TEST_F(Following, ADisconnectUnderWayMovesAndItsClientGetsTheAck)
+TEST_F(FollowingTest, MovesADisconnectUnderWay)
 {
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    registrar.hold();
-    SipdClient client;
-    client.introduce();
-    client.send(SipdClient::profileMessage(PROFILE_CTRL_DISCONNECT, "Profile2"));
-    ASSERT_TRUE(waitUntil([this] { return registrar.requests().back().expires == 0; }, 1min));
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    network.setAnswer(std::nullopt);
+    const Request disconnecting = disconnect(2);
     place({{0, "cleo"}});
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    SipdClient next;
-    next.introduce();
-    next.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
-    EXPECT_EQ(next.status("Profile0"), 1U);
-    registrar.release();
-    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(next.ack(), SIPD_ACK_SUCCESS);
-    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
+    EXPECT_EQ(status(0), 0);
+    const Request connecting = connect(0);
+    EXPECT_EQ(status(0), 1);
+    network.setAnswer(SIPD_ACK_SUCCESS);
+    run();
+    EXPECT_EQ(disconnecting->ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connecting->ack(), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(network.users(), ElementsAre("cleo"));
 }
 
-TEST_F(Following, AnotherProfileTakesTheNumberOfADeletedOne)
+TEST_F(FollowingTest, GivesTheNumberOfADeletedProfileToAnother)
 {
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    place({{0, "bert"}, {1, "cleo"}});
-    EXPECT_EQ(statusOf("Profile0"), 2U);
-    EXPECT_EQ(statusOf("Profile1"), 0U);
-    EXPECT_TRUE(waitForUsers({"bert"}));
-    const auto requests = registrar.requests();
-    ASSERT_EQ(requests.size(), count + 1);
-    EXPECT_EQ(requests.back().user, "anna");
-    EXPECT_EQ(requests.back().expires, 0);
-}
-
-TEST_F(Following, AProfileThatIsDeletedWhileItsServerIsSilentLeavesItsNumber)
-{
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    registrar.hold();
-    place({{0, "bert"}, {1, "cleo"}});
-    EXPECT_EQ(statusOf("Profile0"), 2U);
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
+    network.setAnswer(std::nullopt);
+    place(LAST_TWO_PLACES);
+    EXPECT_EQ(status(0), 2);
+    EXPECT_EQ(status(1), 0);
+    EXPECT_EQ(network.requests().back(), "0 unregister anna");
     place({{1, "bert"}, {0, "cleo"}});
-    EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    registrar.release();
-    EXPECT_TRUE(waitForUsers({"bert"}));
+    EXPECT_EQ(status(1), 2) << "also while the server of the deleted one is silent";
+    EXPECT_EQ(status(0), 0);
+    network.setAnswer(SIPD_ACK_SUCCESS);
+    run();
+    EXPECT_THAT(network.users(), ElementsAre("bert"));
+    EXPECT_EQ(network.requests().size(), 3U);
 }
 
-TEST_F(Following, AProfileThatMovedAndChangedIsRenewed)
+TEST_F(FollowingTest, RegistersAMovedAndChangedProfileAgain)
 {
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    place({{0, "bert"}, {1, "dora", "secret", false, "cleo"}});
-    EXPECT_TRUE(waitForUsers({"dora"}));
-    EXPECT_TRUE(waitForStatus("Profile1", 2));
-    EXPECT_EQ(statusOf("Profile0"), 0U);
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    place({{0, "bert"}, {.number = 1, .user = "dora", .displayName = "cleo"}});
+    EXPECT_EQ(status(1), 1);
+    run();
+    EXPECT_EQ(status(1), 2);
+    EXPECT_EQ(status(0), 0);
+    EXPECT_THAT(network.users(), ElementsAre("dora"));
 }
 
-TEST_F(Following, AProfileThatMovedAndWasRenamedKeepsItsRegistration)
+TEST_F(FollowingTest, KeepsAMovedAndRenamedProfile)
 {
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    place({{0, "bert"}, {1, "cleo", "secret", false, "Home"}, {2, "dora", "secret", false, "cleo"}});
-    EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_EQ(statusOf("Profile2"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    place({{0, "bert"},
+           {.number = 1, .user = "cleo", .displayName = "Home"},
+           {.number = 2, .user = "dora", .displayName = "cleo"}});
+    EXPECT_EQ(status(1), 2);
+    EXPECT_EQ(status(2), 0);
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, WhatCameAfterTheStartMovesToo)
+TEST_F(FollowingTest, MovesProfilesThatCameAfterTheStart)
 {
-    startDaemon();
+    start();
     place({{0, "anna"}});
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
     place({{0, "bert"}, {1, "anna"}});
-    EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    EXPECT_EQ(status(1), 2);
+    EXPECT_EQ(status(0), 0);
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, AFileThatIsAwayEndsNothing)
+TEST_F(FollowingTest, EndsNothingWithoutAReadableFile)
 {
-    place(threePlaces);
-    startDaemon({"-v"});
-    EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    fs::rename(settingsFile(), settingsFile() + ".away");
-    ASSERT_TRUE(waitForLog("the settings file is away"));
-    EXPECT_EQ(statusOf("Profile2"), 2U);
-    replaceFile("[Profile0\n");
-    ASSERT_TRUE(waitForLog("cannot be parsed"));
-    EXPECT_EQ(statusOf("Profile2"), 2U);
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS);
+    moveFileAway();
+    waitForChange();
+    EXPECT_EQ(status(2), 2);
+    place("[Profile0\n");
+    waitForChange();
+    EXPECT_EQ(status(2), 2);
     fs::remove(settingsFile());
     fs::create_directory(settingsFile());
-    ASSERT_TRUE(waitForLog("cannot be read"));
-    EXPECT_EQ(statusOf("Profile2"), 2U);
+    waitForChange();
+    EXPECT_EQ(status(2), 2);
     fs::remove(settingsFile());
-    EXPECT_EQ(registrar.requests().size(), count);
-    // It may come back with other numbers.
-    place({{0, "bert"}, {1, "cleo"}});
-    EXPECT_EQ(statusOf("Profile1"), 2U);
-    EXPECT_EQ(statusOf("Profile2"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    place(LAST_TWO_PLACES);
+    EXPECT_EQ(status(1), 2) << "it has come back with other numbers";
+    EXPECT_EQ(status(2), 0);
+    EXPECT_EQ(network.requests().size(), 1U);
 }
 
-TEST_F(Following, WithoutAFileAProfileIsConnectedAsItWas)
+TEST_F(FollowingTest, ConnectsByTheLastProfilesWithoutAFile)
 {
-    place(threePlaces);
-    startDaemon({"-v"});
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
     fs::remove(settingsFile());
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile3"), SIPD_ACK_INCORRECT_PROFILE);
-    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_THAT(usersNow(), testing::ElementsAre("bert"));
+    waitForChange();
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile(3), SIPD_ACK_INCORRECT_PROFILE);
+    EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(network.users(), ElementsAre("bert"));
     place({{0, "dora"}});
-    EXPECT_TRUE(waitForUsers({})) << "the profile was deleted meanwhile";
+    waitForChange();
+    EXPECT_THAT(network.users(), IsEmpty()) << "the profile has been deleted meanwhile";
 }
 
-TEST_F(Following, ARetryWithoutAFileWaitsUntilItIsBack)
+TEST_F(FollowingTest, PostponesARetryUntilTheFileIsBack)
 {
-    registrar.setAnswer(503);
     place({{0, "anna"}, {1, "bert", "secret", true}});
-    startDaemon({"-v"});
-    ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }, 1min));
-    fs::rename(settingsFile(), settingsFile() + ".away");
-    ASSERT_TRUE(waitForLog("Profile1 waits for the settings file"));
-    const size_t count = registrar.requests().size();
-    registrar.setAnswer(std::nullopt);
-    EXPECT_EQ(statusOf("Profile1"), 0U);
-    EXPECT_EQ(registrar.requests().size(), count);
-    fs::rename(settingsFile() + ".away", settingsFile());
-    EXPECT_TRUE(waitForStatus("Profile1", 2));
+    network.setAnswer(SIPD_ACK_SERVICE_UNAVAILABLE);
+    start();
+    moveFileAway();
+    network.setAnswer(SIPD_ACK_SUCCESS);
+    run(1h);
+    EXPECT_EQ(status(1), 0);
+    EXPECT_EQ(network.requests().size(), 1U);
+    moveFileBack();
+    waitForChange();
+    EXPECT_EQ(status(1), 2);
 }
 
-TEST_F(Following, ARefreshThatFailsWithoutAFileIsTriedAgain)
+TEST_F(FollowingTest, PostponesALostRegistrationUntilTheFileIsBack)
 {
     place({{0, "anna"}});
-    startDaemon({"-v", "--expires", "2"});
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    fs::rename(settingsFile(), settingsFile() + ".away");
-    registrar.setAnswer(500);
-    ASSERT_TRUE(waitForLog("waits for the settings file"));
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    registrar.setAnswer(std::nullopt);
-    replaceFile({{5, "anna"}});
-    EXPECT_TRUE(waitForStatus("Profile5", 2)) << "under its new number";
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    moveFileAway();
+    network.lose("anna", SIPD_ACK_FAILED);
+    run(1h);
+    EXPECT_EQ(status(0), 0);
+    EXPECT_EQ(network.requests().size(), 1U);
+    place({{5, "anna"}});
+    waitForChange();
+    EXPECT_EQ(status(5), 2) << "under its new number";
 }
 
-TEST_F(Following, ADirectoryThatIsRenamedAndMadeAnewIsNoticed)
+TEST_F(FollowingTest, NoticesReplacedDirectories)
 {
     useDirectory("above/settings");
     fs::create_directories(settings());
     place({{0, "anna"}});
-    startDaemon({"-v"});
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
     fs::rename(settings(), settings() + ".away");
-    ASSERT_TRUE(waitForLog("the settings file is away"));
-    EXPECT_EQ(statusOf("Profile0"), 2U);
-    EXPECT_FALSE(fs::exists(settings())) << "it is not the daemon's to make";
+    waitForChange();
+    EXPECT_EQ(status(0), 2);
+    EXPECT_FALSE(fs::exists(settings())) << "the daemon must not make it";
     fs::create_directory(settings());
-    place({{0, "bert", "secret", false, "anna"}});
-    EXPECT_TRUE(waitForUsers({"bert"}));
+    place({renewed("bert")});
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("bert"));
 
     const fs::path above = fs::path(settings()).parent_path();
     fs::rename(above, above.string() + ".away");
     fs::create_directories(settings());
-    place({{0, "cleo", "secret", false, "anna"}});
-    EXPECT_TRUE(waitForUsers({"cleo"}));
+    place({renewed("cleo")});
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("cleo"));
 
     fs::remove_all(above);
     fs::rename(above.string() + ".away", above);
-    EXPECT_TRUE(waitForUsers({"bert"}));
-    place({{0, "dora", "secret", false, "anna"}});
-    EXPECT_TRUE(waitForUsers({"dora"})) << "it is watched further";
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("bert"));
+    place({renewed("dora")});
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("dora")) << "the directory is still watched";
 }
 
-TEST_F(Following, ADirectoryOrFileBehindALinkIsWatched)
+TEST_F(FollowingTest, NoticesChangesBehindLinks)
 {
     const std::string base = directory().toStdString();
     fs::create_directories(base + "/one");
@@ -509,163 +369,165 @@ TEST_F(Following, ADirectoryOrFileBehindALinkIsWatched)
     useDirectory("link");
     fs::create_directory_symlink("one", settings());
     place({{0, "anna"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
 
-    const std::string two = textOf({{0, "bert", "secret", false, "anna"}});
-    writeFile(QString::fromStdString(base + "/two/real.cfg"), QByteArray::fromStdString(two));
+    const auto write = [&base](const std::string& name, const std::string& text) {
+        writeFile(QString::fromStdString(base + name), QByteArray::fromStdString(text));
+    };
+    write("/two/real.cfg", textOf({renewed("bert")}));
     fs::create_symlink("real.cfg", base + "/two/ormu_sipsetup.cfg");
     fs::create_directory_symlink("two", base + "/newlink");
     fs::rename(base + "/newlink", settings());
-    EXPECT_TRUE(waitForUsers({"bert"}));
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("bert"));
 
-    const std::string three = textOf({{0, "cleo", "secret", false, "anna"}});
-    writeFile(QString::fromStdString(base + "/two/real.new"), QByteArray::fromStdString(three));
+    write("/two/real.new", textOf({renewed("cleo")}));
     fs::rename(base + "/two/real.new", base + "/two/real.cfg");
-    EXPECT_EQ(statusOf("Profile0"), 1U) << "the new values are tried at once";
-    EXPECT_TRUE(waitForUsers({"cleo"}));
+    EXPECT_EQ(status(0), 1) << "the new account is tried at once";
+    run();
+    EXPECT_THAT(network.users(), ElementsAre("cleo"));
 }
 
-TEST_F(Following, ADirectoryThatIsNotThereAtTheStartIsNoticed)
+TEST_F(FollowingTest, NoticesADirectoryThatIsMissingAtTheStart)
 {
-    // Nobody can make it below a file.
+    // The daemon cannot make a directory below a file.
     useDirectory("above/settings");
     const std::string above = directory().toStdString() + "/above";
     writeFile(QString::fromStdString(above), "");
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_INCORRECT_PROFILE);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_INCORRECT_PROFILE);
     fs::remove(above);
     fs::create_directories(settings());
     place({{0, "anna", "secret", true}});
-    EXPECT_TRUE(waitForStatus("Profile0", 2)) << "it is to be connected from the start";
+    waitForChange();
+    EXPECT_EQ(status(0), 2) << "it connects automatically";
     place({{0, "bert"}, {1, "anna", "secret", true}});
-    EXPECT_EQ(statusOf("Profile1"), 2U);
+    EXPECT_EQ(status(1), 2);
 }
 
-TEST_F(Following, AnEndlessLinkInTheWayEndsNothing)
+TEST_F(FollowingTest, EndsNothingBehindAnEndlessLink)
 {
     place({{0, "anna"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
     fs::rename(settings(), settings() + ".away");
     fs::create_symlink("settings", settings());
-    ASSERT_TRUE(waitForLog("cannot be read"));
-    EXPECT_EQ(statusOf("Profile0"), 2U);
+    waitForChange();
+    EXPECT_EQ(status(0), 2);
     fs::remove(settings());
     fs::rename(settings() + ".away", settings());
     place({{3, "anna"}});
-    EXPECT_EQ(statusOf("Profile3"), 2U);
+    EXPECT_EQ(status(3), 2);
 }
 
-TEST_F(Following, AConnectRightAfterASwapInPlaceMeansTheNewNumber)
+TEST_F(FollowingTest, ConnectsTheNewNumberAfterAWriteInPlace)
 {
     place({{0, "anna"}, {1, "cleo"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    SipdClient client;
-    client.introduce();
+    start();
     placeInside({{0, "cleo"}, {1, "anna"}});
-    EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, "Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_TRUE(isSilentSince(count + 1));
-    EXPECT_EQ(registrar.requests()[count].user, "cleo");
-    EXPECT_EQ(statusOf("Profile0"), 2U);
-    EXPECT_EQ(statusOf("Profile1"), 0U);
-    EXPECT_THAT(usersNow(), testing::ElementsAre("cleo"));
+    const Request request = connect(0);
+    EXPECT_EQ(status(0), 1);
+    run(99ms);
+    EXPECT_THAT(network.requests(), IsEmpty()) << "the file may be half written";
+    run(1ms);
+    EXPECT_EQ(request->ack(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(status(0), 2);
+    EXPECT_EQ(status(1), 0);
+    EXPECT_THAT(network.users(), ElementsAre("cleo"));
 }
 
-TEST_F(Following, ADisconnectRightAfterASwapInPlaceMeansTheNewNumber)
+TEST_F(FollowingTest, DisconnectsTheNewNumberAfterAWriteInPlace)
 {
     place({{0, "anna"}, {1, "cleo"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
-    SipdClient gone;
-    gone.introduce();
-    SipdClient client;
-    client.introduce();
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
     placeInside({{0, "cleo"}, {1, "anna"}});
-    gone.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile7"));
-    gone.close();
-    EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, "Profile0"), SIPD_ACK_SUCCESS);
-    EXPECT_FALSE(testing::Matches(testing::Contains("cleo"))(usersNow()));
+    connect(7); // and cancels it
+    const Request request = disconnect(0);
+    run(100ms);
+    EXPECT_EQ(request->ack(), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(network.users(), ElementsAre("anna"));
 }
 
-TEST_F(Following, SwapsDuringConnectsChangeNoProfile)
+TEST_F(FollowingTest, EndsNothingWhileAFileIsHalfWritten)
 {
-    std::vector<Place> one = {{0, "anna"}, {1, "bert"}};
-    std::vector<Place> other = {{1, "anna"}, {0, "bert"}};
-    // A reading takes its time.
+    place(THREE_PLACES);
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    {
+        std::ofstream file(settingsFile(), std::ios::trunc);
+        file << textOf({{0, "bert"}}) << std::flush;
+        EXPECT_EQ(connectProfile(2), SIPD_ACK_SUCCESS) << "by the last profiles";
+        EXPECT_THAT(network.users(), ElementsAre("anna", "cleo"));
+    }
+    waitForChange();
+    EXPECT_THAT(network.users(), IsEmpty()) << "it is complete";
+}
+
+TEST_F(FollowingTest, ReadsAFileThatIsTouchedAllTheTime)
+{
+    place({{0, "anna"}});
+    start();
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    placeInside({renewed("bert")});
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_THAT(network.users(), ElementsAre("anna")) << i;
+        EXPECT_EQ(utimensat(AT_FDCWD, settingsFile().c_str(), nullptr, 0), 0);
+        run(50ms);
+    }
+    EXPECT_THAT(network.users(), ElementsAre("bert")) << "after a second";
+}
+
+TEST_F(FollowingTest, ConnectsAutomaticallyWhenTheFileAppears)
+{
+    place({{0, "anna", "secret", true}, {1, "bert"}});
+    moveFileAway();
+    start();
+    EXPECT_EQ(status(0), 0);
+    place("[Profile0\n");
+    waitForChange();
+    moveFileBack();
+    waitForChange();
+    EXPECT_THAT(network.users(), ElementsAre("anna"));
+    EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
+    moveFileAway();
+    moveFileBack();
+    waitForChange();
+    EXPECT_THAT(network.users(), IsEmpty()) << "only once";
+    place({{0, "anna", "secret", true}, {1, "bert", "secret", true}});
+    waitForChange();
+    EXPECT_THAT(network.users(), IsEmpty()) << "only those that were there";
+}
+
+TEST_F(FollowingTest, ChangesNoProfileWhileTheFileIsReplaced)
+{
+    std::vector<PlacedProfile> one = {{0, "anna"}, {1, "bert"}};
+    std::vector<PlacedProfile> other = {{1, "anna"}, {0, "bert"}};
     for (int i = 2; i < 200; ++i) {
+        // Reading takes its time.
         one.push_back({i, "user" + std::to_string(i)});
         other.push_back(one.back());
     }
     place(one);
-    startDaemon({"-v"});
-    SipdClient client;
-    client.introduce();
+    start();
     std::atomic<bool> isDone = false;
     std::thread swapper([&] {
         for (int i = 1; !isDone; ++i)
-            replaceFile(i % 2 == 0 ? one : other);
+            place(i % 2 == 0 ? one : other);
     });
-    constexpr int rounds = 150;
-    for (int i = 0; i < rounds; ++i) {
-        const std::string group = "Profile" + std::to_string(i % 2);
-        EXPECT_EQ(client.request(PROFILE_CTRL_CONNECT, group), SIPD_ACK_SUCCESS);
-        EXPECT_EQ(client.request(PROFILE_CTRL_DISCONNECT, group), SIPD_ACK_SUCCESS);
+    for (int i = 0; i < 150; ++i) {
+        EXPECT_EQ(connectProfile(i % 2), SIPD_ACK_SUCCESS);
+        // The registered profile may have moved to the other number since.
+        const std::string user = network.users().at(0);
+        EXPECT_TRUE(user == "anna" || user == "bert") << user;
+        while (!network.users().empty()) {
+            disconnectProfile(0);
+            disconnectProfile(1);
+        }
     }
     isDone = true;
     swapper.join();
-    EXPECT_THAT(daemon().log(), testing::Not(testing::HasSubstr("has changed")));
-}
-
-TEST_F(Following, AFileThatIsHalfWrittenEndsNothing)
-{
-    place(threePlaces);
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    {
-        std::ofstream file(settingsFile(), std::ios::trunc);
-        file << textOf({{0, "bert"}}) << std::flush;
-        EXPECT_EQ(connectProfile("Profile2"), SIPD_ACK_SUCCESS) << "as it was";
-        EXPECT_THAT(usersNow(), testing::ElementsAre("anna", "cleo"));
-    }
-    EXPECT_TRUE(waitForUsers({})) << "it is done";
-}
-
-TEST_F(Following, AFileThatIsTouchedAllTheTimeIsReadStill)
-{
-    place({{0, "anna"}});
-    startDaemon();
-    EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    placeInside({{0, "bert", "secret", false, "anna"}});
-    std::atomic<bool> isDone = false;
-    std::thread toucher([&] {
-        while (!isDone) {
-            EXPECT_EQ(utimensat(AT_FDCWD, settingsFile().c_str(), nullptr, 0), 0);
-            std::this_thread::sleep_for(1ms);
-        }
-    });
-    EXPECT_TRUE(waitForUsers({"bert"}));
-    isDone = true;
-    toucher.join();
-}
-
-TEST_F(Following, AFileThatWasAwayAtTheStartIsConnectedFrom)
-{
-    place({{0, "anna", "secret", true}, {1, "bert"}});
-    fs::rename(settingsFile(), settingsFile() + ".away");
-    startDaemon();
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    fs::rename(settingsFile() + ".away", settingsFile());
-    EXPECT_TRUE(waitForUsers({"anna"}));
-    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
-    const size_t count = registrar.requests().size();
-    // Only once.
-    fs::rename(settingsFile(), settingsFile() + ".away");
-    fs::rename(settingsFile() + ".away", settingsFile());
-    EXPECT_EQ(statusOf("Profile0"), 0U);
-    EXPECT_TRUE(isSilentSince(count));
+    EXPECT_EQ(network.requests().size(), 300U) << "no registration has changed";
 }

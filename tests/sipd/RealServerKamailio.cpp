@@ -14,7 +14,7 @@
 
 namespace {
 
-// The text is put between the quotes of a string of the configuration.
+// For a quoted string of the configuration.
 std::string escaped(const std::string& text)
 {
     std::string result;
@@ -26,7 +26,7 @@ std::string escaped(const std::string& text)
     return result;
 }
 
-// What a program writes to its standard output.
+// The standard output of a command.
 std::string outputOf(const std::string& command)
 {
     std::string output;
@@ -91,6 +91,7 @@ request_route {
         exit;
     }
     if ($tU =~ "^late-" && $hdr(Expires) != "0") {
+        xlog("L_WARN", "$tU has asked\n");
         usleep("LATENESS");
     }
     save("location");
@@ -176,7 +177,7 @@ void Kamailio::start()
         std::vector<std::string>{KAMAILIO_PROGRAM, "-f", place + "/kamailio.cfg", "-DD", "-E", "-m", "32",
                                  "-M", "8", "-P", place + "/pid", "-Y", place, "-w", place},
         place + "/log");
-    // It answers when its processes are there; the control socket alone comes earlier.
+    // It answers once its processes run, which is later than the control socket exists.
     ASSERT_TRUE(waitUntil([this] {
         return !program_->isRunning() ||
                !outputOf("kamcmd -s " + control() + " core.uptime 2>/dev/null").empty();
@@ -187,6 +188,11 @@ void Kamailio::start()
 void Kamailio::die()
 {
     program_.reset();
+}
+
+bool Kamailio::hasEverBeenAsked(const std::string& user) const
+{
+    return program_->log().find(user + " has asked\n") != std::string::npos;
 }
 
 bool Kamailio::hasEverRegistered(const std::string& user) const

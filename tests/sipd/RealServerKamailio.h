@@ -17,35 +17,35 @@
 //   banned    403
 //   broken    500
 //   silent    no answer
-//   late-...  registers after LATENESS; what ends a registration is carried out at once
-//   proxied   asked for its password by 407
+//   late-...  registers after LATENESS; unregisters at once
+//   proxied   407 asks for the password
 class Kamailio
 {
 public:
     static constexpr char SECRET[] = "secret";
-    // Less than the time after which a request over UDP is sent again: each copy would be carried out.
+    // Less than the time until a request over UDP is sent again: the server would carry out each copy.
     static constexpr std::chrono::milliseconds LATENESS{400};
 
     struct Options
     {
         std::string password = SECRET;
         int longestBindingSeconds = 3600;
-        // TLS is served when there is a certificate, named by its file and that of its key.
+        // The files for TLS. Without them it serves no TLS.
         std::filesystem::path certificate = {};
         std::filesystem::path key = {};
     };
 
-    // Keeps its files in a directory that it makes in that one.
+    // Makes a directory in that one for its files.
     explicit Kamailio(const std::filesystem::path& directory);
     Kamailio(const std::filesystem::path& directory, Options options);
     ~Kamailio();
 
-    // Serves, on the same ports each time. Fails the test when it cannot.
+    // Starts, on the same ports each time, and waits until it serves. Fails the test when it cannot.
     void start();
-    // Stops at once, and forgets all.
+    // Kills it. It forgets all registrations.
     void die();
 
-    // Whether it serves ::1, too.
+    // Whether it also serves ::1.
     static bool hasIpv6();
 
     int port() const { return port_; }
@@ -54,12 +54,14 @@ public:
     struct Registered
     {
         std::string contact;
-        std::string transport; // what it came by: udp, tcp, tls
-        int sequence = 0;      // of the REGISTER that made or renewed it
+        std::string transport; // udp, tcp, tls
+        int sequence = 0;      // of the last REGISTER
     };
-    // The user's binding, when there is one. There is never more than one in these tests; two fail the test.
+    // The user's binding. A second one fails the test.
     std::optional<Registered> registered(const std::string& user) const;
-    // Whether it had a binding since the start, if only for a moment.
+    // Whether a user "late-..." has sent a REGISTER with the password since the start.
+    bool hasEverBeenAsked(const std::string& user) const;
+    // Whether a user has had a binding since the start, if only for a moment.
     bool hasEverRegistered(const std::string& user) const;
 
 private:

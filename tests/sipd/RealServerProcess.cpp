@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
@@ -47,18 +48,28 @@ bool isFreeFor(int type, int port)
 
 } // namespace
 
-bool isPortFree(int port)
-{
-    return isFreeFor(SOCK_STREAM, port) && isFreeFor(SOCK_DGRAM, port);
-}
-
 int freePort()
 {
     static int next = FIRST_PORT + getpid() % (LAST_PORT - FIRST_PORT);
     do {
         next = next == LAST_PORT ? FIRST_PORT : next + 1;
-    } while (!isPortFree(next));
+    } while (!isFreeFor(SOCK_STREAM, next) || !isFreeFor(SOCK_DGRAM, next));
     return next;
+}
+
+bool isListening(const std::string& transport, int port)
+{
+    // Each line has the number, the address and port of both ends, and the state, in hexadecimal digits.
+    std::ifstream table("/proc/net/" + transport);
+    const unsigned int listening = transport == "tcp" ? 0x0a : 0x07;
+    for (std::string line; std::getline(table, line);) {
+        unsigned int localPort = 0;
+        unsigned int state = 0;
+        if (std::sscanf(line.c_str(), " %*d: %*x:%x %*x:%*x %x", &localPort, &state) == 2 &&
+            localPort == static_cast<unsigned int>(port) && state == listening)
+            return true;
+    }
+    return false;
 }
 
 LoggedProgram::LoggedProgram(const std::vector<std::string>& command, std::string logPath)

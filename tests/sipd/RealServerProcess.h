@@ -5,15 +5,14 @@
 #include <sys/types.h>
 #include <vector>
 
-// Whether nobody has the port of 127.0.0.1, neither for UDP nor for TCP.
-bool isPortFree(int port);
-
-// A port of 127.0.0.1 that nobody has, for UDP and TCP, outside the range from which the kernel gives them
-// out.
+// A port of 127.0.0.1 that is free for UDP and TCP, outside the range from which the kernel assigns ports.
 int freePort();
 
-// A program that a test runs, with its output in a file. It and the processes that it starts are killed with
-// this object.
+// Whether a socket listens on the port of any IPv4 address. transport: "udp" or "tcp".
+bool isListening(const std::string& transport, int port);
+
+// A program that a test runs, with its output in a file. The destructor kills it and the processes that it
+// has started.
 class LoggedProgram
 {
 public:

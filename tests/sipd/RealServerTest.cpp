@@ -5,7 +5,7 @@
 void RealServerTest::SetUp()
 {
     SipdTest::SetUp();
-    // A server that gives up root's rights still needs its files.
+    // A server that drops root's rights must still read its files.
     ASSERT_EQ(chmod(workplace().c_str(), 0755), 0);
 }
 

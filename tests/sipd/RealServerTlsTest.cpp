@@ -1,5 +1,6 @@
 // The daemon verifies a server that is reached by TLS.
 #include "RealServerTest.h"
+#include "ShiftedTime.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -11,6 +12,7 @@ namespace {
 
 constexpr char GOOD_NAMES[] = "DNS:localhost,IP:127.0.0.1";
 constexpr char OTHER_NAMES[] = "DNS:other.example,IP:127.0.0.2";
+constexpr char ASAN_OPTIONS[] = "fast_unwind_on_malloc=0:quarantine_size_mb=1";
 
 // A server's certificate and key, made by openssl in a directory of its own.
 class Certificate
@@ -23,15 +25,15 @@ public:
 
     std::filesystem::path file(const std::string& name) const { return directory_ / name; }
 
-    // In NAME.pem and NAME.key.
+    // Makes NAME.pem and NAME.key.
     void makeAuthority(const std::string& name) const
     {
         openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj '/CN=" +
                 name + "' -keyout " + name + ".key -out " + name + ".pem");
     }
-    // Links by which an authority is found.
+    // Links that the TLS library finds authorities by.
     void linkAuthorities() const { openssl("rehash ."); }
-    // In server.pem and server.key, for these names, by that authority.
+    // Makes server.pem and server.key, for these names, signed by that authority.
     void make(const std::string& authority, const std::string& names) const
     {
         openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=server"
@@ -39,7 +41,7 @@ public:
                 names + " -keyout server.key -out server.pem -CA " + authority + ".pem -CAkey " + authority +
                 ".key");
     }
-    // As the other, but of the year 2020.
+    // As make(), but expired in 2020.
     void makeExpired(const std::string& authority, const std::string& names) const
     {
         std::ofstream(file("ca.cnf"))
@@ -65,7 +67,7 @@ private:
     const std::filesystem::path directory_;
 };
 
-// The daemon trusts "authority", which "../authority" is to a server's certificate.
+// The daemon trusts "authority". From a server's directory that is "../authority".
 class RealServerTls : public RealServerTest
 {
 protected:
@@ -77,7 +79,7 @@ protected:
 
     Certificate certificateOf(const std::string& server) const { return Certificate(workplace() / server); }
 
-    // With the certificate of that name.
+    // Starts a server with the certificate of that name.
     Kamailio& startServer(const std::string& name)
     {
         const Certificate certificate = certificateOf(name);
@@ -92,12 +94,31 @@ protected:
         startDaemon({"--ca-file", (workplace() / "authority.pem").string()}, environment);
     }
 
-    // LeakSanitizer, if the daemon has it, looks for what is known of the stack in whole call stacks.
-    const std::vector<std::string> environment = {
-        "/usr/bin/env", "ASAN_OPTIONS=fast_unwind_on_malloc=0:quarantine_size_mb=1",
+    // The command before the daemon. LeakSanitizer needs whole call stacks to find the suppressed ones.
+    std::vector<std::string> environment = {
+        "/usr/bin/env", std::string("ASAN_OPTIONS=") + ASAN_OPTIONS,
         "LSAN_OPTIONS=print_suppressions=0:suppressions=" LEAK_SUPPRESSIONS};
 
     std::list<Kamailio> servers;
+};
+
+// A server that the daemon does not trust fails after 8 seconds.
+class RealServerShiftedTls : public RealServerTls
+{
+protected:
+    RealServerShiftedTls()
+    {
+        const auto shifted = time.wrapper(ASAN_OPTIONS);
+        environment.insert(environment.end(), shifted.begin(), shifted.end());
+    }
+    // Lets the timeout expire once the daemon has tried everything.
+    void expire()
+    {
+        ShiftedTime::waitUntilIdle(SipdClient().daemon());
+        time.sleepFor(std::chrono::seconds(8));
+    }
+
+    ShiftedTime time{directory().toStdString()};
 };
 
 } // namespace
@@ -118,10 +139,10 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
     }
 }
 
-TEST_F(RealServerTls, TrustsTheSystemsAuthorities)
+TEST_F(RealServerShiftedTls, TrustsTheSystemsAuthorities)
 {
     if (std::system("unshare -m true 2>/dev/null") != 0)
-        GTEST_SKIP() << "a view of the files of one's own is not to be had";
+        GTEST_SKIP() << "a private mount is not possible here";
     certificateOf("system").makeAuthority("systems");
     certificateOf("system").linkAuthorities();
     certificateOf("good").make("../system/systems", GOOD_NAMES);
@@ -134,13 +155,17 @@ TEST_F(RealServerTls, TrustsTheSystemsAuthorities)
     writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", startServer("good").tlsPort()));
     writeProfile("Profile1", profileOf("bert", "localhost;transport=tls", startServer("foreign").tlsPort()));
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << daemon().log();
-    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_CONNECT_FAILED);
+    SipdClient client;
+    client.introduce();
+    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile1"));
+    expire();
+    EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
 }
 
-TEST_F(RealServerTls, SaysThatTheSystemHasNoCertificates)
+TEST_F(RealServerTls, ReportsThatTheSystemHasNoCertificates)
 {
     if (std::system("unshare -m mount -t tmpfs none /etc/ssl 2>/dev/null") != 0)
-        GTEST_SKIP() << "a view of the files of one's own is not to be had";
+        GTEST_SKIP() << "a private mount is not possible here";
     startDaemon({}, {"/usr/bin/unshare", "-m", "/bin/sh", "-c",
                      "mount -t tmpfs none /etc/ssl && exec \"$0\" \"$@\""});
     writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", 1));
@@ -168,7 +193,7 @@ TEST_F(RealServerTls, LeavesNoMemoryBehind)
     EXPECT_LT(memoryOf(client.daemon()) - before, 1024);
 }
 
-TEST_F(RealServerTls, DoesNotTrustABadCertificateNorAPlainConnection)
+TEST_F(RealServerShiftedTls, RejectsBadCertificatesAndPlainConnections)
 {
     certificateOf("foreign").makeAuthority("stranger");
     certificateOf("foreign").make("stranger", GOOD_NAMES);
@@ -188,6 +213,7 @@ TEST_F(RealServerTls, DoesNotTrustABadCertificateNorAPlainConnection)
         EXPECT_EQ(client.introduce(), SIPD_ACK_SUCCESS);
         EXPECT_TRUE(client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, group)));
     }
+    expire();
     for (SipdClient& client : clients)
         EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
     for (Kamailio& server : servers)

@@ -78,8 +78,8 @@ std::optional<std::vector<std::string>> asNobody();
 // The memory that a process has, in kilobytes.
 long memoryOf(pid_t process);
 
-// Waits until the condition holds; false when it does not in time.
+// Waits until the condition holds. False after minutes: something hangs.
 bool waitUntil(const std::function<bool()>& condition,
-               std::chrono::milliseconds timeout = std::chrono::seconds(10));
+               std::chrono::milliseconds timeout = std::chrono::minutes(5));
 
 #endif

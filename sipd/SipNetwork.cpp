@@ -1,0 +1,31 @@
+#include "SipNetwork.h"
+
+#include "Digest.h"
+
+#include <utility>
+
+SipNetwork::SipNetwork(EventLoop& loop, SipSettings settings)
+    : loop_(loop), settings_(std::move(settings)), resolver_(loop)
+{
+    installDigest();
+}
+
+Network::LookupHandle SipNetwork::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
+{
+    return resolver_.resolve(registrar, std::move(onResolved));
+}
+
+bool SipNetwork::isRoutable(const ServerAddress& address) const
+{
+    return !address.localUriHost().empty();
+}
+
+bool SipNetwork::isUp() const
+{
+    return isAnyNetworkUp();
+}
+
+std::unique_ptr<Attempt> SipNetwork::makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome)
+{
+    return std::make_unique<RegisterAttempt>(loop_, settings_, profile, std::move(onOutcome));
+}

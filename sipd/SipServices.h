@@ -1,0 +1,75 @@
+#ifndef SIPSERVICES_H
+#define SIPSERVICES_H
+
+#include "Clock.h"
+#include "SIPD_Messages.h"
+#include "ServerAddress.h"
+#include "SipProfile.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class EventLoop;
+
+// One attempt to register a profile at one address, and then the registration, which it keeps refreshed.
+//
+// Its owner deletes it once it isGone(), between two steps of the loop.
+class Attempt
+{
+public:
+    enum class State {
+        Registering,
+        Registered,
+        Abandoned, // while registering: unregisters if the server accepts it after all
+        Unregistering,
+        Closing,
+        Gone
+    };
+
+    // Called from the loop: with success when the server accepts the registration, and with the reason when
+    // the attempt fails or the registration is lost. Not called after unregisterOrAbandon().
+    using OnOutcome = std::function<void(_SIPD_APP_ACK_E)>;
+
+    virtual ~Attempt() = default;
+
+    // Returns success when the attempt has started, otherwise the reason. An attempt that has started fails
+    // when the server has not answered within the timeout.
+    virtual _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout) = 0;
+    // Ends it, and unregisters it if it is registered. A silent server gets 3 seconds.
+    virtual void unregisterOrAbandon() = 0;
+
+    virtual State state() const = 0;
+    bool isGone() const { return state() == State::Gone; }
+};
+
+// The SIP servers and the way to them. SipNetwork is the real one; tests have one without servers.
+class Network
+{
+public:
+    // Receives the addresses to try, best first; none when the name is unknown or no name server answers.
+    using OnResolved = std::function<void(const std::vector<ServerAddress>&)>;
+    // A running lookup. Dropping it cancels the callback.
+    using LookupHandle = std::shared_ptr<void>;
+
+    virtual ~Network() = default;
+
+    // Calls onResolved later, from the loop.
+    virtual LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved) = 0;
+    // Whether this machine has a route to the address.
+    virtual bool isRoutable(const ServerAddress& address) const = 0;
+    // Whether this machine has any network besides the loopback.
+    virtual bool isUp() const = 0;
+    virtual std::unique_ptr<Attempt> makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome) = 0;
+};
+
+// The services behind all registrations.
+struct SipServices
+{
+    EventLoop& loop; // for the settings file's watch
+    Clock& clock;
+    Network& network;
+};
+
+#endif

@@ -1,0 +1,226 @@
+#include "VirtualNetwork.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace std::chrono_literals;
+
+class VirtualClock::VirtualTimer : public Timer
+{
+public:
+    VirtualTimer(VirtualClock& clock, std::function<void()> onExpired)
+        : clock_(clock), onExpired_(std::move(onExpired))
+    {
+        clock_.timers_.push_back(this);
+    }
+    ~VirtualTimer() override { std::erase(clock_.timers_, this); }
+    VirtualTimer(const VirtualTimer&) = delete;
+    VirtualTimer& operator=(const VirtualTimer&) = delete;
+
+    void set(std::chrono::milliseconds delay) override { end_ = clock_.now() + delay; }
+    void stop() override { end_.reset(); }
+
+    const std::optional<BootClock::time_point>& end() const { return end_; }
+    void expire()
+    {
+        stop();
+        onExpired_();
+    }
+
+private:
+    VirtualClock& clock_;
+    const std::function<void()> onExpired_;
+    std::optional<BootClock::time_point> end_;
+};
+
+std::unique_ptr<Timer> VirtualClock::makeTimer(std::function<void()> onExpired)
+{
+    return std::make_unique<VirtualTimer>(*this, std::move(onExpired));
+}
+
+void VirtualClock::advance(std::chrono::milliseconds time, const std::function<void()>& afterEach)
+{
+    const auto until = now_ + time;
+    for (;;) {
+        VirtualTimer* next = nullptr;
+        for (VirtualTimer* timer : timers_) {
+            if (timer->end() && *timer->end() <= until && (next == nullptr || *timer->end() < *next->end()))
+                next = timer;
+        }
+        if (next == nullptr)
+            break;
+        now_ = std::max(now_, *next->end());
+        next->expire();
+        afterEach();
+    }
+    now_ = until;
+}
+
+long VirtualClock::milliseconds() const
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now_.time_since_epoch()).count();
+}
+
+class VirtualNetwork::VirtualAttempt : public Attempt
+{
+public:
+    VirtualAttempt(VirtualNetwork& network, const SipProfile& profile, OnOutcome onOutcome)
+        : network_(network), user_(profile.user), onOutcome_(std::move(onOutcome)),
+          answer_(network.clock_.makeTimer([this] { handleAnswer(*network_.answer_); })),
+          limit_(network.clock_.makeTimer([this] { handleAnswer(SIPD_ACK_CONNECT_FAILED); }))
+    {
+        network_.attempts_.push_back(this);
+    }
+    ~VirtualAttempt() override { std::erase(network_.attempts_, this); }
+    VirtualAttempt(const VirtualAttempt&) = delete;
+    VirtualAttempt& operator=(const VirtualAttempt&) = delete;
+
+    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout) override
+    {
+        network_.lastServer_ =
+            server.uriHost() + ':' + std::to_string(server.port()) + " in " + std::to_string(timeout.count());
+        request("register", State::Registering, timeout);
+        return SIPD_ACK_SUCCESS;
+    }
+    void unregisterOrAbandon() override
+    {
+        if (state_ == State::Registering)
+            state_ = State::Abandoned;
+        else if (state_ == State::Registered)
+            request("unregister", State::Unregistering, 3s);
+    }
+    State state() const override { return state_; }
+
+    const std::string& user() const { return user_; }
+    // Has a request without an answer.
+    bool isWaiting() const { return state_ != State::Registered && state_ != State::Gone; }
+    void awaitAnswer()
+    {
+        if (network_.answer_)
+            answer_->set(0ms);
+        else
+            answer_->stop();
+    }
+    void lose(_SIPD_APP_ACK_E reason)
+    {
+        state_ = State::Gone;
+        onOutcome_(reason);
+    }
+
+private:
+    void request(const char* what, State state, std::chrono::milliseconds timeout)
+    {
+        state_ = state;
+        network_.request(what + (' ' + user_));
+        limit_->set(timeout);
+        awaitAnswer();
+    }
+    void handleAnswer(_SIPD_APP_ACK_E answer)
+    {
+        answer_->stop();
+        limit_->stop();
+        const bool isAccepted = answer == SIPD_ACK_SUCCESS;
+        if (state_ == State::Abandoned && isAccepted) {
+            request("unregister", State::Unregistering, 3s);
+            return;
+        }
+        const bool isRegistering = state_ == State::Registering;
+        state_ = isRegistering && isAccepted ? State::Registered : State::Gone;
+        if (isRegistering)
+            onOutcome_(answer);
+    }
+
+    VirtualNetwork& network_;
+    const std::string user_;
+    const OnOutcome onOutcome_;
+    State state_ = State::Gone;
+    const std::unique_ptr<Timer> answer_;
+    const std::unique_ptr<Timer> limit_;
+};
+
+struct VirtualNetwork::Lookup
+{
+    RegistrarAddress registrar;
+    OnResolved onResolved;
+};
+
+VirtualNetwork::VirtualNetwork(VirtualClock& clock)
+    : clock_(clock), resolved_(clock.makeTimer([this] { answerLookups(); }))
+{
+}
+
+void VirtualNetwork::setAnswer(std::optional<_SIPD_APP_ACK_E> answer)
+{
+    answer_ = answer;
+    for (VirtualAttempt* attempt : attempts_) {
+        if (attempt->isWaiting())
+            attempt->awaitAnswer();
+    }
+}
+
+void VirtualNetwork::lose(const std::string& user, _SIPD_APP_ACK_E reason)
+{
+    const auto lost = std::ranges::find_if(attempts_, [&user](const VirtualAttempt* attempt) {
+        return attempt->user() == user && attempt->state() == Attempt::State::Registered;
+    });
+    (*lost)->lose(reason);
+}
+
+std::vector<std::string> VirtualNetwork::users() const
+{
+    std::vector<std::string> users;
+    for (const VirtualAttempt* attempt : attempts_) {
+        if (attempt->state() == Attempt::State::Registered ||
+            attempt->state() == Attempt::State::Unregistering)
+            users.push_back(attempt->user());
+    }
+    std::ranges::sort(users);
+    return users;
+}
+
+void VirtualNetwork::setAddresses(const std::string& name, const std::vector<std::string>& addresses)
+{
+    addresses_[name] = addresses;
+    resolved_->set(0ms);
+}
+
+Network::LookupHandle VirtualNetwork::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
+{
+    auto lookup = std::make_shared<Lookup>(Lookup{registrar, std::move(onResolved)});
+    lookups_.push_back(lookup);
+    resolved_->set(0ms);
+    return lookup;
+}
+
+void VirtualNetwork::answerLookups()
+{
+    for (const std::weak_ptr<Lookup>& waiting : std::exchange(lookups_, {})) {
+        const auto lookup = waiting.lock();
+        if (!lookup)
+            continue;
+        const auto known = addresses_.find(lookup->registrar.host);
+        if (known == addresses_.end()) {
+            lookups_.push_back(waiting);
+            continue;
+        }
+        std::vector<ServerAddress> found;
+        for (const std::string& address : known->second)
+            found.push_back(*ServerAddress::parse(address, lookup->registrar.port));
+        lookup->onResolved(found);
+    }
+}
+
+bool VirtualNetwork::isRoutable(const ServerAddress& address) const
+{
+    return !unroutable_.contains(address.uriHost());
+}
+
+std::unique_ptr<Attempt> VirtualNetwork::makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome)
+{
+    return std::make_unique<VirtualAttempt>(*this, profile, std::move(onOutcome));
+}
+
+void VirtualNetwork::request(const std::string& what)
+{
+    requests_.push_back(std::to_string(clock_.milliseconds()) + ' ' + what);
+}

@@ -1,0 +1,79 @@
+#ifndef VIRTUAL_NETWORK_H
+#define VIRTUAL_NETWORK_H
+
+#include "SipServices.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+// A clock that stands still until a test advances it.
+class VirtualClock : public Clock
+{
+public:
+    BootClock::time_point now() const override { return now_; }
+    std::unique_ptr<Timer> makeTimer(std::function<void()> onExpired) override;
+
+    // Advances the clock to each timer that expires in that time, and calls it. Calls afterEach after each.
+    void advance(std::chrono::milliseconds time, const std::function<void()>& afterEach);
+    // The time since the clock was made.
+    long milliseconds() const;
+
+private:
+    class VirtualTimer;
+
+    BootClock::time_point now_;
+    std::vector<VirtualTimer*> timers_;
+};
+
+// Servers that answer without delay, all alike.
+class VirtualNetwork : public Network
+{
+public:
+    explicit VirtualNetwork(VirtualClock& clock);
+
+    // The outcome of requests, those that wait for an answer included; nothing for silence. Success at first.
+    void setAnswer(std::optional<_SIPD_APP_ACK_E> answer);
+    // Ends the user's registration, as a refused refresh does.
+    void lose(const std::string& user, _SIPD_APP_ACK_E reason);
+    // The addresses of a host name. A lookup of any other name waits for them.
+    void setAddresses(const std::string& name, const std::vector<std::string>& addresses);
+    void setUnroutable(const std::set<std::string>& addresses) { unroutable_ = addresses; }
+    void setUp(bool isUp) { isUp_ = isUp; }
+
+    // All requests so far: "TIME register USER", or "TIME unregister USER", with the time in milliseconds.
+    const std::vector<std::string>& requests() const { return requests_; }
+    // The server and the timeout of the last attempt, as "ADDRESS:PORT in TIMEOUT".
+    const std::string& lastServer() const { return lastServer_; }
+    // Those with a registration, sorted.
+    std::vector<std::string> users() const;
+    // Attempts that have not been deleted.
+    size_t attempts() const { return attempts_.size(); }
+
+    LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved) override;
+    bool isRoutable(const ServerAddress& address) const override;
+    bool isUp() const override { return isUp_; }
+    std::unique_ptr<Attempt> makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome) override;
+
+private:
+    class VirtualAttempt;
+    struct Lookup;
+
+    void request(const std::string& what);
+    void answerLookups();
+
+    VirtualClock& clock_;
+    std::optional<_SIPD_APP_ACK_E> answer_ = SIPD_ACK_SUCCESS;
+    std::vector<std::string> requests_;
+    std::string lastServer_;
+    std::vector<VirtualAttempt*> attempts_;
+    std::map<std::string, std::vector<std::string>> addresses_;
+    std::vector<std::weak_ptr<Lookup>> lookups_;
+    const std::unique_ptr<Timer> resolved_;
+    std::set<std::string> unroutable_;
+    bool isUp_ = true;
+};
+
+#endif

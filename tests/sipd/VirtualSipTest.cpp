@@ -1,0 +1,97 @@
+#include "VirtualSipTest.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace {
+
+std::string groupOf(int number)
+{
+    return "Profile" + std::to_string(number);
+}
+
+} // namespace
+
+void TestRequest::acknowledge(_SIPD_APP_ACK_E ack)
+{
+    EXPECT_FALSE(ack_) << "a second ack";
+    ack_ = ack;
+}
+
+void VirtualSipTest::useDirectory(const std::string& name)
+{
+    settings_ = directory().toStdString() + '/' + name;
+    qputenv("ORMU_SETTING_DIR", QByteArray::fromStdString(settings_));
+}
+
+std::string VirtualSipTest::textOf(const std::vector<PlacedProfile>& places, int defaultNumber)
+{
+    std::ostringstream text;
+    text << "[ProfileSummary]\nTotalProfile=" << places.size() << '\n' << std::boolalpha;
+    for (const PlacedProfile& place : places)
+        text << '[' << groupOf(place.number) << "]\nDisplayName=" << place.displayName.value_or(place.user)
+             << "\nServer=" << place.server << "\nPortNum=" << place.port << "\nUserID=" << place.user
+             << "\nPassword=" << place.password << "\nAutoConnect=" << place.autoConnect
+             << "\nDefaultProfile=" << (place.number == defaultNumber) << '\n';
+    return text.str();
+}
+
+void VirtualSipTest::place(const std::string& text) const
+{
+    const std::string other = settingsFile() + ".new";
+    writeFile(QString::fromStdString(other), QByteArray::fromStdString(text));
+    std::filesystem::rename(other, settingsFile());
+}
+
+void VirtualSipTest::placeInside(const std::vector<PlacedProfile>& places) const
+{
+    writeFile(QString::fromStdString(settingsFile()), QByteArray::fromStdString(textOf(places)));
+}
+
+void VirtualSipTest::start()
+{
+    registrations = std::make_unique<Registrations>(SipServices{loop, clock, network});
+    registrations->connectAutomatically();
+    run();
+}
+
+void VirtualSipTest::run(std::chrono::milliseconds time)
+{
+    loop.wake();
+    loop.step();
+    registrations->reap();
+    clock.advance(time, [this] { registrations->reap(); });
+}
+
+VirtualSipTest::Request VirtualSipTest::connect(int number)
+{
+    auto request = std::make_unique<TestRequest>(*registrations);
+    registrations->connect(groupOf(number), request.get());
+    return request;
+}
+
+VirtualSipTest::Request VirtualSipTest::disconnect(int number)
+{
+    auto request = std::make_unique<TestRequest>(*registrations);
+    registrations->disconnect(groupOf(number), request.get());
+    return request;
+}
+
+std::optional<_SIPD_APP_ACK_E> VirtualSipTest::connectProfile(int number)
+{
+    const Request request = connect(number);
+    run();
+    return request->ack();
+}
+
+std::optional<_SIPD_APP_ACK_E> VirtualSipTest::disconnectProfile(int number)
+{
+    const Request request = disconnect(number);
+    run();
+    return request->ack();
+}
+
+int VirtualSipTest::status(int number)
+{
+    return static_cast<int>(registrations->status(groupOf(number)));
+}

@@ -1,0 +1,83 @@
+#ifndef VIRTUAL_SIP_TEST_H
+#define VIRTUAL_SIP_TEST_H
+
+#include "EventLoop.h"
+#include "Registrations.h"
+#include "SettingsFixture.h"
+#include "VirtualNetwork.h"
+
+#include <gmock/gmock.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+// A profile in the settings file, and its number there.
+struct PlacedProfile
+{
+    int number;
+    std::string user;
+    std::string password = "secret";
+    bool autoConnect = false;
+    std::optional<std::string> displayName = {}; // the user's name without one
+    std::string server = "127.0.0.1";
+    unsigned int port = 5060;
+};
+
+// A client's request. Deleting it cancels it, as a client does that disconnects.
+class TestRequest : public RequestObserver
+{
+public:
+    explicit TestRequest(Registrations& registrations) : registrations_(registrations) {}
+    ~TestRequest() override { registrations_.forget(this); }
+    TestRequest(const TestRequest&) = delete;
+    TestRequest& operator=(const TestRequest&) = delete;
+
+    void acknowledge(_SIPD_APP_ACK_E ack) override;
+    // Nothing as long as there is none.
+    std::optional<_SIPD_APP_ACK_E> ack() const { return ack_; }
+
+private:
+    Registrations& registrations_;
+    std::optional<_SIPD_APP_ACK_E> ack_;
+};
+
+// The daemon's registrations over a real settings file, in virtual time and with virtual servers.
+class VirtualSipTest : public SettingsTest
+{
+protected:
+    using Request = std::unique_ptr<TestRequest>;
+
+    // Puts the settings file into a directory below the test's own.
+    void useDirectory(const std::string& name);
+    const std::string& settings() const { return settings_; }
+    std::string settingsFile() const { return settings_ + "/ormu_sipsetup.cfg"; }
+
+    static std::string textOf(const std::vector<PlacedProfile>& places, int defaultNumber = -1);
+    // Replaces the settings file, as the store does.
+    void place(const std::string& text) const;
+    void place(const std::vector<PlacedProfile>& places) const { place(textOf(places)); }
+    // Writes the settings file in its place.
+    void placeInside(const std::vector<PlacedProfile>& places) const;
+
+    void start();
+    // Handles changes of the settings file, and lets that time pass.
+    void run(std::chrono::milliseconds time = {});
+
+    Request connect(int number);
+    Request disconnect(int number);
+    // The ack of a request that ends without a delay.
+    std::optional<_SIPD_APP_ACK_E> connectProfile(int number);
+    std::optional<_SIPD_APP_ACK_E> disconnectProfile(int number);
+    int status(int number);
+
+    VirtualClock clock;
+    VirtualNetwork network{clock};
+    EventLoop loop;
+    std::unique_ptr<Registrations> registrations;
+
+private:
+    std::string settings_ = directory().toStdString();
+};
+
+#endif
