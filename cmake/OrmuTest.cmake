@@ -19,13 +19,13 @@ if(CMAKE_CROSSCOMPILING)
     list(APPEND ORMU_VALGRIND_LABELS "not emulated: Valgrind knows this machine's instructions alone")
 endif()
 
-# Tests that use the daemon's fixed socket run side by side, each with a /tmp of its own, where that can be mounted and
-# does not hide the build; elsewhere one after the other.
-set(ORMU_PRIVATE_TMP "")
+# Tests that use the daemon's fixed socket run side by side, each with a /tmp and a network of its own, where the machine
+# allows that (root) and the build is not in /tmp; elsewhere one after the other.
+set(ORMU_ISOLATE "")
 set(ORMU_SOCKET_LOCK RESOURCE_LOCK daemon_socket)
-execute_process(COMMAND unshare -m true RESULT_VARIABLE cannot_mount OUTPUT_QUIET ERROR_QUIET)
-if(NOT cannot_mount AND NOT CMAKE_CROSSCOMPILING AND NOT "${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}" MATCHES "(^| )/tmp/")
-    set(ORMU_PRIVATE_TMP ${PROJECT_BINARY_DIR}/bin/private-tmp)
+execute_process(COMMAND unshare -mn true RESULT_VARIABLE cannot_isolate OUTPUT_QUIET ERROR_QUIET)
+if(NOT cannot_isolate AND NOT CMAKE_CROSSCOMPILING AND NOT "${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}" MATCHES "(^| )/tmp/")
+    set(ORMU_ISOLATE ${PROJECT_BINARY_DIR}/bin/isolate)
     set(ORMU_SOCKET_LOCK "")
 endif()
 
@@ -53,9 +53,9 @@ function(ormu_add_test name)
     if(ARG_DAEMON_SOCKET)
         # The slowest come first: these mostly wait, and all others run beside them.
         list(APPEND discovery ${ORMU_SOCKET_LOCK} COST 10)
-        set(under ${ORMU_PRIVATE_TMP})
+        set(under ${ORMU_ISOLATE})
         if(under)
-            add_dependencies(${name} private-tmp)
+            add_dependencies(${name} isolate)
             set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${under}) # any program to run it under
         endif()
     endif()

@@ -3,6 +3,7 @@
 #include "StrangerAtSocket.h"
 
 #include "ChildProgram.h"
+#include "Sanitizers.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -65,16 +66,12 @@ protected:
     // The reason why the tests of cores cannot run here, or "".
     std::string whyNoCore()
     {
-#ifdef __SANITIZE_ADDRESS__
-        return "the programs are open to the sanitizer's leak check";
-#endif
+        if (hasAddressSanitizer())
+            return "the programs are open to the sanitizer's leak check";
         return coresAreWritten() ? "" : "this machine writes no cores";
     }
 
-    const std::string& home() const
-    {
-        return home_;
-    }
+    const std::string& home() const { return home_; }
 
 private:
     bool coresAreWritten()

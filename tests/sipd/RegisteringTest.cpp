@@ -2,6 +2,7 @@
 
 #include "ChildProcess.h"
 #include "OwnNetwork.h"
+#include "Sanitizers.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
@@ -154,15 +155,11 @@ TEST_F(Registering, NeverTouchesTheSettingsFile)
 namespace {
 
 // AddressSanitizer is slow, and keeps what was freed for a while.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int MANY_CYCLES = 1000;
-constexpr long ALLOWED_GROWTH = 8192;
-const std::vector<std::string> LEAN_ALLOCATOR = {"/usr/bin/env", "ASAN_OPTIONS=quarantine_size_mb=1"};
-#else
-constexpr int MANY_CYCLES = 2000;
-constexpr long ALLOWED_GROWTH = 512; // kilobytes
-const std::vector<std::string> LEAN_ALLOCATOR;
-#endif
+const int MANY_CYCLES = hasAddressSanitizer() ? 1000 : 2000;
+const long ALLOWED_GROWTH = hasAddressSanitizer() ? 8192 : 512; // kilobytes
+const std::vector<std::string> LEAN_ALLOCATOR =
+    hasAddressSanitizer() ? std::vector<std::string>{"/usr/bin/env", "ASAN_OPTIONS=quarantine_size_mb=1"}
+                          : std::vector<std::string>{};
 
 // Nothing when the kernel does not say: the process is not dumpable, and this user is not root.
 std::optional<std::ptrdiff_t> descriptorsOf(pid_t process)

@@ -1,6 +1,7 @@
 // The daemon as a program: its options, its socket, its end.
 
 #include "ChildProcess.h"
+#include "Sanitizers.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
 
@@ -211,9 +212,8 @@ TEST_F(SipdProgram, UnregistersWhenASignalEndsIt)
 
 TEST_F(SipdProgram, KeepsItsMemoryPrivateAndLeavesNoCore)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the leak sanitizer reads its memory";
-#endif
+    if (hasAddressSanitizer())
+        GTEST_SKIP() << "the leak sanitizer reads its memory";
     // In /proc, unreadable files belong to root, and so do all files of root's processes.
     const auto wrapper = asNobody();
     if (geteuid() == 0 && !wrapper)
