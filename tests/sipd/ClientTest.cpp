@@ -37,7 +37,7 @@ void step(EventLoop& loop)
 
 } // namespace
 
-TEST(Client, IsServedFurtherWhenAnAckFindsRoomOfWhichNobodyHasBeenToldYet)
+TEST(Client, IsServedWhenAnAckFindsRoomBeforeTheLoop)
 {
     EventLoop loop;
     SipNetwork network(loop, {});

@@ -83,7 +83,7 @@ TEST_F(HostileClient, MaySendSingleBytes)
     EXPECT_EQ(client.receive()->type, SIPD_MSG_PROFILE);
 }
 
-TEST_F(HostileClient, IsClosedForALengthThatItsTypeDoesNotHaveAndGetsNoMemory)
+TEST_F(HostileClient, IsClosedForAWrongLengthAndGetsNoMemory)
 {
     const long before = memoryInUse();
     for (const uint32_t type : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 0xffffffffU}) {
@@ -115,7 +115,7 @@ TEST_F(HostileClient, IsToldThatAnUnknownRequestFails)
     EXPECT_EQ(client.status("Profile0"), 0U);
 }
 
-TEST_F(HostileClient, GetsNowhereWithANameWithoutAnEnd)
+TEST_F(HostileClient, GetsNowhereWithAnEndlessName)
 {
     SipdClient client = admitted();
     const std::string name = "Profile0" + std::string(120, '0');
@@ -144,7 +144,7 @@ TEST_F(HostileClient, IsClosedForASecondIntroduction)
     EXPECT_TRUE(client.isClosedByDaemon());
 }
 
-TEST_F(HostileClient, IsClosedAndItsRequestCancelledForARequestBeforeTheAckOfTheLast)
+TEST_F(HostileClient, IsClosedForARequestBeforeTheLastAck)
 {
     TestRegistrar registrar;
     registrar.setAnswer(0);
@@ -159,7 +159,7 @@ TEST_F(HostileClient, IsClosedAndItsRequestCancelledForARequestBeforeTheAckOfThe
     }
 }
 
-TEST_F(HostileClient, WaitsInVainForTheOthersToWaitUntilItReads)
+TEST_F(HostileClient, DelaysNobodyByNotReading)
 {
     const long before = memoryInUse();
     SipdClient client = admitted();

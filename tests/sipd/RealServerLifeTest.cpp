@@ -53,11 +53,11 @@ TEST_P(RealServerShiftedLife, IsLostWithTheServerAndComesBackWithIt)
 
 TEST_P(RealServerShiftedLife, IsRefreshedForAsLongAsItLasts)
 {
-    connectAnna({"--expires", "7"}, time.wrapper());
+    connectAnna({"--expires", "6"}, time.wrapper());
     for (int i = 0; i < 3; ++i) {
         const auto former = server.registered("anna");
         ASSERT_TRUE(former) << i;
-        time.sleepFor(7s);
+        time.sleepFor(6s);
         EXPECT_TRUE(waitUntil([&] {
             const auto binding = server.registered("anna");
             return binding && binding->sequence > former->sequence;

@@ -1,4 +1,4 @@
-// Names and services, the latter with a name server of the test's own.
+// Lookups of names and services, the latter at a name server of the test.
 
 #include "Resolver.h"
 #include "ChildProcess.h"
@@ -123,8 +123,8 @@ std::string service(char priority, char weight, int port, const std::string& lab
            static_cast<char>(label.size()) + label + '\x07' + "example" + '\0';
 }
 
-// Runs the test in a child that has a network and a name server of its own; 77 where that is not to be had.
-constexpr int notToBeHad = 77;
+// Runs the test in a child with a private network and name server. 77 where that is not possible.
+constexpr int NOT_POSSIBLE = 77;
 int withNameServer(const NameServer::Records& records, const std::function<bool()>& holds)
 {
     return runInChild([&] {
@@ -133,7 +133,7 @@ int withNameServer(const NameServer::Records& records, const std::function<bool(
         if (!enterOwnNetwork() || unshare(CLONE_NEWNS) != 0 ||
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             mount(path.c_str(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr) != 0)
-            return notToBeHad;
+            return NOT_POSSIBLE;
         unlink(path.c_str());
         static NameServer* const server = new NameServer(records); // its thread stays until the end
         return server->isBound() && holds() ? 0 : 1;
@@ -142,17 +142,17 @@ int withNameServer(const NameServer::Records& records, const std::function<bool(
 
 } // namespace
 
-TEST(Resolver, KnowsTheNamesOfThisMachine)
+TEST(Resolver, FindsTheNamesOfThisMachine)
 {
     EXPECT_NE(resolved(registrar("localhost")).find("127.0.0.1:5070 "), std::string::npos);
 }
 
-TEST(Resolver, FindsNoAddressOfANameThatThereIsNot)
+TEST(Resolver, FindsNothingForAnUnknownName)
 {
     EXPECT_EQ(resolved(registrar("no-such-name.invalid")), "");
 }
 
-TEST(Resolver, DoesNotCallWhoHasLetGoOfHisTicket)
+TEST(Resolver, CallsNobodyForADroppedHandle)
 {
     EventLoop loop;
     Resolver resolver(loop);
@@ -168,7 +168,7 @@ TEST(Resolver, DoesNotCallWhoHasLetGoOfHisTicket)
     EXPECT_FALSE(isCalled);
 }
 
-TEST(Resolver, GoesToTheServersThatADomainNamesBestFirst)
+TEST(Resolver, FindsTheServersOfADomainBestFirst)
 {
     const NameServer::Records records = {
         {{"_sip._udp.example.", SRV},
@@ -198,19 +198,19 @@ TEST(Resolver, GoesToTheServersThatADomainNamesBestFirst)
         EXPECT_EQ(resolved(registrar("no-service.example", 5060)), "") << "it says that it has none";
         return !testing::Test::HasFailure();
     });
-    if (outcome == notToBeHad)
-        GTEST_SKIP() << "a network of one's own is not to be had";
+    if (outcome == NOT_POSSIBLE)
+        GTEST_SKIP() << "a private network is not possible here";
     EXPECT_EQ(outcome, 0);
 }
 
-TEST(Resolver, HasALookupWaitUntilThereIsAThreadForIt)
+TEST(Resolver, MakesLookupsWaitForAThread)
 {
     const NameServer::Records records = {{{"sip.example.", A}, {std::string{10, 0, 0, 9}}}};
     const int outcome = withNameServer(records, [] {
         EventLoop loop;
         Resolver resolver(loop);
         constexpr int many = 40;
-        std::vector<Resolver::LookupHandle> tickets;
+        std::vector<Resolver::LookupHandle> handles;
         int answered = 0;
         int found = 0;
         const auto count = [&](const std::vector<ServerAddress>& addresses) {
@@ -220,15 +220,15 @@ TEST(Resolver, HasALookupWaitUntilThereIsAThreadForIt)
         {
             const std::lock_guard lock(answering);
             for (int i = 0; i < many; ++i)
-                tickets.push_back(resolver.resolve(registrar("sip.example"), count));
-            tickets[many - 2].reset();
+                handles.push_back(resolver.resolve(registrar("sip.example"), count));
+            handles[many - 2].reset();
         }
         while (answered < many - 1)
             loop.step();
-        EXPECT_EQ(found, many - 1) << "all but the one whom nobody waits for";
+        EXPECT_EQ(found, many - 1) << "all but the dropped one";
         return !testing::Test::HasFailure();
     });
-    if (outcome == notToBeHad)
-        GTEST_SKIP() << "a network of one's own is not to be had";
+    if (outcome == NOT_POSSIBLE)
+        GTEST_SKIP() << "a private network is not possible here";
     EXPECT_EQ(outcome, 0);
 }

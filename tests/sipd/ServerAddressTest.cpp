@@ -11,9 +11,9 @@ namespace {
 int withoutNetwork(const std::function<bool()>& holds)
 {
     return runInChild([&holds] {
-        constexpr int notToBeHad = 2;
+        constexpr int NO_NETWORK = 2;
         if (!enterOwnNetwork())
-            return notToBeHad;
+            return NO_NETWORK;
         return holds() ? 0 : 1;
     });
 }
@@ -44,6 +44,6 @@ TEST(ServerAddress, KnowsThatThereIsNoWayWithoutANetwork)
                errno == ENETUNREACH && ServerAddress::parse("127.0.0.1", 5070)->localUriHost() == "127.0.0.1";
     });
     if (outcome == 2)
-        GTEST_SKIP() << "a network of one's own is not to be had";
+        GTEST_SKIP() << "a private network is not possible here";
     EXPECT_EQ(outcome, 0);
 }

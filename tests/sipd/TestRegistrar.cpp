@@ -58,7 +58,7 @@ std::string unescaped(const std::string& text)
     return result;
 }
 
-std::string quoted(const std::string& text)
+std::string quotedText(const std::string& text)
 {
     std::string result;
     for (const char c : text)
@@ -185,7 +185,7 @@ std::string TestRegistrar::challenges()
 {
     std::string headers;
     for (const std::string& algorithm : account_->algorithms)
-        headers += "WWW-Authenticate: Digest realm=" + quoted(account_->realm) + ", nonce=\"" + nonce() +
+        headers += "WWW-Authenticate: Digest realm=" + quotedText(account_->realm) + ", nonce=\"" + nonce() +
                    "\", algorithm=" + algorithm + ", qop=\"auth\", opaque=\"o\"\r\n";
     return headers;
 }

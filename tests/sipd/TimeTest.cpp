@@ -141,11 +141,11 @@ TEST_F(Suspend, RegistrationSurvivesNoncesThatRunOut)
     registrar.setAccount({"anna", "secret"});
     registrar.setNonceUses(2);
     writeProfile("Profile0", profile());
-    startShifted({"--expires", "7"});
+    startShifted({"--expires", "2"});
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     for (size_t count = 3; count < 10; ++count) {
         EXPECT_EQ(statusOf("Profile0"), 2U);
-        time.sleepFor(7s);
+        time.sleepFor(2s);
         ASSERT_TRUE(waitForRequests(count));
     }
     EXPECT_EQ(statusOf("Profile0"), 2U);

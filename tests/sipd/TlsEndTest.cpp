@@ -2,8 +2,8 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
-// The stack lets go of its own context, and of what the connection shares in, no more.
-TEST(TlsEnd, InTheMiddleOfAHandshakeLeavesNoErrorThatAnotherConnectionWouldTakeForItsOwn)
+// The test frees what the stack frees: its context, and the connection's BIO and share of the context.
+TEST(TlsEnd, LeavesNoErrorDuringAHandshake)
 {
     SSL_CTX* const context = SSL_CTX_new(TLS_client_method());
     SSL* const connection = SSL_new(context);
