@@ -2,6 +2,7 @@
 #include "PhoneFixture.h"
 #include "SettingsFailure.h"
 #include "SettingsHostLock.h"
+#include "SettingsState.h"
 #include "SystemCallFault.h"
 
 #include <QFile>
