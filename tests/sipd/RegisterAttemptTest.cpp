@@ -21,7 +21,15 @@ namespace {
 class RegisterAttemptTest : public testing::Test
 {
 protected:
-    ~RegisterAttemptTest() override { end(); }
+    ~RegisterAttemptTest() override
+    {
+        if (attempt)
+            end();
+        for (const auto& ended : former) {
+            while (!ended->isGone())
+                loop.step();
+        }
+    }
 
     // Starts an attempt at the registrar.
     void start(const std::string& user = "anna", const std::string& password = "secret",
@@ -42,20 +50,13 @@ protected:
             loop.step();
         return outcome;
     }
-    // Unregisters or abandons, and waits for the end.
+    // Unregisters or abandons, and waits until that is done.
     void end()
     {
-        if (!attempt)
-            return;
         attempt->unregisterOrAbandon();
-        while (!attempt->isGone())
+        while (attempt->state() != Attempt::State::Closing && !attempt->isGone())
             loop.step();
-        attempt.reset();
-    }
-    void stepUntilRequested()
-    {
-        while (registrar.requests().empty())
-            step();
+        former.push_back(std::move(attempt));
     }
     void step()
     {
@@ -70,6 +71,7 @@ protected:
     TestRegistrar registrar;
     std::optional<_SIPD_APP_ACK_E> outcome;
     std::unique_ptr<Attempt> attempt;
+    std::vector<std::unique_ptr<Attempt>> former;
 };
 
 std::string RegisterAttemptTest::answerTo(const std::string& method, const std::string& contact)
@@ -142,11 +144,26 @@ TEST_F(RegisterAttemptTest, FailsWithoutARoute)
     EXPECT_TRUE(attempt->isGone());
 }
 
+TEST_F(RegisterAttemptTest, GivesASilentServerThreeSecondsToUnregister)
+{
+    start("anna", "secret", 1h);
+    while (!outcome)
+        loop.step();
+    registrar.setAnswer(0);
+    const auto begin = loop.now();
+    end();
+    EXPECT_GE(loop.now() - begin, 2900ms);
+}
+
 TEST_F(RegisterAttemptTest, UnregistersWhenItIsAcceptedAfterItsEnd)
 {
-    registrar.hold();
+    registrar.setAccount({"anna", "secret"});
     start();
-    stepUntilRequested();
+    while (registrar.requests().empty())
+        step();
+    registrar.hold();
+    while (registrar.requests().size() < 2)
+        step();
     attempt->unregisterOrAbandon();
     EXPECT_EQ(attempt->state(), Attempt::State::Abandoned);
     registrar.release();

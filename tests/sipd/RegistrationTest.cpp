@@ -462,3 +462,12 @@ TEST_F(RegistrationTest, EndsEverything)
     run(1h);
     EXPECT_TRUE(registrations->isEmpty()) << "the settings file no longer counts";
 }
+
+TEST_F(RegistrationTest, StartsNothingAfterTheEnd)
+{
+    start();
+    registrations->end();
+    place({{0, "anna", "secret", true}});
+    run(1h);
+    EXPECT_THAT(network.requests(), IsEmpty());
+}

@@ -131,6 +131,10 @@ void TestRegistrar::run()
         const std::string answer = answerTo({buffer.data(), static_cast<size_t>(count)});
         if (!answer.empty())
             sendto(fd_, answer.data(), answer.size(), 0, reinterpret_cast<sockaddr*>(&from), size);
+        if (answer.starts_with("SIP/2.0 200 ")) {
+            const std::lock_guard lock(mutex_);
+            ++accepted_;
+        }
     }
 }
 
@@ -230,6 +234,12 @@ std::vector<TestRegistrar::Register> TestRegistrar::requests() const
 {
     const std::lock_guard lock(mutex_);
     return requests_;
+}
+
+size_t TestRegistrar::accepted() const
+{
+    const std::lock_guard lock(mutex_);
+    return accepted_;
 }
 
 std::set<std::string> TestRegistrar::contacts() const

@@ -51,6 +51,7 @@ public:
 
     std::vector<Register> requests() const;
     std::set<std::string> contacts() const; // registered now
+    size_t accepted() const;                // requests whose positive answer has been sent
 
 private:
     void run();
@@ -74,6 +75,7 @@ private:
     int nonceNumber_ = 0;
     std::vector<Register> requests_;
     std::set<std::string> contacts_;
+    size_t accepted_ = 0;
 
     std::thread thread_;
 };
