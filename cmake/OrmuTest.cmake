@@ -23,10 +23,13 @@ endif()
 # allows that (root) and the build is not in /tmp; elsewhere one after the other.
 set(ORMU_ISOLATE "")
 set(ORMU_SOCKET_LOCK RESOURCE_LOCK daemon_socket)
-execute_process(COMMAND unshare -mn true RESULT_VARIABLE cannot_isolate OUTPUT_QUIET ERROR_QUIET)
-if(NOT cannot_isolate AND NOT CMAKE_CROSSCOMPILING AND NOT "${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}" MATCHES "(^| )/tmp/")
-    set(ORMU_ISOLATE ${PROJECT_BINARY_DIR}/bin/isolate)
-    set(ORMU_SOCKET_LOCK "")
+if(NOT CMAKE_CROSSCOMPILING AND NOT "${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}" MATCHES "(^| )/tmp/")
+    try_run(ORMU_CANNOT_ISOLATE isolate_compiles ${PROJECT_BINARY_DIR}/isolate
+        ${PROJECT_SOURCE_DIR}/tests/support/isolate.c ARGS true)
+    if(isolate_compiles AND ORMU_CANNOT_ISOLATE EQUAL 0)
+        set(ORMU_ISOLATE ${PROJECT_BINARY_DIR}/bin/isolate)
+        set(ORMU_SOCKET_LOCK "")
+    endif()
 endif()
 
 # The path by which a shell starts a program of this build. For the phone's processor that is a script that calls the

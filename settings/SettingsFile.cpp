@@ -315,7 +315,7 @@ std::optional<std::string> settingsTarget(const std::string& path)
         if (length < 0) // Not a link, or missing.
             return target;
         const std::string next(link.data(), static_cast<size_t>(length));
-        target = next.starts_with('/') ? next : directoryOf(target) + next;
+        target = next.starts_with('/') ? next : directoryOf(target).append(next);
     }
     errno = ELOOP;
     return std::nullopt;

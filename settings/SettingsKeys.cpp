@@ -62,13 +62,14 @@ std::optional<std::string> SettingsKeys::value(const std::string& group, const s
 
 std::optional<std::u16string> SettingsKeys::text(const std::string& group, const std::string& key) const
 {
-    const std::optional<std::string> stored = value(group, key);
-    return stored ? decodeSettingsText(*stored) : std::nullopt;
+    const Text stored(g_key_file_get_value(keys_.get(), group.c_str(), key.c_str(), nullptr));
+    return stored ? decodeSettingsText(stored.get()) : std::nullopt;
 }
 
 std::optional<bool> SettingsKeys::boolean(const std::string& group, const std::string& key) const
 {
-    return readSettingsBoolean(value(group, key).value_or(""));
+    const Text stored(g_key_file_get_value(keys_.get(), group.c_str(), key.c_str(), nullptr));
+    return stored ? readSettingsBoolean(stored.get()) : std::nullopt;
 }
 
 bool SettingsKeys::setValue(const std::string& group, const std::string& key, const std::string& newValue)

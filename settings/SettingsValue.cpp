@@ -121,6 +121,9 @@ std::string encodeSettingsText(std::u16string_view text)
 
 std::optional<std::u16string> decodeSettingsText(std::string_view value)
 {
+    // Most texts are plain ASCII.
+    if (std::all_of(value.begin(), value.end(), [](char c) { return c != '\\' && g_ascii_isprint(c); }))
+        return std::u16string(value.begin(), value.end());
     if (g_utf8_validate_len(value.data(), value.size(), nullptr) == FALSE)
         return std::nullopt;
     std::u16string text;

@@ -7,6 +7,7 @@
 #include "SIP_COMM_Controler.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -29,12 +30,23 @@ constexpr Field FIELDS[] = {
 };
 static_assert(std::size(FIELDS) == PROFILE_KEYS.size());
 
-// Calls visit(key, field) for each key of a profile, in the order of the file.
+const QString& nameOf(size_t index)
+{
+    static const auto names = [] {
+        std::array<QString, PROFILE_KEYS.size()> result;
+        std::transform(PROFILE_KEYS.begin(), PROFILE_KEYS.end(), result.begin(),
+                       [](const ProfileKey& key) { return QString::fromLatin1(key.name); });
+        return result;
+    }();
+    return names[index];
+}
+
+// Calls visit(name, key, field) for each key of a profile, in the order of the file.
 template <class Record, class Visit>
 void forEachField(Record& record, Visit visit)
 {
     for (size_t i = 0; i < PROFILE_KEYS.size(); ++i)
-        std::visit([&](auto field) { visit(PROFILE_KEYS[i], record.*field); }, FIELDS[i]);
+        std::visit([&](auto field) { visit(nameOf(i), PROFILE_KEYS[i], record.*field); }, FIELDS[i]);
 }
 
 template <class Value>
@@ -52,7 +64,7 @@ Value standardOf(const ProfileKey& key)
 SIP_PROFILE_CONTENT newProfile()
 {
     SIP_PROFILE_CONTENT profile;
-    forEachField(profile, [](const ProfileKey& key, auto& value) {
+    forEachField(profile, [](const QString&, const ProfileKey& key, auto& value) {
         value = standardOf<std::remove_reference_t<decltype(value)>>(key);
     });
     return profile;
@@ -60,22 +72,22 @@ SIP_PROFILE_CONTENT newProfile()
 
 void readProfile(const SETUP_SET_Manager& manager, const QString& group, SIP_PROFILE_CONTENT& record)
 {
-    forEachField(record, [&](const ProfileKey& key, auto& value) {
+    forEachField(record, [&](const QString& name, const ProfileKey& key, auto& value) {
         const auto standard = standardOf<std::remove_reference_t<decltype(value)>>(key);
         if constexpr (isText<decltype(value)>)
-            manager.getSettingInfo(group, key.name, value, standard, false);
+            manager.getSettingInfo(group, name, value, standard, false);
         else
-            manager.getSettingInfo(group, key.name, value, standard);
+            manager.getSettingInfo(group, name, value, standard);
     });
 }
 
 void writeProfile(SETUP_SET_Manager& manager, const QString& group, const SIP_PROFILE_CONTENT& record)
 {
-    forEachField(record, [&](const ProfileKey& key, const auto& value) {
+    forEachField(record, [&](const QString& name, const ProfileKey&, const auto& value) {
         if constexpr (isText<decltype(value)>)
-            manager.setSettingInfo(group, key.name, value, false);
+            manager.setSettingInfo(group, name, value, false);
         else
-            manager.setSettingInfo(group, key.name, value);
+            manager.setSettingInfo(group, name, value);
     });
 }
 

@@ -1,5 +1,5 @@
-/* Preloaded into every program that runs under tools/xscale-emulator. Replaces two services of a kernel that the
- * emulator lacks. */
+/* Preloaded into every program that runs under tools/xscale-emulator. Replaces two services of a kernel that
+ * the emulator lacks. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <elf.h>
@@ -12,8 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/* The emulator cannot create a process descriptor, but can wait for one. QProcess takes the second for the first, and
- * then starts nothing. Without the second it uses process numbers. */
+/* The emulator cannot create a process descriptor, but can wait for one. QProcess takes the second for the
+ * first, and then starts nothing. Without the second it uses process numbers. */
 long syscall(long number, ...)
 {
     long argument[6];

@@ -25,8 +25,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Microseconds = std::chrono::duration<double, std::micro>;
 
-constexpr size_t messageSize = 152;
-constexpr int pairs = 15;
+constexpr size_t MESSAGE_SIZE = 152;
+constexpr int PAIRS = 15;
 
 double medianOf(std::vector<double> values)
 {
@@ -50,9 +50,9 @@ int connectTo(const char* path)
 
 void exchange(int fd, const std::string& question)
 {
-    char answer[messageSize];
-    if (send(fd, question.data(), question.size(), MSG_NOSIGNAL) != messageSize ||
-        recv(fd, answer, sizeof(answer), MSG_WAITALL) != messageSize)
+    char answer[MESSAGE_SIZE];
+    if (send(fd, question.data(), question.size(), MSG_NOSIGNAL) != MESSAGE_SIZE ||
+        recv(fd, answer, sizeof(answer), MSG_WAITALL) != MESSAGE_SIZE)
         std::exit(1);
 }
 
@@ -96,18 +96,18 @@ private:
         int asked = 0;
         int answered = 0;
         for (const pollfd& fd : fds_)
-            asked += send(fd.fd, question_.data(), question_.size(), 0) == messageSize ? 1 : 0;
+            asked += send(fd.fd, question_.data(), question_.size(), 0) == MESSAGE_SIZE ? 1 : 0;
         while (answered < asked) {
             poll(fds_.data(), fds_.size(), -1);
             for (const pollfd& fd : fds_) {
-                char answer[messageSize];
+                char answer[MESSAGE_SIZE];
                 if ((fd.revents & POLLIN) == 0)
                     continue;
-                if (recv(fd.fd, answer, sizeof(answer), MSG_WAITALL) != messageSize)
+                if (recv(fd.fd, answer, sizeof(answer), MSG_WAITALL) != MESSAGE_SIZE)
                     std::exit(1);
                 ++answered;
                 if (asked < roundTrips)
-                    asked += send(fd.fd, question_.data(), question_.size(), 0) == messageSize ? 1 : 0;
+                    asked += send(fd.fd, question_.data(), question_.size(), 0) == MESSAGE_SIZE ? 1 : 0;
             }
         }
     }
@@ -125,7 +125,7 @@ protected:
         Clients asking(SIPD_SOCKET_PATH, count, true);
         constexpr int roundTrips = 20'000;
         std::vector<double> ratios, bareRates, rates;
-        for (int i = 0; i < pairs; ++i) {
+        for (int i = 0; i < PAIRS; ++i) {
             // Neither is always the first.
             const double first = (i % 2 == 0 ? bare : asking).rate(roundTrips);
             const double second = (i % 2 == 0 ? asking : bare).rate(roundTrips);
@@ -135,7 +135,7 @@ protected:
         }
         std::printf("status, %3d client%s: bare %.0f/s, sipd %.0f/s, median ratio of %d pairs %.2f "
                     "(at least 0.7)\n",
-                    count, count == 1 ? " " : "s", medianOf(bareRates), medianOf(rates), pairs,
+                    count, count == 1 ? " " : "s", medianOf(bareRates), medianOf(rates), PAIRS,
                     medianOf(ratios));
     }
 };
@@ -144,7 +144,7 @@ protected:
 
 TEST_F(Bench, StatusRoundTrips)
 {
-    const EchoServer echo(directory().toStdString() + "/echo", messageSize);
+    const EchoServer echo(directory().toStdString() + "/echo", MESSAGE_SIZE);
     startDaemon();
     measureStatus(1, echo);
     measureStatus(100, echo);

@@ -11,6 +11,19 @@
 
 namespace {
 
+// The name of a group or key as the file has it. Nearly all are ASCII, which needs no copy in between.
+std::string nameInFile(const QString& name)
+{
+    std::string ascii(static_cast<size_t>(name.size()), '\0');
+    auto next = ascii.begin();
+    for (const QChar c : name) {
+        if (c.unicode() >= 0x80)
+            return name.toStdString();
+        *next++ = static_cast<char>(c.unicode());
+    }
+    return ascii;
+}
+
 // Qt's message handler gets the warnings of the settings file.
 const guint WARNING_HANDLER = g_log_set_handler(
     "ormu-settings", G_LOG_LEVEL_WARNING,
@@ -174,26 +187,26 @@ SETUP_SET_Manager::~SETUP_SET_Manager()
 void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, QString& value,
                                        const QString& defaultValue, bool) const
 {
-    const auto text = file_->keys().text(group.toStdString(), key.toStdString());
+    const auto text = file_->keys().text(nameInFile(group), nameInFile(key));
     value = text ? QString::fromStdU16String(*text) : defaultValue;
 }
 
 void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, bool& value,
                                        bool defaultValue) const
 {
-    value = file_->keys().boolean(group.toStdString(), key.toStdString()).value_or(defaultValue);
+    value = file_->keys().boolean(nameInFile(group), nameInFile(key)).value_or(defaultValue);
 }
 
 void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, int& value,
                                        int defaultValue) const
 {
-    value = file_->keys().number<int>(group.toStdString(), key.toStdString()).value_or(defaultValue);
+    value = file_->keys().number<int>(nameInFile(group), nameInFile(key)).value_or(defaultValue);
 }
 
 void SETUP_SET_Manager::getSettingInfo(const QString& group, const QString& key, unsigned int& value,
                                        unsigned int defaultValue) const
 {
-    value = file_->keys().number<unsigned int>(group.toStdString(), key.toStdString()).value_or(defaultValue);
+    value = file_->keys().number<unsigned int>(nameInFile(group), nameInFile(key)).value_or(defaultValue);
 }
 
 void SETUP_SET_Manager::setSettingInfo(const QString& group, const QString& key, const QString& value, bool)

@@ -69,8 +69,12 @@ void sendAs(QWindow* window, const QKeyEvent* event, int key, bool repeat)
 OrmuKeyFilter::OrmuKeyFilter()
 {
     qApp->installEventFilter(this);
+    qApp->installNativeEventFilter(this);
     // While another program is active it gets the releases.
-    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this] { held_.clear(); });
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this] {
+        held_.clear();
+        undelivered_.clear();
+    });
 }
 
 bool OrmuKeyFilter::eventFilter(QObject* watched, QEvent* event)
@@ -95,6 +99,7 @@ bool OrmuKeyFilter::filter(QWindow* window, QKeyEvent* event)
 bool OrmuKeyFilter::filterPress(QWindow* window, QKeyEvent* event)
 {
     const int key = numberOf(event);
+    takeLostRelease(key);
     QWidget* receiver = receiverOfKeys();
     const bool repeatsRelease = repeatsLastRelease(event);
     if (!event->isAutoRepeat() && !repeatsRelease && !held_.contains(key)) {
@@ -115,11 +120,42 @@ bool OrmuKeyFilter::filterPress(QWindow* window, QKeyEvent* event)
 bool OrmuKeyFilter::filterRelease(const QKeyEvent* event)
 {
     QWidget* receiver = receiverOfKeys();
+    const int key = numberOf(event);
+    undelivered_.remove(key);
     if (event->isAutoRepeat())
         return !mayRepeat(event, receiver);
-    const int key = numberOf(event);
     lastRelease_ = {key, event->timestamp(), held_.take(key)};
     return lastRelease_.receiver != receiver;
+}
+
+bool OrmuKeyFilter::nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/)
+{
+    // The beginning of the X protocol's KeyRelease.
+    struct KeyEvent
+    {
+        quint8 type;
+        quint8 keyCode;
+        quint16 sequence;
+        quint32 time;
+    };
+    constexpr unsigned KEY_RELEASE = 3;
+    constexpr unsigned SENT_BY_A_PROGRAM = 0x80;
+    if (type != "xcb_generic_event_t")
+        return false;
+    const auto* event = static_cast<const KeyEvent*>(message);
+    if ((event->type & ~SENT_BY_A_PROGRAM) == KEY_RELEASE)
+        undelivered_.insert(-static_cast<int>(event->keyCode), event->time);
+    return false;
+}
+
+// The key was released, and Qt did not say so.
+void OrmuKeyFilter::takeLostRelease(int key)
+{
+    const auto lost = undelivered_.constFind(key);
+    if (lost == undelivered_.cend())
+        return;
+    lastRelease_ = {key, *lost, held_.take(key)};
+    undelivered_.erase(lost);
 }
 
 bool OrmuKeyFilter::repeatsLastRelease(const QKeyEvent* event) const

@@ -1,6 +1,7 @@
 #ifndef ORMUKEYFILTER_H
 #define ORMUKEYFILTER_H
 
+#include <QAbstractNativeEventFilter>
 #include <QHash>
 #include <QObject>
 #include <QPointer>
@@ -18,12 +19,15 @@ class QWindow;
 // that got its press and to no other: not to a dialog or menu that opened meanwhile.
 //
 // F4 and Shift+F10 become the Menu key.
-class OrmuKeyFilter : public QObject
+class OrmuKeyFilter : public QObject, public QAbstractNativeEventFilter
 {
 public:
     OrmuKeyFilter();
 
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Notes the releases of an X server. Qt drops one that was sent to a window, such as a menu's, that is
+    // gone.
+    bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
 
 private:
     using Receiver = QPointer<QWidget>;
@@ -38,10 +42,12 @@ private:
     bool filter(QWindow* window, QKeyEvent* event);
     bool filterPress(QWindow* window, QKeyEvent* event);
     bool filterRelease(const QKeyEvent* event);
+    void takeLostRelease(int key);
     bool repeatsLastRelease(const QKeyEvent* event) const;
 
     QHash<int, Receiver> held_; // the keys that are down, with the receivers of their presses
     Release lastRelease_;
+    QHash<int, quint64> undelivered_; // times of the X server's releases that have not come as events of Qt
 };
 
 #endif

@@ -7,6 +7,7 @@
 #include "ToolkitTest.h"
 #include "qpopupmenu.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCheckBox>
 #include <QKeyEvent>
 #include <QPointer>
@@ -301,6 +302,61 @@ TEST_P(HeldKey, IsForgottenWhenThePhoneBecomesInactive)
     keyboard.down(Qt::Key_Return);
     EXPECT_EQ(clicked.size(), 2);
     keyboard.up(Qt::Key_Return);
+}
+
+// An X server sends the release to the window of the menu that the press has closed.
+class LostRelease : public testing::Test
+{
+protected:
+    static void send(QEvent::Type type, quint64 time)
+    {
+        QKeyEvent event(type, Qt::Key_F1, Qt::NoModifier, KEY_CODE, 0, 0);
+        event.setTimestamp(time);
+        QCoreApplication::sendEvent(phone(), &event);
+    }
+
+    static void press(quint64 time) { send(QEvent::KeyPress, time); }
+
+    static void releaseUnseen(quint32 time)
+    {
+        struct
+        {
+            quint8 type = 3;
+            quint8 keyCode = KEY_CODE;
+            quint16 sequence = 0;
+            quint32 time;
+        } event = {.time = time};
+        qintptr result = 0;
+        QAbstractEventDispatcher::instance()->filterNativeEvent("xcb_generic_event_t", &event, &result);
+    }
+
+    LostRelease()
+    {
+        screen.setCSTWidget(bar);
+        screen.show();
+    }
+    ~LostRelease() override { send(QEvent::KeyRelease, 2000); }
+
+    static constexpr quint8 KEY_CODE = 67;
+    OrmuMainWidget screen;
+    UTIL_CST* bar = new UTIL_CST(&screen, "OK", "CST_Menu", "CST_Back");
+    QSignalSpy clicks{bar->getLeftBtn(), &QPushButton::clicked};
+};
+
+TEST_F(LostRelease, EndsTheHoldOfTheKey)
+{
+    press(1000);
+    releaseUnseen(1100);
+    press(1300);
+    EXPECT_EQ(clicks.size(), 2);
+}
+
+TEST_F(LostRelease, IsRepeatedByAPressAtItsTime)
+{
+    press(1000);
+    releaseUnseen(1660);
+    press(1660);
+    EXPECT_EQ(clicks.size(), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Repeats, HeldKey, testing::ValuesIn(ALL_REPEATS), nameOf);
