@@ -1,9 +1,10 @@
-# ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET] [VALGRIND [FILTER pattern]]
+# ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET [RUN]] [VALGRIND [FILTER pattern]]
 #               [NOT_EMULATED pattern reason...])
 #
 # A GoogleTest program, each of its tests known to CTest by its own name.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
 #   DAEMON_SOCKET  it uses the daemon's fixed socket
+#   RUN            it starts ./run, whose logs in the build directory are one for all
 #   VALGRIND       it runs once more as one test under Memcheck, which must find no error
 #   FILTER         the tests of that run
 #   NOT_EMULATED   the tests that the emulator of the phone's processor cannot run, and why. In a build for that processor
@@ -46,7 +47,7 @@ function(ormu_startable variable target)
 endfunction()
 
 function(ormu_add_test name)
-    cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
+    cmake_parse_arguments(ARG "QT;DAEMON_SOCKET;RUN;VALGRIND" "FILTER" "SOURCES;LIBRARIES;LABELS;NOT_EMULATED" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock
         $<IF:$<BOOL:${ARG_QT}>,ormu_qt_test_main,GTest::gmock_main>)
@@ -55,7 +56,11 @@ function(ormu_add_test name)
     set(under "")
     if(ARG_DAEMON_SOCKET)
         # The slowest come first: these mostly wait, and all others run beside them.
-        list(APPEND discovery ${ORMU_SOCKET_LOCK} COST 10)
+        set(lock ${ORMU_SOCKET_LOCK})
+        if(ARG_RUN AND NOT lock)
+            set(lock RESOURCE_LOCK run)
+        endif()
+        list(APPEND discovery ${lock} COST 10)
         set(under ${ORMU_ISOLATE})
         if(under)
             add_dependencies(${name} isolate)

@@ -131,7 +131,7 @@ bool HomeScreen::isOnlyHost()
     case SettingsHostLock::NoLockFile:
         break;
     }
-    if (checkSettingsDirectory()) // Told at the start: no phone can save anything there.
+    if (checkSettingsDirectory()) // No phone can save anything there; the start told it.
         return true;
     showMessage(MessageIcon::Warning,
                 tr("The SIP profiles cannot be opened: %1.", "99.99.99;DIALOG_ICON_50_WARP")

@@ -1,6 +1,6 @@
 #include "ScreenTour.h"
 
-#include "OrmuConfig.h"
+#include "HomeScreen.h"
 #include "OrmuPhoneWindow.h"
 
 #include <QApplication>
@@ -15,10 +15,10 @@
 
 namespace {
 
-constexpr int PATIENCE_MS = 15000;
+constexpr int TIMEOUT_MS = 120000;
 constexpr int STEP_MS = 20;
 
-// The steps are taken one by one from the event loop, that of an open dialog or menu as well.
+// Takes its steps one by one from the running event loop, which may be that of a dialog or a menu.
 class Tour : public QObject
 {
 public:
@@ -48,7 +48,7 @@ public:
             addKey(Qt::Key_unknown, character);
     }
 
-    // A screen, dialog or menu of that class has the keys.
+    // Waits until a screen, dialog or menu of that class has the keys.
     void await(const char* className)
     {
         add([className] {
@@ -71,7 +71,7 @@ public:
     void appendToSettings(const char* text)
     {
         add([this, text] {
-            QFile file(OrmuConfig::getSettingDirectory() + "/ormu_sipsetup.cfg");
+            QFile file(HomeScreen::profileFile());
             if (!file.open(QIODevice::Append) || file.write(text) < 0)
                 fail("cannot write " + file.fileName());
             return true;
@@ -79,7 +79,7 @@ public:
     }
 
 private:
-    // Tried again until it returns true.
+    // Called until it returns true.
     using Step = std::function<bool()>;
 
     void add(const Step& step) { steps_.append(step); }
@@ -109,7 +109,7 @@ private:
         if (steps_.first()()) {
             steps_.removeFirst();
             waiting_.invalidate();
-        } else if (waiting_.elapsed() > PATIENCE_MS) {
+        } else if (waiting_.elapsed() > TIMEOUT_MS) {
             fail(QStringLiteral("the next screen does not open, %1 steps before the end").arg(steps_.size()));
             steps_.clear();
         }
@@ -174,7 +174,7 @@ void tourDeletion(Tour& tour)
     tour.await("SETUP_SIP_ProfileList");
 }
 
-// From a row's menu: the first profile's first entry.
+// Connects the first profile from its row's menu.
 void tourConnection(Tour& tour)
 {
     tour.press(Qt::Key_Menu);
@@ -242,7 +242,7 @@ void tourChoice(Tour& tour)
     tour.await("HomeScreen");
 }
 
-// Without the first profile the numbers have a gap, which leads to no question.
+// The numbers have a gap after the deletion of the first profile. The phone asks no question.
 void tourReopening(Tour& tour)
 {
     tour.press(Qt::Key_Up);
@@ -265,7 +265,7 @@ void tourReopening(Tour& tour)
     tour.await("HomeScreen");
 }
 
-// What somebody does who edits the file by hand.
+// The file is damaged as by an edit by hand.
 void tourRepair(Tour& tour)
 {
     tour.appendToSettings("\n[Profile4]\nServer=example.com\nUserID=anna\noops\n");

@@ -1,5 +1,5 @@
 /* In the phone, for its VNC screen: Qt's VNC server has no setting for its address and would listen to the
- * whole network, without a password. What asks for every address of this machine gets the loopback alone. */
+ * whole network, without a password. So a socket for every address of this machine gets the loopback alone. */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -24,8 +24,7 @@ __attribute__((visibility("default"))) int bind(int fd, const struct sockaddr* a
     memcpy(&loopback, address, length);
     if (address->sa_family == AF_INET && loopback.v4.sin_addr.s_addr == htonl(INADDR_ANY))
         loopback.v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    /* A socket for both families: the mapped address serves 127.0.0.1, where viewers look first or in the
-     * end. */
+    /* A socket for both families: the mapped address serves 127.0.0.1, which every viewer tries. */
     if (address->sa_family == AF_INET6 && length == sizeof loopback.v6 &&
         memcmp(&loopback.v6.sin6_addr, &in6addr_any, sizeof in6addr_any) == 0)
         inet_pton(AF_INET6, "::ffff:127.0.0.1", &loopback.v6.sin6_addr);

@@ -10,6 +10,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <memory_resource>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -41,7 +42,7 @@ void warn(const char* file, const std::string& path, const char* failure, int er
 }
 
 // 0, or an errno: EISDIR also for a device or a pipe.
-int readWhole(const std::string& path, std::string& bytes)
+int readWhole(const std::string& path, std::pmr::string& bytes)
 {
     // A pipe must not wait for its other end.
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -82,7 +83,7 @@ int whyNotFound(const std::string& path)
 }
 
 // As readWhole(), or MISSING.
-int readOrFindMissing(const std::string& path, std::string& bytes)
+int readOrFindMissing(const std::string& path, std::pmr::string& bytes)
 {
     for (int reads = 0; reads < MOST_READS; ++reads) {
         const int error = readWhole(path, bytes);
@@ -278,14 +279,18 @@ void removeTemporariesOf(const std::string& path)
 
 std::optional<std::string> readSettingsBytes(const std::string& path)
 {
-    std::string bytes;
+    std::pmr::string bytes;
     errno = readWhole(path, bytes);
-    return errno == 0 ? std::optional(std::move(bytes)) : std::nullopt;
+    return errno == 0 ? std::optional(std::string(bytes)) : std::nullopt;
 }
 
 SettingsFile readSettingsFile(const std::string& path)
 {
-    std::string bytes;
+    // Most files fit on the stack. A large block on the heap would slow down the many small allocations of
+    // the keys.
+    std::array<std::byte, 16384> buffer;
+    std::pmr::monotonic_buffer_resource memory(buffer.data(), buffer.size());
+    std::pmr::string bytes(&memory);
     const int error = readOrFindMissing(path, bytes);
     if (error == MISSING)
         return {.missing = true};
