@@ -1,5 +1,6 @@
 /* In the phone, for its VNC screen: Qt's VNC server has no setting for its address and would listen to the
- * whole network, without a password. So a socket for every address of this machine gets the loopback alone. */
+ * whole network, without a password. So a socket for every address of this machine gets the loopback alone.
+ */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
 #include <dlfcn.h>
