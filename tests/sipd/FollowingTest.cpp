@@ -69,7 +69,7 @@ TEST_F(FollowingTest, AnswersRightAtOnceAfterEachOfManySwaps)
     place(one);
     start();
     EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    for (int i = 1; i <= 100; ++i) {
+    for (int i = 1; i <= 500; ++i) {
         place(i % 2 == 0 ? one : other);
         ASSERT_EQ(status(i % 2), 2) << i;
         ASSERT_EQ(status(1 - i % 2), 0) << i;

@@ -79,7 +79,7 @@ TEST_F(KeptDaemon, ServesEveryClientHoweverOftenItIsKilled)
     std::vector<std::thread> clients;
     for (int i = 0; i < 4; ++i)
         clients.emplace_back(comeAndGo);
-    constexpr int many = 7; // the pauses between more would grow
+    constexpr int many = 20;
     pid_t process = 0;
     for (int i = 0; i < many; ++i) {
         process = daemonProcess(process);

@@ -94,6 +94,13 @@ protected:
         startDaemon({"--ca-file", (workplace() / "authority.pem").string()}, environment);
     }
 
+    // Under Memcheck a handshake may take longer than the daemon waits: then the user tries again.
+    static bool connects()
+    {
+        const auto attempt = [] { return connectProfile("Profile0") == SIPD_ACK_SUCCESS; };
+        return std::getenv("SIPD_UNDER") != nullptr ? waitUntil(attempt) : attempt();
+    }
+
     // The command before the daemon. LeakSanitizer needs whole call stacks to find the suppressed ones.
     std::vector<std::string> environment = {
         "/usr/bin/env", std::string("ASAN_OPTIONS=") + ASAN_OPTIONS,
@@ -130,7 +137,7 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
     startTrustingDaemon();
     for (const char* address : {"localhost;transport=tls", "sip:localhost;transport=TLS "}) {
         writeProfile("Profile0", profileOf("anna", address, server.tlsPort()));
-        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << address;
+        EXPECT_TRUE(connects()) << address;
         const auto binding = server.registered("anna");
         ASSERT_TRUE(binding) << daemon().log();
         EXPECT_EQ(binding->transport, "tls");
