@@ -9,24 +9,23 @@
 QLabel* SETUP_SIP_AddLabel(const OrmuMainWidget* screen, const QString& text, int y)
 {
     auto* label = new QLabel(text, screen->getContentWidget());
+    label->setTextFormat(Qt::PlainText);
     label->setGeometry(0, y, SETUP_SIP_LINE_WIDTH, SETUP_SIP_LINE_HEIGHT);
     screen->getContentWidget()->addChild(label, 0, y);
     return label;
 }
 
-OrmuMultiLineEdit* SETUP_SIP_AddEntry(const OrmuMainWidget* screen, const QString& text, int y)
+OrmuMultiLineEdit* SETUP_SIP_NewEntry(const OrmuMainWidget* screen, const QString& text)
 {
     auto* entry = new OrmuMultiLineEdit(screen->getContentWidget(), true, 1);
     entry->insertLine(text, -1);
-    screen->getContentWidget()->addChild(entry, 0, y);
     return entry;
 }
 
-QCheckBox* SETUP_SIP_AddCheckBox(const OrmuMainWidget* screen, const QString& text, bool checked, int y)
+QCheckBox* SETUP_SIP_NewCheckBox(const OrmuMainWidget* screen, const QString& text, bool checked, int y)
 {
     auto* box = new QCheckBox(text, screen->getContentWidget());
     box->setGeometry(0, y, SETUP_SIP_LINE_WIDTH, 2 * SETUP_SIP_LINE_HEIGHT);
     box->setChecked(checked);
-    screen->getContentWidget()->addChild(box, 0, y);
     return box;
 }

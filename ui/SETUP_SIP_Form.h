@@ -10,9 +10,10 @@ class QString;
 constexpr int SETUP_SIP_LINE_WIDTH = 220;
 constexpr int SETUP_SIP_LINE_HEIGHT = 30;
 
-// Each adds a widget at the left edge of the screen's content, y pixels from the top. The content owns it.
+// Adds a line of text to the content, y pixels from the top. The content owns it, here and below.
 QLabel* SETUP_SIP_AddLabel(const OrmuMainWidget* screen, const QString& text, int y);
-OrmuMultiLineEdit* SETUP_SIP_AddEntry(const OrmuMainWidget* screen, const QString& text, int y);
-QCheckBox* SETUP_SIP_AddCheckBox(const OrmuMainWidget* screen, const QString& text, bool checked, int y);
+// Made for the content, but not added to it: the screen connects them first.
+OrmuMultiLineEdit* SETUP_SIP_NewEntry(const OrmuMainWidget* screen, const QString& text);
+QCheckBox* SETUP_SIP_NewCheckBox(const OrmuMainWidget* screen, const QString& text, bool checked, int y);
 
 #endif

@@ -11,8 +11,6 @@
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
-#include <QLabel>
-
 #include <utility>
 
 namespace {
@@ -59,24 +57,22 @@ QString SETUP_SIP_ProfileDetail::connectText() const
     return connected ? tr("Disconnect", "2.16.0;MENU") : tr("Connect", "2.16.0;MENU");
 }
 
-void SETUP_SIP_ProfileDetail::addLine(const QString& text, int y)
-{
-    SETUP_SIP_AddLabel(this, text, y)->setTextFormat(Qt::PlainText);
-}
-
 void SETUP_SIP_ProfileDetail::showDetails()
 {
-    addLine(tr("Profile name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + profileName, 0);
-    addLine(tr("Server address:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 30);
-    addLine(record.server, 60);
-    addLine(tr("Port:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + QString::number(record.portNum), 90);
-    addLine(tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.userID, 120);
-    addLine(tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + "**********", 150);
-    addLine(tr("Internet Profile:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.network, 180);
+    SETUP_SIP_AddLabel(this, tr("Profile name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + profileName, 0);
+    SETUP_SIP_AddLabel(this, tr("Server address:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 30);
+    SETUP_SIP_AddLabel(this, record.server, 60);
+    SETUP_SIP_AddLabel(
+        this, tr("Port:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + QString::number(record.portNum), 90);
+    SETUP_SIP_AddLabel(this, tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.userID, 120);
+    SETUP_SIP_AddLabel(this, tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + "**********", 150);
+    SETUP_SIP_AddLabel(this, tr("Internet Profile:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") + record.network,
+                       180);
     if (record.autoConnect)
-        addLine(tr("Connect:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") +
-                    tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
-                210);
+        SETUP_SIP_AddLabel(this,
+                           tr("Connect:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL") +
+                               tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
+                           210);
 }
 
 void SETUP_SIP_ProfileDetail::menuItemActivated(int id)

@@ -44,7 +44,6 @@ private:
     void createMenu();
     QString connectText() const;
     void showDetails();
-    void addLine(const QString& text, int y);
     void editProfile();
     void deleteProfile();
     void connectProfile();

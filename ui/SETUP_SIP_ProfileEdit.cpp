@@ -45,8 +45,9 @@ void SETUP_SIP_ProfileEdit::createSoftKeys()
 
 OrmuMultiLineEdit* SETUP_SIP_ProfileEdit::addEntry(const QString& text, int y)
 {
-    OrmuMultiLineEdit* entry = SETUP_SIP_AddEntry(this, text, y);
+    OrmuMultiLineEdit* entry = SETUP_SIP_NewEntry(this, text);
     connect(entry, &OrmuMultiLineEdit::textChanged, this, &SETUP_SIP_ProfileEdit::textChanged);
+    getContentWidget()->addChild(entry, 0, y);
     return entry;
 }
 
@@ -70,9 +71,10 @@ void SETUP_SIP_ProfileEdit::createComponent()
     fillInternetProfile();
     getContentWidget()->addChild(networkCombo, 0, 330);
     autoConnectCheck =
-        SETUP_SIP_AddCheckBox(this, tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
+        SETUP_SIP_NewCheckBox(this, tr("Auto connect when power on", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"),
                               record.autoConnect, 360);
     connect(autoConnectCheck, &QCheckBox::clicked, this, &SETUP_SIP_ProfileEdit::textChanged);
+    getContentWidget()->addChild(autoConnectCheck, 0, 360);
 }
 
 void SETUP_SIP_ProfileEdit::fillInternetProfile()

@@ -18,12 +18,15 @@ SETUP_SIP_UserIDAndPasswordDlg::SETUP_SIP_UserIDAndPasswordDlg(QString& userID, 
     : OrmuMainWidget(true, parent, name, 0), profile(profileToConnect)
 {
     SETUP_SIP_AddLabel(this, tr("User Name:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 0);
-    userEdit = SETUP_SIP_AddEntry(this, userID, 30);
+    userEdit = SETUP_SIP_NewEntry(this, userID);
+    getContentWidget()->addChild(userEdit, 0, 30);
     SETUP_SIP_AddLabel(this, tr("Password:", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), 60);
-    passwordEdit = SETUP_SIP_AddEntry(this, password, 90);
+    passwordEdit = SETUP_SIP_NewEntry(this, password);
+    getContentWidget()->addChild(passwordEdit, 0, 90);
     passwordEdit->setEchoMode(OrmuMultiLineEdit::Password);
-    rememberCheck = SETUP_SIP_AddCheckBox(
+    rememberCheck = SETUP_SIP_NewCheckBox(
         this, tr("Remember the password", "2.3.8.1;FORM_CONTEXT_WITHOUT_SCROLL"), remember, 120);
+    getContentWidget()->addChild(rememberCheck, 0, 120);
     createSoftKeys();
 }
 

@@ -12,7 +12,8 @@
 // recv...Msg() of its type.
 //
 // Each int result is a SIP_COMM_RESULT_E. The channel closes after every result but SIP_COMM_SUCCESS and
-// SIP_COMM_FAILED, and after an SDP length that is too large (SIP_COMM_FAILED). It closes through
+// SIP_COMM_FAILED. It also closes after two failures: an SDP length that is too large, and a registration
+// that connectDaemon() cannot send. It closes through
 // disconnectDaemon(), so that a subclass is told. After a failed receive the contents of the output are
 // unspecified.
 //
@@ -29,7 +30,7 @@ public:
     SIP_COMM_Channel& operator=(const SIP_COMM_Channel&) = delete;
 
     // Connects and registers. The daemon's ack to the registration is the next message to receive. On an
-    // open channel the new connection replaces the old one and its pending message; if connecting fails,
+    // open channel the new connection replaces the old one and its pending message; if none can be made,
     // the old one stays. A signal that interrupts the wait for a busy daemon makes the call fail.
     virtual int connectDaemon();
     // Always SIP_COMM_SUCCESS, connected or not.

@@ -19,7 +19,7 @@
  * Destruct in the other leaves the connection open. The descriptor is close-on-exec.
  *
  * Profile names are the daemon's ("Profile0"). At most SIPD_PROFILE_NAME_MAX characters of a name are
- * sent. / */
+ * sent. */
 
 #include "ORMU_Export.h"
 #include "SIPD_Messages.h"
