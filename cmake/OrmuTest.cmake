@@ -51,7 +51,7 @@ function(ormu_add_test name)
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} GTest::gmock
         $<IF:$<BOOL:${ARG_QT}>,ormu_qt_test_main,GTest::gmock_main>)
-    set(discovery TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
+    set(discovery TEST_PREFIX ${name}. NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
         PROPERTIES TIMEOUT ${ORMU_TEST_TIMEOUT})
     set(under "")
     if(ARG_DAEMON_SOCKET)

@@ -15,19 +15,17 @@ target_compile_definitions(real_servers PRIVATE KAMAILIO_PROGRAM="${ORMU_KAMAILI
 target_link_libraries(real_servers PUBLIC sipd_test_support)
 
 ormu_add_test(real_server_test DAEMON_SOCKET
-    SOURCES RealServerTest.cpp RealServerTest.h
+    SOURCES DemoRegistrarTest.cpp RealServerTest.cpp RealServerTest.h
         RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers LABELS sipd
     NOT_EMULATED *LeavesNoMemory* "the emulator itself grows with what it has translated"
         *Shifted* "the emulator's clocks are the machine's own")
 target_compile_definitions(real_server_test PRIVATE
+    DEMO_REGISTRAR="${demo_registrar_program}"
     SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp"
     LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp")
+add_dependencies(real_server_test demo-registrar)
 
 ormu_add_test(end_to_end_test QT DAEMON_SOCKET
     SOURCES EndToEndTest.cpp
     LIBRARIES real_servers setup_screens_fixture LABELS sipd)
-
-ormu_add_test(demo_registrar_test SOURCES DemoRegistrarTest.cpp LIBRARIES real_servers LABELS sipd DAEMON_SOCKET)
-target_compile_definitions(demo_registrar_test PRIVATE DEMO_REGISTRAR="${demo_registrar_program}")
-add_dependencies(demo_registrar_test demo-registrar)
