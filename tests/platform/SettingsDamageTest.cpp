@@ -1,25 +1,14 @@
-#include "ChildProcess.h"
 #include "ManagerTest.h"
 
-#include <QDir>
-
-#include <gmock/gmock.h>
-
-#include <functional>
 #include <random>
 
 namespace {
 
-class SettingsDamage : public ManagerTest
-{
-protected:
-    QString kept() const { return file() + ".damaged"; }
-};
+using SettingsDamage = ManagerTest;
 
 TEST_F(SettingsDamage, LeavesADamagedFileAloneWithoutAChange)
 {
     writeFile(GARBAGE);
-    WarningLog warnings;
     EXPECT_EQ(readText("Group", "Key"), "(default)");
     SETUP_SET_Manager(file(), false).clearGroup("Group");
     EXPECT_EQ(readFile(), GARBAGE);
@@ -37,7 +26,6 @@ TEST_F(SettingsDamage, KeepsAnythingInTheFilesPlace)
         [&] { ASSERT_TRUE(QDir().mkpath(file())); },
         [&] { ASSERT_EQ(mkfifo(name(file()).constData(), 0600), 0); },
     };
-    const WarningLog warnings;
     QStringList expected = {FILE_NAME};
     for (size_t i = 0; i < std::size(makes); ++i) {
         SCOPED_TRACE(i);
@@ -57,7 +45,6 @@ TEST_F(SettingsDamage, KeepsAnythingInTheFilesPlace)
 
 TEST_F(SettingsDamage, MakesTheKeptFilePrivate)
 {
-    const WarningLog warnings;
     for (const mode_t mode : {0644U, 0666U, 0777U, 04600U}) {
         writeFile(GARBAGE);
         setMode(file(), mode);
@@ -70,7 +57,6 @@ TEST_F(SettingsDamage, MakesTheKeptFilePrivate)
 TEST_F(SettingsDamage, QuotesTheFileInNoWarning)
 {
     writeFile(GARBAGE);
-    WarningLog warnings;
     writeText(file(), "Group", "Key", "secret");
     ASSERT_EQ(warnings.lines().size(), 3);
     for (const QString& line : warnings.lines()) {
@@ -127,7 +113,6 @@ void expectNothingLost(const QString& path, const QByteArray& bytes)
 TEST_F(SettingsDamage, LosesNothingMoreOfAFileCutAtAnyByte)
 {
     const QByteArray whole = sampleFile();
-    const WarningLog warnings;
     int readable = 0;
     for (qsizetype length = 0; length <= whole.size(); ++length) {
         SCOPED_TRACE(length);
@@ -142,7 +127,6 @@ TEST_F(SettingsDamage, LosesNothingMoreOfRandomBytes)
 {
     std::mt19937 random(2);
     std::uniform_int_distribution<int> anyByte(0, 255);
-    const WarningLog warnings;
     for (int round = 0; round < 250; ++round) {
         SCOPED_TRACE(round);
         // All of the bytes, or a few in a good file.

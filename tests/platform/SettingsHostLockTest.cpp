@@ -1,26 +1,49 @@
 #include "SettingsHostLock.h"
-#include "ChildProcess.h"
-#include "FailureLog.h"
 #include "ManagerTest.h"
 #include "SettingsLockFile.h"
 
-#include <QDir>
-
 #include <csignal>
-#include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 using Result = SettingsHostLock::Result;
 
+// Works in a process that lives as long as this object, and then is killed.
+class Process
+{
+public:
+    explicit Process(const std::function<bool()>& work)
+    {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        child_ = startChild([&] {
+            const char done = work();
+            if (write(ready[1], &done, 1) == 1)
+                pause();
+            return 0;
+        });
+        char done = 0;
+        EXPECT_EQ(read(ready[0], &done, 1), 1);
+        EXPECT_TRUE(done);
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~Process()
+    {
+        kill(child_, SIGKILL);
+        waitForChild(child_);
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+private:
+    pid_t child_ = -1;
+};
+
 class SettingsHost : public ManagerTest
 {
 protected:
-    QString lockFile() const { return directory() + "/" + LOCK_FILE; }
-
     // As another process sees it.
     static int triedByAnother()
     {
@@ -52,25 +75,16 @@ TEST_F(SettingsHost, MakesALockFileForItsUserAlone)
 
 TEST_F(SettingsHost, LosesTheDirectoryWhenKilled)
 {
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t host = startChild([&] {
-        SettingsHostLock lock;
-        const char result = static_cast<char>(lock.hold());
-        if (write(ready[1], &result, 1) == 1)
-            pause();
-        return 0;
-    });
-    char result = -1;
-    ASSERT_EQ(read(ready[0], &result, 1), 1);
-    ASSERT_EQ(result, Result::Held);
     SettingsHostLock lock;
-    EXPECT_EQ(lock.hold(), Result::HeldByAnother);
-    EXPECT_EQ(kill(host, SIGKILL), 0);
-    waitForChild(host);
+    {
+        std::unique_ptr<SettingsHostLock> other;
+        const Process host([&] {
+            other = std::make_unique<SettingsHostLock>();
+            return other->hold() == Result::Held;
+        });
+        EXPECT_EQ(lock.hold(), Result::HeldByAnother);
+    }
     EXPECT_EQ(lock.hold(), Result::Held);
-    close(ready[0]);
-    close(ready[1]);
 }
 
 TEST_F(SettingsHost, HoldsThePresentDirectory)
@@ -86,18 +100,17 @@ TEST_F(SettingsHost, HoldsThePresentDirectory)
     EXPECT_EQ(triedByAnother(), Result::HeldByAnother);
 }
 
-TEST_F(SettingsHost, TellsADirectoryInTheLockFilesPlace)
-{
-    ASSERT_TRUE(QDir().mkpath(lockFile()));
-    EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
-}
-
 TEST_F(SettingsHost, FollowsNoLinkInTheLockFilesPlace)
 {
     const QString outside = directory() + "/outside";
-    ASSERT_EQ(symlink(name(outside).constData(), name(lockFile()).constData()), 0);
+    makeLink(lockFile(), outside);
     EXPECT_EQ(SettingsHostLock().hold(), Result::NoLockFile);
     EXPECT_FALSE(QFile::exists(outside));
+}
+
+bool becomeOtherUser()
+{
+    return setgid(65534) == 0 && setuid(65534) == 0;
 }
 
 // A save beside the lock file.
@@ -106,53 +119,14 @@ class SettingsWriterLock : public SettingsHost
 protected:
     SettingsWriterLock() { writeFile(OLD); }
 
-    void expectRefusal(const QString& reason) const
+    void expectRefusal(const QString& reason)
     {
-        const WarningLog warnings;
-        const FailureLog log;
-        writeNew();
-        EXPECT_EQ(log.only().kind, SettingsFailure::NotSaved);
-        EXPECT_EQ(log.only().reason, reason);
-        EXPECT_EQ(readFile(), OLD);
+        expectFailedSave(reason);
         EXPECT_EQ(entries(), QStringList(FILE_NAME));
         SettingsHostLock lock;
         EXPECT_EQ(lock.hold(), Result::NoLockFile);
         EXPECT_EQ(settingsReason(file(), lock.error()), reason);
     }
-};
-
-// Works as another user in a process that lives as long as this object.
-class OtherUser
-{
-public:
-    explicit OtherUser(const std::function<bool()>& work)
-    {
-        int ready[2];
-        EXPECT_EQ(pipe(ready), 0);
-        child_ = startChild([&] {
-            const char done = setgid(65534) == 0 && setuid(65534) == 0 && work();
-            if (write(ready[1], &done, 1) == 1)
-                pause();
-            return 0;
-        });
-        char done = 0;
-        EXPECT_EQ(read(ready[0], &done, 1), 1);
-        hasDone = done != 0;
-        close(ready[0]);
-        close(ready[1]);
-    }
-    ~OtherUser()
-    {
-        kill(child_, SIGKILL);
-        waitForChild(child_);
-    }
-    OtherUser(const OtherUser&) = delete;
-    OtherUser& operator=(const OtherUser&) = delete;
-
-    bool hasDone = false;
-
-private:
-    pid_t child_ = -1;
 };
 
 TEST_F(SettingsWriterLock, MakesALockFileForItsUserAlone)
@@ -177,11 +151,10 @@ TEST_F(SettingsWriterLock, IgnoresAnotherUsersLockOfTheDirectory)
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     setMode(directory(), 0755);
-    const OtherUser other([&] {
-        const int opened = open(name(directory()).constData(), O_RDONLY | O_DIRECTORY);
+    const Process other([&] {
+        const int opened = becomeOtherUser() ? open(name(directory()).constData(), O_RDONLY) : -1;
         return flock(opened, LOCK_EX) == 0;
     });
-    ASSERT_TRUE(other.hasDone);
     writeNew();
     EXPECT_EQ(readFile(), NEW);
     EXPECT_EQ(SettingsHostLock().hold(), Result::Held);
@@ -192,12 +165,13 @@ TEST_F(SettingsWriterLock, RefusesAnotherUsersLockFileWithoutWaiting)
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     setMode(directory(), 0777);
-    std::unique_ptr<SettingsLockFile> file;
-    const OtherUser other([&] {
-        file = std::make_unique<SettingsLockFile>(name(directory() + "/").toStdString());
-        return file->tryLock(SettingsLockFile::HostByte) && file->tryLock(SettingsLockFile::WriterByte);
+    std::unique_ptr<SettingsLockFile> lock;
+    const Process other([&] {
+        if (!becomeOtherUser())
+            return false;
+        lock = std::make_unique<SettingsLockFile>(name(directory() + "/").toStdString());
+        return lock->tryLock(SettingsLockFile::HostByte) && lock->tryLock(SettingsLockFile::WriterByte);
     });
-    ASSERT_TRUE(other.hasDone);
     expectRefusal("the file .lock belongs to another user");
     setMode(lockFile(), 0666);
     expectRefusal("the file .lock belongs to another user");
@@ -220,14 +194,17 @@ TEST_F(SettingsWriterLock, RefusesALockFileThatOthersMayOpen)
 
 TEST_F(SettingsWriterLock, RefusesALockFileThatIsNoFile)
 {
-    ASSERT_TRUE(QDir().mkpath(lockFile()));
-    expectRefusal("the file .lock is not for this user alone");
-    ASSERT_TRUE(QDir().rmdir(lockFile()));
-    ASSERT_EQ(symlink("outside", name(lockFile()).constData()), 0);
-    expectRefusal("the file .lock is not for this user alone");
-    ASSERT_TRUE(QFile::remove(lockFile()));
-    ASSERT_EQ(mkfifo(name(lockFile()).constData(), 0600), 0);
-    expectRefusal("the file .lock is not for this user alone");
+    const std::function<void()> makes[] = {
+        [&] { ASSERT_TRUE(QDir().mkpath(lockFile())); },
+        [&] { makeLink(lockFile(), "outside"); },
+        [&] { ASSERT_EQ(mkfifo(name(lockFile()).constData(), 0600), 0); },
+    };
+    for (const auto& make : makes) {
+        QDir().rmdir(lockFile());
+        QFile::remove(lockFile());
+        make();
+        expectRefusal("the file .lock is not for this user alone");
+    }
 }
 
 } // namespace

@@ -1,10 +1,4 @@
-#include "ChildProcess.h"
-#include "FailureLog.h"
 #include "ManagerTest.h"
-
-#include <QDir>
-
-#include <unistd.h>
 
 namespace {
 
@@ -18,11 +12,6 @@ protected:
 
     QString elsewhere() const { return directory() + "/elsewhere"; }
     QString target() const { return elsewhere() + "/" + TARGET; }
-    static void makeLink(const QString& link, const QString& to)
-    {
-        ASSERT_EQ(symlink(name(to).constData(), name(link).constData()), 0);
-    }
-    static bool isLink(const QString& path) { return S_ISLNK(FileIdentity(path).mode); }
     QStringList targets() const
     {
         QStringList names = QDir(elsewhere()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
@@ -30,13 +19,13 @@ protected:
         return names;
     }
 
-    void expectOnlyTheTargetIsNew() const
+    void expectOnlyTheTargetIsNew(const QStringList& all = {TARGET}) const
     {
         EXPECT_TRUE(isLink(file()));
         EXPECT_FALSE(isLink(target()));
         EXPECT_EQ(readFile(target()), NEW);
         EXPECT_EQ(modeOf(target()), 0600U);
-        EXPECT_EQ(targets(), QStringList(TARGET));
+        EXPECT_EQ(targets(), all);
     }
 };
 
@@ -70,13 +59,9 @@ TEST_F(SettingsLink, KeepsATargetThatWasAwayForAMoment)
 {
     writeFile(target(), OLD);
     makeLink(file(), "elsewhere/" + TARGET);
-    const WarningLog warnings;
-    const FailureLog log;
     const QString away = directory() + "/away";
     ASSERT_TRUE(QDir().rename(elsewhere(), away));
-    const auto failure = beginSettings(file());
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(failure->reason, "the folder is missing");
+    expectFailure(beginSettings(file()), Failure::NotRead, "the folder is missing");
     ASSERT_TRUE(QDir().rename(away, elsewhere()));
     writeNew();
     EXPECT_EQ(log.only().kind, SettingsFailure::NotSavedUnread);
@@ -91,33 +76,24 @@ TEST_F(SettingsLink, TellsATargetsFolderWithoutPermission)
     writeFile(target(), OLD);
     makeLink(file(), "elsewhere/" + TARGET);
     EXPECT_FALSE(checkSettingsDirectory(file()).has_value());
-    const int result = runUnprivileged(directory(), [&] {
-        if (chmod(name(elsewhere()).constData(), 0500) != 0 || checkSettingsDirectory())
-            return 1;
-        const auto failure = checkSettingsDirectory(file());
-        return failure && failure->kind == SettingsFailure::NoDirectory && failure->reason == "not allowed"
-                   ? 0
-                   : 2;
+    runAsNobody(directory(), [&] {
+        setMode(elsewhere(), 0500);
+        EXPECT_FALSE(checkSettingsDirectory().has_value());
+        expectFailure(checkSettingsDirectory(file()), Failure::NoDirectory, "not allowed");
     });
-    EXPECT_EQ(result, 0);
     ASSERT_TRUE(QFile::remove(file()));
     makeLink(file(), "missing/" + TARGET);
-    const auto failure = checkSettingsDirectory(file());
-    ASSERT_TRUE(failure.has_value());
-    EXPECT_EQ(failure->reason, "the folder is missing");
+    expectFailure(checkSettingsDirectory(file()), Failure::NoDirectory, "the folder is missing");
 }
 
 TEST_F(SettingsLink, KeepsADamagedTargetBesideIt)
 {
     writeFile(target(), GARBAGE);
     makeLink(file(), "elsewhere/" + TARGET);
-    const WarningLog warnings;
     writeNew();
-    EXPECT_TRUE(isLink(file()));
-    EXPECT_EQ(readFile(target()), NEW);
+    expectOnlyTheTargetIsNew({TARGET, TARGET + ".damaged"});
     EXPECT_EQ(readFile(target() + ".damaged"), GARBAGE);
     EXPECT_EQ(modeOf(target() + ".damaged"), 0600U);
-    EXPECT_EQ(targets(), QStringList({TARGET, TARGET + ".damaged"}));
 }
 
 TEST_F(SettingsLink, LosesNoKeyOfWritersByLinkAndByTarget)
@@ -137,36 +113,29 @@ TEST_F(SettingsLink, LosesNoKeyOfWritersByLinkAndByTarget)
 }
 
 // Temporary files that killed writers left, and files that look like them.
-class SettingsLeftovers : public SettingsLink
-{
-protected:
-    void expectAfterNextSave(const QStringList& gone, const QStringList& kept)
-    {
-        for (const QString& entry : gone + kept)
-            writeFile(directory() + "/" + entry, "Password=secret");
-        writeNew();
-        const QStringList left = entries();
-        for (const QString& entry : gone)
-            EXPECT_FALSE(left.contains(entry)) << qPrintable(entry);
-        for (const QString& entry : kept)
-            EXPECT_TRUE(left.contains(entry)) << qPrintable(entry);
-        EXPECT_EQ(readFile(), NEW);
-    }
-};
+using SettingsLeftovers = SettingsLink;
 
 TEST_F(SettingsLeftovers, AreRemovedByTheNextWriterAndNothingElse)
 {
-    const QString& file = FILE_NAME;
-    expectAfterNextSave(
-        {file + ".~aB3xZ", file + ".~abcde", file + ".~12345", file + ".old.~abcde", file + ".old.12.~abcde"},
-        {file + ".damaged",      file + ".damaged.1",    file + ".damaged.100000", file + ".damaged.~abcde",
-         file + ".old",          file + ".old.1",        file + ".old.10",         file + ".old.100000",
-         file + ".old.x.~abcde", file + ".older.~abcde", file + ".backup",         file + ".Backup",
-         file + ".BACKUP",       file + ".241122",       file + ".bak001",         file + ".~abcd",
-         file + ".~abcdef",      file + ".~ab-de",       file + "..~abcde",        file + "~",
-         file + ".Copy01",       file + ".old.Save1A",   file + ".aB3xZ9",         file + ".aB3xZ",
-         file + ".aB3xZ9a",      file + ".aB3x.9",       file + "XaB3xZ9",         "other.cfg.~abcde",
-         "x" + file + ".~abcde", file + ".aB3xé"});
+    const QStringList gone = {".~aB3xZ", ".~abcde", ".~12345", ".old.~abcde", ".old.12.~abcde"};
+    const QStringList left = {
+        ".damaged", ".damaged.1",  ".damaged.100000", ".damaged.~abcde", ".old",     ".old.1",
+        ".old.10",  ".old.100000", ".old.x.~abcde",   ".older.~abcde",   ".backup",  ".Backup",
+        ".BACKUP",  ".241122",     ".bak001",         ".~abcd",          ".~abcdef", ".~ab-de",
+        "..~abcde", "~",           ".Copy01",         ".old.Save1A",     ".aB3xZ9",  ".aB3xZ",
+        ".aB3xZ9a", ".aB3x.9",     "XaB3xZ9",         ".aB3xé"};
+    QStringList expected = {FILE_NAME, "elsewhere", "other.cfg.~abcde", "x" + FILE_NAME + ".~abcde"};
+    for (const QString& end : left)
+        expected += FILE_NAME + end;
+    for (const QString& end : gone)
+        writeFile(file() + end, "Password=secret");
+    for (const QString& entry : expected) {
+        if (entry != "elsewhere")
+            writeFile(directory() + "/" + entry, OLD);
+    }
+    writeNew();
+    EXPECT_THAT(entries(), testing::UnorderedElementsAreArray(expected));
+    EXPECT_EQ(readFile(), NEW);
 }
 
 TEST_F(SettingsLeftovers, OfOtherUsersAndOtherKindsStay)

@@ -1,11 +1,6 @@
-#include "ChildProcess.h"
-#include "FailureLog.h"
 #include "ManagerTest.h"
 
-#include <gmock/gmock.h>
-
 #include <climits>
-#include <fcntl.h>
 
 namespace {
 
@@ -257,7 +252,6 @@ TEST_F(SettingsManager, RefusesNamesThatCannotBeReadBack)
 {
     writeText(file(), "Group", "Key", "1");
     const QByteArray before = readFile();
-    WarningLog warnings;
     const QStringList names = {"",     " x",  "x ", "a]",   "[a",
                                "a\nb", "a=b", "#a", "a\tb", QString(QChar(u'\0'))};
     for (const QString& refused : names) {
@@ -350,7 +344,6 @@ TEST_F(SettingsManager, LosesNoKeyAndTearsNoGroupOfThreeProcesses)
     for (int writer = 0; writer < WRITERS; ++writer)
         writers.push_back(startChild([&, writer] { return writeRounds(file(), writer); }));
 
-    WarningLog warnings;
     int reads = 0;
     int last = 0;
     while (last < ROUNDS) {

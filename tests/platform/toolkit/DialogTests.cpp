@@ -1,10 +1,7 @@
-#include "OrmuGlobal.h"
 #include "OrmuMessageBox.h"
-#include "OrmuPushButton.h"
 #include "OrmuSkin.h"
 #include "OrmuStyle.h"
 #include "RES_ICON_Reader.h"
-#include "ScreenDriver.h"
 #include "ToolkitTest.h"
 #include "UTIL_Dialog.h"
 #include "UTIL_DlgCST.h"
@@ -13,19 +10,9 @@
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QLineEdit>
-#include <QPointer>
 #include <QProgressBar>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTextEdit>
-
-#include <gtest/gtest.h>
-
-using ScreenDriver::click;
-using ScreenDriver::clickAt;
-using ScreenDriver::onceOpen;
-using ScreenDriver::open;
-using ScreenDriver::press;
 
 namespace {
 
@@ -64,11 +51,27 @@ public:
     UTIL_ListBox* list;
 };
 
-int answerTo(const QString& button0, const QString& button1, const QString& button2, Qt::Key key)
+// A message box with that text and buttons, and without an icon.
+struct Box : OrmuMessageBox
 {
-    const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
-    OrmuMessageBox box(nullptr, QPixmap(), "Delete the profile?", button0, button1, button2, 1);
-    return box.exec();
+    explicit Box(const QStringList& buttons = {"OK", "Cancel"}, const QString& text = "?")
+        : OrmuMessageBox(nullptr, QPixmap(), text, buttons.value(0), buttons.value(1), buttons.value(2), 1)
+    {
+    }
+};
+
+// Runs a dialog, and act on it once it is open.
+template <class Shown>
+int run(Shown& dialog, const std::function<void(Shown&)>& act)
+{
+    const auto answer = onceOpen<Shown>(act);
+    return dialog.exec();
+}
+
+int answerTo(const QStringList& buttons, Qt::Key key)
+{
+    Box box(buttons);
+    return run<OrmuMessageBox>(box, [key](OrmuMessageBox&) { press(key); });
 }
 
 // Runs the dialog, whose first soft key deletes it, and calls act.
@@ -77,9 +80,24 @@ void expectToSurviveDeletionBy(const std::function<void(Dialog&)>& act)
     QPointer<Dialog> dialog = new Dialog;
     dialog->bar->getBtn1()->disconnect(dialog);
     QObject::connect(dialog->bar->getBtn1(), &QPushButton::clicked, [dialog] { delete dialog; });
-    const auto answer = onceOpen<Dialog>(act);
-    EXPECT_EQ(dialog->exec(), QDialog::Rejected);
+    EXPECT_EQ(run<Dialog>(*dialog, act), QDialog::Rejected);
     EXPECT_TRUE(dialog.isNull());
+}
+
+// The time that a notice takes, in milliseconds.
+qint64 durationOf(const std::function<void()>& notice)
+{
+    QElapsedTimer clock;
+    clock.start();
+    notice();
+    EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
+    return clock.elapsed();
+}
+
+int serviceNotice()
+{
+    return OrmuMessageBox::timerInformation(nullptr, QPixmap(), "Service is not available", 2, "OK", NONE,
+                                            NONE, 1);
 }
 
 } // namespace
@@ -97,15 +115,11 @@ TEST(Dialog, HasAContentOfTheDialogsSize)
 TEST(Dialog, IsAcceptedAndRejectedByKeysAndPointer)
 {
     Dialog dialog;
-    const auto run = [&dialog](const std::function<void(Dialog&)>& act) {
-        const auto answer = onceOpen<Dialog>(act);
-        return dialog.exec();
-    };
-    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_F1); }), QDialog::Accepted);
-    EXPECT_EQ(run([](Dialog& open) { click(open.bar->getBtn1()); }), QDialog::Accepted);
-    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_F3); }), QDialog::Rejected);
-    EXPECT_EQ(run([](Dialog&) { press(Qt::Key_Escape); }), QDialog::Rejected);
-    EXPECT_EQ(run([](Dialog& open) { click(open.bar->getBtn2()); }), QDialog::Rejected);
+    EXPECT_EQ(run<Dialog>(dialog, [](Dialog&) { press(Qt::Key_F1); }), QDialog::Accepted);
+    EXPECT_EQ(run<Dialog>(dialog, [](Dialog& open) { click(open.bar->getBtn1()); }), QDialog::Accepted);
+    EXPECT_EQ(run<Dialog>(dialog, [](Dialog&) { press(Qt::Key_F3); }), QDialog::Rejected);
+    EXPECT_EQ(run<Dialog>(dialog, [](Dialog&) { press(Qt::Key_Escape); }), QDialog::Rejected);
+    EXPECT_EQ(run<Dialog>(dialog, [](Dialog& open) { click(open.bar->getBtn2()); }), QDialog::Rejected);
     EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), nullptr);
 }
 
@@ -113,27 +127,23 @@ TEST(Dialog, IsRejectedByF3AndEscapeWithoutSoftKeys)
 {
     for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
         OrmuBaseDialog dialog;
-        const auto answer = onceOpen<OrmuBaseDialog>([key](OrmuBaseDialog&) { press(key); });
-        EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+        EXPECT_EQ(run<OrmuBaseDialog>(dialog, [key](OrmuBaseDialog&) { press(key); }), QDialog::Rejected);
     }
 }
 
 TEST(Dialog, IgnoresClicksBesideItsPanel)
 {
-    OrmuMainWidget screen;
-    auto* bar = new UTIL_CST(&screen, "OK", "", "CST_Back");
-    screen.setCSTWidget(bar);
+    const TestScreen screen;
     screen.show();
-    QLineEdit beneath(&screen);
+    QLineEdit beneath(screen.widget);
     beneath.setGeometry(0, 0, 7, 200);
     beneath.show();
-    const QSignalSpy clicked(bar->getMidBtn(), &QPushButton::clicked);
     Dialog dialog;
     dialog.show();
     clickAt(&dialog, QPoint(3, 100));
     clickAt(&dialog, OrmuGlobal::getCstR().center());
     EXPECT_FALSE(beneath.hasFocus());
-    EXPECT_EQ(clicked.size(), 0);
+    EXPECT_EQ(screen.middle.size(), 0);
     EXPECT_EQ(open<Dialog>(), &dialog);
 }
 
@@ -185,8 +195,7 @@ TEST(Dialog, IsDeletedWithItsParentWhileItRuns)
     auto* screen = new OrmuMainWidget;
     screen->show();
     const QPointer<Dialog> dialog = new Dialog(screen);
-    const auto answer = onceOpen<Dialog>([screen](Dialog&) { delete screen; });
-    EXPECT_EQ(dialog->exec(), QDialog::Rejected);
+    EXPECT_EQ(run<Dialog>(*dialog, [screen](Dialog&) { delete screen; }), QDialog::Rejected);
     EXPECT_TRUE(dialog.isNull());
 }
 
@@ -198,35 +207,35 @@ TEST(MessageBox, ReturnsTheIndexOfThePressedButton)
         Qt::Key key;
         int answer;
     };
-    const QStringList two = {"OK", "Cancel", NONE};
+    const QStringList two = {"OK", "Cancel"};
     const QStringList three = {"Yes", "No", "Later"};
     const Case cases[] = {{two, Qt::Key_F1, 0},     {two, Qt::Key_Return, 0},  {two, Qt::Key_F3, 1},
                           {two, Qt::Key_Escape, 1}, {three, Qt::Key_F1, 0},    {three, Qt::Key_F2, 1},
                           {three, Qt::Key_F3, 2},   {three, Qt::Key_Escape, 2}};
     for (const auto& [buttons, key, answer] : cases)
-        EXPECT_EQ(answerTo(buttons[0], buttons[1], buttons[2], key), answer) << key;
+        EXPECT_EQ(answerTo(buttons, key), answer) << key;
     for (const Qt::Key key : {Qt::Key_F1, Qt::Key_F2, Qt::Key_F3, Qt::Key_Escape, Qt::Key_Return}) {
-        EXPECT_EQ(answerTo("OK", NONE, NONE, key), 0) << key;
-        EXPECT_EQ(answerTo(NONE, NONE, NONE, key), -1) << key;
+        EXPECT_EQ(answerTo({"OK"}, key), 0) << key;
+        EXPECT_EQ(answerTo({}, key), -1) << key;
     }
 }
 
 TEST(MessageBox, IsAnsweredByPointer)
 {
-    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    Box box;
     for (const int expected : {0, 1}) {
-        const auto answer = onceOpen<OrmuMessageBox>([expected](OrmuMessageBox& open) {
+        const auto clickButton = [expected](OrmuMessageBox& open) {
             for (auto* key : open.findChildren<OrmuPushButton*>())
                 if (key->text() == open.buttonText(expected))
                     click(key);
-        });
-        EXPECT_EQ(box.exec(), expected);
+        };
+        EXPECT_EQ(run<OrmuMessageBox>(box, clickButton), expected);
     }
 }
 
 TEST(MessageBox, IgnoresOtherKeysAndTaps)
 {
-    OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
+    Box box;
     box.show();
     for (const Qt::Key key : {Qt::Key_F2, Qt::Key_A, Qt::Key_Up, Qt::Key_Down, Qt::Key_Tab})
         press(key);
@@ -237,14 +246,9 @@ TEST(MessageBox, IgnoresOtherKeysAndTaps)
 
 TEST(MessageBox, ReturnsNoButtonWhenItIsHiddenOrDeleted)
 {
-    {
-        OrmuMessageBox box(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
-        const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& open) { open.hide(); });
-        EXPECT_EQ(box.exec(), -1);
-    }
-    auto* box = new OrmuMessageBox(nullptr, QPixmap(), "?", "OK", "Cancel", NONE, 1);
-    const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox& open) { delete &open; });
-    EXPECT_EQ(box->exec(), -1);
+    Box box;
+    EXPECT_EQ(run<OrmuMessageBox>(box, [](OrmuMessageBox& open) { open.hide(); }), -1);
+    EXPECT_EQ(run<OrmuMessageBox>(*new Box, [](OrmuMessageBox& open) { delete &open; }), -1);
 }
 
 TEST(MessageBox, ShowsItsIconAndItsText)
@@ -260,7 +264,7 @@ TEST(MessageBox, ShowsItsIconAndItsText)
 
 TEST(MessageBox, ScrollsALongTextByTheArrows)
 {
-    OrmuMessageBox box(nullptr, QPixmap(), QString("many words ").repeated(300), "OK", NONE, NONE, 1);
+    Box box({"OK"}, QString("many words ").repeated(300));
     box.show();
     const auto* bar = box.findChild<QTextEdit*>()->verticalScrollBar();
     EXPECT_TRUE(bar->isVisible());
@@ -293,21 +297,11 @@ TEST(MessageBox, InformationSurvivesTheDeletionOfItsParent)
 
 TEST(MessageBox, ClosesANoticeByItself)
 {
-    QElapsedTimer clock;
-    clock.start();
-    OrmuMessageBox::timerMessage(nullptr, QPixmap(), "connect to server successfully", 1, 1);
-    EXPECT_GE(clock.elapsed(), OrmuMessageBox::NOTICE_MS * 9 / 10); // a coarse timer's
-    EXPECT_EQ(open<OrmuMessageBox>(), nullptr);
-}
-
-TEST(MessageBox, ShowsANoticeWithAButtonForFiveSeconds)
-{
-    QElapsedTimer clock;
-    clock.start();
-    EXPECT_EQ(OrmuMessageBox::timerInformation(nullptr, QPixmap(), "Service is not available", 2, "OK", NONE,
-                                               NONE, 1),
-              -1);
-    EXPECT_GE(clock.elapsed(), 5000);
+    EXPECT_GE(durationOf([] {
+                  OrmuMessageBox::timerMessage(nullptr, QPixmap(), "connect to server successfully", 1, 1);
+              }),
+              OrmuMessageBox::NOTICE_MS * 9 / 10); // a coarse timer's
+    EXPECT_GE(durationOf([] { EXPECT_EQ(serviceNotice(), -1); }), 5000);
 }
 
 TEST(MessageBox, DimsTheScreensOnce)
@@ -353,14 +347,10 @@ TEST(MessageBox, ClosesANoticeByAnyKeyOrTap)
 
 TEST(MessageBox, ReturnsTheButtonOfANotice)
 {
-    const auto run = [](Qt::Key key) {
-        const auto answer = onceOpen<OrmuMessageBox>([key](OrmuMessageBox&) { press(key); });
-        return OrmuMessageBox::timerInformation(nullptr, QPixmap(), "Service is not available", 2, "OK", NONE,
-                                                NONE, 1);
-    };
-    EXPECT_EQ(run(Qt::Key_F2), 0);
-    EXPECT_EQ(run(Qt::Key_Return), 0);
-    EXPECT_EQ(run(Qt::Key_A), -1);
+    for (const auto& [key, button] : {std::pair(Qt::Key_F2, 0), {Qt::Key_Return, 0}, {Qt::Key_A, -1}}) {
+        const auto answer = onceOpen<OrmuMessageBox>([key = key](OrmuMessageBox&) { press(key); });
+        EXPECT_EQ(serviceNotice(), button) << key;
+    }
 }
 
 TEST(ProgressDialog, CountsToItsTotalAndStartsAgain)

@@ -1,10 +1,5 @@
-#include "OrmuGlobal.h"
-#include "OrmuMainWidget.h"
 #include "OrmuMultiLineEdit.h"
-#include "OrmuPhoneWindow.h"
-#include "OrmuPushButton.h"
 #include "OrmuStyle.h"
-#include "ScreenDriver.h"
 #include "ToolkitTest.h"
 
 #include <QAbstractItemView>
@@ -12,42 +7,37 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QScrollBar>
-#include <QSignalSpy>
-#include <QTest>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
-
-using ScreenDriver::click;
-using ScreenDriver::clickAt;
-using ScreenDriver::press;
-using ScreenDriver::waitFor;
 
 namespace {
 
 // Four text entries, a combo box and a check box: twice as high as the screen.
-struct Form
+struct Form : TestScreen
 {
-    OrmuMainWidget screen{true, nullptr};
-    QScrollView* content = screen.getContentWidget();
     QList<OrmuMultiLineEdit*> entries;
     QComboBox* combo = nullptr;
     QCheckBox* check = nullptr;
 
-    Form()
+    Form() : TestScreen(true)
     {
         for (int i = 0; i < 4; ++i) {
-            entries += new OrmuMultiLineEdit(content, true, 1);
-            content->addChild(entries.last(), 0, 120 * i);
+            entries += new OrmuMultiLineEdit(content(), true, 1);
+            content()->addChild(entries.last(), 0, 120 * i);
         }
-        combo = new QComboBox(content);
+        combo = new QComboBox(content());
         combo->addItems({"internet", "office", "home"});
-        content->addChild(combo, 0, 480);
-        check = new QCheckBox("Auto connect when power on", content);
+        content()->addChild(combo, 0, 480);
+        check = new QCheckBox("Auto connect when power on", content());
         check->setGeometry(0, 540, 220, 60);
-        content->addChild(check, 0, 540);
-        screen.show();
+        content()->addChild(check, 0, 540);
+        show();
+    }
+
+    // Scrolls the form until so much of what begins at y is to be seen.
+    void scrollTo(int y, int shown) const
+    {
+        content()->verticalScrollBar()->setValue(y + shown - content()->viewport()->height());
     }
 
     QWidgetList all() const
@@ -58,10 +48,23 @@ struct Form
         return widgets << combo << check;
     }
 
-    bool shows(const QWidget* widget) const
+    // Opens the list of the combo box on its first entry.
+    void openList() const
     {
-        const QRect place(widget->mapTo(content->viewport(), QPoint()), widget->size());
-        return content->viewport()->rect().contains(place);
+        combo->setCurrentIndex(0);
+        combo->setFocus();
+        press(Qt::Key_Return);
+        EXPECT_TRUE(waitForList(true));
+    }
+    bool waitForList(bool open) const
+    {
+        return waitFor([this, open] { return combo->view()->isVisible() == open; });
+    }
+
+    bool shows(const QWidget* part) const
+    {
+        const QRect place(part->mapTo(content()->viewport(), QPoint()), part->size());
+        return content()->viewport()->rect().contains(place);
     }
 };
 
@@ -104,7 +107,7 @@ TEST(Form, ShowsAHalfHiddenEntryThatGetsTheFocus)
 {
     const Form form;
     form.entries[2]->setFocus();
-    form.content->verticalScrollBar()->setValue(120 * 3 + 22 - form.content->viewport()->height());
+    form.scrollTo(120 * 3, 22);
     EXPECT_FALSE(form.shows(form.entries[3]));
     press(Qt::Key_Down);
     EXPECT_TRUE(form.shows(form.entries[3]));
@@ -113,7 +116,7 @@ TEST(Form, ShowsAHalfHiddenEntryThatGetsTheFocus)
 TEST(Form, ScrollsAnEntryThatIsClickedIntoView)
 {
     const Form form;
-    form.content->verticalScrollBar()->setValue(120 * 3 + 15 - form.content->viewport()->height());
+    form.scrollTo(120 * 3, 15);
     EXPECT_FALSE(form.shows(form.entries[3]));
     clickAt(form.entries[3], QPoint(50, 8));
     EXPECT_TRUE(form.entries[3]->hasFocus());
@@ -123,7 +126,7 @@ TEST(Form, ScrollsAnEntryThatIsClickedIntoView)
 TEST(Form, TurnsAHalfShownCheckBoxOverByOneClick)
 {
     const Form form;
-    form.content->verticalScrollBar()->setValue(540 + 20 - form.content->viewport()->height());
+    form.scrollTo(540, 20);
     clickAt(form.check, QPoint(10, 10));
     EXPECT_TRUE(form.check->isChecked());
 }
@@ -134,40 +137,24 @@ TEST(Form, NeverScrollsSideways)
     EXPECT_EQ(form.combo->size(), QSize(220, 30));
     for (int i = 0; i < 6; ++i) {
         press(Qt::Key_Down);
-        EXPECT_EQ(form.content->horizontalScrollBar()->value(), 0);
+        EXPECT_EQ(form.content()->horizontalScrollBar()->value(), 0);
     }
 }
 
 TEST(Form, ChoosesFromAComboBoxByKeysAlone)
 {
-    Form form;
-    auto* bar = new UTIL_CST(&form.screen, "Save", "CST_Menu", "CST_Back");
-    form.screen.setCSTWidget(bar);
-    const QSignalSpy left(bar->getLeftBtn(), &QPushButton::clicked);
-    const QSignalSpy middle(bar->getMidBtn(), &QPushButton::clicked);
-    const QSignalSpy right(bar->getRightBtn(), &QPushButton::clicked);
-    const auto openList = [&form] {
-        form.combo->setFocus();
-        press(Qt::Key_Return);
-        EXPECT_TRUE(waitFor([&form] { return form.combo->view()->isVisible(); }));
-    };
-    for (const Qt::Key choose : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F2}) {
-        form.combo->setCurrentIndex(0);
-        openList();
+    const std::pair<Qt::Key, int> keys[] = {
+        {Qt::Key_Return, 1}, {Qt::Key_F1, 1}, {Qt::Key_F2, 1}, {Qt::Key_Escape, 0}, {Qt::Key_F3, 0}};
+    const Form form;
+    for (const auto& [key, chosen] : keys) {
+        form.openList();
         press(Qt::Key_Down);
-        press(choose);
-        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
-        EXPECT_EQ(form.combo->currentIndex(), 1);
-    }
-    for (const Qt::Key leave : {Qt::Key_Escape, Qt::Key_F3}) {
-        openList();
-        press(Qt::Key_Down);
-        press(leave);
-        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
-        EXPECT_EQ(form.combo->currentIndex(), 1);
+        press(key);
+        EXPECT_TRUE(form.waitForList(false));
+        EXPECT_EQ(form.combo->currentIndex(), chosen) << key;
     }
     EXPECT_TRUE(form.combo->hasFocus());
-    EXPECT_EQ(left.size() + middle.size() + right.size(), 0);
+    EXPECT_EQ(form.left.size() + form.middle.size() + form.right.size(), 0);
 }
 
 TEST(Form, OpensTheListOfAComboBoxBesideItOnThePhone)
@@ -177,13 +164,13 @@ TEST(Form, OpensTheListOfAComboBoxBesideItOnThePhone)
     phone->move(300, 200);
     const QRect content(phone->mapToGlobal(QPoint()), OrmuGlobal::getContentR().size());
     for (const bool low : {false, true}) {
-        form.combo->setFocus();
-        QScrollBar* bar = form.content->verticalScrollBar();
-        bar->setValue(low ? 480 + 30 - form.content->viewport()->height() : 480 - 40);
+        if (low)
+            form.scrollTo(480, 30);
+        else
+            form.content()->verticalScrollBar()->setValue(480 - 40);
         const QRect box(form.combo->mapToGlobal(QPoint()), form.combo->size());
-        press(Qt::Key_Return);
+        form.openList();
         const QRect list = form.combo->view()->window()->geometry();
-        EXPECT_TRUE(form.combo->view()->isVisible());
         EXPECT_TRUE(content.contains(list)) << low;
         EXPECT_FALSE(box.intersects(list)) << low;
         press(Qt::Key_Escape);
@@ -197,15 +184,13 @@ TEST(Form, ShowsTheSoftKeysOfTheListOfAComboBox)
     const UTIL_CST* bar = popupSoftKeys();
     ASSERT_NE(bar, nullptr);
     for (const bool choose : {true, false}) {
-        form.combo->setCurrentIndex(0);
-        form.combo->setFocus();
-        press(Qt::Key_Return);
+        form.openList();
         ASSERT_TRUE(bar->isVisible());
         EXPECT_EQ(bar->getLeftBtn()->text(), "Select");
         EXPECT_EQ(bar->getRightBtn()->text(), "Cancel");
         press(Qt::Key_Down);
         click(choose ? bar->getLeftBtn() : bar->getRightBtn());
-        EXPECT_TRUE(waitFor([&form] { return !form.combo->view()->isVisible(); }));
+        EXPECT_TRUE(form.waitForList(false));
         EXPECT_FALSE(bar->isVisible());
         EXPECT_EQ(form.combo->currentIndex(), choose ? 1 : 0);
     }
@@ -213,13 +198,12 @@ TEST(Form, ShowsTheSoftKeysOfTheListOfAComboBox)
 
 TEST(Form, CutsTheTextOfALabelAtItsEnd)
 {
-    OrmuMainWidget screen;
-    QScrollView* content = screen.getContentWidget();
+    const TestScreen screen;
     const auto pictureOf = [&](const QString& text) {
-        auto* label = new QLabel(text, content);
+        auto* label = new QLabel(text, screen.content());
         label->setTextFormat(Qt::PlainText);
         label->resize(220, 30);
-        content->addChild(label, 0, 0);
+        screen.content()->addChild(label, 0, 0);
         return label->grab().toImage();
     };
     const auto inkIn = [](const QImage& picture, const QRect& part) {

@@ -1,23 +1,12 @@
-#include "OrmuApplication.h"
-#include "OrmuMainWidget.h"
 #include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"
-#include "OrmuPushButton.h"
-#include "ScreenDriver.h"
 #include "ToolkitTest.h"
-#include "qpopupmenu.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCheckBox>
 #include <QKeyEvent>
-#include <QPointer>
-#include <QSignalSpy>
-#include <QTimer>
 #include <QWindow>
 
-#include <gtest/gtest.h>
-
-using ScreenDriver::onceOpen;
 using ScreenDriver::phone;
 
 namespace {
@@ -87,52 +76,54 @@ private:
 class HeldKey : public testing::TestWithParam<Repeats>
 {
 protected:
-    ~HeldKey() override { delete screen; }
-
-    UTIL_ListBox* addList(int rows)
+    UTIL_ListBox* addList(int rows) const
     {
-        auto* list = new UTIL_ListBox("%T", screen->getContentWidget(), 0);
-        addRows(list, "%T", rows);
-        list->setGeometry(0, 30, 240, 260);
-        screen->getContentWidget()->addChild(list, 0, 30);
-        OrmuApplication::setMouseMode(list->viewport(), 1);
+        UTIL_ListBox* list = screen.addList("%T", rows);
+        screen.show();
         return list;
     }
 
-    void beForm()
+    const TestScreen screen;
+    Keyboard keyboard{GetParam()};
+};
+
+class HeldKeyInForm : public HeldKey
+{
+protected:
+    HeldKeyInForm()
     {
-        delete screen;
-        screen = new OrmuMainWidget(true, nullptr);
+        form.content()->addChild(check, 0, 30);
+        form.content()->addChild(entry, 0, 90);
+        form.show();
+        EXPECT_TRUE(check->hasFocus());
     }
 
-    QPointer<OrmuMainWidget> screen = new OrmuMainWidget;
-    Keyboard keyboard{GetParam()};
+    const TestScreen form{true};
+    QCheckBox* check = new QCheckBox("Remember", form.content());
+    OrmuMultiLineEdit* entry = new OrmuMultiLineEdit(form.content(), true, 1);
 };
 
 } // namespace
 
 TEST_P(HeldKey, PressesASoftKeyOnceUntilItIsReleased)
 {
-    auto* bar = new UTIL_CST(screen, "OK", "CST_Menu", "CST_Back");
-    screen->setCSTWidget(bar);
-    screen->show();
-    const std::pair<Qt::Key, OrmuPushButton*> keys[] = {{Qt::Key_F1, bar->getLeftBtn()},
-                                                        {Qt::Key_F2, bar->getMidBtn()},
-                                                        {Qt::Key_F3, bar->getRightBtn()},
-                                                        {Qt::Key_Escape, bar->getRightBtn()}};
-    for (const auto& [key, button] : keys) {
-        const QSignalSpy clicked(button, &QPushButton::clicked);
+    screen.show();
+    const std::pair<Qt::Key, const QSignalSpy*> keys[] = {{Qt::Key_F1, &screen.left},
+                                                          {Qt::Key_F2, &screen.middle},
+                                                          {Qt::Key_F3, &screen.right},
+                                                          {Qt::Key_Escape, &screen.right}};
+    for (const auto& [key, clicked] : keys) {
+        const qsizetype before = clicked->size();
         keyboard.hold(key);
-        EXPECT_EQ(clicked.size(), 1) << key;
+        EXPECT_EQ(clicked->size(), before + 1) << key;
         keyboard.hold(key);
-        EXPECT_EQ(clicked.size(), 2) << key;
+        EXPECT_EQ(clicked->size(), before + 2) << key;
     }
 }
 
 TEST_P(HeldKey, ClicksARowOnceAndOpensItsMenuOnce)
 {
     auto* list = addList(3);
-    screen->show();
     const QSignalSpy clicked(list, &QListBox::mouseButtonClicked);
     const QSignalSpy right(list, &QListBox::rightButtonPressed);
     keyboard.hold(Qt::Key_Return);
@@ -144,13 +135,8 @@ TEST_P(HeldKey, ClicksARowOnceAndOpensItsMenuOnce)
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST_P(HeldKey, ChangesACheckBoxOnce)
+TEST_P(HeldKeyInForm, ChangesACheckBoxOnce)
 {
-    beForm();
-    auto* check = new QCheckBox("Remember", screen->getContentWidget());
-    screen->getContentWidget()->addChild(check, 0, 30);
-    screen->show();
-    ASSERT_TRUE(check->hasFocus());
     const QSignalSpy clicked(check, &QCheckBox::clicked);
     keyboard.hold(Qt::Key_Return, "\r");
     EXPECT_EQ(clicked.size(), 1);
@@ -171,7 +157,6 @@ TEST_P(HeldKey, DoesNotRunThroughAMenuAndItsQuestion)
         });
         menu->exec(pos, 0);
     });
-    screen->show();
     for (const Qt::Key answer : {Qt::Key_Return, Qt::Key_Escape}) {
         answers.clear();
         const auto inMenu = onceOpen<QPopupMenu>([&](QPopupMenu& menu) {
@@ -196,12 +181,10 @@ TEST_P(HeldKey, DoesNotRunThroughAMenuAndItsQuestion)
 
 TEST_P(HeldKey, OpensTheMenuOfASoftKeyAndDoesNotChoose)
 {
-    auto* bar = new UTIL_CST(screen, "", "CST_Menu", "CST_Back");
-    QPopupMenu menu(screen);
+    QPopupMenu menu(screen.widget);
     menu.insertItem("New Profile", 0);
-    bar->getLeftBtn()->setPopup(&menu);
-    screen->setCSTWidget(bar);
-    screen->show();
+    screen.bar->getLeftBtn()->setPopup(&menu);
+    screen.show();
     const QSignalSpy activated(&menu, &QPopupMenu::activated);
     keyboard.hold(Qt::Key_F1);
     EXPECT_TRUE(menu.isVisible());
@@ -214,19 +197,15 @@ TEST_P(HeldKey, OpensTheMenuOfASoftKeyAndDoesNotChoose)
 TEST_P(HeldKey, MovesThroughTheRowsOfAList)
 {
     auto* list = addList(20);
-    screen->show();
     keyboard.hold(Qt::Key_Down);
     EXPECT_EQ(list->currentItem(), 1 + REPEATS);
     keyboard.hold(Qt::Key_Up);
     EXPECT_EQ(list->currentItem(), 0);
 }
 
-TEST_P(HeldKey, TypesIntoAnEntryAndDeletesThere)
+TEST_P(HeldKeyInForm, TypesIntoAnEntryAndDeletesThere)
 {
-    beForm();
-    auto* entry = new OrmuMultiLineEdit(screen->getContentWidget(), true, 1);
-    screen->getContentWidget()->addChild(entry, 0, 30);
-    screen->show();
+    entry->setFocus();
     keyboard.hold(Qt::Key_A, "a");
     EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a'));
     keyboard.hold(Qt::Key_Space, " ");
@@ -235,15 +214,8 @@ TEST_P(HeldKey, TypesIntoAnEntryAndDeletesThere)
     EXPECT_EQ(entry->text(), QString(1 + REPEATS, 'a'));
 }
 
-TEST_P(HeldKey, TypesNothingIntoAnEntryFocusedLater)
+TEST_P(HeldKeyInForm, TypesNothingIntoAnEntryFocusedLater)
 {
-    beForm();
-    auto* check = new QCheckBox("Remember", screen->getContentWidget());
-    screen->getContentWidget()->addChild(check, 0, 30);
-    auto* entry = new OrmuMultiLineEdit(screen->getContentWidget(), true, 1);
-    screen->getContentWidget()->addChild(entry, 0, 90);
-    screen->show();
-    ASSERT_TRUE(check->hasFocus());
     keyboard.down(Qt::Key_Space, " ");
     entry->setFocus();
     keyboard.repeat(Qt::Key_Space, " ");
@@ -264,7 +236,6 @@ TEST_P(HeldKey, SendsNoReleaseToADialogOpenedMeanwhile)
         void keyReleaseEvent(QKeyEvent* event) override { released += event->key(); }
     };
     addList(1);
-    screen->show();
     keyboard.down(Qt::Key_Space, " ");
     Dialog dialog;
     dialog.show();
@@ -279,7 +250,6 @@ TEST_P(HeldKey, SendsNoReleaseToADialogOpenedMeanwhile)
 TEST_P(HeldKey, DismissesNoNotice)
 {
     addList(20);
-    screen->show();
     for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Return, Qt::Key_F1}) {
         keyboard.down(key);
         const auto notice = onceOpen<OrmuMessageBox>([&](OrmuMessageBox& box) {
@@ -295,7 +265,6 @@ TEST_P(HeldKey, DismissesNoNotice)
 TEST_P(HeldKey, IsForgottenWhenThePhoneBecomesInactive)
 {
     auto* list = addList(3);
-    screen->show();
     const QSignalSpy clicked(list, &QListBox::mouseButtonClicked);
     keyboard.down(Qt::Key_Return);
     emit qApp->applicationStateChanged(Qt::ApplicationInactive); // its release goes elsewhere
@@ -330,17 +299,11 @@ protected:
         QAbstractEventDispatcher::instance()->filterNativeEvent("xcb_generic_event_t", &event, &result);
     }
 
-    LostRelease()
-    {
-        screen.setCSTWidget(bar);
-        screen.show();
-    }
+    LostRelease() { screen.show(); }
     ~LostRelease() override { send(QEvent::KeyRelease, 2000); }
 
     static constexpr quint8 KEY_CODE = 67;
-    OrmuMainWidget screen;
-    UTIL_CST* bar = new UTIL_CST(&screen, "OK", "CST_Menu", "CST_Back");
-    QSignalSpy clicks{bar->getLeftBtn(), &QPushButton::clicked};
+    const TestScreen screen;
 };
 
 TEST_F(LostRelease, EndsTheHoldOfTheKey)
@@ -348,7 +311,7 @@ TEST_F(LostRelease, EndsTheHoldOfTheKey)
     press(1000);
     releaseUnseen(1100);
     press(1300);
-    EXPECT_EQ(clicks.size(), 2);
+    EXPECT_EQ(screen.left.size(), 2);
 }
 
 TEST_F(LostRelease, IsRepeatedByAPressAtItsTime)
@@ -356,7 +319,8 @@ TEST_F(LostRelease, IsRepeatedByAPressAtItsTime)
     press(1000);
     releaseUnseen(1660);
     press(1660);
-    EXPECT_EQ(clicks.size(), 1);
+    EXPECT_EQ(screen.left.size(), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Repeats, HeldKey, testing::ValuesIn(ALL_REPEATS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Repeats, HeldKeyInForm, testing::ValuesIn(ALL_REPEATS), nameOf);

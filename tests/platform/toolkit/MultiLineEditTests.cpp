@@ -1,28 +1,20 @@
-#include "OrmuMainWidget.h"
 #include "OrmuMultiLineEdit.h"
-#include "ScreenDriver.h"
+#include "ToolkitTest.h"
 
 #include <QClipboard>
 #include <QDropEvent>
 #include <QMimeData>
-#include <QSignalSpy>
 
-#include <gtest/gtest.h>
-
-using ScreenDriver::press;
 using ScreenDriver::type;
 
 namespace {
 
-struct Entry
+struct Entry : TestScreen
 {
-    OrmuMainWidget screen{true, nullptr};
-    OrmuMultiLineEdit* edit = new OrmuMultiLineEdit(screen.getContentWidget(), true, 1);
-
-    Entry()
+    Entry() : TestScreen(true)
     {
-        screen.getContentWidget()->addChild(edit, 0, 0);
-        screen.show();
+        content()->addChild(edit, 0, 0);
+        show();
     }
 
     void paste(const QString& text) const
@@ -40,6 +32,8 @@ struct Entry
         QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(edit, &event);
     }
+
+    OrmuMultiLineEdit* edit = new OrmuMultiLineEdit(content(), true, 1);
 };
 
 } // namespace

@@ -1,49 +1,31 @@
-#include "OrmuGlobal.h"
-#include "OrmuMainWidget.h"
-#include "OrmuPhoneWindow.h"
-#include "OrmuPushButton.h"
 #include "OrmuStyle.h"
-#include "ScreenDriver.h"
 #include "ToolkitTest.h"
-#include "qpopupmenu.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
-#include <QPointer>
-#include <QSignalSpy>
 
-#include <gtest/gtest.h>
-
-using ScreenDriver::click;
 using ScreenDriver::clickMenuEntry;
-using ScreenDriver::onceOpen;
-using ScreenDriver::open;
-using ScreenDriver::press;
-using ScreenDriver::waitFor;
 
 namespace {
 
 // A screen whose left soft key opens a menu.
-struct MenuScreen
+struct MenuScreen : TestScreen
 {
-    QPointer<OrmuMainWidget> widget = new OrmuMainWidget;
-    UTIL_CST* bar = new UTIL_CST(widget, "", "CST_Menu", "CST_Back");
-    QPointer<QPopupMenu> menu = new QPopupMenu(widget);
-
     MenuScreen()
     {
         menu->insertItem("New Profile", 0, -1);
         menu->insertItem("Delete Profiles", 1, -1);
         bar->getLeftBtn()->setPopup(menu);
-        widget->setCSTWidget(bar);
-        widget->show();
+        show();
     }
-    ~MenuScreen() { delete widget; }
 
-    void deleteWhenActivated()
+    void deleteWhenActivated() const
     {
         QObject::connect(menu, &QPopupMenu::activated, [this] { delete widget; });
     }
+
+    QPointer<QPopupMenu> menu = new QPopupMenu(widget);
+    QSignalSpy activated{menu, &QPopupMenu::activated};
 };
 
 } // namespace
@@ -51,14 +33,10 @@ struct MenuScreen
 TEST(PopupMenu, HasTheOnlyHighlightWhileItIsOpen)
 {
     const MenuScreen screen;
-    UTIL_ListBox list("%T", screen.widget->getContentWidget(), 0);
-    list.setGeometry(0, 0, 240, 100);
-    addRows(&list, "%T", 1);
-    list.setCurrentItem(0);
-    list.show();
-    list.setFocus();
-    const auto rowColor = [&list] { return list.grab().toImage().pixelColor(200, 13); };
-    const QColor highlight = list.palette().highlight().color();
+    UTIL_ListBox* list = screen.addList("%T", 1);
+    list->setFocus();
+    const auto rowColor = [list] { return list->grab().toImage().pixelColor(200, 13); };
+    const QColor highlight = list->palette().highlight().color();
     EXPECT_EQ(rowColor(), highlight);
     press(Qt::Key_F1);
     ASSERT_EQ(open<QPopupMenu>(), screen.menu);
@@ -87,20 +65,19 @@ TEST(PopupMenu, OpensOverTheSoftKeyByKeyAndPointer)
 TEST(PopupMenu, EmitsTheIdOfTheChosenEntry)
 {
     const MenuScreen screen;
-    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
     for (const Qt::Key choose : {Qt::Key_Return, Qt::Key_F1, Qt::Key_F2}) {
         press(Qt::Key_F1);
         press(Qt::Key_Down);
         press(choose);
-        ASSERT_FALSE(activated.isEmpty());
-        EXPECT_EQ(activated.last()[0], 1);
+        ASSERT_FALSE(screen.activated.isEmpty());
+        EXPECT_EQ(screen.activated.last()[0], 1);
         EXPECT_EQ(open<QPopupMenu>(), nullptr);
     }
-    EXPECT_EQ(activated.size(), 3);
+    EXPECT_EQ(screen.activated.size(), 3);
     press(Qt::Key_F1);
     clickMenuEntry("New Profile");
-    EXPECT_EQ(activated.size(), 4);
-    EXPECT_EQ(activated.last()[0], 0);
+    EXPECT_EQ(screen.activated.size(), 4);
+    EXPECT_EQ(screen.activated.last()[0], 0);
 }
 
 TEST(PopupMenu, ShowsItsSoftKeysWhileItIsOpen)
@@ -124,23 +101,21 @@ TEST(PopupMenu, ShowsItsSoftKeysWhileItIsOpen)
 TEST(PopupMenu, ObeysTapsOnTheSoftKeys)
 {
     const MenuScreen screen;
-    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
-    const QSignalSpy back(screen.bar->getRightBtn(), &QPushButton::clicked);
     press(Qt::Key_F1);
     click(screen.bar->getRightBtn());
     EXPECT_EQ(open<QPopupMenu>(), nullptr);
-    EXPECT_EQ(activated.size(), 0);
-    EXPECT_EQ(back.size(), 0);
+    EXPECT_EQ(screen.activated.size(), 0);
+    EXPECT_EQ(screen.right.size(), 0);
     press(Qt::Key_F1);
     press(Qt::Key_Down);
     click(screen.bar->getLeftBtn());
     EXPECT_EQ(open<QPopupMenu>(), nullptr);
-    ASSERT_EQ(activated.size(), 1);
-    EXPECT_EQ(activated[0][0], 1);
+    ASSERT_EQ(screen.activated.size(), 1);
+    EXPECT_EQ(screen.activated[0][0], 1);
     press(Qt::Key_F1);
     click(screen.bar->getMidBtn()); // it reads nothing: a tap beside the menu
     EXPECT_EQ(open<QPopupMenu>(), nullptr);
-    EXPECT_EQ(activated.size(), 1);
+    EXPECT_EQ(screen.activated.size(), 1);
 }
 
 TEST(PopupMenu, MovesWithItsWindow)
@@ -195,29 +170,25 @@ TEST(PopupMenu, MarksItsEntryLikeListsAndComboBoxes)
               OrmuStyle::focusColor());
     combo.hidePopup();
 
-    UTIL_ListBox list("%T", screen.widget, 0);
-    list.insertItem(new UTIL_ListBoxItem(&list, "%T", false));
-    list.resize(200, 100);
-    list.show();
-    list.setFocus();
-    EXPECT_EQ(list.viewport()->grab().toImage().pixelColor(150, 10), OrmuStyle::focusColor());
+    UTIL_ListBox* list = screen.addList("%T", 1);
+    list->setFocus();
+    EXPECT_EQ(list->viewport()->grab().toImage().pixelColor(150, 10), OrmuStyle::focusColor());
 }
 
 TEST(PopupMenu, DoesNotChooseADisabledEntry)
 {
     const MenuScreen screen;
-    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
     screen.menu->setItemEnabled(0, false);
     EXPECT_FALSE(screen.menu->isItemEnabled(0));
     EXPECT_TRUE(screen.menu->isItemEnabled(1));
     press(Qt::Key_F1);
     clickMenuEntry("New Profile");
-    EXPECT_EQ(activated.size(), 0);
+    EXPECT_EQ(screen.activated.size(), 0);
     press(Qt::Key_Escape);
     press(Qt::Key_F1);
     press(Qt::Key_Return); // the first entry that may be chosen has the mark
-    ASSERT_EQ(activated.size(), 1);
-    EXPECT_EQ(activated[0][0], 1);
+    ASSERT_EQ(screen.activated.size(), 1);
+    EXPECT_EQ(screen.activated[0][0], 1);
 }
 
 TEST(PopupMenu, ChangesTheTextOfAnEntry)
@@ -241,18 +212,17 @@ TEST(PopupMenu, InsertsAnEntryBeforeAnother)
 TEST(PopupMenu, ReturnsTheEmittedIdFromExec)
 {
     const MenuScreen screen;
-    const QSignalSpy activated(screen.menu, &QPopupMenu::activated);
     {
         const auto answer = onceOpen<QPopupMenu>([](QPopupMenu&) {
             press(Qt::Key_Down);
             press(Qt::Key_Return);
         });
         EXPECT_EQ(screen.menu->exec(OrmuPhoneWindow::instance()->mapToGlobal(QPoint(50, 50)), 0), 1);
-        EXPECT_EQ(activated.size(), 1);
+        EXPECT_EQ(screen.activated.size(), 1);
     }
     const auto answer = onceOpen<QPopupMenu>([](QPopupMenu&) { press(Qt::Key_F3); });
     EXPECT_EQ(screen.menu->exec(QPoint(), 0), -1);
-    EXPECT_EQ(activated.size(), 1);
+    EXPECT_EQ(screen.activated.size(), 1);
 }
 
 TEST(PopupMenu, StaysAboveTheSoftKeysWhereverItOpens)

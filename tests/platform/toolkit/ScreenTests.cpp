@@ -1,114 +1,89 @@
-#include "OrmuGlobal.h"
-#include "OrmuMainWidget.h"
-#include "OrmuPhoneWindow.h"
-#include "OrmuPushButton.h"
-#include "ScreenDriver.h"
-#include "UTIL_CST.h"
-#include "qpopupmenu.h"
+#include "ToolkitTest.h"
 
 #include <QDir>
 #include <QKeyEvent>
-#include <QPointer>
-#include <QSignalSpy>
-
-#include <gtest/gtest.h>
 
 #include <unistd.h>
 
-using ScreenDriver::click;
-using ScreenDriver::open;
-using ScreenDriver::press;
-using ScreenDriver::savePicture;
-
 namespace {
 
-struct Screen
+struct ShownScreen : TestScreen
 {
-    QPointer<OrmuMainWidget> widget = new OrmuMainWidget;
-    UTIL_CST* bar = new UTIL_CST(widget, "OK", "CST_Menu", "CST_Back");
-
-    Screen()
-    {
-        widget->setCSTWidget(bar);
-        widget->show();
-    }
-    ~Screen() { delete widget; }
-
-    // The soft key deletes the screen, like an opener in the slot of a result.
-    void deleteBy(OrmuPushButton* key)
-    {
-        QObject::connect(key, &QPushButton::clicked, [this] { delete widget; });
-    }
+    ShownScreen() { show(); }
 };
 
 } // namespace
 
 TEST(Screen, OpensInThePhonesWindowAndGetsTheKeys)
 {
-    const Screen first;
+    const ShownScreen first;
     EXPECT_EQ(first.widget->window(), OrmuPhoneWindow::instance());
     EXPECT_EQ(first.widget->size(), OrmuGlobal::getScreenSize());
     {
-        const Screen second;
+        const ShownScreen second;
         EXPECT_EQ(open<OrmuMainWidget>(), second.widget);
+        press(Qt::Key_F3);
+        click(second.bar->getRightBtn());
+        EXPECT_EQ(second.right.size(), 2);
     }
     EXPECT_EQ(open<OrmuMainWidget>(), first.widget);
+    EXPECT_EQ(first.right.size(), 0);
+    press(Qt::Key_F3);
+    EXPECT_EQ(first.right.size(), 1);
 }
 
 TEST(Screen, PressesItsSoftKeysByFunctionKeys)
 {
-    const Screen screen;
-    const QSignalSpy left(screen.bar->getLeftBtn(), &QPushButton::clicked);
-    const QSignalSpy middle(screen.bar->getMidBtn(), &QPushButton::clicked);
-    const QSignalSpy right(screen.bar->getRightBtn(), &QPushButton::clicked);
+    const ShownScreen screen;
     press(Qt::Key_F1);
-    EXPECT_EQ(left.size(), 1);
+    EXPECT_EQ(screen.left.size(), 1);
     press(Qt::Key_F2);
-    EXPECT_EQ(middle.size(), 1);
+    EXPECT_EQ(screen.middle.size(), 1);
     press(Qt::Key_F3);
     press(Qt::Key_Escape);
-    EXPECT_EQ(right.size(), 2);
+    EXPECT_EQ(screen.right.size(), 2);
     click(screen.bar->getMidBtn());
-    EXPECT_EQ(middle.size(), 2);
-    EXPECT_EQ(left.size(), 1);
+    EXPECT_EQ(screen.middle.size(), 2);
+    EXPECT_EQ(screen.left.size(), 1);
 }
 
 TEST(Screen, SurvivesItsDeletionByItsOwnSoftKey)
 {
-    for (const Qt::Key key : {Qt::Key_F3, Qt::Key_Escape}) {
-        Screen screen;
-        screen.deleteBy(screen.bar->getRightBtn());
-        press(key);
+    const std::function<void(const TestScreen&)> presses[] = {
+        [](const TestScreen&) { press(Qt::Key_F3); },
+        [](const TestScreen&) { press(Qt::Key_Escape); },
+        [](const TestScreen& screen) { click(screen.bar->getRightBtn()); },
+        [](const TestScreen& screen) { click(screen.bar->getMidBtn()); },
+    };
+    for (const auto& pressKey : presses) {
+        const ShownScreen screen;
+        for (OrmuPushButton* key : {screen.bar->getMidBtn(), screen.bar->getRightBtn()})
+            QObject::connect(key, &QPushButton::clicked, [&screen] { delete screen.widget; });
+        pressKey(screen);
         EXPECT_TRUE(screen.widget.isNull());
     }
-    Screen screen;
-    screen.deleteBy(screen.bar->getMidBtn());
-    click(screen.bar->getMidBtn());
-    EXPECT_TRUE(screen.widget.isNull());
 }
 
 TEST(Screen, IgnoresTheRepeatsOfASoftKey)
 {
-    const Screen screen;
-    const QSignalSpy right(screen.bar->getRightBtn(), &QPushButton::clicked);
+    const ShownScreen screen;
     QKeyEvent repeat(QEvent::KeyPress, Qt::Key_F3, Qt::NoModifier, QString(), true);
     QApplication::sendEvent(screen.widget, &repeat);
-    EXPECT_EQ(right.size(), 0);
+    EXPECT_EQ(screen.right.size(), 0);
 }
 
 TEST(Screen, DoesNotPressADisabledSoftKey)
 {
-    const Screen screen;
+    const ShownScreen screen;
     screen.bar->getLeftBtn()->setEnabled(false);
-    const QSignalSpy left(screen.bar->getLeftBtn(), &QPushButton::clicked);
     press(Qt::Key_F1);
     click(screen.bar->getLeftBtn());
-    EXPECT_EQ(left.size(), 0);
+    EXPECT_EQ(screen.left.size(), 0);
 }
 
 TEST(Screen, NamesItsSoftKeysByTheSkin)
 {
-    const Screen screen;
+    const ShownScreen screen;
     EXPECT_EQ(screen.bar->getLeftBtn()->text(), "Menu");
     EXPECT_EQ(screen.bar->getRightBtn()->text(), "Back");
     EXPECT_EQ(screen.bar->getMidBtn()->text(), "OK");
@@ -118,7 +93,7 @@ TEST(Screen, NamesItsSoftKeysByTheSkin)
 
 TEST(Screen, ReplacesItsSoftKeyBar)
 {
-    const Screen screen;
+    const ShownScreen screen;
     const QPointer<UTIL_CST> first = screen.bar;
     auto* second = new UTIL_CST(screen.widget, "", "", "CST_Back");
     screen.widget->setCSTWidget(second);
@@ -130,12 +105,11 @@ TEST(Screen, ReplacesItsSoftKeyBar)
 
 TEST(Screen, PlacesItsChildrenAndScrollsToTheLast)
 {
-    const Screen screen;
-    QScrollView* content = screen.widget->getContentWidget();
-    EXPECT_EQ(content->geometry(), OrmuGlobal::getContentR());
-    auto* low = new QWidget(content);
+    const ShownScreen screen;
+    EXPECT_EQ(screen.content()->geometry(), OrmuGlobal::getContentR());
+    auto* low = new QWidget(screen.content());
     low->setGeometry(0, 0, 50, 30);
-    content->addChild(low, 10, 500);
+    screen.content()->addChild(low, 10, 500);
     EXPECT_EQ(low->geometry(), QRect(10, 500, 50, 30));
     EXPECT_TRUE(low->isVisible());
     for (int i = 0; i < 100; ++i)
@@ -146,29 +120,14 @@ TEST(Screen, PlacesItsChildrenAndScrollsToTheLast)
     EXPECT_EQ(low->mapTo(screen.widget, QPoint()).y(), 500);
 }
 
-TEST(Screen, GetsNoKeysAndClicksThroughTheScreenAbove)
-{
-    const Screen below;
-    const QSignalSpy belowRight(below.bar->getRightBtn(), &QPushButton::clicked);
-    {
-        const Screen above;
-        press(Qt::Key_F3);
-        click(above.bar->getRightBtn());
-    }
-    EXPECT_EQ(belowRight.size(), 0);
-    press(Qt::Key_F3);
-    EXPECT_EQ(belowRight.size(), 1);
-}
-
 TEST(Screen, MayBeDeletedUnderAnotherScreen)
 {
-    auto below = std::make_unique<Screen>();
-    const Screen above;
+    auto below = std::make_unique<ShownScreen>();
+    const ShownScreen above;
     below.reset();
     EXPECT_EQ(open<OrmuMainWidget>(), above.widget);
-    const QSignalSpy right(above.bar->getRightBtn(), &QPushButton::clicked);
     press(Qt::Key_F3);
-    EXPECT_EQ(right.size(), 1);
+    EXPECT_EQ(above.right.size(), 1);
 }
 
 TEST(Screen, PassesCustomEventsToItsHandler)
@@ -190,9 +149,9 @@ TEST(Screen, PassesCustomEventsToItsHandler)
 
 TEST(Screen, SavesAPictureOfThePhone)
 {
-    const Screen screen;
+    const ShownScreen screen;
     const QString path = QDir::temp().filePath(QStringLiteral("ormu-screen-%1.png").arg(getpid()));
-    ASSERT_TRUE(savePicture(path));
+    ASSERT_TRUE(ScreenDriver::savePicture(path));
     const QImage picture(path);
     EXPECT_EQ(picture.size(), OrmuGlobal::getScreenSize());
     EXPECT_NE(picture.pixelColor(120, 150), picture.pixelColor(120, 310));

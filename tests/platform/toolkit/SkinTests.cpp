@@ -1,10 +1,6 @@
-#include "OrmuApplication.h"
 #include "OrmuSkin.h"
 #include "RES_ICON_Reader.h"
-
-#include <QWidget>
-
-#include <gtest/gtest.h>
+#include "ToolkitTest.h"
 
 class Icon : public testing::TestWithParam<const char*>
 {

@@ -1,11 +1,53 @@
 #ifndef TOOLKIT_TEST_H
 #define TOOLKIT_TEST_H
 
+#include "OrmuApplication.h"
+#include "OrmuGlobal.h"
+#include "OrmuMainWidget.h"
 #include "OrmuPhoneWindow.h"
+#include "OrmuPushButton.h"
+#include "ScreenDriver.h"
 #include "UTIL_CST.h"
 #include "UTIL_ListBox.h"
+#include "qpopupmenu.h"
 
 #include <QImage>
+#include <QPointer>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+using ScreenDriver::click;
+using ScreenDriver::clickAt;
+using ScreenDriver::onceOpen;
+using ScreenDriver::open;
+using ScreenDriver::press;
+using ScreenDriver::waitFor;
+
+// A screen with three soft keys, whose clicks it counts. It is shown by show(), and deleted at the end unless
+// the test has deleted it.
+struct TestScreen
+{
+    explicit TestScreen(bool isForm = false) : widget(new OrmuMainWidget(isForm, nullptr))
+    {
+        widget->setCSTWidget(bar);
+    }
+    ~TestScreen() { delete widget; }
+    TestScreen(const TestScreen&) = delete;
+    TestScreen& operator=(const TestScreen&) = delete;
+
+    QScrollView* content() const { return widget->getContentWidget(); }
+    void show() const { widget->show(); }
+
+    // Adds a list with rows "row 0", "row 1", ... below the title.
+    UTIL_ListBox* addList(const QString& format, int rows) const;
+
+    QPointer<OrmuMainWidget> widget;
+    UTIL_CST* bar = new UTIL_CST(widget, "OK", "CST_Menu", "CST_Back");
+    QSignalSpy left{bar->getLeftBtn(), &QPushButton::clicked};
+    QSignalSpy middle{bar->getMidBtn(), &QPushButton::clicked};
+    QSignalSpy right{bar->getRightBtn(), &QPushButton::clicked};
+};
 
 // Appends rows "row 0", "row 1", ... to a list of that format.
 inline void addRows(UTIL_ListBox* list, const QString& format, int count)
@@ -15,6 +57,16 @@ inline void addRows(UTIL_ListBox* list, const QString& format, int count)
         row->setString(static_cast<int>(format.indexOf('T') / 2), QString("row %1").arg(i));
         list->insertItem(row, -1);
     }
+}
+
+inline UTIL_ListBox* TestScreen::addList(const QString& format, int rows) const
+{
+    auto* list = new UTIL_ListBox(format, content(), 0);
+    addRows(list, format, rows);
+    list->setGeometry(0, 30, 240, 260);
+    content()->addChild(list, 0, 30);
+    OrmuApplication::setMouseMode(list->viewport(), 1);
+    return list;
 }
 
 // The number of pixels in a part of the picture that hold.
