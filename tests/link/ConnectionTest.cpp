@@ -1,39 +1,15 @@
 // A channel's connection, and its effects on the process.
 
-#include "ChannelPair.h"
-#include "DaemonTest.h"
-#include "Diagnostics.h"
+#include "DaemonAddress.h"
 #include "LinkTest.h"
 
 #include <array>
 #include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <fstream>
-#include <functional>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
-#include <thread>
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 namespace {
-
-sockaddr_un socketAddress()
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
-    return address;
-}
 
 template <typename Value>
 Value optionOf(int fd, int option)
@@ -48,11 +24,7 @@ Value optionOf(int fd, int option)
 class Listener
 {
 public:
-    Listener() : fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        const sockaddr_un address = socketAddress();
-        EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    }
+    Listener() : fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) { EXPECT_EQ(atDaemonsPath(bind, fd), 0); }
     ~Listener()
     {
         stop();
@@ -65,10 +37,9 @@ public:
     void listenWithFullQueue()
     {
         ASSERT_EQ(listen(fd, 0), 0);
-        const sockaddr_un address = socketAddress();
         while (true) {
             const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-            if (connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+            if (atDaemonsPath(connect, client) != 0) {
                 ASSERT_EQ(errno, EAGAIN);
                 close(client);
                 return;
@@ -149,13 +120,20 @@ std::string outputOf(const std::string& command)
 class Connection : public DaemonTest
 {
 protected:
+    // Connects the channel to a daemon with that scenario.
+    void connectTo(std::string_view scenario)
+    {
+        play(scenario);
+        ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    }
     void expectNoConnection()
     {
-        SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
-                    ElementsAre(channelError("connect fail path /tmp/sipd_us")));
+        expectLog({channelError("connect fail path /tmp/sipd_us")},
+                  [&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); });
         EXPECT_EQ(channel.getFd(), -1);
     }
+
+    SIP_COMM_Channel channel{SIPD_APPID_SETUP};
 };
 
 std::atomic<int> sigpipes = 0;
@@ -223,9 +201,9 @@ void sendToADeadPeer()
     ChannelPair<> pair;
     pair.closeDaemonEnd();
     const _SIPD_MSG_PROFILE_S profile = {};
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendProfileMsg(&profile), SIP_COMM_IO_ERROR); }),
-                ElementsAre(channelError("fail when read or write socket 32"),
-                            channelInfo("sendProfileMsg", " fail send head message")));
+    expectLog({channelError("fail when read or write socket 32"),
+               channelInfo("sendProfileMsg", " fail send head message")},
+              [&] { EXPECT_EQ(pair.channel.sendProfileMsg(&profile), SIP_COMM_IO_ERROR); });
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
@@ -234,21 +212,19 @@ void sendToADeadPeer()
 TEST_F(Connection, RegistersWithoutReadingTheAnswer)
 {
     play("admit");
-    TestChannel channel(-1, static_cast<_SIPD_APPID_E>(42));
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS); }), IsEmpty());
-    EXPECT_TRUE(channel.isConnected());
+    SIP_COMM_Channel other(static_cast<_SIPD_APPID_E>(42));
+    expectLog({}, [&] { EXPECT_EQ(other.connectDaemon(), SIP_COMM_SUCCESS); });
+    EXPECT_TRUE(other.isConnected());
     ASSERT_TRUE(daemon().waitForBytes(12));
     EXPECT_EQ(daemon().received(), encodeHead(0, SIPD_MSG_REGISTER, 42));
     _SIPD_MSG_TYPE_E type;
-    EXPECT_EQ(channel.recvMsgType(&type), 0);
+    EXPECT_EQ(other.recvMsgType(&type), 0);
     EXPECT_EQ(type, SIPD_MSG_ACK);
 }
 
 TEST_F(Connection, IsABlockingStreamSocketWithoutOptions)
 {
-    play("admit");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    connectTo("admit");
     EXPECT_EQ(fcntl(channel.getFd(), F_GETFL) & O_NONBLOCK, 0);
     EXPECT_EQ(optionOf<int>(channel.getFd(), SO_DOMAIN), AF_UNIX);
     EXPECT_EQ(optionOf<int>(channel.getFd(), SO_TYPE), SOCK_STREAM);
@@ -287,7 +263,6 @@ TEST_F(Connection, WaitsForRoomInAFullQueue)
 {
     Listener listener;
     listener.listenWithFullQueue();
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t) { listener.acceptOne(); }), 0);
 }
 
@@ -295,7 +270,6 @@ TEST_F(Connection, FailsWhenTheDaemonEndsWhileItWaitsForRoom)
 {
     Listener listener;
     listener.listenWithFullQueue();
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t) { listener.stop(); }), 1);
     EXPECT_EQ(channel.getFd(), -1);
 }
@@ -308,32 +282,26 @@ TEST_F(Connection, FailsWhenASignalInterruptsTheWaitForRoom)
     sigaction(SIGUSR1, &action, &saved);
     Listener listener;
     listener.listenWithFullQueue();
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
     EXPECT_EQ(connectMeanwhile(channel, [&](pthread_t thread) { pthread_kill(thread, SIGUSR1); }), 1);
     sigaction(SIGUSR1, &saved, nullptr);
 }
 
 TEST_F(Connection, DropsThePendingMessageWhenItIsMadeAgain)
 {
-    play("close-after:12");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
+    connectTo("close-after:12");
     _SIPD_MSG_TYPE_E type;
     _SIPD_APP_ACK_E ack;
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     ASSERT_EQ(channel.recvMsgType(&type), 0); // its body never comes
     channel.disconnectDaemon();
 
-    play("admit");
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.recvMsgType(&type), 0); }), IsEmpty());
+    connectTo("admit");
+    expectLog({}, [&] { EXPECT_EQ(channel.recvMsgType(&type), 0); });
     EXPECT_EQ(channel.recvAckMsg(&ack), 0);
 }
 
 TEST_F(Connection, ReplacesTheFirstWhenItIsMadeTwice)
 {
-    play("admit");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    connectTo("admit");
     ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
     ASSERT_TRUE(daemon().waitForBytes(2 * sizeof(_SIPD_MSG_HEAD_S)));
     EXPECT_TRUE(daemon().waitForClosed(1));
@@ -342,9 +310,7 @@ TEST_F(Connection, ReplacesTheFirstWhenItIsMadeTwice)
 
 TEST_F(Connection, StaysOpenWhenASecondFails)
 {
-    play("admit");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    connectTo("admit");
     const int fd = channel.getFd();
     stopDaemon();
     EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
@@ -353,14 +319,12 @@ TEST_F(Connection, StaysOpenWhenASecondFails)
 
 TEST_F(Connection, IsNotInheritedByAStartedProgram)
 {
-    play("admit");
-    SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
+    connectTo("admit");
     struct stat status = {};
     ASSERT_EQ(fstat(channel.getFd(), &status), 0);
     const std::string ours = "socket:[" + std::to_string(status.st_ino) + "]";
     EXPECT_THAT(outputOf("ls -l /proc/" + std::to_string(getpid()) + "/fd"), HasSubstr(ours));
-    EXPECT_THAT(outputOf("ls -l /proc/self/fd"), Not(HasSubstr(ours)));
+    EXPECT_THAT(outputOf("ls -l /proc/self/fd"), testing::Not(HasSubstr(ours)));
 }
 
 TEST(DeadDaemon, LeavesTheHostsSigpipeHandlingUnchanged)

@@ -1,13 +1,7 @@
-#include "DaemonTest.h"
-#include "SIP_COMM_Controler.h"
+#include "LinkTest.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <iterator>
-#include <unistd.h>
 
 namespace {
 

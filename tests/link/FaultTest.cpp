@@ -1,24 +1,11 @@
 // The link when system calls or allocations fail.
 
-#include "ChannelPair.h"
-#include "DaemonTest.h"
-#include "Diagnostics.h"
 #include "LinkTest.h"
 #include "ORMU_Diagnostics.h"
-#include "SIP_COMM_Controler.h"
 #include "SystemCalls.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <fcntl.h>
-#include <gmock/gmock.h>
 #include <new>
-#include <thread>
-
-using testing::Contains;
-using testing::ElementsAre;
 
 namespace {
 
@@ -163,8 +150,8 @@ TEST_F(Faults, OfSocketFailTheConnection)
 {
     const SystemCalls calls(fail("socket", EMFILE));
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
-                ElementsAre(channelError("socket create fail")));
+    expectLog({channelError("socket create fail")},
+              [&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); });
     EXPECT_THAT(calls.made, ElementsAre("socket"));
 }
 
@@ -172,15 +159,14 @@ TEST_F(Faults, IncludeDescriptorZeroWhichIsClosed)
 {
     play("admit");
     SIP_COMM_Channel channel(SIPD_APPID_SETUP);
-    EXPECT_THAT(diagnosticsOf([&] {
-                    const int savedStdin = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
-                    close(STDIN_FILENO);
-                    EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
-                    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 leaked";
-                    dup2(savedStdin, STDIN_FILENO);
-                    close(savedStdin);
-                }),
-                ElementsAre(channelError("socket create fail")));
+    expectLog({channelError("socket create fail")}, [&] {
+        const int savedStdin = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+        close(STDIN_FILENO);
+        EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED);
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 leaked";
+        dup2(savedStdin, STDIN_FILENO);
+        close(savedStdin);
+    });
     EXPECT_EQ(channel.getFd(), -1);
 }
 
@@ -189,9 +175,9 @@ TEST_F(Faults, OfTheRegistrationCloseTheNewConnection)
     play("admit");
     const SystemCalls calls(fail("write", EIO));
     TestChannel channel;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); }),
-                ElementsAre(channelError("fail when read or write socket 5"),
-                            channelInfo("sendControlMsg", " fail send head message")));
+    expectLog({channelError("fail when read or write socket 5"),
+               channelInfo("sendControlMsg", " fail send head message")},
+              [&] { EXPECT_EQ(channel.connectDaemon(), SIP_COMM_FAILED); });
     EXPECT_EQ(channel.getFd(), -1);
     EXPECT_THAT(calls.made, ElementsAre("socket", "fcntl", "connect 110", "write 12", "close"));
     EXPECT_TRUE(daemon().waitForClosed(1));
@@ -267,8 +253,8 @@ TEST_P(TransferFault, IsLoggedOnceForEachInterruption)
         errno = EINTR;
         return -1;
     });
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_SUCCESS); }),
-                ElementsAre(interruption(GetParam()), interruption(GetParam())));
+    expectLog({interruption(GetParam()), interruption(GetParam())},
+              [&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_SUCCESS); });
     EXPECT_TRUE(pair.channel.isConnected());
 }
 
@@ -277,8 +263,7 @@ TEST_P(TransferFault, IsACountAboveTheOneAskedFor)
     const SystemCalls calls([&](std::string_view called, size_t size) {
         return called == GetParam() ? std::optional<long>(static_cast<long>(size) + 1) : std::nullopt;
     });
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_IO_ERROR); }),
-                ElementsAre(channelError("unpossiable")));
+    expectLog({channelError("unpossiable")}, [&] { EXPECT_EQ(transferFourBytes(), SIP_COMM_IO_ERROR); });
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
@@ -307,10 +292,9 @@ TEST(TransferFaults, AWriteOfNoBytesMeansThatThePeerClosed)
     const SystemCalls calls([](std::string_view called, size_t) {
         return called == "write" ? std::optional<long>(0) : std::nullopt;
     });
-    EXPECT_THAT(
-        diagnosticsOf([&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), SIP_COMM_CLOSED); }),
-        ElementsAre(channelError("socket has been closed"),
-                    channelInfo("sendControlMsg", " fail send head message")));
+    expectLog(
+        {channelError("socket has been closed"), channelInfo("sendControlMsg", " fail send head message")},
+        [&] { EXPECT_EQ(pair.channel.sendControlMsg(SIPD_MSG_REGISTER), SIP_COMM_CLOSED); });
     EXPECT_FALSE(pair.channel.isConnected());
 }
 
@@ -319,8 +303,8 @@ TEST(TransferFaults, AreLoggedByTheirErrno)
     ChannelPair<> pair;
     const SystemCalls calls(fail("read", EAGAIN));
     char byte;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.readSocket(&byte, 1), SIP_COMM_IO_ERROR); }),
-                ElementsAre(channelError("selected , but read nothing or can not wirte")));
+    expectLog({channelError("selected , but read nothing or can not wirte")},
+              [&] { EXPECT_EQ(pair.channel.readSocket(&byte, 1), SIP_COMM_IO_ERROR); });
 }
 
 TEST(TransferFaults, NameThePartThatCouldNotBeSent)
@@ -356,9 +340,9 @@ TEST(TransferFaults, NoMemoryForAnUnreadBodyClosesTheChannel)
     _SIPD_MSG_TYPE_E type;
     ASSERT_EQ(pair.channel.recvMsgType(&type), 0);
     failingAllocation = 1;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(pair.channel.recvMsgType(&type), SIP_COMM_NO_MEMORY); }),
-                ElementsAre(channelInfo("recvMsgType", "the last message has not been deal with , clear it"),
-                            channelError("no memory"), channelError("read message body fail")));
+    expectLog({channelInfo("recvMsgType", "the last message has not been deal with , clear it"),
+               channelError("no memory"), channelError("read message body fail")},
+              [&] { EXPECT_EQ(pair.channel.recvMsgType(&type), SIP_COMM_NO_MEMORY); });
     EXPECT_EQ(failingAllocation, 0);
     EXPECT_FALSE(pair.channel.isConnected());
 }
@@ -376,8 +360,8 @@ TEST(TransferFaults, NoMemoryClosesThroughAnOverrideBeforeItIsLogged)
     };
     Teller channel;
     failingAllocation = 1;
-    EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(channel.clearReadSocket(1), SIP_COMM_NO_MEMORY); }),
-                ElementsAre("{4} FaultTest.cpp\tclosing", channelError("no memory")));
+    expectLog({"{4} FaultTest.cpp\tclosing", channelError("no memory")},
+              [&] { EXPECT_EQ(channel.clearReadSocket(1), SIP_COMM_NO_MEMORY); });
     EXPECT_EQ(failingAllocation, 0);
 }
 
@@ -414,8 +398,8 @@ TEST_F(Faults, OfAllocationMakeNoHandle)
     for (const int allocation : {1, 2}) {
         auto* handle = reinterpret_cast<_SIP_COMM_PROFILE_CONTROL_S*>(this);
         failingAllocation = allocation;
-        EXPECT_THAT(diagnosticsOf([&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), SIP_COMM_FAILED); }),
-                    ElementsAre(controlerError("No memory")));
+        expectLog({controlerError("No memory")},
+                  [&] { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), SIP_COMM_FAILED); });
         EXPECT_EQ(failingAllocation, 0);
         EXPECT_EQ(handle, nullptr);
     }

@@ -1,11 +1,34 @@
 #ifndef LINK_TEST_H
 #define LINK_TEST_H
 
+#include "ChannelPair.h"
+#include "DaemonTest.h"
+#include "Diagnostics.h"
+#include "SIP_COMM_Controler.h"
+
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <fcntl.h>
 #include <functional>
 #include <gmock/gmock.h>
 #include <string>
+#include <thread>
+#include <vector>
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+// The action writes those log lines.
+inline void expectLog(const std::vector<std::string>& lines, const std::function<void()>& action)
+{
+    EXPECT_THAT(diagnosticsOf(action), ElementsAreArray(lines));
+}
 
 // The link's log lines, as diagnosticsOf() returns them.
 inline std::string channelError(const std::string& message)

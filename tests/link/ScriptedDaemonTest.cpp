@@ -1,19 +1,9 @@
 // The scripted daemon as a program and as a thread, and the example client.
 
-#include "ChannelPair.h"
 #include "ChildProgram.h"
-#include "DaemonTest.h"
-#include "SIP_COMM_Controler.h"
+#include "LinkTest.h"
 
-#include <csignal>
-#include <cstring>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 

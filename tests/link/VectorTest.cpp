@@ -1,12 +1,9 @@
 // The library and the scripted daemon against the same file of messages.
 
-#include "ChannelPair.h"
-#include "SIP_COMM_Controler.h"
+#include "LinkTest.h"
 #include "SipdWire.h"
 #include "Vectors.h"
 
-#include <cstring>
-#include <gmock/gmock.h>
 #include <ostream>
 
 void PrintTo(const Vector& vector, std::ostream* stream)

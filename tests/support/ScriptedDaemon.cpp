@@ -1,5 +1,7 @@
 #include "ScriptedDaemon.h"
 
+#include "DaemonAddress.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -8,23 +10,13 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
 constexpr auto hangLimit = std::chrono::minutes(10);
-
-sockaddr_un socketAddress()
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
-    return address;
-}
 
 std::string failure(const char* action)
 {
@@ -34,10 +26,8 @@ std::string failure(const char* action)
 bool someoneListens()
 {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = socketAddress();
     // EAGAIN: the listener's queue is full.
-    const bool listens =
-        connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 || errno == EAGAIN;
+    const bool listens = atDaemonsPath(connect, fd) == 0 || errno == EAGAIN;
     close(fd);
     return listens;
 }
@@ -92,9 +82,7 @@ std::string ScriptedDaemon::start()
         unlink(SIPD_SOCKET_PATH);
     }
     listenFd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = socketAddress();
-    if (bind(listenFd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        listen(listenFd, SOMAXCONN) != 0) {
+    if (atDaemonsPath(bind, listenFd) != 0 || listen(listenFd, SOMAXCONN) != 0) {
         std::string why = failure("listen on");
         close(listenFd);
         return why;

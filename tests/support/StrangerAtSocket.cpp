@@ -1,15 +1,12 @@
 #include "StrangerAtSocket.h"
 
-#include "SIPD_Messages.h"
+#include "DaemonAddress.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstring>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,11 +14,8 @@ namespace {
 
 int bindSocket()
 {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(atDaemonsPath(bind, fd), 0);
     EXPECT_EQ(chmod(SIPD_SOCKET_PATH, 0666), 0);
     return fd;
 }

@@ -2,6 +2,7 @@
 //
 // An input is one byte (a 16th of the bytes that the client sends before it closes) and the name.
 
+#include "DaemonAddress.h"
 #include "DaemonSocketClaim.h"
 #include "Require.h"
 #include "ScriptedDaemon.h"
@@ -13,8 +14,6 @@
 #include <poll.h>
 #include <set>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 // The scenarios that were played, without their numbers, for the test that replays inputs.
@@ -46,10 +45,7 @@ const std::string& requests()
 void converse(size_t sent)
 {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
-    require(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
+    require(atDaemonsPath(connect, fd) == 0);
     require(send(fd, requests().data(), sent, MSG_NOSIGNAL) == static_cast<ssize_t>(sent));
     require(shutdown(fd, SHUT_WR) == 0);
     size_t received = 0;
