@@ -3,6 +3,7 @@
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
 #include "SETUP_SIP_Agent.h"
+#include "Sanitizers.h"
 #include "SettingsFile.h"
 #include "SettingsFixture.h"
 #include "SystemCallFault.h"
@@ -14,7 +15,6 @@
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
-#include <iterator>
 #include <memory>
 #include <ostream>
 #include <random>
@@ -351,6 +351,8 @@ TEST(BrokenFiles, WithALostByteAreWholeOnceRepaired)
     EXPECT_GT(repaired, good.size() / 2);
 }
 
+const int FILES_OF_PIECES = hasAddressSanitizer() ? 500 : 3000;
+
 // A tidy either repairs the file, or leaves it and describes its damage.
 void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)
 {
@@ -368,50 +370,24 @@ void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)
 
 TEST(BrokenFiles, OfRandomPiecesAreWholeOnceRepaired)
 {
-    const QByteArray pieces[] = {"[ProfileSummary]\n",
-                                 "TotalProfile=",
-                                 "2\n",
-                                 "-1\n",
-                                 "99999999999\n",
-                                 "[Profile0]\n",
-                                 "[Profile1]\n",
-                                 "[Profile2]",
-                                 "[Profile7]\r\n",
-                                 "[Profile18446744073709551616]\n",
-                                 "[",
-                                 "]\n",
-                                 "[]\n",
-                                 "[Profile",
-                                 "\n",
-                                 "DisplayName=",
-                                 "DisplayName=A\n",
-                                 "DisplayName=A (2)\n",
-                                 "DisplayName = \xff\n",
-                                 "DisplayName\n",
-                                 "DisplayName[de]=B\n",
-                                 "DefaultProfile=true\n",
-                                 "Locked=false\n",
-                                 "Server=s\n",
-                                 "UserID=\\u0000\n",
-                                 "[SystemDefault]\n",
-                                 "Profile=Profile1\n",
-                                 "Profile=true\n",
-                                 "# note\n",
-                                 " # [Profile0]\n",
-                                 "=\n",
-                                 "Encoding=latin1\n",
-                                 QByteArray(1, '\0'),
-                                 "\xEF\xBB\xBF",
-                                 "A",
-                                 "\x01"};
-    constexpr int FILES_OF_PIECES = 3000;
+    // Separated by "|".
+    QList<QByteArray> pieces =
+        QByteArray(
+            "[ProfileSummary]\n|TotalProfile=|2\n|-1\n|99999999999\n|[Profile0]\n|[Profile1]\n|[Profile2]|"
+            "[Profile7]\r\n|[Profile18446744073709551616]\n|[|]\n|[]\n|[Profile|\n|DisplayName=|"
+            "DisplayName=A\n|DisplayName=A (2)\n|DisplayName = \xff\n|DisplayName\n|DisplayName[de]=B\n|"
+            "DefaultProfile=true\n|Locked=false\n|Server=s\n|UserID=\\u0000\n|[SystemDefault]\n|"
+            "Profile=Profile1\n|Profile=true\n|# note\n| # "
+            "[Profile0]\n|=\n|Encoding=latin1\n|\xEF\xBB\xBF|A|\x01")
+            .split('|');
+    pieces += QByteArray(1, '\0');
     std::mt19937 random(20);
     const SettingsDirectory settings(SettingsDirectory::InMemory);
     int repaired = 0;
     for (int i = 0; i < FILES_OF_PIECES; ++i) {
         QByteArray bytes;
         for (auto count = random() % 25; count > 0; --count)
-            bytes += pieces[random() % std::size(pieces)];
+            bytes += pieces[static_cast<qsizetype>(random() % static_cast<size_t>(pieces.size()))];
         SCOPED_TRACE(bytes.toHex().toStdString() + '\n' + bytes.toStdString());
         settings.writeFile(bytes);
         const WarningLog warnings;

@@ -42,8 +42,8 @@ protected:
         }
     }
 
-    // Kills mend before each of its system calls. verify is called with what was left, and the result of a
-    // mend that ran to its end.
+    // Kills mend before each of its system calls. verify is called with the file that is left, and with the
+    // result of a mend that ran to its end.
     template <class Verify>
     void killEverywhere(Mend* mend, const Verify& verify)
     {

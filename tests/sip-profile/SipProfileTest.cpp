@@ -487,18 +487,10 @@ TEST_F(SipProfile, ReportsAFullOutput)
 
 TEST_F(SipProfile, RefusesWrongUsage)
 {
-    for (const QStringList& arguments : QList<QStringList>{{},
-                                                           {"lists"},
-                                                           {"list", "A"},
-                                                           {"status", "A", "B"},
-                                                           {"connect"},
-                                                           {"disconnect"},
-                                                           {"connect", "A", "B"},
-                                                           {"check", "A"},
-                                                           {"repair", "A"},
-                                                           {"list", "--jason"},
-                                                           {"-x"}}) {
-        SCOPED_TRACE(arguments.join(' ').toStdString());
+    for (const char* line : {"", "lists", "list A", "status A B", "connect", "disconnect", "connect A B",
+                             "check A", "repair A", "list --jason", "-x"}) {
+        const QStringList arguments = QString(line).split(' ', Qt::SkipEmptyParts);
+        SCOPED_TRACE(line);
         const Result result = run(arguments);
         EXPECT_EQ(result.code, 2);
         EXPECT_EQ(result.out, "");
