@@ -2,6 +2,7 @@
 #define PHONEFIXTURE_H
 
 #include "HomeScreen.h"
+#include "MessageBoxes.h"
 #include "OrmuMessageBox.h"
 #include "ScreenDriver.h"
 #include "SettingsFixture.h"
@@ -98,58 +99,29 @@ protected:
     }
 
     // Answers the boxes that act waits for by these keys, in turn.
-    static Told answer(const std::vector<Qt::Key>& keys, const std::function<void()>& act)
+    static Told answer(std::initializer_list<Qt::Key> keys, const std::function<void()>& act)
     {
-        Told told;
-        std::vector<std::unique_ptr<ScreenDriver::Expected>> expected;
-        std::function<void()> expectNext;
-        const auto isOpen = [] { return ScreenDriver::open<OrmuMessageBox>() != nullptr; };
-        const auto answerThis = [&] {
-            told.push_back(textAndKeys());
-            const Qt::Key key = keys[told.size() - 1];
-            if (told.size() < keys.size())
-                expectNext();
-            ScreenDriver::press(key);
-        };
-        expectNext = [&] {
-            expected.push_back(std::make_unique<ScreenDriver::Expected>(isOpen, answerThis));
-        };
-        expectNext();
+        const BoxAnswers answers(keys);
         act();
+        Told told;
+        for (const ShownBox& box : answers.boxes())
+            told.push_back((QStringList(box.text) + box.buttons).join(u'|').toStdString());
         return told;
     }
 
-    // Waits for a box that nobody waits for, and presses the key.
+    // Waits for a box that opens by itself, and presses the key.
     static std::string boxText(const char* picture = "", Qt::Key key = Qt::Key_Return)
     {
         if (!ScreenDriver::waitFor([] { return ScreenDriver::open<OrmuMessageBox>() != nullptr; }))
             return "(no box)";
-        takePicture(picture);
+        if (*picture != 0)
+            keepPicture(picture);
         const std::string text = ScreenDriver::open<OrmuMessageBox>()->text().toStdString();
         ScreenDriver::press(key);
         return text;
     }
 
-    // Takes it when the environment names a directory for pictures.
-    static void takePicture(const std::string& name)
-    {
-        const QString directory = qEnvironmentVariable("ORMU_TEST_PICTURES");
-        if (!directory.isEmpty() && !name.empty()) {
-            EXPECT_TRUE(ScreenDriver::savePicture(directory + "/" + QString::fromStdString(name) + ".png"));
-        }
-    }
-
     std::unique_ptr<HomeScreen> home;
-
-private:
-    static std::string textAndKeys()
-    {
-        const auto* box = ScreenDriver::open<OrmuMessageBox>();
-        QStringList texts = {box->text()};
-        for (int i = 0; i < 3 && !box->buttonText(i).isEmpty(); ++i)
-            texts += box->buttonText(i);
-        return texts.join(u'|').toStdString();
-    }
 };
 
 #endif

@@ -47,14 +47,6 @@ TEST_F(Phone, LoadsSixtyLibrariesAtMost)
     EXPECT_LE(libraries.size(), 60) << libraries.join('\n').toStdString();
 }
 
-TEST_F(Phone, ShowsTheProfilesOfTheSettingsFile)
-{
-    writeFile(TWO_PROFILES);
-    openList();
-    ASSERT_TRUE(listIsOpen());
-    EXPECT_EQ(rows(), QStringList({"Home", "Ёлка"}));
-}
-
 TEST_F(Phone, ShowsTheChosenProfilesGroupAndMarksItNextTime)
 {
     writeFile(TWO_PROFILES);
