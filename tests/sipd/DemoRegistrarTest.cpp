@@ -178,7 +178,7 @@ TEST_F(DemoRegistrar, AnotherOneTakesOverItsClients)
     startDaemon({"--expires", "2"});
     EXPECT_EQ(connect("anna"), SIPD_ACK_SUCCESS);
     startRegistrar();
-    // It has another nonce, which is no reason to refuse anybody.
+    // Its nonce is another one. It refuses nobody for that.
     EXPECT_TRUE(waitUntil([this] { return says("anna registered at"); }));
     EXPECT_THAT(registrar->log(), Not(HasSubstr("refused")));
 }
@@ -196,21 +196,6 @@ TEST_F(DemoRegistrar, EndsWithAReasonWhenItsPortIsTaken)
     EXPECT_EQ(registrar->exitStatus(), 0);
 }
 
-namespace {
-
-// What it says to its end.
-std::pair<std::string, int> outcomeOf(const std::vector<std::string>& options)
-{
-    QTemporaryDir workplace;
-    std::vector<std::string> command = {DEMO_REGISTRAR};
-    command.insert(command.end(), options.begin(), options.end());
-    LoggedProgram program(command, workplace.filePath("log").toStdString());
-    EXPECT_TRUE(waitUntil([&] { return !program.isRunning(); }));
-    return {program.log(), program.exitStatus()};
-}
-
-} // namespace
-
 TEST(DemoRegistrarOptions, AreRefusedWithoutNamingWhatMayBeAPassword)
 {
     for (const std::vector<std::string>& options :
@@ -221,7 +206,9 @@ TEST(DemoRegistrarOptions, AreRefusedWithoutNamingWhatMayBeAPassword)
                                                {"--account", "anna:tr0ub4dor"},
                                                {"--account"},
                                                {"--no-such-option"}}) {
-        const auto [output, status] = outcomeOf(options);
+        std::vector<std::string> command = {DEMO_REGISTRAR};
+        command.insert(command.end(), options.begin(), options.end());
+        const auto [output, status] = outcomeOf(command);
         EXPECT_EQ(status, 2) << options[0];
         EXPECT_THAT(output, HasSubstr("usage: demo-registrar"));
         EXPECT_THAT(output, Not(HasSubstr("tr0ub4dor")));
@@ -235,7 +222,7 @@ TEST(DemoRegistrarOptions, AFileOfAccountsIsRefusedWithTheReason)
     const auto outcomeWith = [&](const std::string& text, mode_t mode) {
         std::ofstream(path) << text;
         chmod(path.c_str(), mode);
-        const auto [output, status] = outcomeOf({"--account", path});
+        const auto [output, status] = outcomeOf({DEMO_REGISTRAR, "--account", path});
         EXPECT_EQ(status, 2);
         EXPECT_THAT(output, Not(HasSubstr("tr0ub4dor")));
         return output;
@@ -244,5 +231,5 @@ TEST(DemoRegistrarOptions, AFileOfAccountsIsRefusedWithTheReason)
     EXPECT_THAT(outcomeWith("anna:x\ntr0ub4dor\n", 0600), HasSubstr("line 2 is not USER:PASSWORD"));
     EXPECT_THAT(outcomeWith(":tr0ub4dor", 0600), HasSubstr("line 1 is not USER:PASSWORD"));
     unlink(path.c_str());
-    EXPECT_THAT(outcomeOf({"--account", path}).first, HasSubstr("No such file or directory"));
+    EXPECT_THAT(outcomeOf({DEMO_REGISTRAR, "--account", path}).first, HasSubstr("No such file or directory"));
 }

@@ -24,7 +24,7 @@ protected:
     {
         options.emplace_back("--keep-running");
         startDaemon(options);
-        // The kernel names the process that called listen().
+        // The peer that the kernel names is the process that called listen().
         keeper_ = SipdClient().daemon();
     }
     // Waits for a daemon other than the former: its process.
@@ -40,7 +40,6 @@ protected:
         }));
         return process;
     }
-    static bool isThere() { return access(SIPD_SOCKET_PATH, F_OK) == 0; }
     static bool isGone(pid_t process) { return ::kill(process, 0) != 0; }
     size_t restarts() const
     {
@@ -56,7 +55,7 @@ protected:
 
 } // namespace
 
-TEST_F(KeptDaemon, ServesEveryClientHoweverOftenItIsKilled)
+TEST_F(KeptDaemon, ServesEveryClientBetweenManyKills)
 {
     startKept();
     std::atomic<int> kills = 0;
@@ -114,7 +113,7 @@ TEST_F(KeptDaemon, ServesAClientThatComesBetweenTwoDaemons)
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
 }
 
-TEST_F(KeptDaemon, IsStartedAgainWhateverEndsIt)
+TEST_F(KeptDaemon, IsStartedAgainAfterEverySignal)
 {
     TestRegistrar registrar;
     writeProfile("Profile0", {.port = registrar.port(), .autoConnect = true});
@@ -140,7 +139,7 @@ TEST_F(KeptDaemon, EndsWithItsKeeperAndUnregisters)
         daemon().signal(signal);
         EXPECT_EQ(daemon().wait(), 0);
         EXPECT_EQ(registrar.contacts().size(), 0U);
-        EXPECT_FALSE(isThere());
+        EXPECT_FALSE(socketExists());
         EXPECT_TRUE(isGone(process));
     }
 }
@@ -185,7 +184,7 @@ TEST_F(KeptDaemon, ReceivesTheLastOfManySockets)
     const pid_t process = daemonProcess();
     ::kill(process, SIGSTOP);
     for (int i = 0; i < 600; ++i) {
-        ASSERT_TRUE(waitUntil(isThere));
+        ASSERT_TRUE(waitUntil(socketExists));
         ASSERT_EQ(unlink(SIPD_SOCKET_PATH), 0);
     }
     ::kill(process, SIGCONT);

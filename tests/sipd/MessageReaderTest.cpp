@@ -1,4 +1,4 @@
-// The receiving side alone, held against the file of messages and against what no client may send.
+// The receiving side alone: the messages of the file, and messages that no client may send.
 
 #include "MessageReader.h"
 #include "SipdClient.h"

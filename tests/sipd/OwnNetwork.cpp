@@ -1,14 +1,18 @@
 #include "OwnNetwork.h"
 
+#include "ChildProcess.h"
+
 #include <arpa/inet.h>
 #include <cstring>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/if_tun.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
 #include <string_view>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -36,8 +40,6 @@ bool bringUp(const char* name)
     return configure(SIOCSIFFLAGS, request);
 }
 
-} // namespace
-
 bool enterOwnNetwork()
 {
     return unshare(CLONE_NEWNET) == 0 && bringUp("lo");
@@ -46,7 +48,7 @@ bool enterOwnNetwork()
 bool addInterface()
 {
     constexpr char name[] = "test0";
-    const int tunnel = open("/dev/net/tun", O_RDWR | O_CLOEXEC); // the interface goes with it
+    const int tunnel = open("/dev/net/tun", O_RDWR | O_CLOEXEC); // the interface ends with it
     ifreq request = interface(name);
     request.ifr_flags = IFF_TUN | IFF_NO_PI;
     if (tunnel < 0 || ioctl(tunnel, TUNSETIFF, &request) != 0)
@@ -57,4 +59,26 @@ bool addInterface()
     inet_pton(AF_INET, "192.0.2.1", &address.sin_addr);
     std::memcpy(&request.ifr_addr, &address, sizeof(address));
     return configure(SIOCSIFADDR, request) && bringUp(name);
+}
+
+bool mountFile(const std::string& file, const std::string& place)
+{
+    return unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount(file.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) == 0;
+}
+
+} // namespace
+
+void checkInOwnNetwork(const OwnNetwork& network, const std::function<bool()>& holds)
+{
+    constexpr int NOT_POSSIBLE = 77;
+    const int outcome = runInChild([&] {
+        if (!enterOwnNetwork() || (network.hasInterface && !addInterface()) ||
+            (!network.file.empty() && !mountFile(network.file, network.place)))
+            return NOT_POSSIBLE;
+        return holds() && !testing::Test::HasFailure() ? 0 : 1;
+    });
+    if (outcome == NOT_POSSIBLE)
+        GTEST_SKIP() << "a private network is not possible here";
+    EXPECT_EQ(outcome, 0);
 }

@@ -1,12 +1,19 @@
 #ifndef OWN_NETWORK_H
 #define OWN_NETWORK_H
 
-// Gives this process a network of its own, which has nothing but a loopback that is up. False where that is
-// not to be had.
-bool enterOwnNetwork();
+#include <functional>
+#include <string>
 
-// Adds an interface with the IPv4 address 192.0.2.1, and with no more of IPv6 than an address of the link. It
-// stays as long as this process. False where that is not to be had.
-bool addInterface();
+// A network that has nothing but a loopback that is up, and what a check has beside it.
+struct OwnNetwork
+{
+    bool hasInterface = false; // with the IPv4 address 192.0.2.1, and of IPv6 only an address of the link
+    std::string file = {};     // mounted on place
+    std::string place = {};
+};
+
+// Runs the check in a child with that network, and fails the test unless it holds and expects nothing in
+// vain. Skips the test where this user may not have such a network.
+void checkInOwnNetwork(const OwnNetwork& network, const std::function<bool()>& holds);
 
 #endif

@@ -67,15 +67,6 @@ request_route {
         append_to_reply("Retry-After: 5\r\n");
         sl_send_reply("503", "Service Unavailable");
         exit;
-    case "unknown":
-        sl_send_reply("404", "Not Found");
-        exit;
-    case "banned":
-        sl_send_reply("403", "Forbidden");
-        exit;
-    case "broken":
-        sl_send_reply("500", "Server Internal Error");
-        exit;
     case "silent":
         exit;
     case "proxied":
@@ -90,26 +81,16 @@ request_route {
         www_challenge("$fd", "0");
         exit;
     }
-    if ($tU =~ "^late-" && $hdr(Expires) != "0") {
-        xlog("L_WARN", "$tU has asked\n");
-        usleep("LATENESS");
-    }
     save("location");
-    if ($hdr(Expires) != "0") {
-        xlog("L_WARN", "$tU has registered\n");
-    }
 }
 )";
 
 std::string routeFor(const std::string& password)
 {
     std::string route = ROUTE;
-    const auto replaceAll = [&route](const std::string& from, const std::string& to) {
-        for (size_t at = route.find(from); at != std::string::npos; at = route.find(from, at + to.size()))
-            route.replace(at, from.size(), to);
-    };
-    replaceAll("LATENESS", std::to_string(std::chrono::microseconds(Kamailio::LATENESS).count()));
-    replaceAll("PASSWORD", escaped(password));
+    const std::string given = escaped(password);
+    for (size_t at = 0; (at = route.find("PASSWORD", at)) != std::string::npos; at += given.size())
+        route.replace(at, 8, given);
     return route;
 }
 
@@ -164,7 +145,7 @@ void Kamailio::writeConfiguration() const
     file << "modparam(\"ctl\", \"binrpc\", \"" << control() << "\")\n"
          << "modparam(\"usrloc\", \"db_mode\", 0)\n"
          << "modparam(\"registrar\", \"min_expires\", 1)\n"
-         << "modparam(\"registrar\", \"max_expires\", " << options_.longestBindingSeconds << ")\n"
+         << "modparam(\"registrar\", \"max_expires\", 3600)\n"
          << routeFor(options_.password);
 }
 
@@ -188,16 +169,6 @@ void Kamailio::start()
 void Kamailio::die()
 {
     program_.reset();
-}
-
-bool Kamailio::hasEverBeenAsked(const std::string& user) const
-{
-    return program_->log().find(user + " has asked\n") != std::string::npos;
-}
-
-bool Kamailio::hasEverRegistered(const std::string& user) const
-{
-    return program_->log().find(user + " has registered\n") != std::string::npos;
 }
 
 std::optional<Kamailio::Registered> Kamailio::registered(const std::string& user) const

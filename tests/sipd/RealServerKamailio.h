@@ -3,7 +3,6 @@
 
 #include "RealServerProcess.h"
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -13,23 +12,16 @@
 // password SECRET, except
 //
 //   busy      503 with "Retry-After: 5"
-//   unknown   404
-//   banned    403
-//   broken    500
 //   silent    no answer
-//   late-...  registers after LATENESS; unregisters at once
 //   proxied   407 asks for the password
 class Kamailio
 {
 public:
     static constexpr char SECRET[] = "secret";
-    // Less than the time until a request over UDP is sent again: the server would carry out each copy.
-    static constexpr std::chrono::milliseconds LATENESS{400};
 
     struct Options
     {
         std::string password = SECRET;
-        int longestBindingSeconds = 3600;
         // The files for TLS. Without them it serves no TLS.
         std::filesystem::path certificate = {};
         std::filesystem::path key = {};
@@ -45,7 +37,7 @@ public:
     // Kills it. It forgets all registrations.
     void die();
 
-    // Whether it also serves ::1.
+    // Whether it serves ::1, too.
     static bool hasIpv6();
 
     int port() const { return port_; }
@@ -59,10 +51,6 @@ public:
     };
     // The user's binding. A second one fails the test.
     std::optional<Registered> registered(const std::string& user) const;
-    // Whether a user "late-..." has sent a REGISTER with the password since the start.
-    bool hasEverBeenAsked(const std::string& user) const;
-    // Whether a user has had a binding since the start, if only for a moment.
-    bool hasEverRegistered(const std::string& user) const;
 
 private:
     std::string control() const;

@@ -24,12 +24,12 @@ public:
 
     bool isRunning();
     void signal(int number) const;
-    // Ends it and what it started, at once.
+    // Kills it and the processes that it has started.
     void kill();
     // -1 while it runs or when it was killed.
     int exitStatus() const { return exitStatus_; }
 
-    // What it has written so far.
+    // Its output so far.
     std::string log() const;
 
 private:

@@ -31,7 +31,7 @@ public:
         openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj '/CN=" +
                 name + "' -keyout " + name + ".key -out " + name + ".pem");
     }
-    // Links that the TLS library finds authorities by.
+    // Makes the links by which the TLS library finds authorities.
     void linkAuthorities() const { openssl("rehash ."); }
     // Makes server.pem and server.key, for these names, signed by that authority.
     void make(const std::string& authority, const std::string& names) const
@@ -162,9 +162,7 @@ TEST_F(RealServerShiftedTls, TrustsTheSystemsAuthorities)
     writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", startServer("good").tlsPort()));
     writeProfile("Profile1", profileOf("bert", "localhost;transport=tls", startServer("foreign").tlsPort()));
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << daemon().log();
-    SipdClient client;
-    client.introduce();
-    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile1"));
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile1");
     expire();
     EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
 }

@@ -1,8 +1,7 @@
 # The daemon with real SIP servers, each started by its test on ports of its own.
 find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin)
-find_program(ORMU_SIPP sipp)
-if(NOT ORMU_KAMAILIO OR NOT ORMU_SIPP)
-    message(STATUS "The tests with real SIP servers are left out: kamailio or sipp is missing")
+if(NOT ORMU_KAMAILIO)
+    message(STATUS "The tests with real SIP servers are left out: kamailio is missing")
     return()
 endif()
 ormu_startable(demo_registrar_program demo-registrar)
@@ -15,14 +14,12 @@ target_compile_definitions(real_servers PRIVATE KAMAILIO_PROGRAM="${ORMU_KAMAILI
 target_link_libraries(real_servers PUBLIC sipd_test_support)
 
 ormu_add_test(real_server_test DAEMON_SOCKET
-    SOURCES DemoRegistrarTest.cpp RealServerTest.cpp RealServerTest.h
-        RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerScriptTest.cpp RealServerTlsTest.cpp
+    SOURCES DemoRegistrarTest.cpp RealServerTest.h RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers LABELS sipd
     NOT_EMULATED *LeavesNoMemory* "the emulator itself grows with what it has translated"
         *Shifted* "the emulator's clocks are the machine's own")
 target_compile_definitions(real_server_test PRIVATE
     DEMO_REGISTRAR="${demo_registrar_program}"
-    SIPP_PROGRAM="${ORMU_SIPP}" SIPP_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/sipp"
     LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp")
 add_dependencies(real_server_test demo-registrar)
 

@@ -106,6 +106,13 @@ TEST_F(RegisterAttemptTest, RegistersAndUnregisters)
     EXPECT_THAT(registrar.contacts(), IsEmpty());
 }
 
+TEST_F(RegisterAttemptTest, AsksForTheLifetimeThatTheServerWants)
+{
+    registrar.setShortestBinding(7200);
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrar.requests().back().expires, 7200);
+}
+
 TEST_F(RegisterAttemptTest, TurnsTheServersStatusIntoAnAck)
 {
     const std::vector<std::pair<int, _SIPD_APP_ACK_E>> outcomes = {{503, SIPD_ACK_SERVICE_UNAVAILABLE},

@@ -1,6 +1,5 @@
 // Registrations of the daemon as a process, with a registrar in this one.
 
-#include "ChildProcess.h"
 #include "OwnNetwork.h"
 #include "Sanitizers.h"
 #include "SipdProcess.h"
@@ -11,8 +10,6 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <optional>
-#include <sched.h>
-#include <sys/mount.h>
 #include <system_error>
 
 namespace {
@@ -20,14 +17,11 @@ namespace {
 class Registering : public SipdTest
 {
 protected:
-    // Has the client ask for Profile0, and waits until the registrar is asked.
-    void beginToConnect(SipdClient& client) const
+    bool waitForRequest() const
     {
-        client.introduce();
-        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
-        ASSERT_TRUE(waitUntil([this] { return !registrar.requests().empty(); }));
+        return waitUntil([this] { return !registrar.requests().empty(); });
     }
-    // Waits until this user alone is registered.
+    // Waits until only this user is registered.
     bool waitForUser(const std::string& user) const
     {
         return waitUntil([&] {
@@ -49,9 +43,9 @@ TEST_F(Registering, RegistersAndUnregisters)
 {
     writeProfile("Profile0", profile());
     startDaemon();
-    SipdClient client;
     registrar.hold();
-    beginToConnect(client);
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+    ASSERT_TRUE(waitForRequest());
     EXPECT_EQ(statusOf("Profile0"), 1U);
     registrar.release();
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
@@ -66,14 +60,16 @@ TEST_F(Registering, RegistersAndUnregisters)
 
 TEST_F(Registering, TellsThatThereIsNoNetwork)
 {
-    if (system("unshare -n true 2>/dev/null") != 0)
-        GTEST_SKIP() << "a private network is not possible here";
     writeProfile("Profile0", {.server = "192.0.2.1"});
     writeProfile("Profile1", {.server = "2001:db8::1"});
     writeProfile("Profile2", {.server = "sip.example.com"});
-    startDaemon({}, {"/usr/bin/unshare", "-n"});
-    for (const char* group : {"Profile0", "Profile1", "Profile2"})
-        EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
+    checkInOwnNetwork({}, [this] {
+        startDaemon();
+        for (const char* group : {"Profile0", "Profile1", "Profile2"})
+            EXPECT_EQ(connectProfile(group), SIPD_ACK_SERVICE_UNAVAILABLE) << group;
+        stopDaemon();
+        return true;
+    });
 }
 
 TEST_F(Registering, TellsAnUnroutableAddressFromAMissingNetwork)
@@ -84,21 +80,13 @@ TEST_F(Registering, TellsAnUnroutableAddressFromAMissingNetwork)
     writeProfile("Profile0", {.server = "sip.example.com", .port = 5079});
     writeProfile("Profile1", {.server = "2001:db8::1"});
     writeProfile("Profile2", {.server = "v6.example.com", .port = 5079});
-    constexpr int notPossible = 77;
-    const int outcome = runInChild([&] {
-        if (!enterOwnNetwork() || !addInterface() || unshare(CLONE_NEWNS) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount(hosts.c_str(), "/etc/hosts", nullptr, MS_BIND, nullptr) != 0)
-            return notPossible;
+    checkInOwnNetwork({.hasInterface = true, .file = hosts, .place = "/etc/hosts"}, [this] {
         startDaemon({"-v"});
         for (const char* group : {"Profile0", "Profile1", "Profile2"})
             EXPECT_EQ(connectProfile(group), SIPD_ACK_CONNECT_FAILED) << group << '\n' << daemon().log();
         stopDaemon();
-        return testing::Test::HasFailure() ? 1 : 0;
+        return true;
     });
-    if (outcome == notPossible)
-        GTEST_SKIP() << "a private network is not possible here";
-    EXPECT_EQ(outcome, 0);
 }
 
 TEST_F(Registering, FollowsTheSettingsFile)
@@ -129,8 +117,8 @@ TEST_F(Registering, CancelsTheConnectOfAClientThatLeaves)
     startDaemon();
     registrar.hold();
     {
-        SipdClient client;
-        beginToConnect(client);
+        const SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+        ASSERT_TRUE(waitForRequest());
     }
     EXPECT_TRUE(waitUntil([] { return statusOf("Profile0") == 0U; }));
     registrar.release();

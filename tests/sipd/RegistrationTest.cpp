@@ -14,15 +14,12 @@ using RegistrationTest = VirtualSipTest;
 
 TEST_F(RegistrationTest, RegistersAndUnregisters)
 {
-    place({{0, "anna"}});
-    start();
+    start({{0, "anna"}});
     EXPECT_EQ(status(0), 0);
-    network.setAnswer(std::nullopt);
-    const Request connecting = connect(0);
+    const Request connecting = connectUnanswered(0);
     run(100ms);
     EXPECT_EQ(status(0), 1);
-    network.setAnswer(SIPD_ACK_SUCCESS);
-    run();
+    answer(SIPD_ACK_SUCCESS);
     EXPECT_EQ(connecting->ack(), SIPD_ACK_SUCCESS);
     EXPECT_EQ(status(0), 2);
     EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
@@ -34,8 +31,7 @@ TEST_F(RegistrationTest, RegistersAndUnregisters)
 
 TEST_F(RegistrationTest, PassesTheOutcomeOn)
 {
-    place({{0, "anna"}});
-    start();
+    start({{0, "anna"}});
     for (const auto ack : {SIPD_ACK_FAILED, SIPD_ACK_SERVICE_UNAVAILABLE, SIPD_ACK_INCORRECT_PROFILE,
                            SIPD_ACK_CONNECT_FAILED}) {
         network.setAnswer(ack);
@@ -46,14 +42,13 @@ TEST_F(RegistrationTest, PassesTheOutcomeOn)
 
 TEST_F(RegistrationTest, RejectsInvalidProfilesWithoutARequest)
 {
-    place({{.number = 0, .user = "anna", .server = ""},
+    start({{.number = 0, .user = "anna", .server = ""},
            {.number = 1, .user = "anna", .server = "two words"},
            {.number = 2, .user = "anna", .port = 0},
            {.number = 3, .user = "anna", .port = 65536},
            {.number = 4, .user = "", .displayName = "Home"},
            {.number = 5, .user = R"(anna\r\nVia: x)"},
            {.number = 6, .user = "anna", .displayName = ""}});
-    start();
     for (int number = 0; number < 8; ++number)
         EXPECT_EQ(connectProfile(number), SIPD_ACK_INCORRECT_PROFILE) << number;
     EXPECT_THAT(network.requests(), IsEmpty());
@@ -61,10 +56,8 @@ TEST_F(RegistrationTest, RejectsInvalidProfilesWithoutARequest)
 
 TEST_F(RegistrationTest, GivesUpOnASilentServerAfterEightSeconds)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request request = connect(0);
+    start({{0, "anna"}});
+    const Request request = connectUnanswered(0);
     run(7999ms);
     EXPECT_EQ(request->ack(), std::nullopt);
     EXPECT_EQ(status(0), 1);
@@ -77,11 +70,8 @@ TEST_F(RegistrationTest, GivesUpOnASilentServerAfterEightSeconds)
 
 TEST_F(RegistrationTest, EndsASilentDisconnectAfterThreeSeconds)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    network.setAnswer(std::nullopt);
-    const Request request = disconnect(0);
+    start({{0, "anna"}}, {0});
+    const Request request = disconnectUnanswered(0);
     EXPECT_EQ(status(0), 0) << "at once";
     run(2999ms);
     EXPECT_EQ(request->ack(), std::nullopt);
@@ -91,8 +81,7 @@ TEST_F(RegistrationTest, EndsASilentDisconnectAfterThreeSeconds)
 
 TEST_F(RegistrationTest, SharesTheTimeAmongRoutableAddresses)
 {
-    place({{.number = 0, .user = "anna", .server = "sip.example.com"}});
-    start();
+    start({{.number = 0, .user = "anna", .server = "sip.example.com"}});
     network.setAnswer(std::nullopt);
     network.setAddresses("sip.example.com", {"192.0.2.1", "2001:db8::1", "192.0.2.2"});
     network.setUnroutable({"[2001:db8::1]"});
@@ -109,8 +98,7 @@ TEST_F(RegistrationTest, SharesTheTimeAmongRoutableAddresses)
 
 TEST_F(RegistrationTest, GivesEachAddressHalfASecondAtLeast)
 {
-    place({{.number = 0, .user = "anna", .server = "sip.example.com"}});
-    start();
+    start({{.number = 0, .user = "anna", .server = "sip.example.com"}});
     network.setAnswer(std::nullopt);
     network.setAddresses("sip.example.com", std::vector<std::string>(32, "192.0.2.1"));
     const Request request = connect(0);
@@ -123,8 +111,7 @@ TEST_F(RegistrationTest, GivesEachAddressHalfASecondAtLeast)
 
 TEST_F(RegistrationTest, TriesNoOtherAddressAfterAnAnswer)
 {
-    place({{.number = 0, .user = "anna", .server = "sip.example.com"}});
-    start();
+    start({{.number = 0, .user = "anna", .server = "sip.example.com"}});
     network.setAnswer(SIPD_ACK_INCORRECT_PROFILE);
     network.setAddresses("sip.example.com", {"192.0.2.1", "192.0.2.2"});
     EXPECT_EQ(connectProfile(0), SIPD_ACK_INCORRECT_PROFILE);
@@ -133,9 +120,8 @@ TEST_F(RegistrationTest, TriesNoOtherAddressAfterAnAnswer)
 
 TEST_F(RegistrationTest, TellsAnUnreachedServerFromAMissingNetwork)
 {
-    place({{.number = 0, .user = "anna", .server = "sip.example.com"},
+    start({{.number = 0, .user = "anna", .server = "sip.example.com"},
            {.number = 1, .user = "anna", .server = "192.0.2.1"}});
-    start();
     network.setAddresses("sip.example.com", {});
     network.setUnroutable({"192.0.2.1"});
     for (const bool isUp : {true, false}) {
@@ -149,11 +135,9 @@ TEST_F(RegistrationTest, TellsAnUnreachedServerFromAMissingNetwork)
 
 TEST_F(RegistrationTest, CountsTheTimeOfTheLookup)
 {
-    place({{.number = 0, .user = "anna", .server = "slow.example.com"},
+    start({{.number = 0, .user = "anna", .server = "slow.example.com"},
            {.number = 1, .user = "bert", .server = "silent.example.com"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request slow = connect(0);
+    const Request slow = connectUnanswered(0);
     const Request silent = connect(1);
     run(5000ms);
     EXPECT_EQ(status(0), 1);
@@ -167,8 +151,7 @@ TEST_F(RegistrationTest, CountsTheTimeOfTheLookup)
 
 TEST_F(RegistrationTest, ConnectsAutomaticallyAtTheStart)
 {
-    place({{0, "anna"}, {1, "bert", "secret", true}, {9, "cleo", "secret", true}});
-    start();
+    start({{0, "anna"}, {1, "bert", "secret", true}, {9, "cleo", "secret", true}});
     EXPECT_EQ(status(1), 2);
     EXPECT_EQ(status(9), 2);
     EXPECT_EQ(status(0), 0);
@@ -182,8 +165,7 @@ TEST_F(RegistrationTest, ConnectsAHundredProfilesAutomatically)
     std::vector<PlacedProfile> places;
     for (int number = 0; number <= 100; ++number)
         places.push_back({number, "anna", "secret", true});
-    place(places);
-    start();
+    start(places);
     EXPECT_EQ(network.users().size(), 100U);
     EXPECT_EQ(status(99), 2);
     EXPECT_EQ(status(100), 0);
@@ -237,9 +219,7 @@ TEST_F(RegistrationTest, DoesNotRetryAConnectThatFailed)
 
 TEST_F(RegistrationTest, RetriesALostRegistration)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    start({{0, "anna"}}, {0});
     network.lose("anna", SIPD_ACK_FAILED);
     EXPECT_EQ(status(0), 0);
     run(1s);
@@ -249,10 +229,7 @@ TEST_F(RegistrationTest, RetriesALostRegistration)
 
 TEST_F(RegistrationTest, RegistersAgainWhenConnectedTwice)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    start({{0, "anna"}}, {0, 0});
     EXPECT_THAT(network.requests(), ElementsAre("0 register anna", "0 unregister anna", "0 register anna"));
     EXPECT_THAT(network.users(), ElementsAre("anna"));
     network.setAnswer(SIPD_ACK_INCORRECT_PROFILE);
@@ -262,11 +239,8 @@ TEST_F(RegistrationTest, RegistersAgainWhenConnectedTwice)
 
 TEST_F(RegistrationTest, UnregistersBeforeItRegistersAgain)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    network.setAnswer(std::nullopt);
-    const Request request = connect(0);
+    start({{0, "anna"}}, {0});
+    const Request request = connectUnanswered(0);
     EXPECT_EQ(status(0), 1);
     run(8s);
     EXPECT_EQ(request->ack(), SIPD_ACK_CONNECT_FAILED);
@@ -277,9 +251,7 @@ TEST_F(RegistrationTest, UnregistersBeforeItRegistersAgain)
 
 TEST_F(RegistrationTest, RegistersAChangedProfileAgain)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    start({{0, "anna"}}, {0});
     place({{.number = 0, .user = "bert", .displayName = "anna"}});
     run(100ms);
     EXPECT_THAT(network.users(), ElementsAre("bert"));
@@ -288,9 +260,7 @@ TEST_F(RegistrationTest, RegistersAChangedProfileAgain)
 
 TEST_F(RegistrationTest, KeepsAnUnchangedAccount)
 {
-    place({{0, "anna"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    start({{0, "anna"}}, {0});
     place({{.number = 0, .user = "anna", .displayName = "Another"}, {1, "bert"}});
     run(1h);
     EXPECT_EQ(status(0), 2);
@@ -299,15 +269,12 @@ TEST_F(RegistrationTest, KeepsAnUnchangedAccount)
 
 TEST_F(RegistrationTest, TakesAChangeDuringAnAttempt)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request request = connect(0);
+    start({{0, "anna"}});
+    const Request request = connectUnanswered(0);
     run(1s);
     place({{.number = 0, .user = "bert", .displayName = "anna"}});
     EXPECT_EQ(status(0), 1);
-    network.setAnswer(SIPD_ACK_SUCCESS);
-    run();
+    answer(SIPD_ACK_SUCCESS);
     EXPECT_EQ(request->ack(), SIPD_ACK_SUCCESS);
     EXPECT_THAT(network.users(), ElementsAre("bert"));
     EXPECT_THAT(network.requests(),
@@ -316,10 +283,8 @@ TEST_F(RegistrationTest, TakesAChangeDuringAnAttempt)
 
 TEST_F(RegistrationTest, KeepsTheDeadlineWhenTheProfileChanges)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request request = connect(0);
+    start({{0, "anna"}});
+    const Request request = connectUnanswered(0);
     run(2s);
     place({{.number = 0, .user = "bert", .displayName = "anna"}});
     EXPECT_EQ(status(0), 1);
@@ -332,10 +297,7 @@ TEST_F(RegistrationTest, KeepsTheDeadlineWhenTheProfileChanges)
 
 TEST_F(RegistrationTest, UnregistersADeletedProfile)
 {
-    place({{0, "anna"}, {1, "bert"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
+    start({{0, "anna"}, {1, "bert"}}, {0, 1});
     place({{1, "bert"}});
     EXPECT_EQ(status(0), 0);
     run();
@@ -352,8 +314,7 @@ TEST_F(RegistrationTest, UnregistersADeletedProfile)
 
 TEST_F(RegistrationTest, ForgetsADeletedInvalidProfile)
 {
-    place({{.number = 0, .user = "anna", .autoConnect = true, .server = ""}});
-    start();
+    start({{.number = 0, .user = "anna", .autoConnect = true, .server = ""}});
     place("");
     EXPECT_EQ(status(0), 0);
     place({{0, "cleo"}});
@@ -363,10 +324,8 @@ TEST_F(RegistrationTest, ForgetsADeletedInvalidProfile)
 
 TEST_F(RegistrationTest, FailsAConnectOfADeletedProfile)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request request = connect(0);
+    start({{0, "anna"}});
+    const Request request = connectUnanswered(0);
     run();
     place("");
     run(100ms);
@@ -375,15 +334,12 @@ TEST_F(RegistrationTest, FailsAConnectOfADeletedProfile)
 
 TEST_F(RegistrationTest, CancelsTheConnectOfAClientThatLeaves)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    Request request = connect(0);
+    start({{0, "anna"}});
+    Request request = connectUnanswered(0);
     run();
     request.reset();
     EXPECT_EQ(status(0), 0);
-    network.setAnswer(SIPD_ACK_SUCCESS);
-    run();
+    answer(SIPD_ACK_SUCCESS);
     EXPECT_THAT(network.requests(), ElementsAre("0 register anna", "0 unregister anna"))
         << "the server has accepted it after all";
     EXPECT_EQ(status(0), 0);
@@ -392,24 +348,20 @@ TEST_F(RegistrationTest, CancelsTheConnectOfAClientThatLeaves)
 
 TEST_F(RegistrationTest, LeavesOtherClientsTheirConnect)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    Request leaving = connect(0);
+    start({{0, "anna"}});
+    Request leaving = connectUnanswered(0);
     const Request staying = connect(0);
     run();
     leaving.reset();
     EXPECT_EQ(status(0), 1);
-    network.setAnswer(SIPD_ACK_SUCCESS);
-    run();
+    answer(SIPD_ACK_SUCCESS);
     EXPECT_EQ(staying->ack(), SIPD_ACK_SUCCESS);
     EXPECT_THAT(network.requests(), ElementsAre("0 register anna"));
 }
 
 TEST_F(RegistrationTest, LimitsCancelledAttempts)
 {
-    place({{0, "anna"}});
-    start();
+    start({{0, "anna"}});
     network.setAnswer(std::nullopt);
     for (int i = 0; i < 60; ++i) {
         const Request request = connect(0);
@@ -427,10 +379,8 @@ TEST_F(RegistrationTest, LimitsCancelledAttempts)
 
 TEST_F(RegistrationTest, EndsTheConnectOfAnotherByADisconnect)
 {
-    place({{0, "anna"}});
-    start();
-    network.setAnswer(std::nullopt);
-    const Request connecting = connect(0);
+    start({{0, "anna"}});
+    const Request connecting = connectUnanswered(0);
     run();
     const Request disconnecting = disconnect(0);
     EXPECT_EQ(connecting->ack(), SIPD_ACK_FAILED);
@@ -443,18 +393,13 @@ TEST_F(RegistrationTest, EndsTheConnectOfAnotherByADisconnect)
 
 TEST_F(RegistrationTest, EndsEverything)
 {
-    place({{0, "anna"}, {1, "bert"}, {2, "cleo"}});
-    start();
-    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
-    EXPECT_EQ(connectProfile(1), SIPD_ACK_SUCCESS);
-    network.setAnswer(std::nullopt);
-    const Request disconnecting = disconnect(1);
+    start({{0, "anna"}, {1, "bert"}, {2, "cleo"}}, {0, 1});
+    const Request disconnecting = disconnectUnanswered(1);
     const Request connecting = connect(2);
     run();
     registrations->end();
     EXPECT_EQ(connecting->ack(), SIPD_ACK_FAILED);
-    network.setAnswer(SIPD_ACK_SUCCESS);
-    run();
+    answer(SIPD_ACK_SUCCESS);
     EXPECT_EQ(disconnecting->ack(), SIPD_ACK_SUCCESS);
     EXPECT_THAT(network.users(), IsEmpty());
     EXPECT_TRUE(registrations->isEmpty());
@@ -470,4 +415,16 @@ TEST_F(RegistrationTest, StartsNothingAfterTheEnd)
     place({{0, "anna", "secret", true}});
     run(1h);
     EXPECT_THAT(network.requests(), IsEmpty());
+}
+
+TEST_F(RegistrationTest, KeepsANameForEachOf256Applications)
+{
+    start();
+    EXPECT_EQ(registrations->name(7), "");
+    for (uint32_t application = 0; application < 256; ++application)
+        EXPECT_EQ(registrations->setName(application, "n"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrations->setName(256, "n"), SIPD_ACK_FAILED);
+    EXPECT_EQ(registrations->setName(3, "m"), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrations->name(3), "m");
+    EXPECT_EQ(registrations->name(7), "n");
 }

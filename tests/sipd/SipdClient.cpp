@@ -18,6 +18,12 @@ SipdClient::SipdClient() : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     connected_ = connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
 
+SipdClient::SipdClient(_SIPD_PROFILE_CTRL_E request, const std::string& name) : SipdClient()
+{
+    introduce();
+    send(profileMessage(request, name));
+}
+
 SipdClient::~SipdClient()
 {
     close();

@@ -15,6 +15,8 @@ public:
     static constexpr uint32_t NO_ANSWER = 0xffffffff;
 
     SipdClient(); // connects; isConnected() tells whether it did
+    // Connects, introduces itself and sends the request.
+    SipdClient(_SIPD_PROFILE_CTRL_E request, const std::string& name);
     ~SipdClient();
     SipdClient(SipdClient&& other) noexcept;
     SipdClient(const SipdClient&) = delete;
@@ -25,7 +27,7 @@ public:
 
     // False when the daemon has closed. Blocks while the daemon does not read.
     bool send(const std::string& bytes) const;
-    // How much of bytes the daemon takes without blocking.
+    // Sends without blocking. The number of bytes that the daemon took.
     size_t sendSome(const std::string& bytes) const;
     // Nothing when the daemon has closed, or does not answer.
     std::optional<SipdMessage> receive();

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
@@ -77,6 +79,17 @@ void SipdTest::stopDaemon()
     daemon_.reset();
 }
 
+void SipdTest::startWithSocket(int fd)
+{
+    startDaemon({},
+                {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=1 exec \"$0\" \"$@\" 3<&" + std::to_string(fd)});
+}
+
+bool SipdTest::logContains(const std::string& text) const
+{
+    return daemon_->log().find(text) != std::string::npos;
+}
+
 void SipdTest::writeProfile(const std::string& group, const TestProfile& profile)
 {
     SETUP_SET_Manager manager(settingsPath(), false);
@@ -113,6 +126,35 @@ uint32_t SipdTest::statusOf(const std::string& group)
     SipdClient client;
     client.introduce();
     return client.status(group);
+}
+
+int SipdTest::bindSocket(const std::string& path, bool isListening)
+{
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_TRUE(!isListening || listen(fd, 5) == 0);
+    return fd;
+}
+
+bool SipdTest::socketExists()
+{
+    return access(SIPD_SOCKET_PATH, F_OK) == 0;
+}
+
+bool SipdTest::isServed()
+{
+    SipdClient client;
+    return client.isConnected() && client.introduce() == SIPD_ACK_SUCCESS;
+}
+
+std::pair<std::string, int> outcomeOf(const std::vector<std::string>& command)
+{
+    ChildProgram program(command);
+    std::string output = program.readRest();
+    return {output, program.wait()};
 }
 
 std::optional<std::vector<std::string>> asNobody()

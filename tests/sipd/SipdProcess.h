@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// What a test writes into the settings file of one profile; as it stands, one that no server knows yet.
+// The settings of a profile. A test gives it its server's port.
 struct TestProfile
 {
     std::string server = "127.0.0.1";
@@ -56,7 +56,10 @@ protected:
                      const std::vector<std::string>& wrapper = {});
     // Fails the test unless it ends well.
     void stopDaemon();
+    // Starts it as a service manager does, with this listening socket.
+    void startWithSocket(int fd);
     SipdProcess& daemon() const { return *daemon_; }
+    bool logContains(const std::string& text) const;
     std::string logFile() const { return directory().toStdString() + "/sipd.log"; }
 
     static void writeProfile(const std::string& group, const TestProfile& profile);
@@ -66,10 +69,20 @@ protected:
     static uint32_t disconnectProfile(const std::string& group);
     static uint32_t statusOf(const std::string& group);
 
+    // Binds a socket to the path, and listens. The caller closes it.
+    static int bindSocket(const std::string& path = SIPD_SOCKET_PATH, bool isListening = true);
+    // Whether the daemon's socket file exists.
+    static bool socketExists();
+    // Whether a daemon answers at the socket file.
+    static bool isServed();
+
 private:
     DaemonSocketClaim claim_;
     std::unique_ptr<SipdProcess> daemon_;
 };
+
+// Runs the command to its end: its output and its exit status.
+std::pair<std::string, int> outcomeOf(const std::vector<std::string>& command);
 
 // A command before another that has it run as the user "nobody"; none when this is not root, or when nobody
 // may not execute the daemon in this checkout.

@@ -159,6 +159,9 @@ std::string TestRegistrar::answerTo(const std::string& message)
         return "SIP/2.0 " + std::to_string(*status_) + " Said\r\n" + common + "\r\n";
     if (account_ && !isAuthorized(request))
         return "SIP/2.0 401 Unauthorized\r\n" + common + challenges() + "\r\n";
+    if (request.expires != 0 && request.expires < shortestBinding_)
+        return "SIP/2.0 423 Interval Too Brief\r\n" + common +
+               "Min-Expires: " + std::to_string(shortestBinding_) + "\r\n\r\n";
     if (request.expires == 0)
         contacts_.erase(request.contact);
     else
@@ -190,7 +193,8 @@ std::string TestRegistrar::challenges()
     std::string headers;
     for (const std::string& algorithm : account_->algorithms)
         headers += "WWW-Authenticate: Digest realm=" + quotedText(account_->realm) + ", nonce=\"" + nonce() +
-                   "\", algorithm=" + algorithm + ", qop=\"auth\", opaque=\"o\"\r\n";
+                   "\", algorithm=" + algorithm + ", qop=\"auth\", opaque=\"o\"" +
+                   (saysStale_ && nonceNumber_ > 1 ? ", stale=true\r\n" : "\r\n");
     return headers;
 }
 
@@ -199,51 +203,8 @@ std::string TestRegistrar::nonce()
     return "nonce" + std::to_string(nonceNumber_);
 }
 
-void TestRegistrar::setAccount(const Account& account)
-{
-    const std::lock_guard lock(mutex_);
-    account_ = account;
-}
-
-void TestRegistrar::setAnswer(std::optional<int> status)
-{
-    const std::lock_guard lock(mutex_);
-    status_ = status;
-}
-
-void TestRegistrar::hold()
-{
-    const std::lock_guard lock(mutex_);
-    isHeld_ = true;
-}
-
 void TestRegistrar::release()
 {
-    const std::lock_guard lock(mutex_);
-    isHeld_ = false;
+    set(isHeld_, false);
     released_.notify_all();
-}
-
-void TestRegistrar::setNonceUses(int uses)
-{
-    const std::lock_guard lock(mutex_);
-    nonceUses_ = uses;
-}
-
-std::vector<TestRegistrar::Register> TestRegistrar::requests() const
-{
-    const std::lock_guard lock(mutex_);
-    return requests_;
-}
-
-size_t TestRegistrar::accepted() const
-{
-    const std::lock_guard lock(mutex_);
-    return accepted_;
-}
-
-std::set<std::string> TestRegistrar::contacts() const
-{
-    const std::lock_guard lock(mutex_);
-    return contacts_;
 }

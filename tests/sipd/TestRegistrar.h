@@ -39,21 +39,41 @@ public:
 
     unsigned int port() const { return port_; }
 
-    // Everybody is asked for the password of this account; without it, everybody is welcome.
-    void setAccount(const Account& account);
-    // Answered to everybody, instead; 0 for no answer at all.
-    void setAnswer(std::optional<int> status);
+    // Asks for the password of this account. Without an account, every REGISTER is accepted.
+    void setAccount(const Account& account) { set(account_, account); }
+    // The status of every answer from now on; 0 for no answer at all.
+    void setAnswer(std::optional<int> status) { set(status_, status); }
     // Answers wait until release().
-    void hold();
+    void hold() { set(isHeld_, true); }
     void release();
-    // A nonce serves for so many requests, and then for none, without a word.
-    void setNonceUses(int uses);
+    // A nonce serves so many requests. The next challenge says that it is stale, or it does not.
+    void setNonceUses(int uses, bool saysStale = false)
+    {
+        set(nonceUses_, uses);
+        set(saysStale_, saysStale);
+    }
+    // Refuses to register for less than that with 423.
+    void setShortestBinding(int seconds) { set(shortestBinding_, seconds); }
 
-    std::vector<Register> requests() const;
-    std::set<std::string> contacts() const; // registered now
-    size_t accepted() const;                // requests whose positive answer has been sent
+    std::vector<Register> requests() const { return get(requests_); }
+    std::set<std::string> contacts() const { return get(contacts_); } // registered now
+    // Requests whose positive answer has been sent.
+    size_t accepted() const { return get(accepted_); }
 
 private:
+    template <class T>
+    T get(const T& member) const
+    {
+        const std::lock_guard lock(mutex_);
+        return member;
+    }
+    template <class T, class Value>
+    void set(T& member, const Value& value)
+    {
+        const std::lock_guard lock(mutex_);
+        member = value;
+    }
+
     void run();
     std::string answerTo(const std::string& request);
     bool isAuthorized(const Register& request);
@@ -71,6 +91,8 @@ private:
     bool isHeld_ = false;
     bool isStopping_ = false;
     int nonceUses_ = 1'000'000;
+    bool saysStale_ = false;
+    int shortestBinding_ = 0;
     int usesOfNonce_ = 0;
     int nonceNumber_ = 0;
     std::vector<Register> requests_;

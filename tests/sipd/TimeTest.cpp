@@ -22,12 +22,6 @@ protected:
     {
         return waitUntil([&] { return registrar.requests().size() >= count; });
     }
-    void beginToConnect(SipdClient& client)
-    {
-        client.introduce();
-        client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
-        ASSERT_TRUE(waitForRequests(1));
-    }
     void sleepWhenIdle(std::chrono::seconds duration)
     {
         ShiftedTime::waitUntilIdle(SipdClient().daemon());
@@ -58,8 +52,8 @@ TEST_P(Time, SetDateLeavesAConnectAlone)
     writeProfile("Profile0", profile());
     startShifted();
     registrar.hold();
-    SipdClient client;
-    beginToConnect(client);
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+    ASSERT_TRUE(waitForRequests(1));
     time.setDate(std::chrono::hours(GetParam()));
     registrar.release();
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
@@ -72,8 +66,8 @@ TEST_P(Time, SetDateLeavesTheDeadlineOfAConnectAlone)
     writeProfile("Profile1", {.port = other.port()});
     startShifted();
     registrar.setAnswer(0);
-    SipdClient client;
-    beginToConnect(client);
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+    ASSERT_TRUE(waitForRequests(1));
     time.setDate(std::chrono::hours(GetParam()));
     // The daemon's timers have run by the time that another profile is connected.
     EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
@@ -130,8 +124,8 @@ TEST_F(Suspend, ConnectEndsAtWakeUp)
     writeProfile("Profile0", profile());
     startShifted();
     registrar.setAnswer(0);
-    SipdClient client;
-    beginToConnect(client);
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+    ASSERT_TRUE(waitForRequests(1));
     time.sleepFor(3h);
     EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
 }
@@ -139,11 +133,11 @@ TEST_F(Suspend, ConnectEndsAtWakeUp)
 TEST_F(Suspend, RegistrationSurvivesNoncesThatRunOut)
 {
     registrar.setAccount({"anna", "secret"});
-    registrar.setNonceUses(2);
     writeProfile("Profile0", profile());
     startShifted();
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     for (size_t count = 2; count < 6; ++count) {
+        registrar.setNonceUses(2, count >= 4);
         // The daemon has handled the answer: no request waits, which sleep would have it send again.
         EXPECT_EQ(statusOf("Profile0"), 2U);
         EXPECT_EQ(statusOf("Profile0"), 2U);
@@ -176,9 +170,7 @@ TEST_F(Suspend, SilentServerDelaysADisconnectForThreeSecondsAtMost)
     startShifted();
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
     registrar.setAnswer(0);
-    SipdClient client;
-    client.introduce();
-    client.send(SipdClient::profileMessage(PROFILE_CTRL_DISCONNECT, "Profile0"));
+    SipdClient client(PROFILE_CTRL_DISCONNECT, "Profile0");
     ASSERT_TRUE(waitUntil([this] { return registrar.requests().back().expires == 0; }));
     time.sleepFor(3s);
     EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
@@ -194,9 +186,7 @@ TEST_F(Suspend, SilentServersDelayTheEndOfTheDaemonForFourSecondsAtMost)
     startShifted();
     EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_SUCCESS);
     registrar.setAnswer(0);
-    SipdClient client;
-    client.introduce();
-    client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, "Profile0"));
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
     ASSERT_TRUE(waitForRequests(2));
     daemon().signal(SIGTERM);
     ASSERT_TRUE(waitUntil([this] { return registrar.requests().back().expires == 0; }));

@@ -92,7 +92,7 @@ public:
     State state() const override { return state_; }
 
     const std::string& user() const { return user_; }
-    // Has a request without an answer.
+    // Whether a request has no answer yet.
     bool isWaiting() const { return state_ != State::Registered && state_ != State::Gone; }
     void awaitAnswer()
     {

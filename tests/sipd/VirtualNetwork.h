@@ -47,7 +47,7 @@ public:
     const std::vector<std::string>& requests() const { return requests_; }
     // The server and the timeout of the last attempt, as "ADDRESS:PORT in TIMEOUT".
     const std::string& lastServer() const { return lastServer_; }
-    // Those with a registration, sorted.
+    // The users with a registration, sorted.
     std::vector<std::string> users() const;
     // Attempts that have not been deleted.
     size_t attempts() const { return attempts_.size(); }

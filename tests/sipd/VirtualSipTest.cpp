@@ -24,15 +24,14 @@ void VirtualSipTest::useDirectory(const std::string& name)
     qputenv("ORMU_SETTING_DIR", QByteArray::fromStdString(settings_));
 }
 
-std::string VirtualSipTest::textOf(const std::vector<PlacedProfile>& places, int defaultNumber)
+std::string VirtualSipTest::textOf(const std::vector<PlacedProfile>& places)
 {
     std::ostringstream text;
     text << "[ProfileSummary]\nTotalProfile=" << places.size() << '\n' << std::boolalpha;
     for (const PlacedProfile& place : places)
         text << '[' << groupOf(place.number) << "]\nDisplayName=" << place.displayName.value_or(place.user)
              << "\nServer=" << place.server << "\nPortNum=" << place.port << "\nUserID=" << place.user
-             << "\nPassword=" << place.password << "\nAutoConnect=" << place.autoConnect
-             << "\nDefaultProfile=" << (place.number == defaultNumber) << '\n';
+             << "\nPassword=" << place.password << "\nAutoConnect=" << place.autoConnect << '\n';
     return text.str();
 }
 
@@ -55,6 +54,14 @@ void VirtualSipTest::start()
     run();
 }
 
+void VirtualSipTest::start(const std::vector<PlacedProfile>& places, const std::vector<int>& connected)
+{
+    place(places);
+    start();
+    for (const int number : connected)
+        EXPECT_EQ(connectProfile(number), SIPD_ACK_SUCCESS) << number;
+}
+
 void VirtualSipTest::run(std::chrono::milliseconds time)
 {
     loop.wake();
@@ -75,6 +82,24 @@ VirtualSipTest::Request VirtualSipTest::disconnect(int number)
     auto request = std::make_unique<TestRequest>(*registrations);
     registrations->disconnect(groupOf(number), request.get());
     return request;
+}
+
+VirtualSipTest::Request VirtualSipTest::connectUnanswered(int number)
+{
+    network.setAnswer(std::nullopt);
+    return connect(number);
+}
+
+VirtualSipTest::Request VirtualSipTest::disconnectUnanswered(int number)
+{
+    network.setAnswer(std::nullopt);
+    return disconnect(number);
+}
+
+void VirtualSipTest::answer(_SIPD_APP_ACK_E ack)
+{
+    network.setAnswer(ack);
+    run();
 }
 
 std::optional<_SIPD_APP_ACK_E> VirtualSipTest::connectProfile(int number)

@@ -34,7 +34,7 @@ public:
     TestRequest& operator=(const TestRequest&) = delete;
 
     void acknowledge(_SIPD_APP_ACK_E ack) override;
-    // Nothing as long as there is none.
+    // Nothing until there is one.
     std::optional<_SIPD_APP_ACK_E> ack() const { return ack_; }
 
 private:
@@ -53,7 +53,7 @@ protected:
     const std::string& settings() const { return settings_; }
     std::string settingsFile() const { return settings_ + "/ormu_sipsetup.cfg"; }
 
-    static std::string textOf(const std::vector<PlacedProfile>& places, int defaultNumber = -1);
+    static std::string textOf(const std::vector<PlacedProfile>& places);
     // Replaces the settings file, as the store does.
     void place(const std::string& text) const;
     void place(const std::vector<PlacedProfile>& places) const { place(textOf(places)); }
@@ -61,11 +61,18 @@ protected:
     void placeInside(const std::vector<PlacedProfile>& places) const;
 
     void start();
+    // Places these profiles, starts, and connects those of these numbers.
+    void start(const std::vector<PlacedProfile>& places, const std::vector<int>& connected = {});
     // Handles changes of the settings file, and lets that time pass.
     void run(std::chrono::milliseconds time = {});
 
     Request connect(int number);
     Request disconnect(int number);
+    // The same, while the servers keep silent until answer().
+    Request connectUnanswered(int number);
+    Request disconnectUnanswered(int number);
+    // Gives this answer to all requests, also to those that wait.
+    void answer(_SIPD_APP_ACK_E ack);
     // The ack of a request that ends without a delay.
     std::optional<_SIPD_APP_ACK_E> connectProfile(int number);
     std::optional<_SIPD_APP_ACK_E> disconnectProfile(int number);
