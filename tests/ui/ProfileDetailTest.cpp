@@ -1,5 +1,4 @@
 #include "OrmuMessageBox.h"
-#include "OrmuMultiLineEdit.h"
 #include "OrmuPushButton.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileDetail.h"
@@ -9,7 +8,6 @@
 #include "UTIL_CST.h"
 #include "qpopupmenu.h"
 
-#include <QCheckBox>
 #include <QLabel>
 #include <QPointer>
 #include <QScrollBar>
@@ -64,18 +62,6 @@ protected:
         press(Qt::Key_A, Qt::ControlModifier);
         type(text);
         press(Qt::Key_F2);
-    }
-
-    // Opens the connect dialog by an entry of the menu, and answers the question before it.
-    static void begin(const QString& entry)
-    {
-        const BoxAnswers answers(entry == "Connect" ? std::initializer_list<Qt::Key>{}
-                                                    : std::initializer_list<Qt::Key>{Qt::Key_F1});
-        if (entry == "Edit")
-            editAndSave();
-        else
-            chooseInMenu(entry);
-        ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
     }
 
     bool isGone() const
@@ -161,77 +147,29 @@ TEST_F(ProfileDetail, ReportsFalseOnBack)
         EXPECT_EQ(results, QList<bool>({false}));
         EXPECT_TRUE(isGone());
     }
-}
-
-TEST_F(ProfileDetail, DoesNotDeleteItself)
-{
-    store(record("A"));
-    SETUP_SIP_ProfileDetail kept("A");
+    SETUP_SIP_ProfileDetail kept("A"); // which nobody deletes
     kept.show();
     press(Qt::Key_F3);
     EXPECT_TRUE(kept.isVisible());
 }
 
-TEST_F(ProfileDetail, DisablesSetAsDefaultForTheDefaultProfile)
-{
-    store(record("A"));
-    profiles()->setDefaultProfile("A");
-    openDetail("A");
-    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
-    press(Qt::Key_F2);
-    press(Qt::Key_F3);
-    EXPECT_EQ(results, QList<bool>({false}));
-}
-
-TEST_F(ProfileDetail, ReportsAChangeOnBackAfterSetAsDefault)
+TEST_F(ProfileDetail, SetsTheDefaultOnceAndReportsTheChangeOnBack)
 {
     store(record("A"));
     profiles()->setDefaultProfile("other");
-    openDetail("A");
-    press(Qt::Key_F2);
-    EXPECT_TRUE(isDefault("A"));
-    EXPECT_FALSE(isDefault("other"));
-    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
-    EXPECT_EQ(results, QList<bool>());
-    keepPicture("detail-default");
-    press(Qt::Key_Escape);
-    EXPECT_EQ(results, QList<bool>({true}));
-}
-
-TEST_F(ProfileDetail, DeletesTheProfileOnOkAndReportsTrue)
-{
-    openDetail(record("A"));
-    BoxAnswers answers({Qt::Key_F1});
-    answers.keepPicture("detail-delete-");
-    chooseInMenu("Delete Profile");
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({DELETE_QUESTION}));
-    EXPECT_FALSE(exists("A"));
-    EXPECT_EQ(results, QList<bool>({true}));
-    EXPECT_TRUE(isGone());
-}
-
-TEST_F(ProfileDetail, DeletesAndDisconnectsNothingOnCancel)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F3, Qt::Key_F3});
-    chooseInMenu("Delete Profile");
-    chooseInMenu("Disconnect");
-    EXPECT_EQ(answers.boxes(), QList({DELETE_QUESTION, DISCONNECT_QUESTION}));
-    EXPECT_TRUE(exists("A"));
-    EXPECT_EQ(results, QList<bool>());
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    EXPECT_EQ(requests().size(), 1);
-}
-
-TEST_F(ProfileDetail, DeletesAConnectedProfileWithoutDisconnectingIt)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F1});
-    chooseInMenu("Delete Profile");
-    EXPECT_EQ(results, QList<bool>({true}));
-    EXPECT_EQ(daemon().requests().size(), 1u) << "the status query alone";
+    for (const bool changed : {true, false}) {
+        openDetail("A");
+        EXPECT_EQ(softKeys->getMidBtn()->isEnabled(), changed);
+        press(Qt::Key_F2);
+        EXPECT_TRUE(isDefault("A"));
+        EXPECT_FALSE(isDefault("other"));
+        EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
+        EXPECT_EQ(results, QList<bool>());
+        keepPicture("detail-default");
+        press(Qt::Key_Escape);
+        EXPECT_EQ(results, QList<bool>({changed}));
+        EXPECT_TRUE(isGone());
+    }
 }
 
 TEST_F(ProfileDetail, ReportsTrueAfterAnEditOfADisconnectedProfile)
@@ -254,16 +192,14 @@ TEST_F(ProfileDetail, DeletesTheEditScreenBeforeItAsksOrReports)
         QList<bool> wasThere;
         const auto look = [&] { wasThere += !edit.isNull(); };
         QObject::connect(detail, &SETUP_SIP_ProfileDetail::detailDone, look);
-        {
-            std::optional<ScreenDriver::Expected> asked;
-            if (std::string_view(scenario) == "status:2")
-                asked.emplace([] { return open<OrmuMessageBox>() != nullptr; },
-                              [look] {
-                                  look();
-                                  press(Qt::Key_F3);
-                              });
-            press(Qt::Key_F2);
-        }
+        std::optional<ScreenDriver::Expected> asked;
+        if (std::string_view(scenario) == "status:2")
+            asked.emplace([] { return open<OrmuMessageBox>() != nullptr; },
+                          [look] {
+                              look();
+                              press(Qt::Key_F3);
+                          });
+        press(Qt::Key_F2);
         EXPECT_EQ(wasThere, QList<bool>({false})) << scenario;
         delete detail;
     }
@@ -286,135 +222,53 @@ TEST_F(ProfileDetail, AsksForAReconnectAfterAnEditOfAConnectedProfile)
 {
     play("status:2");
     openDetail(record("A"));
+    hideBoxOf([] { editAndSave(); });
     BoxAnswers answers({Qt::Key_F3});
     answers.keepPicture("detail-reconnect-");
     editAndSave();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION}));
+    EXPECT_EQ(answers.boxes(), QList{RECONNECT_QUESTION});
     EXPECT_EQ(results, QList<bool>());
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
     EXPECT_EQ(lines()[2], "A.example.org") << "the lines are those of its opening";
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
+    EXPECT_EQ(daemon().requests().size(), 1u) << "the status query alone";
     press(Qt::Key_F3);
     EXPECT_EQ(results, QList<bool>({false})) << "an edit is no change of the default";
-}
-
-TEST_F(ProfileDetail, ReportsTrueAfterAnEditIfTheDefaultHasChanged)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F3});
-    editAndSave();
-    press(Qt::Key_F2);
-    press(Qt::Key_F3);
-    EXPECT_EQ(results, QList<bool>({true}));
-}
-
-TEST_F(ProfileDetail, TakesAnUnansweredQuestionForCancel)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const auto hide = [] { return onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.hide(); }); };
-    {
-        const auto hidden = hide();
-        chooseInMenu("Delete Profile");
-    }
-    {
-        const auto hidden = hide();
-        chooseInMenu("Disconnect");
-    }
-    {
-        const auto hidden = hide();
-        editAndSave();
-    }
-    EXPECT_TRUE(exists("A"));
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    EXPECT_EQ(daemon().requests().size(), 1u);
-}
-
-TEST_F(ProfileDetail, InvertsItsConnectEntryAfterEachSuccess)
-{
-    struct Attempt
-    {
-        const char* entry; // of the menu; "Edit" reconnects
-        Scenario scenario;
-        ShownBox notice;
-    };
-    Scenario refused;
-    refused.connectAck = 3;
-    const QList<Attempt> attempts = {
-        {"Connect", {}, CONNECTED},
-        {"Connect", refused, INCORRECT},
-        {"Disconnect", connectedFromTheStart(), DISCONNECTED},
-        {"Disconnect", connectedFromTheStart(2), UNAVAILABLE},
-        {"Edit", connectedFromTheStart(), CONNECTED},
-        {"Edit", connectedFromTheStart(1, 0), FAILED},
-        {"Edit", connectedFromTheStart(0, 4), FAILED},
-    };
-    const auto labelOf = [](const QString& entry) {
-        return entry == "Edit" ? QString("Reconnecting...") : entry + "ing...";
-    };
-    for (const Attempt& attempt : attempts) {
-        SCOPED_TRACE(attempt.notice.text.toStdString() + " after " + attempt.entry);
-        playScenario(attempt.scenario);
-        openDetail(record("A"));
-        const QString before = menu->text(CONNECT);
-        begin(attempt.entry);
-        press(Qt::Key_F3); // cancelled
-        EXPECT_EQ(menu->text(CONNECT), before);
-        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-        begin(attempt.entry);
-        EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->labelText(), labelOf(attempt.entry));
-        EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->parentWidget(), detail);
-        EXPECT_EQ(dismissNotice(), QList{attempt.notice});
-        const bool done = attempt.notice == CONNECTED || attempt.notice == DISCONNECTED;
-        EXPECT_EQ(menu->text(CONNECT) != before, done);
-        EXPECT_EQ(results, QList<bool>());
-        EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-        delete detail;
-    }
 }
 
 // After a rename the screen still uses the former name, which no profile has any more.
 TEST_F(ProfileDetail, ReconnectsByTheNameOfItsOpeningAfterARename)
 {
-    playScenario(connectedFromTheStart());
+    playScenario(withStatus(2));
     openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F1, Qt::Key_F2});
-    editAndSave(NAME_ENTRY, "B");
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION, CONNECTED}));
+    EXPECT_EQ(boxesOf({Qt::Key_F1}, [] { editAndSave(NAME_ENTRY, "B"); }), QList{RECONNECT_QUESTION});
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
     ASSERT_EQ(daemon().requests().size(), 3u);
     EXPECT_STREQ(daemon().requests()[1].name, "A") << "a name that no profile has is taken for a group's";
     EXPECT_STREQ(daemon().requests()[2].name, "A");
 }
 
-TEST_F(ProfileDetail, SetsNoDefaultAfterARenameAndStillReportsTrue)
+TEST_F(ProfileDetail, ChangesNoProfileAfterARenameAndReportsTrue)
 {
     play("status:2");
-    store(record("A"));
-    profiles()->setDefaultProfile("other");
-    openDetail("A");
-    const BoxAnswers answers({Qt::Key_F3});
-    editAndSave(NAME_ENTRY, "B");
-    press(Qt::Key_F2);
-    EXPECT_TRUE(isDefault("other"));
-    EXPECT_FALSE(isDefault("B"));
-    EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
-    press(Qt::Key_F3);
-    EXPECT_EQ(results, QList<bool>({true}));
-}
-
-TEST_F(ProfileDetail, DeletesNothingAfterARenameAndStillReportsTrue)
-{
-    play("status:2");
-    openDetail(record("A"));
-    const BoxAnswers answers({Qt::Key_F3, Qt::Key_F1});
-    editAndSave(NAME_ENTRY, "B");
-    chooseInMenu("Delete Profile");
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION, DELETE_QUESTION}));
-    EXPECT_TRUE(exists("B"));
-    EXPECT_TRUE(exists("other"));
-    EXPECT_EQ(results, QList<bool>({true}));
+    for (const bool deletes : {false, true}) {
+        store(record("A"));
+        profiles()->setDefaultProfile("other");
+        openDetail("A");
+        boxesOf({Qt::Key_F3}, [] { editAndSave(NAME_ENTRY, "B"); });
+        if (deletes) {
+            EXPECT_EQ(boxesOf({Qt::Key_F1}, [] { chooseInMenu("Delete Profile"); }), QList{DELETE_QUESTION});
+        } else {
+            press(Qt::Key_F2); // sets the default
+            EXPECT_FALSE(softKeys->getMidBtn()->isEnabled());
+            press(Qt::Key_F3);
+        }
+        EXPECT_EQ(results, QList<bool>({true}));
+        EXPECT_TRUE(isGone());
+        EXPECT_EQ(names(), QStringList({"other", "B"}));
+        EXPECT_TRUE(isDefault("other"));
+        EXPECT_FALSE(isDefault("B"));
+    }
 }
 
 TEST_F(ProfileDetail, OpensOneEditScreenAtATime)
@@ -431,93 +285,17 @@ TEST_F(ProfileDetail, OpensOneEditScreenAtATime)
     EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), nullptr);
 }
 
-TEST_F(ProfileDetail, ConnectsAtOnceWithoutCredentials)
-{
-    play("admit");
-    openDetail(record("A"));
-    chooseInMenu("Connect");
-    ASSERT_NE(open<SETUP_SIP_ConnectDlg>(), nullptr);
-    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->labelText(), "Connecting...");
-    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->parentWidget(), detail);
-    EXPECT_EQ(open<SETUP_SIP_ConnectDlg>()->objectName(), "");
-    keepPicture("detail-connecting");
-    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-    EXPECT_EQ(menu->text(CONNECT), "Disconnect");
-    press(Qt::Key_F3);
-    EXPECT_EQ(results, QList<bool>({false})) << "connecting is no change of the profiles";
-}
-
-TEST_F(ProfileDetail, FillsThePromptWithTheLastInput)
-{
-    play("admit");
-    openDetail(guardedRecord("A"));
-    for (const bool remember : {false, true}) {
-        SETUP_SIP_Agent::saveLastInputUserIDPassword("you", "typed", remember);
-        chooseInMenu("Connect");
-        EXPECT_EQ(open<SETUP_SIP_UserIDAndPasswordDlg>()->findChild<QCheckBox*>()->isChecked(), remember);
-        press(Qt::Key_F3);
-    }
-    chooseInMenu("Connect");
-    auto* prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
-    ASSERT_NE(prompt, nullptr);
-    EXPECT_NE(prompt->parentWidget(), detail);
-    const auto entries = prompt->findChildren<OrmuMultiLineEdit*>();
-    EXPECT_EQ(entries[0]->text(), "you");
-    EXPECT_EQ(entries[1]->text(), "typed");
-    EXPECT_EQ(daemon().requests().size(), 1u) << "nothing is asked before the answer";
-    fillPrompt("me", "secret");
-    press(Qt::Key_F2);
-    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-    EXPECT_EQ(menu->text(CONNECT), "Disconnect");
-}
-
-TEST_F(ProfileDetail, DeletesThePromptBeforeItOpensTheConnectDialog)
-{
-    play("late:60000");
-    openDetail(guardedRecord("A"));
-    chooseInMenu("Connect");
-    const QPointer<SETUP_SIP_UserIDAndPasswordDlg> prompt = open<SETUP_SIP_UserIDAndPasswordDlg>();
-    fillPrompt("me", "secret");
-    QList<bool> wasThere;
-    const OnceConnectDlgShows look([&] { wasThere += prompt != nullptr; });
-    press(Qt::Key_F2);
-    EXPECT_EQ(wasThere, QList<bool>({false}));
-}
-
 TEST_F(ProfileDetail, ComparesCredentialsWithTheProfileOfItsOpening)
 {
-    playScenario(connectedFromTheStart());
+    playScenario(withStatus(2));
     openDetail(guardedRecord("A"));
-    {
-        const BoxAnswers answers({Qt::Key_F3});
-        editAndSave(PASSWORD_ENTRY, "changed");
-        EXPECT_EQ(answers.boxes(), QList<ShownBox>({RECONNECT_QUESTION}));
-    }
-    {
-        const BoxAnswers answers({Qt::Key_F1, Qt::Key_F2});
-        chooseInMenu("Disconnect");
-        finishConnecting();
-    }
+    EXPECT_EQ(boxesOf({Qt::Key_F3}, [] { editAndSave(PASSWORD_ENTRY, "changed"); }),
+              QList{RECONNECT_QUESTION});
+    boxesOf({Qt::Key_F1}, [] { chooseInMenu("Disconnect"); });
+    dismissNotice();
     chooseInMenu("Connect");
-    fillPrompt("me", "secret");
-    press(Qt::Key_F2);
+    submitPrompt("me", "secret");
     EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-}
-
-TEST_F(ProfileDetail, EndsTheAttemptWhenThePromptIsCancelled)
-{
-    play("admit");
-    openDetail(guardedRecord("A"));
-    chooseInMenu("Connect");
-    press(Qt::Key_F3);
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    chooseInMenu("Connect");
-    fillPrompt("me", "wrong");
-    const BoxAnswers answers({Qt::Key_F3});
-    press(Qt::Key_F2);
-    EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
-    EXPECT_EQ(menu->text(CONNECT), "Connect");
-    EXPECT_EQ(daemon().requests().size(), 1u);
 }
 
 TEST_F(ProfileDetail, ObeysThePointer)
@@ -549,18 +327,6 @@ TEST_F(ProfileDetailDeath, AbortsOnAnUnknownMenuIdAndNamesLine144)
     for (const int id : {-1, 3, 1000})
         EXPECT_EXIT(invoke(detail, "menuItemActivated", id), testing::KilledBySignal(SIGABRT),
                     "[{]1[}] SETUP_SIP_ProfileDetail[.]cpp:144\tormu assert failed !\n\n");
-}
-
-TEST_F(ProfileDetailDeath, AbortsWhenTheDaemonEndsBeforeTheConnect)
-{
-    play("admit");
-    openDetail(guardedRecord("A"));
-    chooseInMenu("Connect");
-    fillPrompt("me", "secret");
-    stopDaemon();
-    EXPECT_EXIT(press(Qt::Key_F2), testing::KilledBySignal(SIGABRT),
-                "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n");
-    press(Qt::Key_F3);
 }
 
 } // namespace

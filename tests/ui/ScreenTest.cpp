@@ -1,5 +1,6 @@
 #include "ScreenTest.h"
 
+#include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"
 #include "OrmuPushButton.h"
 #include "RES_ICON_Reader.h"
@@ -207,6 +208,20 @@ void ScreenTest::chooseInMenu(const QString& entry)
     chooseEntry(entry);
 }
 
+QStringList ScreenTest::rowMenu()
+{
+    QStringList entries;
+    const auto looked = onceOpen<QPopupMenu>([&entries](QPopupMenu& menu) {
+        for (const QAction* action : menu.actions()) {
+            const int id = action->data().toInt();
+            entries += QString("%1 %2%3").arg(id).arg(menu.text(id), action->isEnabled() ? "" : " (off)");
+        }
+        press(Qt::Key_F3);
+    });
+    press(Qt::Key_Menu);
+    return entries;
+}
+
 void ScreenTest::inDeleteDialog(const std::function<void(QDialog&)>& act)
 {
     const auto acted = onceOpen<SETUP_SIP_ProfileDelConfirmDlg>(act);
@@ -251,10 +266,10 @@ QList<ShownBox> ScreenTest::dismissNotice()
     return answers.boxes();
 }
 
-Scenario ScreenTest::connectedFromTheStart(uint32_t disconnectAck, uint32_t connectAck)
+Scenario ScreenTest::withStatus(uint32_t status, uint32_t disconnectAck, uint32_t connectAck)
 {
     Scenario scenario;
-    scenario.status = SIPD_PROFILE_CONNECTED;
+    scenario.status = status;
     scenario.disconnectAck = disconnectAck;
     scenario.connectAck = connectAck;
     return scenario;
@@ -273,4 +288,16 @@ void ScreenTest::fillPrompt(const QString& user, const QString& password)
         type(text);
         press(Qt::Key_Down);
     }
+}
+
+void ScreenTest::submitPrompt(const QString& user, const QString& password)
+{
+    fillPrompt(user, password);
+    press(Qt::Key_F2);
+}
+
+void ScreenTest::hideBoxOf(const std::function<void()>& act)
+{
+    const auto hidden = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.hide(); });
+    act();
 }

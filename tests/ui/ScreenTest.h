@@ -107,6 +107,9 @@ public:
     // Opens the screen's menu by the left soft key, and chooses the entry by keys.
     static void chooseInMenu(const QString& entry);
     static void chooseEntry(const QString& entry);
+    // Opens the current row's menu by its key, and closes it: "0 Connect", "1 Set as default (off)" and so
+    // on.
+    static QStringList rowMenu();
     // Runs the delete dialog of the list and has act done in it; act ends it.
     static void inDeleteDialog(const std::function<void(QDialog&)>& act);
 
@@ -121,11 +124,23 @@ public:
     static void finishConnecting();
     // Answers the notice of the open connect dialog.
     static QList<ShownBox> dismissNotice();
-    // A daemon that reports every profile as connected.
-    static Scenario connectedFromTheStart(uint32_t disconnectAck = 0, uint32_t connectAck = 0);
+    // A daemon that reports every profile with this status: 0 is disconnected, 2 is connected.
+    static Scenario withStatus(uint32_t status, uint32_t disconnectAck = 0, uint32_t connectAck = 0);
 
-    // Fills the open credentials prompt.
+    // Fills the open credentials prompt; submitPrompt() then presses OK.
     static void fillPrompt(const QString& user, const QString& password);
+    static void submitPrompt(const QString& user, const QString& password);
+
+    // Does what opens message boxes, answers each with the next key, and returns them.
+    template <class Act>
+    static QList<ShownBox> boxesOf(std::initializer_list<Qt::Key> keys, Act act)
+    {
+        const BoxAnswers answers(keys);
+        act();
+        return answers.boxes();
+    }
+    // Does what opens a message box, and hides the box without an answer.
+    static void hideBoxOf(const std::function<void()>& act);
 
     std::unique_ptr<SETUP_SIP_ProfileListBase> list;
     UTIL_ListBox* listBox = nullptr;
