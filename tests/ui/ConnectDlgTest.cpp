@@ -66,14 +66,11 @@ protected:
     }
 
     // Runs one attempt to its end, and dismisses its notice.
-    QList<ShownBox> attempt(Operation operation, const char* scenario, int notices = 1)
+    QList<ShownBox> attempt(Operation operation, const QString& scenario)
     {
-        play(scenario);
-        const BoxAnswers answers(notices == 1 ? std::initializer_list<Qt::Key>{Qt::Key_F2}
-                                              : std::initializer_list<Qt::Key>{});
+        play(scenario.toStdString());
         begin(operation);
-        finishConnecting();
-        return answers.boxes();
+        return dismissNotice();
     }
 
     std::unique_ptr<OrmuMainWidget> screen;
@@ -81,27 +78,22 @@ protected:
     QList<bool> results;
 };
 
-TEST_F(ConnectDlg, NamesTheOperationInItsLabel)
+TEST_F(ConnectDlg, OpensModelessWithTenStepsAndAnIdleTimer)
 {
     play("admit");
     for (const auto& [operation, label] :
          {std::pair(CONNECT, "Connecting..."), std::pair(DISCONNECT, "Disconnecting..."),
           std::pair(RECONNECT, "Reconnecting...")}) {
-        EXPECT_EQ(make(operation)->labelText(), label);
+        make(operation)->show();
+        EXPECT_EQ(dialog->labelText(), label);
+        EXPECT_EQ(dialog->findChild<QProgressBar*>()->maximum(), 10);
+        EXPECT_EQ(dialog->progress(), 0);
+        EXPECT_FALSE(dialog->isModal());
+        EXPECT_EQ(dialog->findChild<OrmuPushButton*>("right")->text(), "Cancel");
+        ASSERT_NE(timerOf(dialog), nullptr);
+        EXPECT_FALSE(timerOf(dialog)->isActive());
         delete dialog;
     }
-}
-
-TEST_F(ConnectDlg, IsModelessWithTenStepsAndAnIdleTimer)
-{
-    play("admit");
-    make(CONNECT)->show();
-    EXPECT_EQ(dialog->findChild<QProgressBar*>()->maximum(), 10);
-    EXPECT_EQ(dialog->progress(), 0);
-    EXPECT_FALSE(dialog->isModal());
-    EXPECT_EQ(dialog->findChild<OrmuPushButton*>("right")->text(), "Cancel");
-    ASSERT_NE(timerOf(dialog), nullptr);
-    EXPECT_FALSE(timerOf(dialog)->isActive());
 }
 
 TEST_F(ConnectDlg, SendsOnlyARegistrationWhenItIsMade)
@@ -175,42 +167,26 @@ TEST_F(ConnectDlg, FillsItsBarInTenTicksAndStartsAgain)
     EXPECT_EQ(results, QList<bool>());
 }
 
-struct Outcome
-{
-    Operation operation;
-    const char* scenario;
-    ShownBox notice;
-    bool ok;
-};
-
 TEST_F(ConnectDlg, ShowsANoticeOfEachOutcomeAndThenReportsIt)
 {
-    const QList<Outcome> outcomes = {
-        {CONNECT, "ack:0", CONNECTED, true},
-        {CONNECT, "ack:1", FAILED, false},
-        {CONNECT, "ack:2", UNAVAILABLE, false},
-        {CONNECT, "ack:3", INCORRECT, false},
-        {CONNECT, "ack:4", FAILED, false},
-        {DISCONNECT, "ack:0", DISCONNECTED, true},
-        {DISCONNECT, "ack:1", FAILED, false},
-        {DISCONNECT, "ack:2", UNAVAILABLE, false},
-        {DISCONNECT, "ack:3", INCORRECT, false},
-        {DISCONNECT, "ack:4", FAILED, false},
-        {RECONNECT, "ack:0", CONNECTED, true},
-        {RECONNECT, "disconnect-ack:1", FAILED, false},
-        {RECONNECT, "ack:2", UNAVAILABLE, false},
-        {RECONNECT, "disconnect-ack:3", INCORRECT, false},
-        {RECONNECT, "ack:4", FAILED, false},
-        {RECONNECT, "connect-ack:1", FAILED, false},
-        {RECONNECT, "connect-ack:2", UNAVAILABLE, false},
-        {RECONNECT, "connect-ack:3", INCORRECT, false},
-        {RECONNECT, "connect-ack:4", FAILED, false},
+    const ShownBox failures[] = {FAILED, UNAVAILABLE, INCORRECT, FAILED};
+    const auto expectOutcome = [this](Operation operation, const QString& scenario, const ShownBox& notice) {
+        SCOPED_TRACE(testing::Message() << operation << " " << scenario.toStdString());
+        EXPECT_EQ(attempt(operation, scenario), QList{notice});
+        EXPECT_EQ(results, QList{notice == CONNECTED || notice == DISCONNECTED});
     };
-    for (const Outcome& outcome : outcomes) {
-        SCOPED_TRACE(testing::Message() << outcome.operation << " " << outcome.scenario);
-        EXPECT_EQ(attempt(outcome.operation, outcome.scenario), QList<ShownBox>({outcome.notice}));
-        EXPECT_EQ(results, QList<bool>({outcome.ok}));
+    expectOutcome(CONNECT, "ack:0", CONNECTED);
+    expectOutcome(DISCONNECT, "ack:0", DISCONNECTED);
+    expectOutcome(RECONNECT, "ack:0", CONNECTED);
+    for (int ack = 1; ack <= 4; ++ack) {
+        for (const auto& [operation, scenario] :
+             {std::pair(CONNECT, "ack:%1"), std::pair(DISCONNECT, "ack:%1"),
+              std::pair(RECONNECT, "disconnect-ack:%1"), std::pair(RECONNECT, "connect-ack:%1")})
+            expectOutcome(operation, QString(scenario).arg(ack), failures[ack - 1]);
+        EXPECT_EQ(requests(), QList<int>({1, 0}));
     }
+    attempt(RECONNECT, "disconnect-ack:2");
+    EXPECT_EQ(requests(), QList<int>({1})) << "no connect after a disconnect that failed";
 }
 
 TEST_F(ConnectDlg, ReportsAfterTheNoticeHasClosed)
@@ -265,25 +241,17 @@ TEST_F(ConnectDlg, TicksOnceASecondAfterTheDisconnectOfAReconnect)
     EXPECT_EQ(results, QList<bool>());
 }
 
-TEST_F(ConnectDlg, EndsAReconnectAfterAFailedDisconnect)
-{
-    EXPECT_EQ(attempt(RECONNECT, "disconnect-ack:2"), QList<ShownBox>({UNAVAILABLE}));
-    EXPECT_EQ(requests(), QList<int>({1}));
-}
-
 TEST_F(ConnectDlg, ReadsALateAckAtTheNextTick)
 {
     play("never-answer");
-    const BoxAnswers answers({Qt::Key_F2});
     begin(CONNECT);
     int ticksInVain = 0;
     QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [this, &ticksInVain] {
         if (++ticksInVain == 3)
             daemon().send(encodeAck(SIPD_ACK_SUCCESS));
     });
-    finishConnecting();
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
     EXPECT_GE(ticksInVain, 3);
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
 }
 
 TEST_F(ConnectDlg, ReportsFalseOnceAfterCancel)
@@ -409,12 +377,10 @@ TEST_F(ConnectDlg, FailsAtOnceWhileAnAckIsOutstanding)
 TEST_F(ConnectDlg, FailsWhenTheDaemonEndsWhileItWaits)
 {
     play("never-answer");
-    const BoxAnswers answers({Qt::Key_F2});
     begin(CONNECT);
     ASSERT_TRUE(daemon().waitForRequests(1));
     stopDaemon();
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({FAILED}));
+    EXPECT_EQ(dismissNotice(), QList{FAILED});
     EXPECT_EQ(results, QList<bool>({false}));
 }
 
@@ -445,21 +411,18 @@ TEST_F(ConnectDlg, FailsWhenTheAckCannotBeRead)
         scenarios += QString("close-after:%1").arg(sent);
     for (const QString& scenario : scenarios) {
         SCOPED_TRACE(scenario.toStdString());
-        EXPECT_EQ(attempt(CONNECT, scenario.toUtf8()), QList<ShownBox>({FAILED}));
+        EXPECT_EQ(attempt(CONNECT, scenario), QList{FAILED});
         EXPECT_EQ(results, QList<bool>({false}));
     }
-}
-
-TEST_F(ConnectDlg, ReadsAnAckInPieces)
-{
-    EXPECT_EQ(attempt(CONNECT, "single-bytes"), QList<ShownBox>({CONNECTED}));
-    EXPECT_EQ(attempt(CONNECT, "split-after:20"), QList<ShownBox>({CONNECTED}));
+    for (const char* scenario : {"single-bytes", "split-after:20"})
+        EXPECT_EQ(attempt(CONNECT, scenario), QList{CONNECTED}) << "an ack in pieces is read";
 }
 
 TEST_F(ConnectDlg, EndsAReconnectWhenTheDaemonEndsBetweenItsHalves)
 {
-    // The first half is acknowledged, and nobody is there for the second.
-    EXPECT_EQ(attempt(RECONNECT, "close-after:32", 0), QList<ShownBox>());
+    play("close-after:32"); // after the ack of the first half
+    begin(RECONNECT);
+    boxesOf({}, [] { finishConnecting(); });
     EXPECT_EQ(results, QList<bool>({false}));
 }
 
@@ -477,7 +440,6 @@ TEST_F(ConnectDlg, PollsADescriptorThatNoSetOfSelectHolds)
         opened.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
 
     play("never-answer");
-    const BoxAnswers answers({Qt::Key_F2});
     begin(CONNECT);
     int ticks = 0;
     QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [&ticks] { ++ticks; });
@@ -485,8 +447,7 @@ TEST_F(ConnectDlg, PollsADescriptorThatNoSetOfSelectHolds)
     ASSERT_TRUE(waitFor([&ticks] { return ticks > 5; }));
     EXPECT_TRUE(timerOf(dialog)->isActive()) << "it waits as long as there is no ack";
     daemon().send(encodeAck(0));
-    finishConnecting();
-    EXPECT_EQ(answers.boxes(), QList<ShownBox>({CONNECTED}));
+    EXPECT_EQ(dismissNotice(), QList{CONNECTED});
 
     for (const int fd : opened)
         close(fd);

@@ -11,6 +11,8 @@ namespace {
 const ShownBox WRONG_USER("Incorrect User name", "Dialog_Exclamatory_Mark.jpg", {"Retry", "Cancel"});
 const ShownBox WRONG_PASSWORD("Incorrect Password", "Dialog_Exclamatory_Mark.jpg", {"Retry", "Cancel"});
 
+const auto OK = [] { press(Qt::Key_F2); };
+
 // The prompt for a profile whose user name is "me" and whose password is "secret".
 class Credentials : public ScreenTest
 {
@@ -110,38 +112,48 @@ TEST_F(Credentials, SavesBeforeItReportsAndChangesNoArgument)
     EXPECT_EQ(password, "wrong");
 }
 
-TEST_F(Credentials, SavesNoPasswordUnlessAskedToRememberIt)
+TEST_F(Credentials, SavesAPasswordOnlyWhenAskedToRememberIt)
 {
-    openPrompt("me", "secret", false);
-    press(Qt::Key_F2);
-    EXPECT_EQ(results, QList<bool>({true}));
-    EXPECT_EQ(saved(), "me//no");
-}
-
-TEST_F(Credentials, RemovesTheSavedPasswordWhenTheBoxIsCleared)
-{
-    SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "secret", true);
-    openPrompt("me", "secret", true);
-    click(remember_);
-    press(Qt::Key_F2);
-    EXPECT_EQ(saved(), "me//no");
-    EXPECT_FALSE(readFile().contains("secret"));
+    for (const bool remember : {true, false}) {
+        openPrompt("me", "secret", true);
+        if (!remember)
+            click(remember_);
+        press(Qt::Key_F2);
+        EXPECT_EQ(results, QList<bool>({true}));
+        EXPECT_EQ(saved(), remember ? "me/secret/yes" : "me//no");
+        EXPECT_EQ(readFile().contains("secret"), remember);
+    }
+    for (const bool remember : {true, false}) {
+        openPrompt("you", "wrong", remember);
+        EXPECT_EQ(boxesOf({remember ? Qt::Key_F3 : Qt::Key_Escape}, OK), QList{WRONG_USER});
+        EXPECT_EQ(results, QList<bool>({false}));
+        EXPECT_EQ(saved(), remember ? "you/wrong/yes" : "you//no");
+    }
+    openPrompt("me", "wrong", true);
+    hideBoxOf(OK); // counts as Cancel
+    EXPECT_EQ(results, QList<bool>({false}));
+    EXPECT_EQ(saved(), "me/wrong/yes");
 }
 
 TEST_F(Credentials, ComparesTheUserNameFirstAndExactly)
 {
     const auto boxesFor = [this](const char* user, const char* password) {
         openPrompt(user, password);
-        const BoxAnswers answers({Qt::Key_F1});
-        press(Qt::Key_F2);
+        const auto boxes = boxesOf({Qt::Key_F1}, OK);
         delete prompt;
-        return answers.boxes();
+        return boxes;
     };
     for (const char* user : {"Me", "me ", " me", "", "m"})
         for (const char* password : {"secret", "wrong"})
             EXPECT_EQ(boxesFor(user, password), QList{WRONG_USER}) << user;
     for (const char* password : {"Secret", "secret ", "", "secre"})
         EXPECT_EQ(boxesFor("me", password), QList{WRONG_PASSWORD}) << password;
+    profile.userID = QString();
+    profile.password = "";
+    openPrompt();                 // of a profile without credentials
+    profile.password = "changed"; // it has a copy
+    press(Qt::Key_F2);
+    EXPECT_EQ(results, QList<bool>({true}));
 }
 
 TEST_F(Credentials, KeepsItsEntriesAfterRetry)
@@ -169,27 +181,6 @@ TEST_F(Credentials, KeepsItsEntriesAfterRetry)
     EXPECT_EQ(saved(), "me/secret/yes");
 }
 
-TEST_F(Credentials, SavesItsEntriesAfterCancel)
-{
-    for (const bool remember : {true, false}) {
-        openPrompt("you", "wrong", remember);
-        const BoxAnswers answers({remember ? Qt::Key_F3 : Qt::Key_Escape});
-        press(Qt::Key_F2);
-        EXPECT_EQ(answers.boxes(), QList{WRONG_USER});
-        EXPECT_EQ(results, QList<bool>({false}));
-        EXPECT_EQ(saved(), remember ? "you/wrong/yes" : "you//no");
-    }
-}
-
-TEST_F(Credentials, TakesAnUnansweredMessageForCancel)
-{
-    openPrompt("me", "wrong", true);
-    const auto hidden = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.hide(); });
-    press(Qt::Key_F2);
-    EXPECT_EQ(results, QList<bool>({false}));
-    EXPECT_EQ(saved(), "me/wrong/yes");
-}
-
 TEST_F(Credentials, SavesNothingAfterBack)
 {
     for (const SoftKey key : RIGHT_KEYS) {
@@ -198,23 +189,6 @@ TEST_F(Credentials, SavesNothingAfterBack)
         EXPECT_EQ(results, QList<bool>({false}));
         EXPECT_EQ(saved(), "");
     }
-}
-
-TEST_F(Credentials, AcceptsEmptyEntriesForAProfileWithoutCredentials)
-{
-    profile.userID = QString();
-    profile.password = "";
-    openPrompt();
-    press(Qt::Key_F2);
-    EXPECT_EQ(results, QList<bool>({true}));
-}
-
-TEST_F(Credentials, ComparesWithACopyOfTheProfile)
-{
-    openPrompt("me", "secret");
-    profile.password = "changed";
-    press(Qt::Key_F2);
-    EXPECT_EQ(results, QList<bool>({true}));
 }
 
 TEST_F(Credentials, ObeysThePointer)
