@@ -26,7 +26,6 @@ using Operation = SETUP_SIP_ConnectDlg::Operation;
 static_assert(SETUP_SIP_ConnectDlg::OP_CONNECT == 0 && SETUP_SIP_ConnectDlg::OP_DISCONNECT == 1 &&
               SETUP_SIP_ConnectDlg::OP_RECONNECT == 2);
 const char ASSERTION[] = "[{]1[}] SETUP_SIP_ConnectDlg[.]cpp:[0-9]+\tormu assert failed !\n\n";
-const char HANDLE_ASSERTION[] = "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n";
 
 // The dialog over a screen for the profile "A" of the group Profile1. It is deleted when it is done.
 class ConnectDlg : public ScreenTest
@@ -262,7 +261,7 @@ TEST_F(ConnectDlg, ReportsFalseOnceAfterCancel)
         press(cancel);
         EXPECT_EQ(dialog, nullptr);
         EXPECT_EQ(results, QList<bool>({false}));
-        EXPECT_EQ(OrmuPhoneWindow::instance()->topScreen(), screen.get());
+        EXPECT_EQ(top(), screen.get());
     }
     EXPECT_TRUE(daemon().waitForClosed(3));
 }
@@ -488,11 +487,11 @@ TEST_F(ConnectDlgDeath, AbortsInStartConnectWithoutAConnection)
 {
     make(CONNECT);
     EXPECT_EQ(dialog->labelText(), "Connecting...");
-    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), HANDLE_ASSERTION);
+    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), LINK_ASSERTION);
     delete dialog;
     play("refuse");
     make(RECONNECT);
-    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), HANDLE_ASSERTION);
+    EXPECT_EXIT(dialog->startConnect(), testing::KilledBySignal(SIGABRT), LINK_ASSERTION);
 }
 
 } // namespace

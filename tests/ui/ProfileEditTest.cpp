@@ -138,15 +138,30 @@ protected:
     std::unique_ptr<QSignalSpy> done;
 };
 
-TEST_F(ProfileEdit, OpensWithTheDefaultsOfANewProfile)
+TEST_F(ProfileEdit, OpensWithDefaultsForANewProfileAndOneThatIsGone)
 {
-    openScreen();
-    for (const OrmuMultiLineEdit* entry : form->texts())
-        EXPECT_EQ(entry->text(), "");
-    EXPECT_EQ(form->port->text(), "5060");
-    EXPECT_EQ(form->network->currentText(), "internet");
-    EXPECT_TRUE(form->autoConnect->isChecked());
-    EXPECT_FALSE(form->autoConnect->isTristate());
+    for (const char* name : {"", "gone"}) {
+        openScreen(name);
+        for (const OrmuMultiLineEdit* entry : form->texts())
+            EXPECT_EQ(entry->text(), "");
+        EXPECT_EQ(form->port->text(), "5060");
+        EXPECT_EQ(form->network->currentText(), "internet");
+        EXPECT_TRUE(form->autoConnect->isChecked());
+        EXPECT_FALSE(form->autoConnect->isTristate());
+        expectLeavesWithoutQuestion();
+        EXPECT_TRUE(screen->isVisible()) << "it does not delete itself";
+    }
+    listConnections("büro\ninternet\n");
+    openScreen("gone");
+    EXPECT_EQ(form->network->currentText(), "büro");
+    form->enterAll("gone");
+    EXPECT_EQ(save().displayName, "gone");
+    EXPECT_EQ(namesInFile(), QStringList({"gone"}));
+    openFilled("Home");
+    save("Profile1");
+    EXPECT_TRUE(screen->isVisible());
+    done->clear();
+    EXPECT_EQ(refusal(), QList{EXISTS}) << "the profile exists by now";
 }
 
 TEST_F(ProfileEdit, OpensWithTheValuesOfTheStoredProfile)
@@ -164,18 +179,7 @@ TEST_F(ProfileEdit, OpensWithTheValuesOfTheStoredProfile)
     EXPECT_EQ(form->password->text(), "secret");
     EXPECT_EQ(form->network->currentText(), "büro");
     EXPECT_FALSE(form->autoConnect->isChecked());
-}
-
-TEST_F(ProfileEdit, OpensEmptyForAProfileThatIsGone)
-{
-    listConnections("büro\ninternet\n");
-    openScreen("gone");
-    for (const OrmuMultiLineEdit* entry : form->texts())
-        EXPECT_EQ(entry->text(), "");
-    EXPECT_EQ(form->network->currentText(), "büro");
-    form->enterAll("gone");
-    EXPECT_EQ(save().displayName, "gone");
-    EXPECT_EQ(namesInFile(), QStringList({"gone"}));
+    expectLeavesWithoutQuestion();
 }
 
 TEST_F(ProfileEdit, MasksThePasswordAlone)
@@ -500,15 +504,6 @@ TEST_F(ProfileEdit, ListsTheInternetProfiles)
     }
 }
 
-TEST_F(ProfileEdit, LeavesWithoutAQuestionRightAfterItOpened)
-{
-    openScreen();
-    expectLeavesWithoutQuestion();
-    openProfile(record("Work"));
-    expectLeavesWithoutQuestion();
-    EXPECT_TRUE(screen->isVisible());
-}
-
 TEST_F(ProfileEdit, AsksBeforeItLeavesAnyChange)
 {
     for (const auto& entry :
@@ -541,22 +536,10 @@ TEST_F(ProfileEdit, StaysWhenTheQuestionIsCancelled)
         EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), screen.get());
         EXPECT_EQ(form->name->text(), "x");
     }
-    {
-        const auto unanswered = onceOpen<OrmuMessageBox>([](OrmuMessageBox& box) { box.reject(); });
-        press(Qt::Key_F3);
-    }
+    hideBoxOf([] { press(Qt::Key_F3); });
     EXPECT_EQ(results(), QList<bool>());
     EXPECT_EQ(leave(Qt::Key_Return), QList{EXIT_QUESTION});
     EXPECT_EQ(results(), QList<bool>({false}));
-}
-
-TEST_F(ProfileEdit, NeverDeletesItself)
-{
-    openFilled("Home");
-    save();
-    EXPECT_TRUE(screen->isVisible());
-    done->clear();
-    EXPECT_EQ(refusal(), QList{EXISTS}) << "the profile exists by now";
 }
 
 } // namespace

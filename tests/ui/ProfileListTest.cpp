@@ -47,6 +47,14 @@ protected:
         press(Qt::Key_F2);
     }
 
+    static void deleteTheFirst()
+    {
+        inDeleteDialog([](QDialog&) {
+            press(Qt::Key_Return);
+            press(Qt::Key_F1);
+        });
+    }
+
     // Presses Save, and returns the text of the box that refuses it.
     static QString refusal()
     {
@@ -56,28 +64,18 @@ protected:
     }
 };
 
-TEST_F(ProfileList, HasNoWidgetsBeforeCreateScreen)
-{
-    list.reset(SETUP_SIP_CreateProfileList(nullptr));
-    EXPECT_EQ(list->findChild<UTIL_ListBox*>(), nullptr);
-    EXPECT_EQ(list->getCSTWidget(), nullptr);
-    EXPECT_FALSE(list->isVisible());
-    EXPECT_EQ(list->objectName(), "");
-}
-
-TEST_F(ProfileList, BelongsToTheParentOfItsCreation)
+TEST_F(ProfileList, IsEmptyUntilCreateScreenAndItsBaseAlways)
 {
     QWidget parent;
-    EXPECT_EQ(SETUP_SIP_CreateProfileList(&parent)->parentWidget(), &parent);
-}
-
-TEST_F(ProfileList, BaseClassCreatesAnEmptyScreen)
-{
     SETUP_SIP_ProfileListBase base(nullptr, "base");
-    const QList<QObject*> before = base.findChildren<QObject*>();
     base.createScreen();
-    EXPECT_EQ(base.findChildren<QObject*>(), before);
-    EXPECT_EQ(base.getCSTWidget(), nullptr);
+    for (SETUP_SIP_ProfileListBase* screen : {&base, SETUP_SIP_CreateProfileList(&parent)}) {
+        EXPECT_EQ(screen->parentWidget(), screen == &base ? nullptr : &parent);
+        EXPECT_EQ(screen->objectName(), screen == &base ? "base" : "");
+        EXPECT_EQ(screen->findChild<UTIL_ListBox*>(), nullptr);
+        EXPECT_EQ(screen->getCSTWidget(), nullptr);
+        EXPECT_FALSE(screen->isVisible());
+    }
 }
 
 TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
@@ -85,6 +83,8 @@ TEST_F(ProfileList, ShowsRowsInTheStoresOrder)
     storeProfiles({"Zoe", "anna", "Mike"});
     openList();
     EXPECT_EQ(rows(), QStringList({"Zoe", "anna", "Mike"}));
+    EXPECT_TRUE(listBox->hasFocus());
+    EXPECT_EQ(listBox->currentItem(), 0);
     EXPECT_EQ(listBox->item(0)->text(), "Zoe");
     EXPECT_EQ(row(listBox, 0)->columns(), "IT");
     EXPECT_FALSE(row(listBox, 0)->isChecked());
@@ -111,6 +111,10 @@ TEST_F(ProfileList, EnablesItsMenuByTheNumberOfProfiles)
         openList();
         EXPECT_EQ(listBox->count(), count);
         EXPECT_EQ(offered(), expected) << count;
+        if (count == 10) {
+            EXPECT_TRUE(listBox->viewport()->rect().contains(listBox->visualItemRect(listBox->item(9))))
+                << "ten rows fit without scrolling";
+        }
     }
 }
 
@@ -140,13 +144,6 @@ TEST_F(ProfileList, ShowsTheSecondOfThreeTwiceOnceTheFirstIsDeleted)
     profiles()->deleteProfile("A");
     openList();
     EXPECT_EQ(rows(), QStringList({"B", "B"}));
-}
-
-TEST_F(ProfileList, ShowsTenRowsWithoutScrolling)
-{
-    storeProfiles(10);
-    openList();
-    EXPECT_TRUE(listBox->viewport()->rect().contains(listBox->visualItemRect(listBox->item(9))));
 }
 
 TEST_F(ProfileList, OpensItsMenuByTheLeftSoftKeyAndByPointer)
@@ -203,18 +200,6 @@ TEST_F(ProfileList, IgnoresCustomEventsThatAreNotItsOwn)
     EXPECT_TRUE(list->isVisible());
 }
 
-TEST_F(ProfileList, HasTheFocusOnItsFirstRow)
-{
-    storeProfiles(2);
-    openList();
-    EXPECT_TRUE(listBox->hasFocus());
-    EXPECT_EQ(listBox->currentItem(), 0);
-    press(Qt::Key_Down);
-    EXPECT_EQ(listBox->currentItem(), 1);
-    press(Qt::Key_Up);
-    EXPECT_EQ(listBox->currentItem(), 0);
-}
-
 TEST_F(ProfileList, OpensAnEmptyEditScreenByKeysAndByPointer)
 {
     storeProfiles({"A"});
@@ -249,10 +234,7 @@ TEST_F(ProfileList, CreatesRefusesAndDeletesProfilesByKeysAlone)
     EXPECT_EQ(rows(), QStringList({"Home", "Work"}));
     EXPECT_TRUE(listBox->hasFocus());
 
-    inDeleteDialog([](QDialog&) {
-        press(Qt::Key_Return);
-        press(Qt::Key_F1);
-    });
+    deleteTheFirst();
     EXPECT_EQ(rows(), QStringList({"Work"}));
     EXPECT_EQ(namesInFile(), QStringList({"Work"}));
 }
@@ -287,12 +269,10 @@ TEST_F(ProfileList, DeletesTheEditScreenInsideItsSignal)
         EditForm(edit).enterAll("Home");
         bool outlivesItsSignal = false;
         QObject::connect(edit, &SETUP_SIP_ProfileEdit::editDone, [&] { outlivesItsSignal = true; });
-        if (save) {
+        if (save)
             press(Qt::Key_F2);
-        } else {
-            const BoxAnswers leave({Qt::Key_F1});
-            press(Qt::Key_F3);
-        }
+        else
+            boxesOf({Qt::Key_F1}, [] { press(Qt::Key_F3); });
         EXPECT_TRUE(edit.isNull());
         EXPECT_FALSE(outlivesItsSignal);
         EXPECT_EQ(top(), list.get());
@@ -321,10 +301,7 @@ TEST_F(ProfileList, OffersNoNewProfileBetweenTheTenthAndADeletion)
     EXPECT_EQ(open<SETUP_SIP_ProfileEdit>(), nullptr);
     press(Qt::Key_Escape);
 
-    inDeleteDialog([](QDialog&) {
-        press(Qt::Key_Return);
-        press(Qt::Key_F1);
-    });
+    deleteTheFirst();
     EXPECT_EQ(listBox->count(), 9);
     EXPECT_EQ(offered(), "NewDelete");
     EXPECT_FALSE(rows().contains("Profile number 0"));

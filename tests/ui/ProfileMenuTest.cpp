@@ -11,8 +11,6 @@
 #include <QPointer>
 
 namespace {
-const char LINK_ASSERTION[] = "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n";
-
 // The menu of a row ("row") or of the detail screen ("detail"), which the list has opened.
 class ProfileMenu : public ScreenTest, public testing::WithParamInterface<const char*>
 {

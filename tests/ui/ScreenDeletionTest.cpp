@@ -1,5 +1,4 @@
-// Screens that are deleted inside slots that their own children called, or while an event loop of their own
-// runs.
+// Screens that are deleted inside slots that their own children called, or in an event loop of their own.
 #include "EditForm.h"
 #include "OrmuMessageBox.h"
 #include "SETUP_SIP_ConnectDlg.h"
@@ -12,6 +11,7 @@
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
 
+#include <optional>
 #include <ostream>
 
 namespace {
@@ -73,14 +73,20 @@ public:
     int reports = 0;
 };
 
-// A screen that whoever it reports to deletes at once.
+template <class T>
+bool isOpen()
+{
+    return ScreenDriver::open<T>() != nullptr;
+}
+
+// A screen whose receiver deletes it at once. Every key and every answer is used once at least.
 struct Report
 {
     const char* name;
     const char* scenario;
     void (*open)(ScreenDeletion& test);
     std::vector<SoftKey> keys;
-    std::vector<SoftKey> answers; // to its message box
+    std::vector<SoftKey> answers; // to its message box, in turn
 };
 
 void PrintTo(const Report& report, std::ostream* out)
@@ -121,21 +127,17 @@ class InItsReport : public ScreenDeletion, public testing::WithParamInterface<Re
 TEST_P(InItsReport, IsSafe)
 {
     play(GetParam().scenario);
-    const std::vector<SoftKey> noBox = {SoftKey::LEFT};
-    int runs = 0;
+    const std::vector<SoftKey>& answers = GetParam().answers;
     for (const SoftKey key : GetParam().keys) {
-        for (const SoftKey answer : GetParam().answers.empty() ? noBox : GetParam().answers) {
-            GetParam().open(*this);
-            if (GetParam().answers.empty()) {
-                press(key);
-            } else {
-                const auto answered = onceOpen<OrmuMessageBox>([answer](OrmuMessageBox&) { press(answer); });
-                press(key);
-            }
-            EXPECT_EQ(screen, nullptr);
-            EXPECT_EQ(reports, ++runs);
-            EXPECT_EQ(top(), nullptr);
-        }
+        const auto run = static_cast<size_t>(reports);
+        GetParam().open(*this);
+        std::optional<ScreenDriver::Expected> box;
+        if (!answers.empty())
+            box.emplace(isOpen<OrmuMessageBox>, [answer = answers[run % answers.size()]] { press(answer); });
+        press(key);
+        EXPECT_EQ(screen, nullptr);
+        EXPECT_EQ(reports, run + 1);
+        EXPECT_EQ(top(), nullptr);
     }
 }
 
@@ -158,12 +160,6 @@ void PrintTo(const Moment& moment, std::ostream* out)
     *out << moment.name;
 }
 
-template <class T>
-bool isOpen()
-{
-    return ScreenDriver::open<T>() != nullptr;
-}
-
 void pressMenuKey(ScreenDeletion&)
 {
     press(Qt::Key_Menu);
@@ -177,17 +173,14 @@ void chooseConnect(ScreenDeletion&)
     ScreenTest::chooseInRowMenu("Connect");
     ScreenTest::finishConnecting();
 }
-void chooseDelete(ScreenDeletion& t)
+template <const char* ENTRY>
+void choose(ScreenDeletion& t)
 {
-    qobject_cast<SETUP_SIP_ProfileDetail*>(t.screen) == nullptr
-        ? ScreenTest::chooseInRowMenu("Delete Profile")
-        : ScreenTest::chooseInMenu("Delete Profile");
+    qobject_cast<SETUP_SIP_ProfileDetail*>(t.screen) == nullptr ? ScreenTest::chooseInRowMenu(ENTRY)
+                                                                : ScreenTest::chooseInMenu(ENTRY);
 }
-void chooseDisconnect(ScreenDeletion& t)
-{
-    qobject_cast<SETUP_SIP_ProfileDetail*>(t.screen) == nullptr ? ScreenTest::chooseInRowMenu("Disconnect")
-                                                                : ScreenTest::chooseInMenu("Disconnect");
-}
+constexpr char DELETE[] = "Delete Profile";
+constexpr char DISCONNECT[] = "Disconnect";
 void saveEdit(ScreenDeletion&)
 {
     ScreenTest::chooseInMenu("Edit");
@@ -211,8 +204,8 @@ const Moment MOMENTS[] = {
      isOpen<QPopupMenu>,
      {Qt::Key_Return, Qt::Key_F1}},
     {"ListInItsRowMenu", "admit", LIST, pressMenuKey, isOpen<QPopupMenu>, {Qt::Key_Return, Qt::Key_Escape}},
-    {"ListInItsDeleteQuestion", "status:2", LIST, chooseDelete, isOpen<OrmuMessageBox>, YES_OR_NO},
-    {"ListInItsDisconnectQuestion", "status:2", LIST, chooseDisconnect, isOpen<OrmuMessageBox>, YES_OR_NO},
+    {"ListInItsDeleteQuestion", "status:2", LIST, choose<DELETE>, isOpen<OrmuMessageBox>, YES_OR_NO},
+    {"ListInItsDisconnectQuestion", "status:2", LIST, choose<DISCONNECT>, isOpen<OrmuMessageBox>, YES_OR_NO},
     {"ListInItsDeleteDialog",
      "admit",
      LIST,
@@ -221,8 +214,8 @@ const Moment MOMENTS[] = {
      {Qt::Key_F1, Qt::Key_F3, Qt::Key_Escape}},
     {"ListInItsSuccessNotice", "ack:0", LIST, chooseConnect, isOpen<OrmuMessageBox>, {Qt::Key_F2}},
     {"ListInItsFailureNotice", "ack:1", LIST, chooseConnect, isOpen<OrmuMessageBox>, {Qt::Key_F2}},
-    {"DetailInItsDeleteQuestion", "status:2", DETAIL, chooseDelete, isOpen<OrmuMessageBox>, YES_OR_NO},
-    {"DetailInItsDisconnectQuestion", "status:2", DETAIL, chooseDisconnect, isOpen<OrmuMessageBox>,
+    {"DetailInItsDeleteQuestion", "status:2", DETAIL, choose<DELETE>, isOpen<OrmuMessageBox>, YES_OR_NO},
+    {"DetailInItsDisconnectQuestion", "status:2", DETAIL, choose<DISCONNECT>, isOpen<OrmuMessageBox>,
      YES_OR_NO},
     {"DetailInItsReconnectQuestion", "status:2", DETAIL, saveEdit, isOpen<OrmuMessageBox>, YES_OR_NO},
     {"EditInItsRefusal",
@@ -387,12 +380,8 @@ TEST_F(ScreenDeletion, OfTheListLeavesItsPromptWithoutAnOpener)
     const QPointer<QWidget> prompt = top();
     list.reset();
     ASSERT_EQ(top(), prompt);
-    for (const char* password : {"wrong", "secret"}) {
-        fillPrompt("me", password);
-        const BoxAnswers answers(*password == 'w' ? std::initializer_list<Qt::Key>{Qt::Key_F1}
-                                                  : std::initializer_list<Qt::Key>{});
-        press(Qt::Key_F2);
-    }
+    boxesOf({Qt::Key_F1}, [] { submitPrompt("me", "wrong"); });
+    boxesOf({}, [] { submitPrompt("me", "secret"); });
     press(Qt::Key_F3);
     EXPECT_EQ(top(), prompt);
     EXPECT_EQ(requests(), QList<int>({3})) << "nobody connects";
@@ -413,16 +402,11 @@ TEST_F(ScreenDeletion, OfTheListLeavesItsDetailScreenWorking)
     EXPECT_TRUE(isDefault("A"));
 
     chooseInMenu("Connect");
-    fillPrompt("me", "secret");
-    press(Qt::Key_F2);
+    submitPrompt("me", "secret");
     EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-    {
-        const BoxAnswers reconnect({Qt::Key_F1});
-        saveEdit(*this);
-    }
+    boxesOf({Qt::Key_F1}, [this] { saveEdit(*this); });
     EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-    const BoxAnswers answers({Qt::Key_F1});
-    chooseInMenu("Delete Profile");
+    boxesOf({Qt::Key_F1}, [] { chooseInMenu("Delete Profile"); });
     EXPECT_FALSE(exists("A"));
     press(Qt::Key_F3);
     EXPECT_NE(detail, nullptr) << "nobody deletes it";

@@ -40,6 +40,9 @@ inline const ShownBox UNAVAILABLE("Service is not available", "Dialog_Exclamator
 inline const ShownBox INCORRECT("Incorrect profile\nfailed to connect to server",
                                 "Dialog_Exclamatory_Mark.gif", {"OK"});
 
+// The report of a call of the link without a connection.
+inline const char LINK_ASSERTION[] = "[{]1[}] SIP_COMM_Controler[.]cpp:[0-9]+\tormu assert failed !\n\n";
+
 // The ways to press a soft key of the screen that has the keys.
 enum class SoftKey { LEFT, MIDDLE, RIGHT, ESCAPE, LEFT_CLICK, MIDDLE_CLICK, RIGHT_CLICK };
 void press(SoftKey key);
@@ -65,6 +68,7 @@ private:
 class ScreenTest : public DaemonTest, public SettingsDirectory
 {
 public:
+    ScreenTest() : SettingsDirectory(InMemory) {}
     ~ScreenTest() override;
 
     // A profile that connects without asking for the user name "me" and the password "secret".

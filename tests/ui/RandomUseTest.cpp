@@ -4,6 +4,7 @@
 #include "SETUP_SIP_Agent.h"
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
+#include "SampleProfiles.h"
 #include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -33,19 +34,19 @@ int loopLevel()
     return QThread::currentThread()->loopLevel();
 }
 
-// Somebody who does anything at all, over a daemon that answers with anything. The same number gives the same
-// run; another is taken from the environment variable ORMU_MONKEY_SEED.
-class Monkey : public ScreenTest
+// Random keys, clicks and deletions, over a daemon that answers at random. The same seed gives the same run;
+// the environment variable ORMU_RANDOM_SEED sets another one.
+class RandomUse : public ScreenTest
 {
 protected:
-    Monkey()
+    RandomUse()
     {
-        const int given = qEnvironmentVariableIntValue("ORMU_MONKEY_SEED");
+        const int given = qEnvironmentVariableIntValue("ORMU_RANDOM_SEED");
         seed = given == 0 ? 20260101U : static_cast<unsigned>(given);
-        std::cout << "ORMU_MONKEY_SEED=" << seed << std::endl;
+        std::cout << "ORMU_RANDOM_SEED=" << seed << std::endl;
         random.seed(seed);
     }
-    ~Monkey() override { closeAll(); }
+    ~RandomUse() override { closeAll(); }
 
     unsigned upTo(unsigned count) { return static_cast<unsigned>(random() % count); }
     bool oneIn(unsigned count) { return upTo(count) == 0; }
@@ -107,9 +108,8 @@ protected:
     // Something on the way out of what is open.
     void giveUp()
     {
-        QWidget* top = OrmuPhoneWindow::instance()->topScreen();
-        if (list == nullptr && qobject_cast<QDialog*>(top) == nullptr)
-            delete top;
+        if (list == nullptr && qobject_cast<QDialog*>(top()) == nullptr)
+            delete top();
         else
             press(oneIn(2) ? Qt::Key_Escape : Qt::Key_F1);
     }
@@ -119,8 +119,8 @@ protected:
         if (++done % ACTIONS_BETWEEN_CHECKS == 0)
             checkStoreAndFile();
         actWithin([this] { actOnce(); });
-        if (const QWidget* top = OrmuPhoneWindow::instance()->topScreen())
-            visited += top->metaObject()->className();
+        if (top() != nullptr)
+            visited += top()->metaObject()->className();
         const auto dialogs = OrmuPhoneWindow::instance()->findChildren<SETUP_SIP_ConnectDlg*>();
         for (const auto* dialog : dialogs)
             timerOf(dialog)->stop(); // its ticks are actions too
@@ -199,8 +199,7 @@ protected:
 
     void longPressAnywhere()
     {
-        if (list == nullptr || OrmuPhoneWindow::instance()->topScreen() != list.get() ||
-            QApplication::activePopupWidget() != nullptr)
+        if (list == nullptr || top() != list.get() || QApplication::activePopupWidget() != nullptr)
             return;
         QWindow* window = OrmuPhoneWindow::instance()->windowHandle();
         const QPoint place = listBox->viewport()->mapTo(listBox->window(), anywhere(listBox->viewport()));
@@ -237,7 +236,7 @@ protected:
         // A store that a screen without its list has made may have read a file with gaps in its numbers.
         if (list == nullptr)
             return;
-        SCOPED_TRACE(testing::Message() << "action " << done << ", ORMU_MONKEY_SEED=" << seed);
+        SCOPED_TRACE(testing::Message() << "action " << done << ", ORMU_RANDOM_SEED=" << seed);
         SETUP_SIP_Agent* profiles = SETUP_SIP_Agent::instance();
         const QValueList<QString> names = profiles->displayNames;
         EXPECT_EQ(names.count(), profiles->profileCount());
@@ -253,17 +252,7 @@ protected:
             profiles->getProfileInfo(inMemory, name);
             EXPECT_TRUE(SETUP_SIP_Agent::getProfileByName(group, inFile));
             EXPECT_EQ(inFile.displayName, name);
-            EXPECT_EQ(inFile.server, inMemory.server);
-            EXPECT_EQ(inFile.portNum, inMemory.portNum);
-            EXPECT_EQ(inFile.userID, inMemory.userID);
-            EXPECT_EQ(inFile.password, inMemory.password);
-            EXPECT_EQ(inFile.network, inMemory.network);
-            EXPECT_EQ(inFile.autoConnect, inMemory.autoConnect);
-            EXPECT_EQ(inFile.registerValue, inMemory.registerValue);
-            EXPECT_EQ(inFile.locked, inMemory.locked);
-            EXPECT_EQ(inFile.defaultProfile, inMemory.defaultProfile);
-            EXPECT_EQ(inFile.needUserIDPass, inMemory.needUserIDPass);
-            EXPECT_EQ(inFile.remPassword, inMemory.remPassword);
+            expectEqual(inFile, inMemory);
             if (inMemory.defaultProfile) {
                 ++defaults;
                 // A default profile that was renamed keeps its flag alone.
@@ -304,12 +293,12 @@ protected:
     int checks = 0;
 };
 
-TEST_F(Monkey, FindsNothing)
+TEST_F(RandomUse, FindsNoFault)
 {
     playAnything();
     while (done < ACTIONS) {
         // Screens that their list has left are the user's for a while.
-        if (list == nullptr && (OrmuPhoneWindow::instance()->topScreen() == nullptr || oneIn(30)))
+        if (list == nullptr && (top() == nullptr || oneIn(30)))
             beginAgain();
         act();
     }
