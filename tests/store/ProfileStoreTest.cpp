@@ -157,10 +157,7 @@ TEST_F(ProfileStore, StaticsNeitherNeedNorMakeTheStore)
     EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(first), "A");
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
     EXPECT_TRUE(SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true));
-    QString userID;
-    QString password;
-    bool remember = false;
-    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
+    EXPECT_EQ(lastInput().user, "u");
     SETUP_SIP_Agent::cleanup();
 }
 
@@ -178,25 +175,17 @@ TEST_F(ProfileStore, StaticsFollowTheSettingDirectory)
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "");
     SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true);
     EXPECT_TRUE(QFile::exists(other.filePath("ormu_sipsetup.cfg")));
-    const auto lastUser = [] {
-        QString user;
-        QString password;
-        bool remember = false;
-        SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
-        return user;
-    };
-    EXPECT_EQ(lastUser(), "u");
+    EXPECT_EQ(lastInput().user, "u");
     QString path;
     SETUP_SIP_Agent::getSIPSetupPath(path);
     EXPECT_EQ(path, other.filePath("ormu_sipsetup.cfg"));
     qputenv("ORMU_SETTING_DIR", old);
-    EXPECT_EQ(lastUser(), "");
+    EXPECT_EQ(lastInput().user, "");
 }
 
 TEST_F(ProfileStore, ReturnsTheCountOfTheSummary)
 {
-    addProfile("A");
-    addProfile("B");
+    addProfiles({"A", "B"});
     EXPECT_EQ(reopenedStore().getSIPProfileList(), 2);
 }
 
@@ -223,13 +212,10 @@ TEST_F(ProfileStore, CountsNoGroupWithoutADisplayName)
 
 TEST_F(ProfileStore, ReadsMissingCredentialsAsEmpty)
 {
-    QString userID = "before";
-    QString password = "before";
-    bool remember = true;
-    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
-    EXPECT_EQ(userID, "");
-    EXPECT_EQ(password, "");
-    EXPECT_FALSE(remember);
+    const LastInput input = lastInput();
+    EXPECT_EQ(input.user, "");
+    EXPECT_EQ(input.password, "");
+    EXPECT_FALSE(input.remember);
     EXPECT_TRUE(entries().isEmpty());
 }
 
@@ -237,13 +223,10 @@ TEST_F(ProfileStore, SavesThePasswordAlsoWithoutRemember)
 {
     EXPECT_TRUE(SETUP_SIP_Agent::saveLastInputUserIDPassword("user", " pass,word ", false));
     EXPECT_EQ(readFile(), "[InputSettings]\nUserID=user\nPassword=\\spass,word\\s\nRemPassword=false\n");
-    QString userID;
-    QString password;
-    bool remember = true;
-    EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(userID, password, remember));
-    EXPECT_EQ(userID, "user");
-    EXPECT_EQ(password, " pass,word ");
-    EXPECT_FALSE(remember);
+    const LastInput input = lastInput();
+    EXPECT_EQ(input.user, "user");
+    EXPECT_EQ(input.password, " pass,word ");
+    EXPECT_FALSE(input.remember);
 }
 
 // The life of the store.
@@ -399,8 +382,7 @@ TEST_F(ProfileStore, IgnoresChangesOfAnUnknownProfile)
 
 TEST_F(ProfileStore, ReusesTheGroupOfADeletedProfile)
 {
-    for (const char* name : {"A", "B", "C"})
-        addProfile(name);
+    addProfiles({"A", "B", "C"});
     store().deleteProfile("B");
     EXPECT_EQ(names(), QStringList({"A", "C"}));
     EXPECT_EQ(groupOf("C"), "Profile2");
@@ -419,8 +401,7 @@ TEST_F(ProfileStore, ReusesTheGroupOfADeletedProfile)
 
 TEST_F(ProfileStore, DeletesAProfileNamedByItsOwnEntry)
 {
-    for (const char* name : {"A", "B"})
-        addProfile(name);
+    addProfiles({"A", "B"});
     store().deleteProfile(std::as_const(store().displayNames)[0]);
     EXPECT_EQ(names(), QStringList("B"));
     reopenedStore();
@@ -428,8 +409,7 @@ TEST_F(ProfileStore, DeletesAProfileNamedByItsOwnEntry)
 
 TEST_F(ProfileStore, StoresTrueInPlaceOfADeletedDefault)
 {
-    for (const char* name : {"A", "B", "C"})
-        addProfile(name);
+    addProfiles({"A", "B", "C"});
     store().setDefaultProfile("A");
     store().deleteProfile("C");
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
@@ -467,8 +447,7 @@ TEST_F(ProfileStore, LeavesAnEmptySummaryBehindTheLastProfile)
 
 TEST_F(ProfileStore, MovesTheDefaultFromOneProfileToAnother)
 {
-    for (const char* name : {"A", "B"})
-        addProfile(name);
+    addProfiles({"A", "B"});
     store().setDefaultProfile("A");
     store().setDefaultProfile("B");
     for (int opening = 0; opening < 2; ++opening) {
@@ -536,8 +515,7 @@ TEST_F(ProfileStore, FindsTheProfileBehindAGap)
 
 TEST_F(ProfileStore, ShowsTheSecondOfThreeTwiceAfterTheFirstIsDeleted)
 {
-    for (const char* name : {"A", "B", "C"})
-        addProfile(name);
+    addProfiles({"A", "B", "C"});
     store().deleteProfile("A");
     EXPECT_EQ(names(), QStringList({"B", "C"}));
     reopenedStore();

@@ -17,32 +17,28 @@ class StoreFaults : public StoreTest
 protected:
     StoreFaults()
     {
-        for (const char* name : {"A", "B", "C"})
-            addProfile(name);
-        store().setDefaultProfile("B");
+        addThree();
         bytes_ = readFile();
     }
 
     QByteArray bytes_;
+    const WarningLog warnings_;
+    FailureLog log_;
 };
 
 struct Operation
 {
     const char* name;
-    void (*run)(SETUP_SIP_Agent& store);
+    void (*run)();
 };
 
 const Operation OPERATIONS[] = {
-    {"AddProfile", [](SETUP_SIP_Agent&) { addProfile("D"); }},
-    {"ChangeProfile",
-     [](SETUP_SIP_Agent& store) {
-         SIP_PROFILE_CONTENT record = unusualRecord("A");
-         store.setProfileInfo(record, "A");
-     }},
-    {"DeleteProfile", [](SETUP_SIP_Agent& store) { store.deleteProfile("B"); }},
-    {"SetDefaultProfile", [](SETUP_SIP_Agent& store) { store.setDefaultProfile("C"); }},
-    {"ClearDefaultProfileFlag", [](SETUP_SIP_Agent& store) { store.clearDefaultProfileFlag("B"); }},
-    {"SaveLastInput", [](SETUP_SIP_Agent&) { SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true); }},
+    {"AddProfile", StoreTest::addOne},
+    {"ChangeProfile", StoreTest::changeOne},
+    {"DeleteProfile", StoreTest::deleteDefault},
+    {"SetDefaultProfile", StoreTest::moveDefault},
+    {"ClearDefaultProfileFlag", [] { StoreTest::store().clearDefaultProfileFlag("B"); }},
+    {"SaveLastInput", StoreTest::saveInput},
 };
 
 class StoreOperation : public StoreFaults, public testing::WithParamInterface<Operation>
@@ -52,7 +48,7 @@ class StoreOperation : public StoreFaults, public testing::WithParamInterface<Op
 TEST_P(StoreOperation, WritesOneTemporaryFileAndRenamesItOnce)
 {
     resetCallCounts();
-    GetParam().run(store());
+    GetParam().run();
     EXPECT_EQ(callCount(SystemCall::CreateTemporary), 1);
     EXPECT_EQ(callCount(SystemCall::Rename), 1);
     EXPECT_GE(callCount(SystemCall::Fsync), 1);
@@ -65,8 +61,6 @@ TEST_P(StoreOperation, WritesOneTemporaryFileAndRenamesItOnce)
 
 TEST_P(StoreOperation, TellsEachFailedCallOfASave)
 {
-    const WarningLog warnings;
-    FailureLog log;
     int faults = 0;
     for (const SystemCall call :
          {SystemCall::CreateTemporary, SystemCall::Write, SystemCall::Fsync, SystemCall::Rename}) {
@@ -75,19 +69,19 @@ TEST_P(StoreOperation, TellsEachFailedCallOfASave)
                 writeFile(bytes_);
                 ASSERT_FALSE(beginSettings(file()).has_value());
                 reopenedStore();
-                log.clear();
+                log_.clear();
                 const SystemCallFault fault(call, error, passing, 1);
-                GetParam().run(store());
+                GetParam().run();
                 if (fault.fired() == 0)
                     break;
                 ++faults;
-                ASSERT_EQ(log.only().kind, SettingsFailure::NotSaved);
-                ASSERT_EQ(log.only().reason, error == EIO ? "input/output error" : "no room on the disk");
+                ASSERT_EQ(log_.only().kind, SettingsFailure::NotSaved);
+                ASSERT_EQ(log_.only().reason, error == EIO ? "input/output error" : "no room on the disk");
                 ASSERT_EQ(entries(), QStringList("ormu_sipsetup.cfg"));
                 const bool isDirectory = call == SystemCall::Fsync && passing == 1;
                 ASSERT_EQ(readFile() == bytes_, !isDirectory);
             }
-            ASSERT_TRUE(log.failures().isEmpty());
+            ASSERT_TRUE(log_.failures().isEmpty());
         }
     }
     EXPECT_GE(faults, 10);
@@ -99,7 +93,6 @@ INSTANTIATE_TEST_SUITE_P(Each, StoreOperation, testing::ValuesIn(OPERATIONS),
 
 TEST_F(StoreFaults, AnswerFromMemoryAfterAFailedWrite)
 {
-    const WarningLog warnings;
     const SystemCallFault fault(SystemCall::Fsync, EIO);
     addProfile("D");
     EXPECT_GT(fault.fired(), 0);
@@ -109,36 +102,28 @@ TEST_F(StoreFaults, AnswerFromMemoryAfterAFailedWrite)
 
 // Everything that a list does with its file, in this order.
 const Operation USES[] = {
-    {"open the list", [](SETUP_SIP_Agent&) {}},
+    {"open the list", [] { StoreTest::store(); }},
     {"read a profile",
-     [](SETUP_SIP_Agent&) {
+     [] {
          QString group = "Profile1";
          SIP_PROFILE_CONTENT record;
          SETUP_SIP_Agent::getProfileByName(group, record);
      }},
-    {"add a profile", [](SETUP_SIP_Agent&) { addProfile("D"); }},
+    {"add a profile", StoreTest::addOne},
     {"change it",
-     [](SETUP_SIP_Agent& store) {
+     [] {
          SIP_PROFILE_CONTENT record = unusualRecord("D");
-         store.setProfileInfo(record, "D");
+         StoreTest::store().setProfileInfo(record, "D");
      }},
-    {"set the default", [](SETUP_SIP_Agent& store) { store.setDefaultProfile("D"); }},
-    {"read the last input",
-     [](SETUP_SIP_Agent&) {
-         QString user;
-         QString password;
-         bool remember = false;
-         SETUP_SIP_Agent::getLastInputUserIDPassword(user, password, remember);
-     }},
-    {"save the last input",
-     [](SETUP_SIP_Agent&) { SETUP_SIP_Agent::saveLastInputUserIDPassword("u", "p", true); }},
-    {"delete a profile", [](SETUP_SIP_Agent& store) { store.deleteProfile("D"); }},
-    {"add another", [](SETUP_SIP_Agent&) { addProfile("E"); }},
+    {"set the default", [] { StoreTest::store().setDefaultProfile("D"); }},
+    {"read the last input", [] { StoreTest::lastInput(); }},
+    {"save the last input", StoreTest::saveInput},
+    {"delete a profile", [] { StoreTest::store().deleteProfile("D"); }},
+    {"add another", [] { addProfile("E"); }},
 };
 
 TEST_F(StoreFaults, ForbidLaterSavesAfterAnyFailedRead)
 {
-    const WarningLog warnings;
     int faults = 0;
     for (const SystemCall call : {SystemCall::Read, SystemCall::Open}) {
         for (int passing = 0;; ++passing) {
@@ -146,12 +131,12 @@ TEST_F(StoreFaults, ForbidLaterSavesAfterAnyFailedRead)
             SETUP_SIP_Agent::cleanup();
             writeFile(bytes_);
             ASSERT_FALSE(beginSettings(file()).has_value());
-            const FailureLog log;
+            log_.clear();
             const SystemCallFault fault(call, EIO, passing, 1);
             bool hasFailed = false;
             for (const Operation& use : USES) {
                 const FileIdentity before(file());
-                use.run(store());
+                use.run();
                 hasFailed = hasFailed || isSettingsFileUnread(file());
                 ASSERT_TRUE(!hasFailed || FileIdentity(file()) == before) << use.name;
             }
@@ -159,7 +144,7 @@ TEST_F(StoreFaults, ForbidLaterSavesAfterAnyFailedRead)
                 break;
             // An open that fails may also be the lock file's, without which a save goes on.
             ASSERT_TRUE(hasFailed || call == SystemCall::Open);
-            ASSERT_EQ(hasFailed, !log.failures().isEmpty());
+            ASSERT_EQ(hasFailed, !log_.failures().isEmpty());
             faults += hasFailed;
 
             // The list is opened anew: it shows what is in the file, and saves again.
@@ -197,9 +182,6 @@ protected:
         reopenedStore();
         return names();
     }
-
-    const WarningLog warnings_;
-    FailureLog log_;
 };
 
 TEST_F(FailedRename, IsSavedWithTheNextSave)
@@ -240,23 +222,21 @@ TEST_F(StoreFaults, TellAFullDiskUntilThereIsRoom)
     const int result = runOnOwnDisk(directory(), [&] {
         reopenedStore();
         int saved = 0;
-        const WarningLog warnings;
-        FailureLog log;
-        while (log.failures().isEmpty() && saved < 1000) {
+        while (log_.failures().isEmpty() && saved < 1000) {
             const QByteArray before = saved == 0 ? QByteArray() : readFile();
             addProfile(QString("Profile %1 ").arg(saved) + QString(1000, u'x'));
-            if (!log.failures().isEmpty() && readFile() != before)
-                return 1;
-            saved += log.failures().isEmpty();
+            EXPECT_TRUE(log_.failures().isEmpty() || readFile() == before);
+            saved += log_.failures().isEmpty();
         }
-        if (saved < 5 || log.only().kind != SettingsFailure::NotSaved ||
-            log.only().reason != "no room on the disk")
-            return 2;
-        if (beginSettings(file()) || reopenedStore().profileCount() != saved)
-            return 3;
-        log.clear();
+        EXPECT_GE(saved, 5);
+        EXPECT_EQ(log_.only().kind, SettingsFailure::NotSaved);
+        EXPECT_EQ(log_.only().reason, "no room on the disk");
+        EXPECT_FALSE(beginSettings(file()).has_value());
+        EXPECT_EQ(reopenedStore().profileCount(), saved);
+        log_.clear();
         store().deleteProfile(names().last());
-        return log.failures().isEmpty() ? 0 : 4;
+        EXPECT_TRUE(log_.failures().isEmpty());
+        return HasFailure() ? 1 : 0;
     });
     if (result == NO_OWN_DISK)
         GTEST_SKIP() << "this user cannot have a disk of its own";
@@ -290,7 +270,6 @@ bool scanEnds(const QString& path)
 
 TEST_F(StoreFaults, LoadAFileCutAtAnyByteUnlessItCountsTooMany)
 {
-    const WarningLog warnings;
     int loaded = 0;
     for (qsizetype length = 0; length <= bytes_.size(); ++length) {
         writeFile(bytes_.first(length));

@@ -25,9 +25,7 @@ void makeNoFile(const QString&) {}
 
 void makeProfiles(const QString&)
 {
-    for (const char* name : {"A", "B", "C"})
-        addProfile(name);
-    SETUP_SIP_Agent::instance()->setDefaultProfile("B");
+    StoreTest::addThree();
 }
 
 void makeDamagedFile(const QString& path)
@@ -57,32 +55,6 @@ void makeLinkToDamagedFile(const QString& path)
 {
     ASSERT_TRUE(QFile::link(TARGET, path));
     makeDamagedFile(path);
-}
-
-void addOne()
-{
-    addProfile("D");
-}
-
-void changeOne()
-{
-    SIP_PROFILE_CONTENT record = unusualRecord("A");
-    SETUP_SIP_Agent::instance()->setProfileInfo(record, "A");
-}
-
-void deleteDefault()
-{
-    SETUP_SIP_Agent::instance()->deleteProfile("B");
-}
-
-void moveDefault()
-{
-    SETUP_SIP_Agent::instance()->setDefaultProfile("C");
-}
-
-void saveInput()
-{
-    SETUP_SIP_Agent::saveLastInputUserIDPassword("user", "password", true);
 }
 
 class KilledStore : public StoreTest, public testing::WithParamInterface<KilledOperation>
@@ -200,16 +172,17 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
 
 INSTANTIATE_TEST_SUITE_P(
     Each, KilledStore,
-    testing::Values(KilledOperation{"FirstProfile", makeNoFile, addOne},
-                    KilledOperation{"AddProfile", makeProfiles, addOne},
-                    KilledOperation{"ChangeProfile", makeProfiles, changeOne},
-                    KilledOperation{"DeleteDefaultProfile", makeProfiles, deleteDefault},
-                    KilledOperation{"SetDefaultProfile", makeProfiles, moveDefault},
-                    KilledOperation{"SaveLastInput", makeProfiles, saveInput},
-                    KilledOperation{"AddProfileOverADamagedFile", makeDamagedFile, addOne},
-                    KilledOperation{"AddProfileByALink", makeLinkToProfiles, addOne},
-                    KilledOperation{"FirstProfileByALink", makeLinkToNothing, addOne},
-                    KilledOperation{"AddProfileByALinkToADamagedFile", makeLinkToDamagedFile, addOne}),
+    testing::Values(KilledOperation{"FirstProfile", makeNoFile, StoreTest::addOne},
+                    KilledOperation{"AddProfile", makeProfiles, StoreTest::addOne},
+                    KilledOperation{"ChangeProfile", makeProfiles, StoreTest::changeOne},
+                    KilledOperation{"DeleteDefaultProfile", makeProfiles, StoreTest::deleteDefault},
+                    KilledOperation{"SetDefaultProfile", makeProfiles, StoreTest::moveDefault},
+                    KilledOperation{"SaveLastInput", makeProfiles, StoreTest::saveInput},
+                    KilledOperation{"AddProfileOverADamagedFile", makeDamagedFile, StoreTest::addOne},
+                    KilledOperation{"AddProfileByALink", makeLinkToProfiles, StoreTest::addOne},
+                    KilledOperation{"FirstProfileByALink", makeLinkToNothing, StoreTest::addOne},
+                    KilledOperation{"AddProfileByALinkToADamagedFile", makeLinkToDamagedFile,
+                                    StoreTest::addOne}),
     [](const auto& operation) { return std::string(operation.param.name); });
 
 } // namespace

@@ -7,7 +7,7 @@
 // A settings directory of its own, and no store, at the start of each test.
 class StoreTest : public SettingsInMemoryTest
 {
-protected:
+public:
     ~StoreTest() override { SETUP_SIP_Agent::cleanup(); }
 
     static SETUP_SIP_Agent& store() { return *SETUP_SIP_Agent::instance(); }
@@ -39,6 +39,41 @@ protected:
         store().getProfileInfo(record, name);
         return record;
     }
+
+    static void addProfiles(std::initializer_list<const char*> names)
+    {
+        for (const char* name : names)
+            addProfile(name);
+    }
+
+    struct LastInput
+    {
+        QString user = QStringLiteral("before");
+        QString password = QStringLiteral("before");
+        bool remember = true;
+    };
+    static LastInput lastInput()
+    {
+        LastInput input;
+        EXPECT_TRUE(SETUP_SIP_Agent::getLastInputUserIDPassword(input.user, input.password, input.remember));
+        return input;
+    }
+
+    // Operations that save, on a store of "A", "B", which is the default, and "C".
+    static void addThree()
+    {
+        addProfiles({"A", "B", "C"});
+        store().setDefaultProfile("B");
+    }
+    static void addOne() { addProfile("D"); }
+    static void changeOne()
+    {
+        SIP_PROFILE_CONTENT record = unusualRecord("A");
+        store().setProfileInfo(record, "A");
+    }
+    static void deleteDefault() { store().deleteProfile("B"); }
+    static void moveDefault() { store().setDefaultProfile("C"); }
+    static void saveInput() { SETUP_SIP_Agent::saveLastInputUserIDPassword("user", "password", true); }
 };
 
 #endif
