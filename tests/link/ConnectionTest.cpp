@@ -286,7 +286,7 @@ TEST_F(Connection, FailsWhenASignalInterruptsTheWaitForRoom)
     sigaction(SIGUSR1, &saved, nullptr);
 }
 
-TEST_F(Connection, DropsThePendingMessageWhenItIsMadeAgain)
+TEST_F(Connection, DropsThePendingMessageWhenReopened)
 {
     connectTo("close-after:12");
     _SIPD_MSG_TYPE_E type;
@@ -299,7 +299,7 @@ TEST_F(Connection, DropsThePendingMessageWhenItIsMadeAgain)
     EXPECT_EQ(channel.recvAckMsg(&ack), 0);
 }
 
-TEST_F(Connection, ReplacesTheFirstWhenItIsMadeTwice)
+TEST_F(Connection, ReplacesTheFormerWhenReopened)
 {
     connectTo("admit");
     ASSERT_EQ(channel.connectDaemon(), SIP_COMM_SUCCESS);
@@ -308,7 +308,7 @@ TEST_F(Connection, ReplacesTheFirstWhenItIsMadeTwice)
     EXPECT_EQ(daemon().accepted(), 2);
 }
 
-TEST_F(Connection, StaysOpenWhenASecondFails)
+TEST_F(Connection, StaysOpenWhenReopeningFails)
 {
     connectTo("admit");
     const int fd = channel.getFd();

@@ -138,7 +138,7 @@ class Faults : public DaemonTest
 {
 };
 
-TEST_F(Faults, DoNotOccurInTheExpectedCalls)
+TEST_F(Faults, DoNotOccurInAFullUse)
 {
     play("admit");
     SystemCalls calls;

@@ -29,7 +29,7 @@ protected:
         file.write(list);
     }
 
-    // What a caller with that much room gets, and behind it one record that must stay as it was.
+    // The result for a buffer of that many records, and the record behind the buffer.
     struct Listing
     {
         int result;
@@ -58,7 +58,7 @@ const std::string UNTOUCHED(RECORD, '#');
 
 } // namespace
 
-TEST_F(DataConnections, AreTheInternetAloneWithoutAList)
+TEST_F(DataConnections, AreOnlyInternetWithoutAList)
 {
     const Listing listing = list(1);
     EXPECT_EQ(listing.result, 0);
@@ -67,7 +67,7 @@ TEST_F(DataConnections, AreTheInternetAloneWithoutAList)
     EXPECT_EQ(listing.behind, UNTOUCHED);
 }
 
-TEST_F(DataConnections, AreCountedInAllWhateverTheRoom)
+TEST_F(DataConnections, AreAllCountedInABufferOfAnySize)
 {
     write("# the connections of this phone\n\n  internet \r\nwap\n   \n#office\nBüro");
     for (const int room : {0, 1, 2, 3, 5}) {
@@ -97,7 +97,7 @@ TEST_F(DataConnections, AlwaysEndWithANul)
     EXPECT_EQ(listing.behind, UNTOUCHED);
 }
 
-TEST_F(DataConnections, AreNeverCutInsideACharacter)
+TEST_F(DataConnections, AreNotCutInsideACharacter)
 {
     for (const char* character : {"ü", "日", "\U0001F600"}) {
         for (int before = 58; before <= 64; ++before) {

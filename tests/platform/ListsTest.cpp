@@ -15,7 +15,7 @@ QValueList<QString> listOf(std::initializer_list<const char*> texts)
     return list;
 }
 
-// Counts those alive.
+// Counts its living objects.
 struct Counted
 {
     explicit Counted(int& alive) : alive_(alive) { ++alive_; }
@@ -70,7 +70,7 @@ TEST(ValueList, IsEmptyAfterClearing)
     EXPECT_EQ(list.count(), 0);
 }
 
-TEST(PointerList, LeavesItsEntriesToTheirOwnerUnlessToldOtherwise)
+TEST(PointerList, DeletesNoEntryByDefault)
 {
     int alive = 0;
     Counted entry(alive);
@@ -83,7 +83,7 @@ TEST(PointerList, LeavesItsEntriesToTheirOwnerUnlessToldOtherwise)
     EXPECT_EQ(alive, 1);
 }
 
-TEST(PointerList, DeletesAnEntryThatItOwnsWhenItIsRemoved)
+TEST(PointerList, DeletesItsOwnEntryWhenItIsRemoved)
 {
     int alive = 0;
     QPtrList<Counted> list;
@@ -98,7 +98,7 @@ TEST(PointerList, DeletesAnEntryThatItOwnsWhenItIsRemoved)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(PointerList, DeletesWhatItOwnsWhenItIsDestroyed)
+TEST(PointerList, DeletesItsOwnEntriesWhenItIsDestroyed)
 {
     int alive = 0;
     {
@@ -109,7 +109,7 @@ TEST(PointerList, DeletesWhatItOwnsWhenItIsDestroyed)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(PointerList, AnswersAnIndexThatItDoesNotHave)
+TEST(PointerList, RejectsAMissingIndex)
 {
     QPtrList<int> list;
     EXPECT_EQ(list.at(0), nullptr);

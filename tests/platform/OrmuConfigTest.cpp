@@ -13,7 +13,7 @@ mode_t permissionsOf(const QString& path)
     return FileIdentity(path).mode & 07777;
 }
 
-TEST_F(OrmuConfigTest, NamesTheDirectoryOfTheVariableAsItStands)
+TEST_F(OrmuConfigTest, ReturnsTheVariableUnchanged)
 {
     for (const QString& name : {directory(), directory() + "/", directory() + "//x/../y/"}) {
         qputenv("ORMU_SETTING_DIR", QFile::encodeName(name));
@@ -28,7 +28,7 @@ TEST_F(OrmuConfigTest, ReadsTheVariableOnEveryCall)
     EXPECT_EQ(OrmuConfig::getSettingDirectory(), directory() + "/other");
 }
 
-TEST_F(OrmuConfigTest, NamesNothingWhenTheVariableIsEmpty)
+TEST_F(OrmuConfigTest, ReturnsAnEmptyPathForAnEmptyVariable)
 {
     qputenv("ORMU_SETTING_DIR", "");
     WarningLog warnings;
@@ -36,7 +36,7 @@ TEST_F(OrmuConfigTest, NamesNothingWhenTheVariableIsEmpty)
     EXPECT_TRUE(warnings.lines().isEmpty());
 }
 
-TEST_F(OrmuConfigTest, MakesAMissingDirectoryAndThoseAboveItForItsUserAlone)
+TEST_F(OrmuConfigTest, MakesMissingDirectoriesForItsUserAlone)
 {
     const QString name = directory() + "/a/b";
     qputenv("ORMU_SETTING_DIR", QFile::encodeName(name));
@@ -45,7 +45,7 @@ TEST_F(OrmuConfigTest, MakesAMissingDirectoryAndThoseAboveItForItsUserAlone)
     EXPECT_EQ(permissionsOf(directory() + "/a"), 0700u);
 }
 
-TEST_F(OrmuConfigTest, LeavesTheModeOfADirectoryThatIsThere)
+TEST_F(OrmuConfigTest, KeepsTheModeOfAnExistingDirectory)
 {
     ASSERT_EQ(chmod(QFile::encodeName(directory()).constData(), 0755), 0);
     OrmuConfig::getSettingDirectory();
@@ -61,7 +61,7 @@ TEST_F(OrmuConfigTest, FallsBackToTheUsersConfigurationDirectory)
     qunsetenv("XDG_CONFIG_HOME");
 }
 
-TEST_F(OrmuConfigTest, NamesADirectoryThatCannotBeMadeAndWarns)
+TEST_F(OrmuConfigTest, WarnsOfADirectoryThatCannotBeMade)
 {
     writeFile(directory() + "/file", "");
     const QString name = directory() + "/file/below";
@@ -71,7 +71,7 @@ TEST_F(OrmuConfigTest, NamesADirectoryThatCannotBeMadeAndWarns)
     EXPECT_EQ(warnings.lines().size(), 1);
 }
 
-TEST_F(OrmuConfigTest, TakesADirectoryWithNonLatinName)
+TEST_F(OrmuConfigTest, MakesADirectoryWithANonLatinName)
 {
     const QString name = directory() + QStringLiteral("/настройки 設定");
     qputenv("ORMU_SETTING_DIR", name.toUtf8());

@@ -76,7 +76,7 @@ QByteArray sampleFile()
     return bytes + "[SystemDefault]\nProfile=Profile1\n";
 }
 
-// Every value of the sample, the defaults for those that are not there.
+// Every value of the sample; the default for a missing one.
 QStringList sampleValues(const QString& path)
 {
     const SETUP_SET_Manager manager(path, false);
@@ -110,7 +110,7 @@ void expectNothingLost(const QString& path, const QByteArray& bytes)
         ASSERT_EQ(sampleValues(path), before);
 }
 
-TEST_F(SettingsDamage, LosesNothingMoreOfAFileCutAtAnyByte)
+TEST_F(SettingsDamage, KeepsReadableValuesOfAFileCutAtAnyByte)
 {
     const QByteArray whole = sampleFile();
     int readable = 0;
@@ -123,7 +123,7 @@ TEST_F(SettingsDamage, LosesNothingMoreOfAFileCutAtAnyByte)
     EXPECT_FALSE(warnings.lines().isEmpty());
 }
 
-TEST_F(SettingsDamage, LosesNothingMoreOfRandomBytes)
+TEST_F(SettingsDamage, KeepsReadableValuesOfRandomBytes)
 {
     std::mt19937 random(2);
     std::uniform_int_distribution<int> anyByte(0, 255);

@@ -31,7 +31,7 @@ protected:
     }
 };
 
-TEST_F(SettingsFailures, TellAFullDiskAndKeepTheOldFile)
+TEST_F(SettingsFailures, ReportAFullDiskAndKeepTheOldFile)
 {
     runOnSmallDisk([&] {
         writeFile(OLD);
@@ -47,7 +47,7 @@ TEST_F(SettingsFailures, TellAFullDiskAndKeepTheOldFile)
     });
 }
 
-TEST_F(SettingsFailures, TellAReadOnlyDisk)
+TEST_F(SettingsFailures, ReportAReadOnlyDisk)
 {
     runOnSmallDisk([&] {
         writeFile(OLD);
@@ -57,7 +57,7 @@ TEST_F(SettingsFailures, TellAReadOnlyDisk)
     });
 }
 
-TEST_F(SettingsFailures, TellADirectoryWithoutWritePermission)
+TEST_F(SettingsFailures, ReportADirectoryWithoutWritePermission)
 {
     for (const QByteArray& bytes : {OLD, GARBAGE}) {
         writeFile(bytes);
@@ -74,7 +74,7 @@ TEST_F(SettingsFailures, TellADirectoryWithoutWritePermission)
     }
 }
 
-TEST_F(SettingsFailures, TellPathsThatCannotBeRead)
+TEST_F(SettingsFailures, ReportPathsThatCannotBeRead)
 {
     writeFile(directory() + "/place", OLD);
     makeLink(directory() + "/lost", "missing/file");
@@ -97,7 +97,7 @@ TEST_F(SettingsFailures, TellPathsThatCannotBeRead)
     EXPECT_EQ(readFile(directory() + "/place"), OLD);
 }
 
-TEST_F(SettingsFailures, TellAFileThatMayNotBeRead)
+TEST_F(SettingsFailures, ReportAFileThatMayNotBeRead)
 {
     writeFile(OLD);
     setMode(file(), 0);
@@ -108,7 +108,7 @@ TEST_F(SettingsFailures, TellAFileThatMayNotBeRead)
     EXPECT_EQ(readFile(), OLD);
 }
 
-TEST_F(SettingsFailures, TellAFileOrAFolderOfAnotherUser)
+TEST_F(SettingsFailures, ReportAFileOrAFolderOfAnotherUser)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
@@ -151,7 +151,7 @@ TEST_F(SettingsFailures, DoNotOccurInADirectoryThatCanBeMade)
     EXPECT_EQ(modeOf(directory() + "/new/inner"), 0700U);
 }
 
-TEST_F(SettingsFailures, TellAFileInTheDirectorysPlace)
+TEST_F(SettingsFailures, ReportAFileInTheDirectorysPlace)
 {
     writeFile(directory() + "/file", OLD);
     for (const char* path : {"/file", "/file/inner"}) {

@@ -108,7 +108,7 @@ TEST_F(SettingsFault, WritesWhereNothingCanBeLocked)
     EXPECT_EQ(readFile(), NEW);
 }
 
-TEST_F(SettingsFault, TellsADirectoryThatCannotBeStored)
+TEST_F(SettingsFault, ReportsADirectoryThatCannotBeStored)
 {
     writeFile(OLD);
     ASSERT_EQ(faultsOfSave(SystemCall::Fsync, EIO, 1), 1);

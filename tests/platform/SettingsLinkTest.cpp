@@ -71,7 +71,7 @@ TEST_F(SettingsLink, KeepsATargetThatWasAwayForAMoment)
     expectOnlyTheTargetIsNew();
 }
 
-TEST_F(SettingsLink, TellsATargetsFolderWithoutPermission)
+TEST_F(SettingsLink, ReportsATargetsFolderWithoutPermission)
 {
     writeFile(target(), OLD);
     makeLink(file(), "elsewhere/" + TARGET);

@@ -225,7 +225,7 @@ TEST_F(SettingsManager, WritesNothingWithoutAChange)
     EXPECT_NE(FileIdentity(file()), before);
 }
 
-TEST_F(SettingsManager, TellsApartTwoFilesOfOneSizeAndTime)
+TEST_F(SettingsManager, DistinguishesTwoFilesOfOneSizeAndTime)
 {
     writeFile("[Group]\nKey=1\n");
     const FileIdentity before = identityWithOldTime();

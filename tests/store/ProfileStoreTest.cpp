@@ -121,7 +121,7 @@ TEST_F(ProfileStore, AbortsWithoutAManagerToReadFrom)
                 testing::KilledBySignal(SIGABRT), "SETUP_SIP_Agent.cpp:[0-9]+\tormu assert failed !");
 }
 
-TEST_F(ProfileStore, ReadsMissingKeysAsThoseOfANewProfile)
+TEST_F(ProfileStore, ReadsMissingKeysAsTheirDefaults)
 {
     SIP_PROFILE_CONTENT missing = unusualRecord("A");
     SETUP_SET_Manager manager(file(), false);
@@ -147,7 +147,7 @@ TEST_F(ProfileStore, ReadsEveryFieldBack)
 
 // The static reads and the credentials.
 
-TEST_F(ProfileStore, StaticsNeitherNeedNorMakeTheStore)
+TEST_F(ProfileStore, StaticOperationsMakeNoStore)
 {
     // Loading this file would never end.
     writeFile(summary(99) + group(0, "A") + "[SystemDefault]\nProfile=Profile0\n");
@@ -161,7 +161,7 @@ TEST_F(ProfileStore, StaticsNeitherNeedNorMakeTheStore)
     SETUP_SIP_Agent::cleanup();
 }
 
-TEST_F(ProfileStore, StaticsFollowTheSettingDirectory)
+TEST_F(ProfileStore, StaticOperationsFollowTheDirectory)
 {
     writeFile(group(0, "A") + "[SystemDefault]\nProfile=Profile0\n");
     QString first = "Profile0";
@@ -189,7 +189,7 @@ TEST_F(ProfileStore, ReturnsTheCountOfTheSummary)
     EXPECT_EQ(reopenedStore().getSIPProfileList(), 2);
 }
 
-TEST_F(ProfileStore, StaticsReadTheFileAndNotTheStore)
+TEST_F(ProfileStore, StaticOperationsReadTheFileOnly)
 {
     addProfile("A");
     writeFile("[Profile0]\nDisplayName=changed\n[SystemDefault]\nProfile=Profile5\n");
@@ -199,7 +199,7 @@ TEST_F(ProfileStore, StaticsReadTheFileAndNotTheStore)
     EXPECT_EQ(names(), QStringList("A"));
 }
 
-TEST_F(ProfileStore, CountsNoGroupWithoutADisplayName)
+TEST_F(ProfileStore, FindsNoProfileWithoutADisplayName)
 {
     writeFile("[Profile0]\nServer=sip.example\n\n[Profile1]\nDisplayName=\n");
     for (QString absent : {QString("Profile0"), QString("Profile1"), QString("Profile2"), QString()}) {
@@ -262,7 +262,7 @@ TEST_F(ProfileStore, LoadsTheFileOnceAndAgainAfterCleanup)
 
 // Adding and changing.
 
-TEST_F(ProfileStore, WritesTheFirstProfileToProfile0InOrder)
+TEST_F(ProfileStore, WritesTheKeysOfTheFirstProfileInOrder)
 {
     addProfile("A");
     EXPECT_EQ(readFile(),
@@ -350,7 +350,7 @@ TEST_F(ProfileStore, AnswersForTheProfilesThatItHas)
     EXPECT_EQ(groupOf("B"), "Profile1");
 }
 
-TEST_F(ProfileStore, CountsAnUnknownProfileAsLocked)
+TEST_F(ProfileStore, TreatsAnUnknownProfileAsLocked)
 {
     addProfile("A");
     for (const char* name : {"B", "a", "A ", ""}) {
@@ -513,7 +513,7 @@ TEST_F(ProfileStore, FindsTheProfileBehindAGap)
     EXPECT_EQ(groupOf("C"), "Profile2");
 }
 
-TEST_F(ProfileStore, ShowsTheSecondOfThreeTwiceAfterTheFirstIsDeleted)
+TEST_F(ProfileStore, ListsTheNextProfileTwiceAfterADeletion)
 {
     addProfiles({"A", "B", "C"});
     store().deleteProfile("A");
@@ -522,7 +522,7 @@ TEST_F(ProfileStore, ShowsTheSecondOfThreeTwiceAfterTheFirstIsDeleted)
     EXPECT_EQ(names(), QStringList({"B", "B"}));
 }
 
-TEST_F(ProfileStore, LooksAtHighNumbersToo)
+TEST_F(ProfileStore, FindsAProfileOfAHighNumber)
 {
     writeFile(summary(1) + group(100000, "far"));
     EXPECT_EQ(names(), QStringList("far"));

@@ -6,8 +6,8 @@
 #include <QHash>
 #include <QStringList>
 
-// What the store calls of its platform and of the daemon link. A program that links StoreCalls.cpp has it in
-// place of the settings manager and of the controller: it records each call with its arguments.
+// Records the calls of the store to the settings manager and the link, with their arguments. A program links
+// StoreCalls.cpp in place of both.
 namespace storeCalls {
 
 inline QStringList calls;

@@ -59,7 +59,7 @@ TEST_P(StoreOperation, WritesOneTemporaryFileAndRenamesItOnce)
               << callCount(SystemCall::Open) << " other opens\n";
 }
 
-TEST_P(StoreOperation, TellsEachFailedCallOfASave)
+TEST_P(StoreOperation, ReportsEachFailedCallOfASave)
 {
     int faults = 0;
     for (const SystemCall call :
@@ -205,7 +205,7 @@ TEST_F(FailedRename, IsReadAsIfItHadBeenSaved)
     EXPECT_EQ(SETUP_SIP_Agent::getProfileDisplayName(group), "B renamed");
 }
 
-TEST_F(FailedRename, IsToldAgainAndDroppedWhenTheListCloses)
+TEST_F(FailedRename, IsReportedAgainAndDroppedWhenTheListCloses)
 {
     {
         const SystemCallFault fault(SystemCall::Rename, ENOSPC);
@@ -217,7 +217,7 @@ TEST_F(FailedRename, IsToldAgainAndDroppedWhenTheListCloses)
     EXPECT_EQ(namesAfterReopening(), QStringList({"A", "D", "C"}));
 }
 
-TEST_F(StoreFaults, TellAFullDiskUntilThereIsRoom)
+TEST_F(StoreFaults, ReportAFullDiskUntilThereIsRoom)
 {
     const int result = runOnOwnDisk(directory(), [&] {
         reopenedStore();

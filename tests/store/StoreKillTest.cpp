@@ -35,7 +35,7 @@ void makeDamagedFile(const QString& path)
     ASSERT_EQ(file.write(DAMAGED), DAMAGED.size());
 }
 
-// A link to a file that is beside it: the target is what is killed over.
+// A link to a file beside it.
 constexpr char TARGET[] = "target.cfg";
 
 void makeLinkToProfiles(const QString& path)
@@ -86,7 +86,7 @@ protected:
 
     static bool isLink(const QString& path) { return S_ISLNK(FileIdentity(path).mode); }
 
-    // The file's own name, or that of what it links to.
+    // The file, or the target of the link in its place.
     QString realFile() const
     {
         const QString target = directory() + "/" + TARGET;
@@ -151,7 +151,7 @@ TEST_P(KilledStore, LeavesTheOldFileOrTheNewOneWhole)
         ASSERT_EQ(!QFile::symLinkTarget(file()).isEmpty(), wasLink);
         left += leftTemporaries() - QFile::exists(leftover());
 
-        // Nor is the next one held up by what the killed one left.
+        // The next one succeeds in spite of what the killed one left.
         ASSERT_EQ(runInChild([] {
                       GetParam().run();
                       return 0;

@@ -14,8 +14,8 @@ int waitForChild(pid_t child);
 // The result of work in a child; the negative number of the signal that killed it.
 int runInChild(const std::function<int()>& work);
 
-// runInChild() without root's privileges: as root it becomes "nobody", who is first given the directory and
-// all in it. UNPRIVILEGED_FAILED when that is not possible.
+// runInChild() without root's privileges. Root's child gives the directory and all in it to "nobody" and
+// becomes that user. UNPRIVILEGED_FAILED when that is not possible.
 constexpr int UNPRIVILEGED_FAILED = 125;
 int runUnprivileged(const QString& directory, const std::function<int()>& work);
 

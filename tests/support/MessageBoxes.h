@@ -52,7 +52,7 @@ private:
     QString picture_;
 };
 
-// Saves what the user sees in the directory that ORMU_TEST_PICTURES names, if it names one.
+// Saves a picture of the phone in the directory ORMU_TEST_PICTURES, if that is set.
 void keepPicture(const QString& name);
 
 #endif

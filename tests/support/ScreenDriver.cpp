@@ -24,10 +24,10 @@ QWindow* ScreenDriver::phone()
 
 namespace {
 
-// Those that a call of press() holds down: what it opens may call press() again before it returns.
+// The keys that calls of press() hold down. A press may open a dialog that calls press() before it returns.
 QSet<Qt::Key> heldKeys;
 
-void letGo(Qt::Key key, Qt::KeyboardModifiers modifiers)
+void release(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     if (heldKeys.remove(key))
         QTest::keyRelease(ScreenDriver::phone(), key, modifiers);
@@ -48,10 +48,10 @@ QPoint toWindow(const QWidget* widget, const QPoint& point)
 
 void ScreenDriver::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    letGo(key, modifiers);
+    release(key, modifiers);
     heldKeys.insert(key);
     QTest::keyPress(phone(), key, modifiers);
-    letGo(key, modifiers);
+    release(key, modifiers);
 }
 
 void ScreenDriver::type(const QString& text)
@@ -86,7 +86,7 @@ void ScreenDriver::longPress(QListBox* list, int row)
     const auto heard =
         QObject::connect(list, &QListBox::rightButtonPressed, window, [&taken] { taken = true; });
     QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, place);
-    const QPointer<QListBox> alive(list); // the first who hears of it may delete the list
+    const QPointer<QListBox> alive(list); // the first slot may delete the list
     EXPECT_TRUE(waitFor([&] { return taken || alive.isNull(); }));
     QObject::disconnect(heard);
     QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, place);
@@ -131,5 +131,5 @@ ScreenDriver::Expected::Expected(std::function<bool()> isOpen, std::function<voi
 
 ScreenDriver::Expected::~Expected()
 {
-    EXPECT_TRUE(*ran_) << "what was to be answered never opened";
+    EXPECT_TRUE(*ran_) << "the expected dialog never opened";
 }

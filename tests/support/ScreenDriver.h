@@ -12,16 +12,15 @@ class QListBox;
 class QWindow;
 
 // Drives the phone as a person does: keys and the pointer go to the phone's window, or to the menu that is
-// open over it, and from there wherever the toolkit takes them. Every call may end with what it touched
-// deleted.
+// open over it. Every call may delete the widget that it acts on.
 namespace ScreenDriver {
 
-constexpr int PATIENCE_MS = 10000;
+constexpr int TIMEOUT_MS = 120000;
 
 // The phone's window, which has the keys unless a menu has them.
 QWindow* phone();
 
-// Presses and releases a key, which an outer call lets go first if it holds it down.
+// Presses and releases a key. If an outer call holds the key down, it is released first.
 void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 // Types a text, character by character.
 void type(const QString& text);
@@ -30,15 +29,15 @@ void type(const QString& text);
 void click(QWidget* widget, Qt::MouseButton button = Qt::LeftButton);
 void clickAt(QWidget* widget, const QPoint& point, Qt::MouseButton button = Qt::LeftButton);
 void clickRow(QListBox* list, int row, Qt::MouseButton button = Qt::LeftButton);
-// Holds the left button down on the row until the list takes it for the right one, and lets go.
+// Holds the left button down on the row until the list emits rightButtonPressed(), and releases it.
 void longPress(QListBox* list, int row);
-// The entry of the open menu that reads so; a failure of the test when there is none.
+// Clicks the entry of the open menu with that text. Without such an entry the test fails.
 void clickMenuEntry(const QString& text);
 
 // Lets the program run until the condition holds. False when it did not in time.
-bool waitFor(const std::function<bool()>& condition, int timeoutMs = PATIENCE_MS);
+bool waitFor(const std::function<bool()>& condition, int timeoutMs = TIMEOUT_MS);
 
-// What the user sees, written as a PNG file.
+// Writes the phone's picture to a PNG file.
 bool savePicture(const QString& path);
 
 // The screen, dialog or menu that has the keys, if it is a T; otherwise null.
@@ -50,7 +49,7 @@ T* open()
     return dynamic_cast<T*>(OrmuPhoneWindow::instance()->topScreen());
 }
 
-// What onceOpen() gives: the test fails if the action has not run by its end.
+// The result of onceOpen(). The test fails if the action has not run when this object ends.
 class Expected
 {
 public:
@@ -65,7 +64,7 @@ private:
     std::unique_ptr<QObject> poll_;
 };
 
-// Runs act on the T that has the keys, once one has: the way to answer what a call waits for.
+// Runs act on the T that has the keys, once one has. So a test answers a dialog that blocks its caller.
 //
 //     const auto answer = onceOpen<OrmuMessageBox>([](OrmuMessageBox&) { press(Qt::Key_F1); });
 //     press(Qt::Key_F3);

@@ -15,7 +15,7 @@ namespace {
 struct CallState
 {
     int made = 0;
-    int error = 0; // 0 while the call is let through.
+    int error = 0; // 0 while the call works.
     int passing = 0;
     int failing = SystemCallFault::ALL;
     const char* path = "";

@@ -34,7 +34,7 @@ struct Form : TestScreen
         show();
     }
 
-    // Scrolls the form until so much of what begins at y is to be seen.
+    // Scrolls the form until so many pixels below y show at the bottom.
     void scrollTo(int y, int shown) const
     {
         content()->verticalScrollBar()->setValue(y + shown - content()->viewport()->height());
@@ -123,7 +123,7 @@ TEST(Form, ScrollsAnEntryThatIsClickedIntoView)
     EXPECT_TRUE(waitFor([&] { return form.shows(form.entries[3]); }));
 }
 
-TEST(Form, TurnsAHalfShownCheckBoxOverByOneClick)
+TEST(Form, ChecksAHalfShownCheckBoxByOneClick)
 {
     const Form form;
     form.scrollTo(540, 20);

@@ -137,7 +137,7 @@ TEST(ListBox, DoesNotClickWhenThePointerLeavesTheRow)
     EXPECT_EQ(clicked.size(), 0);
 }
 
-TEST(ListBox, TakesALongPressForTheRightButton)
+TEST(ListBox, TreatsALongPressAsARightClick)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
@@ -149,7 +149,7 @@ TEST(ListBox, TakesALongPressForTheRightButton)
     EXPECT_EQ(clicked.size(), 0);
 }
 
-TEST(ListBox, TakesNoMovedPressForALongOne)
+TEST(ListBox, TreatsAMovedPressAsAClick)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);
@@ -159,7 +159,7 @@ TEST(ListBox, TakesNoMovedPressForALongOne)
     EXPECT_EQ(clicked.size(), 1);
 }
 
-TEST(ListBox, TakesTheMenuKeysForTheRightButton)
+TEST(ListBox, TreatsMenuKeysAsARightClick)
 {
     const ListScreen screen("%I%T");
     const QSignalSpy right(screen.list, &QListBox::rightButtonPressed);

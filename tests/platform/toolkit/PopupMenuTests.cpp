@@ -30,7 +30,7 @@ struct MenuScreen : TestScreen
 
 } // namespace
 
-TEST(PopupMenu, HasTheOnlyHighlightWhileItIsOpen)
+TEST(PopupMenu, TakesTheHighlightFromItsListWhileOpen)
 {
     const MenuScreen screen;
     UTIL_ListBox* list = screen.addList("%T", 1);
@@ -143,7 +143,7 @@ TEST(PopupMenu, ClosesWithItsWindow)
         way();
         EXPECT_TRUE(waitFor([&] { return open<QPopupMenu>() == nullptr; }));
         EXPECT_FALSE(screen.menu->isVisible());
-        QCoreApplication::processEvents(); // the platform's own word of it
+        QCoreApplication::processEvents(); // the platform's own event
         phone->showNormal();
         phone->activateWindow();
         EXPECT_TRUE(waitFor([phone] { return phone->isActiveWindow(); }));
