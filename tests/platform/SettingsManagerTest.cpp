@@ -305,11 +305,12 @@ TEST_F(SettingsManager, WritesNothingThatAnotherManagerWroteAlready)
 }
 
 // Each process writes a group of its own whole, and a key of its own into a shared group, round after round.
+// The first goes on after half of its rounds when it can read from the gate.
 constexpr int WRITERS = 3;
 constexpr int ROUNDS = 40;
 constexpr int KEYS = 12;
 
-int writeRounds(const QString& path, int writer)
+int writeRounds(const QString& path, int writer, int gate)
 {
     const FailureLog log;
     const QString own = QString("Writer%1").arg(writer);
@@ -320,6 +321,9 @@ int writeRounds(const QString& path, int writer)
             manager.setSettingInfo("Together", QString("Key%1").arg(key), round * WRITERS + writer);
         }
         manager.setSettingInfo("Shared", QString("%1Round%2").arg(own).arg(round), true);
+        char byte = 0;
+        if (writer == 0 && round == ROUNDS / 2 && read(gate, &byte, 1) != 1)
+            return 1;
     }
     return log.failures().isEmpty() ? 0 : 1;
 }
@@ -340,9 +344,14 @@ bool isWhole(const SETUP_SET_Manager& manager, const QString& group)
 
 TEST_F(SettingsManager, LosesNoKeyAndTearsNoGroupOfThreeProcesses)
 {
+    int gate[2];
+    ASSERT_EQ(pipe(gate), 0);
     std::vector<pid_t> writers;
     for (int writer = 0; writer < WRITERS; ++writer)
-        writers.push_back(startChild([&, writer] { return writeRounds(file(), writer); }));
+        writers.push_back(startChild([&, writer] {
+            close(gate[1]);
+            return writeRounds(file(), writer, gate[0]);
+        }));
 
     int reads = 0;
     int last = 0;
@@ -351,7 +360,9 @@ TEST_F(SettingsManager, LosesNoKeyAndTearsNoGroupOfThreeProcesses)
         for (const char* group : {"Writer0", "Writer1", "Writer2", "Together"})
             ASSERT_TRUE(isWhole(manager, group)) << group;
         manager.getSettingInfo("Writer0", "Key0", last, 0);
-        ++reads;
+        if (reads++ == 0) {
+            ASSERT_EQ(write(gate[1], "", 1), 1);
+        }
     }
     for (const pid_t writer : writers)
         ASSERT_EQ(waitForChild(writer), 0);
