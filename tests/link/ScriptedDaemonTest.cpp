@@ -29,17 +29,40 @@ class Program : public DaemonTest
 {
 };
 
+// A client of the daemon for one scope.
+class Client
+{
+public:
+    Client() { EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 0); }
+    ~Client() { SIP_COMM_ControlerDestruct(&handle); }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    // Makes a request for Profile0, and returns its ack.
+    uint32_t ackOf(int (*request)(_SIP_COMM_PROFILE_CONTROL_S*, const char*)) const
+    {
+        EXPECT_EQ(request(handle, "Profile0"), 0);
+        return ack();
+    }
+    uint32_t ack() const
+    {
+        _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
+        EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+        return ack;
+    }
+
+    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+};
+
 class Scenarios : public DaemonTest
 {
 protected:
-    // A status query of its own client.
+    // As another client asks for it.
     static uint32_t statusOf(const char* name)
     {
-        _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
+        const Client client;
         _SIPD_PROFILE_STATUS_E status = static_cast<_SIPD_PROFILE_STATUS_E>(99);
-        if (SIP_COMM_ControlerConstruct(&handle) == 0)
-            SIP_COMM_ControlerGetProfileStatus(handle, name, &status);
-        SIP_COMM_ControlerDestruct(&handle);
+        SIP_COMM_ControlerGetProfileStatus(client.handle, name, &status);
         return status;
     }
 };
@@ -110,9 +133,7 @@ TEST_F(Program, LeavesARunningDaemonAlone)
     ChildProgram program({SCRIPTED_SIPD, "admit"});
     EXPECT_EQ(program.readRest(), "scripted-sipd: a daemon is already listening on /tmp/sipd_us\n");
     EXPECT_EQ(program.wait(), 1);
-    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
-    EXPECT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
-    SIP_COMM_ControlerDestruct(&handle);
+    const Client client;
     EXPECT_EQ(ScriptedDaemon(Scenario{}).start(), "a daemon is already listening on /tmp/sipd_us");
 }
 
@@ -129,48 +150,35 @@ TEST_F(Program, LeavesAFileAtTheSocketsPathAlone)
 TEST_F(Scenarios, RememberTheConnectedProfiles)
 {
     play("admit");
-    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
-    _SIPD_APP_ACK_E ack;
-    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    const Client client;
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
-    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(client.ackOf(SIP_COMM_ControlerProfileConnect), SIPD_ACK_SUCCESS);
     EXPECT_EQ(statusOf("Profile0"), 2U);
     EXPECT_EQ(statusOf("Profile1"), 0U);
-    SIP_COMM_ControlerProfileDisconnect(handle, "Profile0");
-    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(client.ackOf(SIP_COMM_ControlerProfileDisconnect), SIPD_ACK_SUCCESS);
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    SIP_COMM_ControlerDestruct(&handle);
 }
 
 TEST_F(Scenarios, ChangeNothingForARefusedRequest)
 {
     play("connect-ack:4");
-    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
-    _SIPD_APP_ACK_E ack;
-    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
-    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
-    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    const Client client;
+    EXPECT_EQ(client.ackOf(SIP_COMM_ControlerProfileConnect), SIPD_ACK_CONNECT_FAILED);
     EXPECT_EQ(statusOf("Profile0"), 0U);
-    SIP_COMM_ControlerProfileDisconnect(handle, "Profile0");
-    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
-    EXPECT_EQ(ack, SIPD_ACK_SUCCESS) << "disconnecting is not refused";
-    SIP_COMM_ControlerDestruct(&handle);
+    EXPECT_EQ(client.ackOf(SIP_COMM_ControlerProfileDisconnect), SIPD_ACK_SUCCESS)
+        << "disconnecting is not refused";
 }
 
 TEST_F(Scenarios, AnswerOthersDuringASlowConnect)
 {
     play("friendly");
-    _SIP_COMM_PROFILE_CONTROL_S* handle = nullptr;
-    _SIPD_APP_ACK_E ack;
-    ASSERT_EQ(SIP_COMM_ControlerConstruct(&handle), 0);
+    const Client client;
     const auto start = std::chrono::steady_clock::now();
-    SIP_COMM_ControlerProfileConnect(handle, "Profile0");
+    SIP_COMM_ControlerProfileConnect(client.handle, "Profile0");
     EXPECT_EQ(statusOf("Profile0"), 0U) << "connected too early";
-    EXPECT_EQ(SIP_COMM_ControlerGetAck(handle, &ack), 0);
+    EXPECT_EQ(client.ack(), SIPD_ACK_SUCCESS);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     EXPECT_EQ(statusOf("Profile0"), 2U);
-    SIP_COMM_ControlerDestruct(&handle);
 }
 
 TEST_F(Scenarios, SendAStatusMessageAfterAdmission)

@@ -49,6 +49,16 @@ void SystemCalls::after(long result)
         ++interruptedCount;
 }
 
+// The result that the test sets, or that of the call.
+template <class Call>
+static auto intercept(const char* name, int fd, size_t size, Call call) -> decltype(call())
+{
+    const auto set = SystemCalls::before(name, fd, size);
+    const auto result = set ? static_cast<decltype(call())>(*set) : call();
+    SystemCalls::after(result);
+    return result;
+}
+
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" {
 int __real_socket(int domain, int type, int protocol);
@@ -60,22 +70,12 @@ int __real_close(int fd);
 
 int __wrap_socket(int domain, int type, int protocol)
 {
-    const auto result = SystemCalls::before("socket", -1, 0);
-    return result ? static_cast<int>(*result) : __real_socket(domain, type, protocol);
+    return intercept("socket", -1, 0, [=] { return __real_socket(domain, type, protocol); });
 }
 
 int __wrap_fcntl(int fd, int command, long argument)
 {
-    const auto result = SystemCalls::before("fcntl", fd, 0);
-    return result ? static_cast<int>(*result) : __real_fcntl(fd, command, argument);
-}
-
-int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
-{
-    const auto result = SystemCalls::before("connect", fd, length);
-    const int returned = result ? static_cast<int>(*result) : __real_connect(fd, address, length);
-    SystemCalls::after(returned);
-    return returned;
+    return intercept("fcntl", fd, 0, [=] { return __real_fcntl(fd, command, argument); });
 }
 
 // The name of fcntl() on a 32-bit machine with 64-bit file offsets.
@@ -84,26 +84,24 @@ int __wrap_fcntl64(int fd, int command, long argument)
     return __wrap_fcntl(fd, command, argument);
 }
 
+int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
+{
+    return intercept("connect", fd, length, [=] { return __real_connect(fd, address, length); });
+}
+
 ssize_t __wrap_read(int fd, void* buffer, size_t length)
 {
-    const auto result = SystemCalls::before("read", fd, length);
-    const ssize_t returned = result ? *result : __real_read(fd, buffer, length);
-    SystemCalls::after(returned);
-    return returned;
+    return intercept("read", fd, length, [=] { return __real_read(fd, buffer, length); });
 }
 
 ssize_t __wrap_write(int fd, const void* buffer, size_t length)
 {
-    const auto result = SystemCalls::before("write", fd, length);
-    const ssize_t returned = result ? *result : __real_write(fd, buffer, length);
-    SystemCalls::after(returned);
-    return returned;
+    return intercept("write", fd, length, [=] { return __real_write(fd, buffer, length); });
 }
 
 int __wrap_close(int fd)
 {
-    const auto result = SystemCalls::before("close", fd, 0);
-    return result ? static_cast<int>(*result) : __real_close(fd);
+    return intercept("close", fd, 0, [=] { return __real_close(fd); });
 }
 }
 // NOLINTEND(bugprone-reserved-identifier)

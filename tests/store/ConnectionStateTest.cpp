@@ -25,16 +25,11 @@ protected:
 TEST_F(ConnectionState, IsConnectedWhenTheDaemonSaysSo)
 {
     play("status:2");
-    EXPECT_TRUE(isConnected("Profile1"));
+    EXPECT_TRUE(isConnected("Profile0"));
     EXPECT_TRUE(isProfileConnected("B"));
-}
-
-TEST_F(ConnectionState, AsksForTheGroupName)
-{
-    play("status:2");
-    EXPECT_TRUE(isProfileConnected("B"));
-    ASSERT_EQ(daemon().requests().size(), 1u);
-    EXPECT_STREQ(daemon().requests()[0].name, "Profile1");
+    ASSERT_EQ(daemon().requests().size(), 2u);
+    EXPECT_STREQ(daemon().requests()[0].name, "Profile0");
+    EXPECT_STREQ(daemon().requests()[1].name, "Profile1");
 }
 
 TEST_F(ConnectionState, SendsTheGroupNameAsLatin1)

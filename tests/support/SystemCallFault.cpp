@@ -45,27 +45,6 @@ bool fails(SystemCall call, std::string_view path = "")
     return true;
 }
 
-int openAs(const char* path, int flags, mode_t mode)
-{
-    if (fails((flags & O_EXCL) != 0 ? SystemCall::CreateTemporary : SystemCall::Open, path))
-        return -1;
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
-}
-
-mode_t modeOf(int flags, va_list arguments)
-{
-    return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-}
-
-// Only locks are counted. A number and an address are passed on alike.
-int fcntlAs(int fd, int command, va_list arguments)
-{
-    const unsigned long argument = va_arg(arguments, unsigned long);
-    if ((command == F_OFD_SETLK || command == F_OFD_SETLKW) && fails(SystemCall::Lock))
-        return -1;
-    return static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
-}
-
 } // namespace
 
 int callCount(SystemCall call)
@@ -117,19 +96,14 @@ int open(const char* path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return openAs(path, flags, mode);
+    if (fails((flags & O_EXCL) != 0 ? SystemCall::CreateTemporary : SystemCall::Open, path))
+        return -1;
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
-int open64(const char* path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openAs(path, flags, mode);
-}
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 ssize_t read(int fd, void* buffer, size_t size)
 {
@@ -169,17 +143,17 @@ int link(const char* from, const char* to) noexcept
                                    : static_cast<int>(syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
 
+// Only locks are counted. A number and an address are passed on alike.
 int fcntl(int fd, int command, ...)
 {
     va_list arguments;
     va_start(arguments, command);
-    return fcntlAs(fd, command, arguments);
+    const unsigned long argument = va_arg(arguments, unsigned long);
+    va_end(arguments);
+    if ((command == F_OFD_SETLK || command == F_OFD_SETLKW) && fails(SystemCall::Lock))
+        return -1;
+    return static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
 }
 
-int fcntl64(int fd, int command, ...)
-{
-    va_list arguments;
-    va_start(arguments, command);
-    return fcntlAs(fd, command, arguments);
-}
+int fcntl64(int fd, int command, ...) __attribute__((alias("fcntl")));
 }

@@ -19,15 +19,11 @@ INSTANTIATE_TEST_SUITE_P(Skin, Icon,
                                          "Dialog_Exclamatory_Mark.gif", "Dialog_Exclamatory_Mark.jpg",
                                          "Dialog_Complete.gif", "Dialog_Question_Mark.jpg"));
 
-TEST(Skin, ReturnsANullPixmapForAnUnknownName)
-{
-    EXPECT_TRUE(RES_ICON_Reader().getIcon("None.gif").isNull());
-    EXPECT_TRUE(OrmuSkin::skin()->pixmap("None").isNull());
-}
-
 TEST(Skin, FindsItsPixmapsByName)
 {
     EXPECT_EQ(OrmuSkin::skin()->pixmap("Dialog_Exclamatory_Mark").size(), QSize(40, 40));
+    EXPECT_TRUE(RES_ICON_Reader().getIcon("None.gif").isNull());
+    EXPECT_TRUE(OrmuSkin::skin()->pixmap("None").isNull());
 }
 
 TEST(Skin, HasDifferentIconsForRows)
