@@ -11,7 +11,7 @@
 
 namespace {
 
-// Runs the dialog and has act done once it has the keys; act ends it.
+// Runs the dialog, and act in it as soon as it has the focus; act closes it.
 template <class Act>
 int run(QDialog& dialog, Act act)
 {

@@ -244,13 +244,13 @@ TEST_F(ConnectDlg, ReadsALateAckAtTheNextTick)
 {
     play("never-answer");
     begin(CONNECT);
-    int ticksInVain = 0;
-    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [this, &ticksInVain] {
-        if (++ticksInVain == 3)
+    int ticks = 0;
+    QObject::connect(timerOf(dialog), &QTimer::timeout, dialog, [this, &ticks] {
+        if (++ticks == 3)
             daemon().send(encodeAck(SIPD_ACK_SUCCESS));
     });
     EXPECT_EQ(dismissNotice(), QList{CONNECTED});
-    EXPECT_GE(ticksInVain, 3);
+    EXPECT_GE(ticks, 3);
 }
 
 TEST_F(ConnectDlg, ReportsFalseOnceAfterCancel)
@@ -469,7 +469,7 @@ TEST_F(ConnectDlgDeath, AbortsWhenTheDaemonSendsAnUndefinedAck)
     play("ack:5");
     // Not shown: the child process has no threads to paint.
     make(CONNECT);
-    QMetaObject::invokeMethod(dialog, "slotProgress"); // which tells the descriptor
+    QMetaObject::invokeMethod(dialog, "slotProgress"); // sets lastSelect
     dialog->startConnect();
     ASSERT_TRUE(waitForAnswer());
     EXPECT_EXIT(QMetaObject::invokeMethod(dialog, "slotProgress"), testing::KilledBySignal(SIGABRT),

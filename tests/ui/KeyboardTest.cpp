@@ -1,4 +1,4 @@
-// Every screen is operated by keys alone.
+// Operates every screen by keys only.
 #include "OrmuMessageBox.h"
 #include "OrmuPushButton.h"
 #include "SETUP_SIP_ConnectDlg.h"

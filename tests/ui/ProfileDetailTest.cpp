@@ -147,7 +147,7 @@ TEST_F(ProfileDetail, ReportsFalseOnBack)
         EXPECT_EQ(results, QList<bool>({false}));
         EXPECT_TRUE(isGone());
     }
-    SETUP_SIP_ProfileDetail kept("A"); // which nobody deletes
+    SETUP_SIP_ProfileDetail kept("A"); // nothing deletes it
     kept.show();
     press(Qt::Key_F3);
     EXPECT_TRUE(kept.isVisible());
@@ -210,7 +210,7 @@ TEST_F(ProfileDetail, ReportsFalseAfterAnEditThatIsNotSaved)
     for (const char* scenario : {"status:0", "status:2"}) {
         play(scenario);
         openDetail(record("A"));
-        press(Qt::Key_F2); // the default is changed, and yet it tells no change
+        press(Qt::Key_F2); // changes the default, which is not reported
         chooseInMenu("Edit");
         press(Qt::Key_F3);
         EXPECT_EQ(results, QList<bool>({false})) << scenario;
@@ -231,7 +231,7 @@ TEST_F(ProfileDetail, AsksForAReconnectAfterAnEditOfAConnectedProfile)
     EXPECT_EQ(open<SETUP_SIP_ProfileDetail>(), detail);
     EXPECT_EQ(lines()[2], "A.example.org") << "the lines are those of its opening";
     EXPECT_EQ(menu->text(CONNECT), "Disconnect");
-    EXPECT_EQ(daemon().requests().size(), 1u) << "the status query alone";
+    EXPECT_EQ(daemon().requests().size(), 1u) << "only the status query";
     press(Qt::Key_F3);
     EXPECT_EQ(results, QList<bool>({false})) << "an edit is no change of the default";
 }

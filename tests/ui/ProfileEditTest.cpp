@@ -384,12 +384,12 @@ TEST_F(ProfileEdit, DeletesNothingWhenTheNameStays)
     openScreen("A");
     form->enter(form->server, "other.example.org");
     EXPECT_EQ(save("Profile0").server, "other.example.org");
-    // A profile that is deleted and written anew would be the last, and no longer the default.
+    // A profile that is deleted and added again would be the last, and no longer the default.
     EXPECT_EQ(names(), QStringList({"A", "B"}));
     EXPECT_EQ(SETUP_SIP_Agent::getDefaultProfile(), "Profile0");
 }
 
-TEST_F(ProfileEdit, RenamesByDeletingAndWritingAnew)
+TEST_F(ProfileEdit, RenamesByDeletingAndAddingAgain)
 {
     storeProfiles({"A", "B", "C"});
     profiles()->deleteProfile("A");
@@ -482,9 +482,13 @@ TEST_F(ProfileEdit, ListsTheInternetProfiles)
          {1, 2},
          {"one", "two"},
          0},
-        {"bears a list that grows", {.records = {"one", "two"}, .secondCount = 5}, {1, 2}, {"one", "two"}, 0},
-        {"bears a list that shrinks", {.records = {"one", "two"}, .secondCount = 1}, {1, 2}, {"one"}, 0},
-        {"bears a list that empties", {.records = {"one", "two"}, .secondCount = 0}, {1, 2}, {}, -1},
+        {"accepts a list that grows",
+         {.records = {"one", "two"}, .secondCount = 5},
+         {1, 2},
+         {"one", "two"},
+         0},
+        {"accepts a list that shrinks", {.records = {"one", "two"}, .secondCount = 1}, {1, 2}, {"one"}, 0},
+        {"accepts a list that becomes empty", {.records = {"one", "two"}, .secondCount = 0}, {1, 2}, {}, -1},
         {"stays empty without a profile", of({}), {1}, {}, -1},
         {"stays empty after a failure", {.records = {"internet"}, .result = -1}, {1}, {}, -1},
     };

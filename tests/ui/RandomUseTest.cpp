@@ -64,18 +64,15 @@ protected:
         playScenario(scenario);
     }
 
-    // The host: it opens the list anew whenever nothing is open, with these profiles.
+    // Opens the list over these profiles, as the host does when no screen is open.
     void beginAgain()
     {
         closeAll();
         SETUP_SIP_Agent::cleanup();
         writeFile("");
-        for (const char* name : {"A", "B & C", "locked", "asks"}) {
-            SIP_PROFILE_CONTENT profile = record(name);
-            profile.locked = profile.displayName == "locked";
-            profile.needUserIDPass = profile.displayName == "asks";
-            store(profile);
-        }
+        storeProfiles({"A", "B & C"});
+        store(lockedRecord("locked"));
+        store(guardedRecord("asks"));
         SETUP_SIP_Agent::saveLastInputUserIDPassword("me", "secret", true);
         if (oneIn(4)) {
             QString group("Profile1");
@@ -86,7 +83,7 @@ protected:
         ++opened;
     }
 
-    // Runs what may wait in an event loop of its own, and goes on acting there.
+    // Runs the action. If it opens an event loop, further actions follow in that loop.
     void actWithin(const std::function<void()>& action)
     {
         const int level = loopLevel();
@@ -99,13 +96,13 @@ protected:
             else if (done < ACTIONS)
                 act();
             else
-                actWithin([this] { giveUp(); }); // which may open something else
+                actWithin([this] { giveUp(); }); // it may open another loop
         });
         inside.start(0);
         action();
     }
 
-    // Something on the way out of what is open.
+    // Closes the open screen, or answers it.
     void giveUp()
     {
         if (list == nullptr && qobject_cast<QDialog*>(top()) == nullptr)
@@ -125,7 +122,6 @@ protected:
         for (const auto* dialog : dialogs)
             timerOf(dialog)->stop(); // its ticks are actions too
         if (dialogs.isEmpty()) {
-            // What the daemon has been asked for is done before anybody looks.
             EXPECT_TRUE(daemon().waitForClosed(daemon().accepted()));
         }
     }
@@ -134,7 +130,7 @@ protected:
     {
         const unsigned choice = upTo(1000);
         if (choice < 2)
-            list.reset(); // the host, at any moment
+            list.reset(); // as the host may at any time
         else if (choice < 500)
             pressAnyKey();
         else if (choice < 600)
@@ -172,7 +168,7 @@ protected:
         pressAndLift(target->windowHandle(), button, anywhere(target));
     }
 
-    // A menu that the press opens has the finger lifted before anything else happens.
+    // A press may open a menu: the button is released there, before the next action.
     void pressAndLift(QWindow* window, Qt::MouseButton button, const QPoint& place)
     {
         liftButton = [window = QPointer<QWindow>(window), button, place] {
@@ -215,7 +211,7 @@ protected:
             lift();
     }
 
-    // The daemon's answer comes, whatever it is.
+    // Lets the connect dialog read the daemon's answer.
     void tick()
     {
         const QPointer<SETUP_SIP_ConnectDlg> dialog = open<SETUP_SIP_ConnectDlg>();
@@ -233,7 +229,7 @@ protected:
 
     void checkStoreAndFile()
     {
-        // A store that a screen without its list has made may have read a file with gaps in its numbers.
+        // Without the list, the store may have been loaded from a file with gaps in its numbers.
         if (list == nullptr)
             return;
         SCOPED_TRACE(testing::Message() << "action " << done << ", ORMU_RANDOM_SEED=" << seed);
@@ -255,7 +251,7 @@ protected:
             expectEqual(inFile, inMemory);
             if (inMemory.defaultProfile) {
                 ++defaults;
-                // A default profile that was renamed keeps its flag alone.
+                // A default profile that was renamed keeps only its flag.
                 EXPECT_THAT(SETUP_SIP_Agent::getDefaultProfile(), testing::AnyOf(group, "true"));
             }
             seen += name;
@@ -285,7 +281,7 @@ protected:
 
     unsigned seed = 0;
     std::mt19937 random;
-    std::function<void()> liftButton; // set while one is down
+    std::function<void()> liftButton; // set while a button is down
     QSet<QString> visited;
     int done = 0;
     int opened = 0;
@@ -297,7 +293,7 @@ TEST_F(RandomUse, FindsNoFault)
 {
     playAnything();
     while (done < ACTIONS) {
-        // Screens that their list has left are the user's for a while.
+        // Screens outlive their list; the user goes on with them for a while.
         if (list == nullptr && (top() == nullptr || oneIn(30)))
             beginAgain();
         act();

@@ -38,15 +38,13 @@ protected:
 TEST_F(RowMenu, OpensTheDetailScreenOfTheClickedRow)
 {
     openList();
-    const std::function<void()> clicks[] = {[this] { clickRow(listBox, 2); },
-                                            [] { press(Qt::Key_Return); },
-                                            [this] {
-                                                listBox->setCurrentItem(0);
-                                                clickItem(2);
-                                            },
-                                            [this] { clickItem(2, 0); },
-                                            [this] { clickItem(2, 2); },
-                                            [this] { clickItem(2, 99); }};
+    const auto clickAnother = [this](int button) {
+        listBox->setCurrentItem(0);
+        clickItem(2, button);
+    };
+    const std::function<void()> clicks[] = {[this] { clickRow(listBox, 2); }, [] { press(Qt::Key_Return); },
+                                            [&] { clickAnother(0); },         [&] { clickAnother(1); },
+                                            [&] { clickAnother(2); },         [&] { clickAnother(99); }};
     for (const auto& click : clicks) {
         click();
         const auto* detail = open<SETUP_SIP_ProfileDetail>();

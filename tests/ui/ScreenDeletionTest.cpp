@@ -79,7 +79,7 @@ bool isOpen()
     return ScreenDriver::open<T>() != nullptr;
 }
 
-// A screen whose receiver deletes it at once. Every key and every answer is used once at least.
+// A screen that the receiver of its report deletes. Each key and each answer is used at least once.
 struct Report
 {
     const char* name;

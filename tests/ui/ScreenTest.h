@@ -114,17 +114,17 @@ public:
     // Opens the current row's menu by its key, and closes it: "0 Connect", "1 Set as default (off)" and so
     // on.
     static QStringList rowMenu();
-    // Runs the delete dialog of the list and has act done in it; act ends it.
+    // Opens the delete dialog of the list and runs act in it; act closes it.
     static void inDeleteDialog(const std::function<void(QDialog&)>& act);
 
-    // Calls a slot that takes a menu id.
+    // Calls a slot with a menu id.
     static void invoke(QObject* screen, const char* slot, int id);
 
     // The values of the request field in the profile messages that the daemon received.
     QList<int> requests();
     // The timer of the connect dialog; null when it has none.
     static QTimer* timerOf(const SETUP_SIP_ConnectDlg* dialog);
-    // Speeds up the open connect dialog until it is gone. Somebody else answers its notices.
+    // Speeds up the open connect dialog until it is gone. The caller answers its notices.
     static void finishConnecting();
     // Answers the notice of the open connect dialog.
     static QList<ShownBox> dismissNotice();
@@ -135,7 +135,7 @@ public:
     static void fillPrompt(const QString& user, const QString& password);
     static void submitPrompt(const QString& user, const QString& password);
 
-    // Does what opens message boxes, answers each with the next key, and returns them.
+    // Runs act, answers each message box that it opens with the next key, and returns the boxes.
     template <class Act>
     static QList<ShownBox> boxesOf(std::initializer_list<Qt::Key> keys, Act act)
     {
@@ -143,7 +143,7 @@ public:
         act();
         return answers.boxes();
     }
-    // Does what opens a message box, and hides the box without an answer.
+    // Runs act, and hides the message box that it opens.
     static void hideBoxOf(const std::function<void()>& act);
 
     std::unique_ptr<SETUP_SIP_ProfileListBase> list;

@@ -121,7 +121,7 @@ class Texts : public ScreenTest
 protected:
     Texts() { store(record("A")); }
 
-    // Does what opens a message box, answers it with Cancel if it has that key, and notes its arguments.
+    // Runs act, answers the message box that it opens with the right soft key, and records its arguments.
     template <class Act>
     void dismiss(Act act)
     {
