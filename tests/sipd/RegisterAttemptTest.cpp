@@ -180,6 +180,14 @@ TEST_F(RegisterAttemptTest, UnregistersWhenItIsAcceptedAfterItsEnd)
     EXPECT_EQ(outcome, std::nullopt);
 }
 
+TEST_F(RegisterAttemptTest, AnswersAChallengeToItsUnregistering)
+{
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    registrar.setAccount({"anna", "secret"}); // so far it has asked for no password
+    end();
+    EXPECT_THAT(registrar.contacts(), IsEmpty());
+}
+
 TEST_F(RegisterAttemptTest, AuthenticatesWithAnyUserNameAndPassword)
 {
     const std::vector<std::pair<std::string, std::string>> accounts = {
