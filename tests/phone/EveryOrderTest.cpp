@@ -25,7 +25,7 @@ extern "C" int fsync(int)
 namespace {
 
 const bool IS_FULL = qgetenv("ORMU_EVERY_ORDER") == "full";
-const int DEPTH_FROM_NONE = IS_FULL ? 6 : hasAddressSanitizer() ? 4 : 5;
+const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5;
 const int DEPTH_FROM_THREE = IS_FULL ? 5 : hasAddressSanitizer() ? 2 : 3;
 
 // A profile as the person knows it. Its user tells it from every other, also after a change of its name.
