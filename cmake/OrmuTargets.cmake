@@ -50,7 +50,7 @@ target_link_options(ormu_options INTERFACE
 
 # Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds.
 if(ORMU_SANITIZE)
-    set(product -O1 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    set(product -O0 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         -UNDEBUG -UQT_NO_DEBUG -D_GLIBCXX_ASSERTIONS)
     set(exception "$<TARGET_PROPERTY:ORMU_NO_SANITIZE>")
     set(exception "$<$<BOOL:${exception}>:-fno-sanitize=${exception}>")

@@ -6,6 +6,7 @@
 #include "OrmuGlobal.h"
 #include "OrmuPushButton.h"
 #include "PhoneProfiles.h"
+#include "ProfileSchema.h"
 #include "SETUP_SIP_ProfileListBase.h"
 #include "SettingsFailure.h"
 #include "SettingsNotices.h"
@@ -24,10 +25,7 @@ const char ROW_FORMAT[] = "%T";
 
 QString HomeScreen::profileFile()
 {
-    QString path = OrmuConfig::getSettingDirectory();
-    if (!path.endsWith(u'/'))
-        path += u'/';
-    return path + QLatin1String("ormu_sipsetup.cfg");
+    return QString::fromStdString(settingsFileIn(OrmuConfig::getSettingDirectory().toStdString()));
 }
 
 HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home"), notices_(new SettingsNotices(this))

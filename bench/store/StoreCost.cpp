@@ -1,6 +1,7 @@
 // store_cost store|values|strings FILE-PROFILES: loads a settings file of so many profiles once; the cost to
 // be counted is that of measured(). "store" is the store; "values" and "strings" open the key file and read
 // the same keys from it, once each: into the types of the record, or into strings of its own.
+#include "ProfileSchema.h"
 #include "SETUP_SIP_Agent.h"
 
 #include <QString>
@@ -40,30 +41,20 @@ GKeyFile* openFile()
     return file;
 }
 
-QString readText(GKeyFile* file, const char* group, const char* key)
+// Reads every key of every profile by read(file, group, key), which tells whether it is there.
+template <class Read>
+size_t readProfiles(Read read)
 {
-    gchar* value = g_key_file_get_string(file, group, key, nullptr);
-    const QString text = QString::fromUtf8(value);
-    g_free(value);
-    return text;
-}
-
-SIP_PROFILE_CONTENT readProfile(GKeyFile* file, const char* group)
-{
-    SIP_PROFILE_CONTENT record;
-    record.displayName = readText(file, group, "DisplayName");
-    record.server = readText(file, group, "Server");
-    record.portNum = static_cast<unsigned int>(g_key_file_get_uint64(file, group, "PortNum", nullptr));
-    record.userID = readText(file, group, "UserID");
-    record.password = readText(file, group, "Password");
-    record.autoConnect = g_key_file_get_boolean(file, group, "AutoConnect", nullptr) != FALSE;
-    record.registerValue = readText(file, group, "Register");
-    record.network = readText(file, group, "Network");
-    record.locked = g_key_file_get_boolean(file, group, "Locked", nullptr) != FALSE;
-    record.defaultProfile = g_key_file_get_boolean(file, group, "DefaultProfile", nullptr) != FALSE;
-    record.needUserIDPass = g_key_file_get_boolean(file, group, "NeedUserIDPass", nullptr) != FALSE;
-    record.remPassword = g_key_file_get_boolean(file, group, "RemPassword", nullptr) != FALSE;
-    return record;
+    GKeyFile* file = openFile();
+    const int total = g_key_file_get_integer(file, SUMMARY_GROUP, TOTAL_KEY, nullptr);
+    size_t values = 0;
+    for (int i = 0; i < total; ++i) {
+        const std::string group = groupOf(static_cast<uint64_t>(i));
+        for (const ProfileKey& key : PROFILE_KEYS)
+            values += read(file, group.c_str(), key);
+    }
+    g_key_file_free(file);
+    return values / PROFILE_KEYS.size();
 }
 
 size_t loadStore()
@@ -73,33 +64,32 @@ size_t loadStore()
 
 size_t readValues()
 {
-    GKeyFile* file = openFile();
-    const int total = g_key_file_get_integer(file, "ProfileSummary", "TotalProfile", nullptr);
-    std::vector<SIP_PROFILE_CONTENT> records;
-    for (int i = 0; i < total; ++i)
-        records.push_back(readProfile(file, ("Profile" + std::to_string(i)).c_str()));
-    g_key_file_free(file);
-    return records.size();
+    std::vector<QString> texts;
+    return readProfiles([&texts](GKeyFile* file, const char* group, const ProfileKey& key) {
+        GError* error = nullptr;
+        if (std::holds_alternative<bool>(key.standard)) {
+            g_key_file_get_boolean(file, group, key.name, &error);
+        } else if (std::holds_alternative<unsigned int>(key.standard)) {
+            g_key_file_get_uint64(file, group, key.name, &error);
+        } else {
+            gchar* value = g_key_file_get_string(file, group, key.name, &error);
+            texts.push_back(QString::fromUtf8(value));
+            g_free(value);
+        }
+        const bool isThere = error == nullptr;
+        g_clear_error(&error);
+        return isThere;
+    });
 }
 
 size_t readStrings()
 {
-    const char* const keys[] = {"DisplayName", "Server",         "PortNum",        "UserID",
-                                "Password",    "AutoConnect",    "Register",       "Network",
-                                "Locked",      "DefaultProfile", "NeedUserIDPass", "RemPassword"};
-    GKeyFile* file = openFile();
-    const int total = g_key_file_get_integer(file, "ProfileSummary", "TotalProfile", nullptr);
-    size_t values = 0;
-    for (int i = 0; i < total; ++i) {
-        const std::string group = "Profile" + std::to_string(i);
-        for (const char* key : keys) {
-            gchar* value = g_key_file_get_string(file, group.c_str(), key, nullptr);
-            values += value != nullptr;
-            g_free(value);
-        }
-    }
-    g_key_file_free(file);
-    return values / std::size(keys);
+    return readProfiles([](GKeyFile* file, const char* group, const ProfileKey& key) {
+        gchar* value = g_key_file_get_string(file, group, key.name, nullptr);
+        const bool isThere = value != nullptr;
+        g_free(value);
+        return isThere;
+    });
 }
 
 using Load = size_t (*)();
