@@ -1,6 +1,7 @@
 // The program sip-profile.
 #include "ChildProcess.h"
 #include "DaemonTest.h"
+#include "FileDescriptor.h"
 #include "SettingsFixture.h"
 #include "SettingsHostLock.h"
 #include "StrangerAtSocket.h"
@@ -13,8 +14,14 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <functional>
+#include <poll.h>
 #include <pty.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -284,6 +291,39 @@ TEST_F(SipProfile, RefusesAnotherUsersDaemonAtOnce)
             expectFailure(command, 7, STRANGERS_DAEMON + StrangerAtSocket::NAME + ".");
         EXPECT_EQ(run({"list"}).code, 0) << "which asks no daemon";
     }
+}
+
+// The command looks before it connects, and again at the connection.
+TEST_F(SipProfile, RefusesAUserWhoTakesTheSocketAfterItsFirstLook)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, SIPD_SOCKET_PATH);
+    const FileDescriptor daemon(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(bind(daemon.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(listen(daemon.get(), 0), 0); // the first look fills the queue
+    std::thread taker([&daemon] {
+        pollfd looked = {daemon.get(), POLLIN, 0};
+        poll(&looked, 1, TIMEOUT_MS);
+        // Of this thread only. The kernel notes the user who calls listen().
+        syscall(SYS_setresuid, -1, StrangerAtSocket::USER, -1);
+        listen(daemon.get(), SOMAXCONN);
+        const FileDescriptor look(accept(daemon.get(), nullptr, nullptr));
+        const FileDescriptor client(accept(daemon.get(), nullptr, nullptr));
+        const std::string ack = encodeAck(SIPD_ACK_SUCCESS);
+        send(client.get(), ack.data(), ack.size(), MSG_NOSIGNAL);
+        shutdown(client.get(), SHUT_WR);
+        char byte = 0;
+        while (recv(client.get(), &byte, 1, 0) > 0)
+            ;
+    });
+    const Result result = run({"status"});
+    EXPECT_EQ(result.code, 7);
+    EXPECT_EQ(result.err, "sip-profile: " + STRANGERS_DAEMON + StrangerAtSocket::NAME + ".\n");
+    taker.join();
+    unlink(SIPD_SOCKET_PATH);
 }
 
 TEST_F(SipProfile, TellsAnotherUserWhoHasTheDaemon)
