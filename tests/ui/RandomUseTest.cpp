@@ -5,6 +5,7 @@
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 #include "SampleProfiles.h"
+#include "Sanitizers.h"
 #include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -26,7 +27,7 @@
 #include <utility>
 
 namespace {
-constexpr int ACTIONS = 20000;
+const int ACTIONS = hasAddressSanitizer() ? 10000 : 20000;
 constexpr int ACTIONS_BETWEEN_CHECKS = 100;
 
 int loopLevel()
