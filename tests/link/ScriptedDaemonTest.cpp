@@ -57,7 +57,7 @@ public:
 class Scenarios : public DaemonTest
 {
 protected:
-    // As another client asks for it.
+    // The answer to another client.
     static uint32_t statusOf(const char* name)
     {
         const Client client;

@@ -44,7 +44,7 @@ private:
 class SettingsHost : public ManagerTest
 {
 protected:
-    // As another process sees it.
+    // The result of hold() in another process.
     static int triedByAnother()
     {
         return runInChild([] { return static_cast<int>(SettingsHostLock().hold()); });

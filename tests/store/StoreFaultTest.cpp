@@ -279,8 +279,8 @@ TEST_F(StoreFaults, LoadAFileCutAtAnyByteUnlessItCountsTooMany)
             SETUP_SIP_Agent::getProfileByName(group, record);
         }
         SETUP_SIP_Agent::getDefaultProfile();
-        // A file that lost a profile's name, but not the summary, makes the store scan without end: it is
-        // written to do so, and such a file is not loaded here.
+        // A file that lost a profile's name, but not the summary, makes the store scan without end, as
+        // intended.
         if (!scanEnds(file()))
             continue;
         ++loaded;

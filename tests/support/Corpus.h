@@ -11,8 +11,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-// Runs the fuzz target that the test is linked with on every file of a directory, which must be at least so
-// many.
+// Runs the fuzz target that the test is linked with on every file of a directory. Fewer files than atLeast
+// fail the test.
 inline void replayCorpus(const std::filesystem::path& directory, int atLeast)
 {
     int replayed = 0;

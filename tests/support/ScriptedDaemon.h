@@ -43,7 +43,7 @@ public:
     int accepted() const;
     int closed() const; // the number of connections that have ended, at either end
 
-    // Each waits until there are at least so many; false after ten minutes.
+    // Each waits for that number or more; false after ten minutes.
     bool waitForBytes(size_t count) const;
     bool waitForRequests(size_t count) const;
     bool waitForClosed(int count) const;

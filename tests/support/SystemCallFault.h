@@ -9,8 +9,8 @@ enum class SystemCall { Open, CreateTemporary, Read, Write, Fsync, Rename, Link,
 int callCount(SystemCall call);
 void resetCallCounts();
 
-// Makes calls of one kind fail with that errno while it lives: lets the first passing ones through, then
-// fails as many as failing says. An open fails only when its path ends in path.
+// Makes calls of one kind fail with that errno while it lives: the first passing calls succeed, the next
+// failing calls fail. An open fails only when its path ends in path.
 class SystemCallFault
 {
 public:
