@@ -48,16 +48,17 @@ target_link_options(ormu_options INTERFACE
     $<${is_program}:-pie> -Wl,-z,noexecstack -Wl,-z,relro
     -Wl,-z,$<IF:$<BOOL:$<TARGET_PROPERTY:ORMU_LATE_BINDING>>,lazy,now>)
 
-# Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds.
+# Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds. Sanitized code compiles in
+# half the time when it is not optimised.
 if(ORMU_SANITIZE)
-    set(product -O0 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    set(product -O0 -g -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         -UNDEBUG -UQT_NO_DEBUG -D_GLIBCXX_ASSERTIONS)
     set(exception "$<TARGET_PROPERTY:ORMU_NO_SANITIZE>")
     set(exception "$<$<BOOL:${exception}>:-fno-sanitize=${exception}>")
     list(APPEND product ${exception})
     target_link_options(ormu_options INTERFACE -fsanitize=${ORMU_SANITIZE} ${exception})
     if(ORMU_FUZZ)
-        list(APPEND product -fsanitize=fuzzer-no-link)
+        list(APPEND product -O1 -fsanitize=fuzzer-no-link)
     endif()
 else()
     set(is_optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
