@@ -1,15 +1,16 @@
 # What every target of this project has in common: it is linked to ormu_options.
 #
 # Properties of a target that change its options:
-#   ORMU_TEST_CODE     code of the tests, compiled without optimisation and sanitizers, which takes half the time; and alike in
-#                      the presets release and debug, so that a compiler cache has it for the second. A directory may have it
+#   ORMU_TEST_CODE     code of the tests, compiled without optimisation and sanitizers, in half the time. The presets release
+#                      and debug use the same options, so that the second build finds the objects in a compiler cache. A
+#                      directory may have this property
 #   ORMU_NO_SANITIZE   the sanitizers to leave out, or "all"
 #   ORMU_LATE_BINDING  the functions that it calls are bound at their first call, so that it starts sooner
 
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 
-# The processor's own protection against jumps to where no function starts, where it has one.
+# The processor's protection against jumps into the middle of a function, if it has one.
 set(ORMU_BRANCH_PROTECTION "")
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
     set(branch_protection -fcf-protection)
@@ -23,7 +24,7 @@ if(branch_protection)
     endif()
 endif()
 
-# The highest level that compiler and C library know together: they warn about a higher one.
+# The highest level that both the compiler and the C library know. They warn about a higher one.
 block()
     set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
     check_cxx_source_compiles("#include <cstring>
@@ -36,7 +37,7 @@ add_library(ormu_options INTERFACE)
 # Warnings are errors in this project's own builds only.
 target_compile_options(ormu_options INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wcast-align $<$<BOOL:${ORMU_WERROR}>:-Werror>
-    # It takes a source of a unity build for a header.
+    # GCC takes a source of a unity build for a header.
     $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>)
 
 # What makes an error in memory harder to exploit. Some compilers define _FORTIFY_SOURCE themselves; it needs optimised

@@ -4,7 +4,7 @@
 # A GoogleTest program, each of its tests known to CTest by its own name.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
 #   DAEMON_SOCKET  it uses the daemon's fixed socket
-#   RUN            it starts ./run, whose logs in the build directory are one for all
+#   RUN            it starts ./run: all such tests share the log files in the build directory
 #   VALGRIND       it runs once more as one test under Memcheck, which must find no error
 #   FILTER         the tests of that run
 #   NOT_EMULATED   the tests that the emulator of the phone's processor cannot run, and why. In a build for that processor

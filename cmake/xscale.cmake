@@ -7,7 +7,7 @@ set(CMAKE_SYSROOT ${ORMU_ROOT}/build/xscale-sysroot)
 set(ORMU_BINUTILS_PREFIX arm-linux-gnueabi-)
 set(CMAKE_C_COMPILER ${ORMU_BINUTILS_PREFIX}gcc)
 set(CMAKE_CXX_COMPILER ${ORMU_BINUTILS_PREFIX}g++)
-# 64-bit offsets: the emulator cannot give a 32-bit program the entries of this machine's directories otherwise.
+# With 32-bit offsets a program could not read this machine's directories in the emulator.
 set(flags "-mcpu=xscale -mfloat-abi=soft -marm -D_FILE_OFFSET_BITS=64 -Wno-psabi")
 set(CMAKE_C_FLAGS_INIT ${flags})
 set(CMAKE_CXX_FLAGS_INIT ${flags})

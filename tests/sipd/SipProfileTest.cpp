@@ -74,18 +74,18 @@ TEST_F(ReadingProfiles, ContentIsEveryKeyButTheDefaultMark)
 
 TEST_F(ReadingProfiles, TellsAMissingFileFromOneThatCannotBeRead)
 {
-    using State = ProfileReading::State;
+    using Reading = ProfileReading::State;
     const std::string path = file().toStdString();
-    EXPECT_EQ(read().state, State::NoFile);
-    EXPECT_EQ(readProfiles(directory().toStdString() + "/no/such").state, State::Failed) << "no directory";
+    EXPECT_EQ(read().state, Reading::NoFile);
+    EXPECT_EQ(readProfiles(directory().toStdString() + "/no/such").state, Reading::Failed) << "no directory";
     std::filesystem::create_symlink("nothing", path);
-    EXPECT_EQ(read().state, State::Failed) << "a link to nothing";
+    EXPECT_EQ(read().state, Reading::Failed) << "a link to nothing";
     std::filesystem::remove(path);
     std::filesystem::create_directory(path);
-    EXPECT_EQ(read().state, State::Failed) << "a directory";
+    EXPECT_EQ(read().state, Reading::Failed) << "a directory";
     std::filesystem::remove(path);
     writeFile("[Profile0\n");
-    EXPECT_EQ(read().state, State::Failed) << "no settings";
+    EXPECT_EQ(read().state, Reading::Failed) << "no settings";
     writeFile("");
-    EXPECT_EQ(read().state, State::Read);
+    EXPECT_EQ(read().state, Reading::Read);
 }
