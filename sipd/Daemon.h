@@ -3,6 +3,7 @@
 
 #include "DaemonSocket.h"
 #include "EventLoop.h"
+#include "NetworkWatch.h"
 #include "Registrations.h"
 #include "Server.h"
 #include "SipNetwork.h"
@@ -31,6 +32,7 @@ private:
     EventLoop loop_;
     SipNetwork network_;
     Registrations registrations_;
+    const NetworkWatch networkWatch_;
     std::unique_ptr<Server> server_; // null while the daemon ends
     bool isEnding_ = false;
     bool isLate_ = false;

@@ -107,6 +107,22 @@ void Registration::reviewProfile(std::optional<SipProfile> profile)
     begin();
 }
 
+void Registration::reviewNetwork()
+{
+    if (phase_ == Phase::Pausing && !isRejected_) {
+        pause_ = SHORTEST_PAUSE;
+        onRetry_(*this);
+        return;
+    }
+    if (!attempt_ || services_.network.sourceFor(*server_) == source_)
+        return;
+    SIPD_DETAIL("%s leaves the address %s", group_.c_str(), source_.c_str());
+    attempt_->unregisterOrAbandon();
+    moved_.push_back(std::move(attempt_));
+    pause_ = SHORTEST_PAUSE;
+    begin();
+}
+
 void Registration::endDeleted()
 {
     SIPD_DETAIL("%s has been deleted", group_.c_str());
@@ -147,8 +163,9 @@ void Registration::resolve()
 // Drops unroutable addresses, so that they use up no part of the time.
 void Registration::handleAddresses(const std::vector<ServerAddress>& found)
 {
-    std::copy_if(found.rbegin(), found.rend(), std::back_inserter(addresses_),
-                 [this](const ServerAddress& address) { return services_.network.isRoutable(address); });
+    std::copy_if(
+        found.rbegin(), found.rend(), std::back_inserter(addresses_),
+        [this](const ServerAddress& address) { return !services_.network.sourceFor(address).empty(); });
     if (addresses_.empty()) {
         ORMU_LOG(ORMU_LEVEL_INFO, "%s: %s %s", group_.c_str(), found.empty() ? "no address of" : "no way to",
                  profile_->registrar.host.c_str());
@@ -164,11 +181,12 @@ void Registration::tryAddresses()
     _SIPD_APP_ACK_E reason = SIPD_ACK_CONNECT_FAILED;
     while (!addresses_.empty()) {
         const auto share = timeLeft() / static_cast<int>(addresses_.size());
-        const ServerAddress address = addresses_.back();
+        server_ = addresses_.back();
+        source_ = services_.network.sourceFor(*server_);
         addresses_.pop_back();
         attempt_ = services_.network.makeAttempt(*profile_,
                                                  [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
-        reason = attempt_->registerAt(address, std::max(share, SHORTEST_ATTEMPT));
+        reason = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT));
         if (reason == SIPD_ACK_SUCCESS)
             return;
         attempt_.reset();
@@ -208,6 +226,7 @@ void Registration::fail(_SIPD_APP_ACK_E reason)
 void Registration::pauseAfter(_SIPD_APP_ACK_E reason)
 {
     phase_ = Phase::Pausing;
+    isRejected_ = reason == SIPD_ACK_INCORRECT_PROFILE || reason == SIPD_ACK_FAILED;
     if (reason == SIPD_ACK_INCORRECT_PROFILE) {
         timer_->set(PAUSE_AFTER_REJECTION);
         return;
@@ -297,7 +316,8 @@ milliseconds Registration::timeLeft() const
 
 void Registration::reap()
 {
-    std::erase_if(former_, [](const auto& attempt) { return attempt->isGone(); });
+    for (auto* attempts : {&former_, &moved_})
+        std::erase_if(*attempts, [](const auto& attempt) { return attempt->isGone(); });
     if (phase_ == Phase::Clearing && !isClearing())
         resolve();
     if (!disconnecting_.empty() && !isLeaving())
@@ -306,6 +326,6 @@ void Registration::reap()
 
 bool Registration::isIdle() const
 {
-    return phase_ == Phase::Off && !isKept_ && former_.empty() && connecting_.empty() &&
+    return phase_ == Phase::Off && !isKept_ && former_.empty() && moved_.empty() && connecting_.empty() &&
            disconnecting_.empty();
 }

@@ -60,6 +60,9 @@ public:
     void postpone();
     // Takes the profile from the settings file, and connects again if it has changed.
     void reviewProfile(std::optional<SipProfile> profile);
+    // Takes notice that this machine's network has changed: connects again when packets to the server have
+    // another source address now, and retries at once when the server was not reached.
+    void reviewNetwork();
     // As end(), for a deleted profile: observers of a connect learn that it is gone.
     void endDeleted();
     // As disconnect(), without an observer.
@@ -103,6 +106,7 @@ private:
     Phase phase_ = Phase::Off;
     bool isKept_ = false;
     bool isPostponed_ = false;          // the retry waits for the settings file
+    bool isRejected_ = false;           // the server was reached, and refused
     std::optional<SipProfile> profile_; // as it was last read
     BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;
@@ -110,7 +114,10 @@ private:
     Network::LookupHandle lookup_;
     std::vector<ServerAddress> addresses_; // still to try, the next one last
     std::unique_ptr<Attempt> attempt_;     // under way or registered
+    std::optional<ServerAddress> server_;  // of the attempt
+    std::string source_;                   // this machine's address in the attempt
     std::vector<std::unique_ptr<Attempt>> former_;
+    std::vector<std::unique_ptr<Attempt>> moved_; // from a former address; nothing waits for these
 
     std::vector<RequestObserver*> connecting_;
     std::vector<RequestObserver*> disconnecting_;

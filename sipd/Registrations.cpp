@@ -149,6 +149,16 @@ void Registrations::review()
     }
 }
 
+void Registrations::reviewNetwork()
+{
+    // A retry may read new numbers from the settings file.
+    std::vector<Registration*> all;
+    for (const auto& [group, registration] : registrations_)
+        all.push_back(registration.get());
+    for (Registration* registration : all)
+        registration->reviewNetwork();
+}
+
 void Registrations::adopt(StoredProfiles profiles)
 {
     const StoredProfiles before = std::exchange(profiles_, std::move(profiles));

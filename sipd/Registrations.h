@@ -36,6 +36,8 @@ public:
 
     // Connects all profiles that connect automatically, as soon as the settings file can be read.
     void connectAutomatically();
+    // Takes notice that this machine's network has changed.
+    void reviewNetwork();
     // Disconnects everything, for good.
     void end();
 

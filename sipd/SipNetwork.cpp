@@ -15,9 +15,9 @@ Network::LookupHandle SipNetwork::resolve(const RegistrarAddress& registrar, OnR
     return resolver_.resolve(registrar, std::move(onResolved));
 }
 
-bool SipNetwork::isRoutable(const ServerAddress& address) const
+std::string SipNetwork::sourceFor(const ServerAddress& server) const
 {
-    return !address.localUriHost().empty();
+    return server.localUriHost();
 }
 
 bool SipNetwork::isUp() const

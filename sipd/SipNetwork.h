@@ -12,7 +12,7 @@ public:
     SipNetwork(EventLoop& loop, SipSettings settings);
 
     LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved) override;
-    bool isRoutable(const ServerAddress& address) const override;
+    std::string sourceFor(const ServerAddress& server) const override;
     bool isUp() const override;
     std::unique_ptr<Attempt> makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome) override;
 

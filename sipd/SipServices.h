@@ -57,8 +57,8 @@ public:
 
     // Calls onResolved later, from the loop.
     virtual LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved) = 0;
-    // Whether this machine has a route to the address.
-    virtual bool isRoutable(const ServerAddress& address) const = 0;
+    // This machine's address for packets to that server. Empty when there is no route.
+    virtual std::string sourceFor(const ServerAddress& server) const = 0;
     // Whether this machine has any network besides the loopback.
     virtual bool isUp() const = 0;
     virtual std::unique_ptr<Attempt> makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome) = 0;

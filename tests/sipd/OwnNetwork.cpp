@@ -45,20 +45,16 @@ bool enterOwnNetwork()
     return unshare(CLONE_NEWNET) == 0 && bringUp("lo");
 }
 
+constexpr char INTERFACE[] = "test0";
+
 bool addInterface()
 {
-    constexpr char name[] = "test0";
     const int tunnel = open("/dev/net/tun", O_RDWR | O_CLOEXEC); // the interface ends with it
-    ifreq request = interface(name);
+    ifreq request = interface(INTERFACE);
     request.ifr_flags = IFF_TUN | IFF_NO_PI;
     if (tunnel < 0 || ioctl(tunnel, TUNSETIFF, &request) != 0)
         return false;
-    request = interface(name);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    inet_pton(AF_INET, "192.0.2.1", &address.sin_addr);
-    std::memcpy(&request.ifr_addr, &address, sizeof(address));
-    return configure(SIOCSIFADDR, request) && bringUp(name);
+    return changeAddress("192.0.2.1") && bringUp(INTERFACE);
 }
 
 bool mountFile(const std::string& file, const std::string& place)
@@ -68,6 +64,17 @@ bool mountFile(const std::string& file, const std::string& place)
 }
 
 } // namespace
+
+bool changeAddress(const std::string& address)
+{
+    sockaddr_in binary = {};
+    binary.sin_family = AF_INET;
+    ifreq request = interface(INTERFACE);
+    if (inet_pton(AF_INET, address.c_str(), &binary.sin_addr) != 1)
+        return false;
+    std::memcpy(&request.ifr_addr, &binary, sizeof(binary));
+    return configure(SIOCSIFADDR, request);
+}
 
 void checkInOwnNetwork(const OwnNetwork& network, const std::function<bool()>& holds)
 {

@@ -16,4 +16,7 @@ struct OwnNetwork
 // vain. Skips the test where this user may not have such a network.
 void checkInOwnNetwork(const OwnNetwork& network, const std::function<bool()>& holds);
 
+// For such a check: gives the interface another IPv4 address in place of its own.
+bool changeAddress(const std::string& address);
+
 #endif

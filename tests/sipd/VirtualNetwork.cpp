@@ -210,9 +210,9 @@ void VirtualNetwork::answerLookups()
     }
 }
 
-bool VirtualNetwork::isRoutable(const ServerAddress& address) const
+std::string VirtualNetwork::sourceFor(const ServerAddress& server) const
 {
-    return !unroutable_.contains(address.uriHost());
+    return unroutable_.contains(server.uriHost()) ? "" : source_;
 }
 
 std::unique_ptr<Attempt> VirtualNetwork::makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome)

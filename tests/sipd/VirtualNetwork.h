@@ -42,6 +42,8 @@ public:
     void setAddresses(const std::string& name, const std::vector<std::string>& addresses);
     void setUnroutable(const std::set<std::string>& addresses) { unroutable_ = addresses; }
     void setUp(bool isUp) { isUp_ = isUp; }
+    // This machine's address for packets to any server. None when it is empty.
+    void setSource(const std::string& source) { source_ = source; }
 
     // All requests so far: "TIME register USER", or "TIME unregister USER", with the time in milliseconds.
     const std::vector<std::string>& requests() const { return requests_; }
@@ -53,7 +55,7 @@ public:
     size_t attempts() const { return attempts_.size(); }
 
     LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved) override;
-    bool isRoutable(const ServerAddress& address) const override;
+    std::string sourceFor(const ServerAddress& server) const override;
     bool isUp() const override { return isUp_; }
     std::unique_ptr<Attempt> makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome) override;
 
@@ -73,6 +75,7 @@ private:
     std::vector<std::weak_ptr<Lookup>> lookups_;
     const std::unique_ptr<Timer> resolved_;
     std::set<std::string> unroutable_;
+    std::string source_ = "192.0.2.1";
     bool isUp_ = true;
 };
 
