@@ -2,6 +2,7 @@
 
 #include "ChildProgram.h"
 #include "LinkTest.h"
+#include "Programs.h"
 
 #include <fstream>
 

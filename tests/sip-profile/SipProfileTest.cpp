@@ -2,6 +2,7 @@
 #include "ChildProcess.h"
 #include "DaemonTest.h"
 #include "FileDescriptor.h"
+#include "Programs.h"
 #include "SettingsFixture.h"
 #include "SettingsHostLock.h"
 #include "StrangerAtSocket.h"

@@ -1,5 +1,6 @@
 // The daemon's side of the protocol: the messages of the file, the library's controller, the example client.
 
+#include "Programs.h"
 #include "SIP_COMM_Controler.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"

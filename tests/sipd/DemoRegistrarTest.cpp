@@ -1,3 +1,4 @@
+#include "Programs.h"
 #include "RealServerProcess.h"
 #include "SipdProcess.h"
 

@@ -4,7 +4,6 @@ if(NOT ORMU_KAMAILIO)
     message(STATUS "The tests with real SIP servers are left out: kamailio is missing")
     return()
 endif()
-ormu_startable(demo_registrar_program demo-registrar)
 
 add_library(real_servers STATIC
     RealServerKamailio.cpp RealServerKamailio.h
@@ -19,7 +18,6 @@ ormu_add_test(real_server_test DAEMON_SOCKET
     NOT_EMULATED *LeavesNoMemory* "the emulator itself grows with what it has translated"
         *Shifted* "the emulator's clocks are the machine's own")
 target_compile_definitions(real_server_test PRIVATE
-    DEMO_REGISTRAR="${demo_registrar_program}"
     LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp")
 add_dependencies(real_server_test demo-registrar)
 

@@ -1,5 +1,6 @@
 #include "ShiftedTime.h"
 
+#include "Programs.h"
 #include "SipdProcess.h"
 
 #include <cstdlib>
@@ -52,7 +53,7 @@ std::vector<std::string> ShiftedTime::wrapper(const std::string& asanOptions) co
 {
     const char* const former = std::getenv("ASAN_OPTIONS");
     return {"/usr/bin/env", "TIME_SHIFT_FILE=" + (directory_ / "shift").string(),
-            "TIME_SHIFT_PIPE=" + (directory_ / "resume").string(), "LD_PRELOAD=" TIME_SHIFT,
+            "TIME_SHIFT_PIPE=" + (directory_ / "resume").string(), std::string("LD_PRELOAD=") + TIME_SHIFT,
             "ASAN_OPTIONS=verify_asan_link_order=0:" + asanOptions + ':' + (former ? former : "")};
 }
 

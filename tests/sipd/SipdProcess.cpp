@@ -1,6 +1,7 @@
 #include "SipdProcess.h"
 
 #include "ChildProcess.h"
+#include "Programs.h"
 #include "SETUP_SET_Manager.h"
 #include "SETUP_SIP_Agent.h"
 

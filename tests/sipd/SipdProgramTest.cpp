@@ -1,6 +1,7 @@
 // The daemon as a program: its options, its socket, its end.
 
 #include "ChildProcess.h"
+#include "Programs.h"
 #include "Sanitizers.h"
 #include "SipdProcess.h"
 #include "TestRegistrar.h"
@@ -108,7 +109,8 @@ TEST_F(SipdProgram, RefusesAPassedSocketThatDoesNotListen)
 {
     const int fd = bindSocket(SIPD_SOCKET_PATH, false);
     ChildProgram program(
-        {"/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=1 exec " SIPD " 3<&" + std::to_string(fd)});
+        {"/bin/sh", "-c",
+         std::string("LISTEN_PID=$$ LISTEN_FDS=1 exec ") + SIPD + " 3<&" + std::to_string(fd)});
     EXPECT_EQ(program.readRest(),
               "sipd: what the service manager handed over is no listening local stream socket\n");
     EXPECT_EQ(program.wait(), 1);

@@ -1,5 +1,6 @@
 // The daemon's socket file: removed, replaced, or another user's.
 
+#include "Programs.h"
 #include "SipdProcess.h"
 #include "StrangerAtSocket.h"
 #include "TestRegistrar.h"
