@@ -6,7 +6,6 @@
 #include "ProfileRepair.h"
 #include "RepairDialogue.h"
 #include "SETUP_SIP_Agent.h"
-#include "Sanitizers.h"
 #include "SettingsFixture.h"
 #include "StoredProfile.h"
 
@@ -26,7 +25,7 @@ namespace {
 
 const bool IS_FULL = qgetenv("ORMU_EVERY_ORDER") == "full";
 const int DEPTH_FROM_NONE = IS_FULL ? 6 : 5;
-const int DEPTH_FROM_THREE = IS_FULL ? 5 : hasAddressSanitizer() ? 2 : 3;
+const int DEPTH_FROM_THREE = IS_FULL ? 5 : 3;
 
 // A profile as the person knows it. Its user tells it from every other, also after a change of its name.
 struct Known

@@ -3,7 +3,6 @@
 #include "ProfileFile.h"
 #include "ProfileRepair.h"
 #include "SETUP_SIP_Agent.h"
-#include "Sanitizers.h"
 #include "SettingsFile.h"
 #include "SettingsFixture.h"
 #include "SystemCallFault.h"
@@ -351,7 +350,7 @@ TEST(BrokenFiles, WithALostByteAreWholeOnceRepaired)
     EXPECT_GT(repaired, good.size() / 2);
 }
 
-const int FILES_OF_PIECES = hasAddressSanitizer() ? 500 : 3000;
+constexpr int FILES_OF_PIECES = 3000;
 
 // A tidy either repairs the file, or leaves it and describes its damage.
 void verifyTidying(const SettingsDirectory& settings, const QByteArray& bytes)

@@ -413,7 +413,7 @@ TEST_F(FollowingTest, ChangesNoProfileWhileTheFileIsReplaced)
 {
     std::vector<PlacedProfile> one = {{0, "anna"}, {1, "bert"}};
     std::vector<PlacedProfile> other = {{1, "anna"}, {0, "bert"}};
-    for (int i = 2; i < 50; ++i) {
+    for (int i = 2; i < 200; ++i) {
         // Reading takes its time.
         one.push_back({i, "user" + std::to_string(i)});
         other.push_back(one.back());
@@ -424,7 +424,7 @@ TEST_F(FollowingTest, ChangesNoProfileWhileTheFileIsReplaced)
         for (size_t i = 1; !isDone; ++i)
             place(texts[i % 2]);
     });
-    constexpr int many = 100;
+    constexpr int many = 150;
     for (int i = 0; i < many; ++i) {
         EXPECT_EQ(connectProfile(i % 2), SIPD_ACK_SUCCESS);
         // The registered profile may have moved to the other number since.

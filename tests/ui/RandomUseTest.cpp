@@ -5,7 +5,6 @@
 #include "SETUP_SIP_ConnectDlg.h"
 #include "SETUP_SIP_ProfileSelectDlg.h"
 #include "SampleProfiles.h"
-#include "Sanitizers.h"
 #include "ScreenTest.h"
 #include "UTIL_ListBox.h"
 #include "qpopupmenu.h"
@@ -27,7 +26,7 @@
 #include <utility>
 
 namespace {
-const int ACTIONS = hasAddressSanitizer() ? 10000 : 20000;
+constexpr int ACTIONS = 20000;
 constexpr int ACTIONS_BETWEEN_CHECKS = 100;
 
 int loopLevel()
