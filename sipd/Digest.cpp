@@ -11,29 +11,27 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <openssl/evp.h>
 #include <optional>
 #include <sys/random.h>
-
-#include <QByteArray>
-#include <QCryptographicHash>
 
 namespace {
 
 struct Algorithm
 {
     const char* name;
-    QCryptographicHash::Algorithm hash;
+    const EVP_MD* (*hash)();
     bool isSession;
 };
 
 // Weaker ones first.
-constexpr std::array ALGORITHMS = {Algorithm{"MD5", QCryptographicHash::Md5, false},
-                                   Algorithm{"MD5-sess", QCryptographicHash::Md5, true},
-                                   Algorithm{"SHA-256", QCryptographicHash::Sha256, false},
-                                   Algorithm{"SHA-256-sess", QCryptographicHash::Sha256, true}};
+constexpr std::array ALGORITHMS = {Algorithm{"MD5", EVP_md5, false}, Algorithm{"MD5-sess", EVP_md5, true},
+                                   Algorithm{"SHA-256", EVP_sha256, false},
+                                   Algorithm{"SHA-256-sess", EVP_sha256, true}};
 
 // The index of a challenge's algorithm. A challenge without a name means the first.
 std::optional<size_t> findAlgorithm(const char* name)
@@ -47,22 +45,35 @@ std::optional<size_t> findAlgorithm(const char* name)
     return std::nullopt;
 }
 
-std::string hashOf(const Algorithm& algorithm, const std::string& text)
-{
-    return QCryptographicHash::hash(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())),
-                                    algorithm.hash)
-        .toHex()
-        .toStdString();
-}
-
 std::string toHex(std::string_view bytes)
 {
-    return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())).toHex().toStdString();
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += {digits[byte >> 4U], digits[byte & 0xfU]};
+    }
+    return text;
 }
 
-std::string fromHex(const char* digits)
+std::string fromHex(std::string_view digits)
 {
-    return QByteArray::fromHex(digits).toStdString();
+    std::string bytes;
+    for (; digits.size() >= 2; digits.remove_prefix(2)) {
+        unsigned char byte = 0;
+        ORMU_ASSERT(std::from_chars(digits.data(), digits.data() + 2, byte, 16).ec == std::errc());
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+std::string hashOf(const Algorithm& algorithm, const std::string& text)
+{
+    std::array<char, EVP_MAX_MD_SIZE> hash{};
+    unsigned int size = 0;
+    ORMU_ASSERT(EVP_Digest(text.data(), text.size(), reinterpret_cast<unsigned char*>(hash.data()), &size,
+                           algorithm.hash(), nullptr) == 1);
+    return toHex({hash.data(), size});
 }
 
 std::string quotedString(std::string_view text)

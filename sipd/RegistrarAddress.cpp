@@ -4,9 +4,8 @@
 #include <arpa/inet.h>
 #include <cctype>
 #include <charconv>
-
-#include <QString>
-#include <QUrl>
+#include <idn2.h>
+#include <memory>
 
 namespace {
 
@@ -99,7 +98,12 @@ std::string asciiName(std::string_view name)
 {
     if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x80; }))
         return std::string(name);
-    return QUrl::toAce(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()))).toStdString();
+    char* ascii = nullptr;
+    if (name.find('\0') != std::string_view::npos ||
+        idn2_to_ascii_8z(std::string(name).c_str(), &ascii, IDN2_NONTRANSITIONAL | IDN2_NFC_INPUT) != IDN2_OK)
+        return {};
+    const std::unique_ptr<char, decltype(&idn2_free)> owner(ascii, idn2_free);
+    return ascii;
 }
 
 struct HostAndPort

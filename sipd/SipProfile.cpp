@@ -1,7 +1,7 @@
 #include "SipProfile.h"
 
 #include "Log.h"
-#include "OrmuConfig.h"
+#include "SettingsDirectory.h"
 #include "SettingsFile.h"
 
 #include <algorithm>
@@ -75,7 +75,11 @@ bool GroupOrder::operator()(const std::string& first, const std::string& second)
 
 std::string settingsFilePath()
 {
-    const std::string path = settingsFileIn(OrmuConfig::getSettingDirectory().toStdString());
+    const std::string directory = settingsDirectory();
+    if (!makeSettingsDirectory(directory))
+        ORMU_LOG(ORMU_LEVEL_ERROR, "settings directory %s cannot be made: %s", directory.c_str(),
+                 std::strerror(errno));
+    const std::string path = settingsFileIn(directory);
     std::error_code error;
     const std::string absolute = std::filesystem::absolute(path, error).string();
     return error ? path : absolute;

@@ -25,8 +25,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QString>
-
 namespace {
 
 constexpr int USAGE_ERROR = 2;
@@ -167,11 +165,6 @@ FileDescriptor openEndSignals()
     return FileDescriptor(signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-void logForQt(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& message)
-{
-    ORMU_LOG(ORMU_LEVEL_ERROR, "%s", message.toUtf8().constData());
-}
-
 // The stack would log the content of messages and profiles.
 void discardStackLog(void* /*stream*/, const char* /*format*/, va_list /*arguments*/) {}
 
@@ -213,7 +206,6 @@ int main(int argc, char** argv)
         return *status;
     if (options.isKept && !DaemonSocket::isKept())
         return Keeper(argv).run();
-    qInstallMessageHandler(logForQt);
     su_log_redirect(nullptr, discardStackLog, nullptr);
     return runDaemon(options.settings);
 }

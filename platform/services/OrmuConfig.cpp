@@ -1,31 +1,16 @@
 #include "OrmuConfig.h"
 
-#include <QFile>
-#include <QStandardPaths>
+#include "SettingsDirectory.h"
 
-#include <glib.h>
+#include <QFile>
 
 #include <cerrno>
 #include <cstring>
 
-namespace {
-
-const char SETTING_DIRECTORY_VARIABLE[] = "ORMU_SETTING_DIR";
-
-QString directoryName()
-{
-    if (qEnvironmentVariableIsSet(SETTING_DIRECTORY_VARIABLE))
-        return QFile::decodeName(qgetenv(SETTING_DIRECTORY_VARIABLE));
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QLatin1String("/ormu");
-}
-
-} // namespace
-
 QString OrmuConfig::getSettingDirectory()
 {
-    QString directory = directoryName();
-    const QByteArray path = QFile::encodeName(directory);
-    if (!path.isEmpty() && g_mkdir_with_parents(path.constData(), 0700) != 0)
-        qWarning("settings directory %s cannot be made: %s", path.constData(), std::strerror(errno));
-    return directory;
+    const std::string directory = settingsDirectory();
+    if (!makeSettingsDirectory(directory))
+        qWarning("settings directory %s cannot be made: %s", directory.c_str(), std::strerror(errno));
+    return QFile::decodeName(directory.c_str());
 }

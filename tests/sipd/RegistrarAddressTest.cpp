@@ -36,7 +36,11 @@ TEST(RegistrarAddress, MayBeInAnyScript)
     EXPECT_EQ(parsed("b\xc3\xbc"
                      "cher.example"),
               "xn--bcher-kva.example 5070 udp");
+    EXPECT_EQ(parsed("STRA\xc3\x9f"
+                     "E.example"),
+              "xn--strae-oqa.example 5070 udp");
     EXPECT_EQ(parsed("b\xc3"), "-");
+    EXPECT_EQ(parsed(std::string_view("b\xc3\xbc\0.example", 11)), "-");
 }
 
 TEST(RegistrarAddress, MayHaveWhatPeopleTypeAroundIt)
