@@ -65,6 +65,18 @@ _SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
     return SIPD_ACK_FAILED;
 }
 
+Outcome outcomeOf(int status, const char* phrase, const sip_t* sip)
+{
+    Outcome outcome{.ack = ackOf(status, sip)};
+    if (sip == nullptr || nta_sip_is_internal(sip) != 0)
+        return outcome;
+    outcome.status = status;
+    outcome.words = std::to_string(status) + ' ';
+    for (const char* c = phrase; c != nullptr && *c != '\0'; ++c)
+        outcome.words += static_cast<unsigned char>(*c) < ' ' || *c == '\x7f' ? '?' : *c;
+    return outcome;
+}
+
 } // namespace
 
 RegisterAttempt::RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
@@ -81,7 +93,8 @@ RegisterAttempt::~RegisterAttempt()
         nua_destroy(agent_);
 }
 
-void RegisterAttempt::handleEvent(int event, int status, nua_handle_t* handle, const sip_t* sip)
+void RegisterAttempt::handleEvent(int event, int status, const char* phrase, nua_handle_t* handle,
+                                  const sip_t* sip)
 {
     if (event == nua_r_shutdown) {
         if (status >= 200)
@@ -97,14 +110,15 @@ void RegisterAttempt::handleEvent(int event, int status, nua_handle_t* handle, c
         return;
     }
     if (event == nua_r_register)
-        handleRegisterAnswer(status, sip);
+        handleRegisterAnswer(status, phrase, sip);
     else if (event == nua_r_unregister)
         handleUnregisterAnswer(status, sip);
     else if (event == nua_r_authenticate && status >= 300)
-        fail(SIPD_ACK_FAILED);
+        fail({.ack = SIPD_ACK_FAILED});
 }
 
-_SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout)
+_SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
+                                            const std::vector<std::string>& /*formerContacts*/)
 {
     const std::string localHost = server.localUriHost();
     if (localHost.empty())
@@ -129,9 +143,9 @@ void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::mil
     const std::string trusted = ownCertificates ? ownCertificates->path() : SYSTEM_CERTIFICATES;
     if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
         ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
-    const auto onEvent = [](nua_event_t event, int answer, const char*, nua_t*, nua_magic_t* attempt,
+    const auto onEvent = [](nua_event_t event, int answer, const char* phrase, nua_t*, nua_magic_t* attempt,
                             nua_handle_t* handle, nua_hmagic_t*, const sip_t* sip, tagi_t*) {
-        reinterpret_cast<RegisterAttempt*>(attempt)->handleEvent(event, answer, handle, sip);
+        reinterpret_cast<RegisterAttempt*>(attempt)->handleEvent(event, answer, phrase, handle, sip);
     };
     const EventLoop::Hold hold(loop_);
     agent_ = nua_create(loop_.root(), onEvent, reinterpret_cast<nua_magic_t*>(this), NUTAG_URL(url.c_str()),
@@ -164,7 +178,7 @@ void RegisterAttempt::sendRegister(const ServerAddress& server)
                  SIPTAG_EXPIRES_STR(std::to_string(settings_.expires.count()).c_str()), TAG_END());
 }
 
-void RegisterAttempt::handleRegisterAnswer(int status, const sip_t* sip)
+void RegisterAttempt::handleRegisterAnswer(int status, const char* phrase, const sip_t* sip)
 {
     if (status < 200)
         return;
@@ -180,7 +194,7 @@ void RegisterAttempt::handleRegisterAnswer(int status, const sip_t* sip)
     if (status < 300)
         succeed();
     else if ((status != 401 && status != 407) || !authenticate(sip))
-        fail(ackOf(status, sip));
+        fail(outcomeOf(status, phrase, sip));
 }
 
 // Answers the challenge. False when that is impossible or has failed before.
@@ -214,17 +228,17 @@ void RegisterAttempt::succeed()
     if (state_ == State::Registered)
         return;
     setState(State::Registered);
-    onOutcome_(SIPD_ACK_SUCCESS);
+    onOutcome_({.ack = SIPD_ACK_SUCCESS, .status = 200});
 }
 
-void RegisterAttempt::fail(_SIPD_APP_ACK_E reason)
+void RegisterAttempt::fail(const Outcome& outcome)
 {
     if (state_ == State::Closing || state_ == State::Gone)
         return;
     const bool isWanted = state_ == State::Registering || state_ == State::Registered;
     close();
     if (isWanted)
-        onOutcome_(reason);
+        onOutcome_(outcome);
 }
 
 void RegisterAttempt::unregisterOrAbandon()

@@ -29,20 +29,22 @@ public:
     RegisterAttempt(const RegisterAttempt&) = delete;
     RegisterAttempt& operator=(const RegisterAttempt&) = delete;
 
-    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout) override;
+    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
+                               const std::vector<std::string>& formerContacts) override;
     void unregisterOrAbandon() override;
     State state() const override { return state_; }
+    std::string contact() const override { return {}; }
 
 private:
-    void handleEvent(int event, int status, nua_handle_s* handle, const sip_s* sip);
+    void handleEvent(int event, int status, const char* phrase, nua_handle_s* handle, const sip_s* sip);
     void createAgent(const std::string& localHost, std::chrono::milliseconds timeout);
     void sendRegister(const ServerAddress& server);
-    void handleRegisterAnswer(int status, const sip_s* sip);
+    void handleRegisterAnswer(int status, const char* phrase, const sip_s* sip);
     void handleUnregisterAnswer(int status, const sip_s* sip);
     bool authenticate(const sip_s* sip);
     void setState(State state);
     void succeed();
-    void fail(_SIPD_APP_ACK_E reason);
+    void fail(const Outcome& outcome);
     void unregister();
     void close();
 

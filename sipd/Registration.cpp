@@ -185,8 +185,8 @@ void Registration::tryAddresses()
         source_ = services_.network.sourceFor(*server_);
         addresses_.pop_back();
         attempt_ = services_.network.makeAttempt(*profile_,
-                                                 [this](_SIPD_APP_ACK_E outcome) { handleOutcome(outcome); });
-        reason = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT));
+                                                 [this](const Outcome& outcome) { handleOutcome(outcome); });
+        reason = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT), {});
         if (reason == SIPD_ACK_SUCCESS)
             return;
         attempt_.reset();
@@ -194,9 +194,9 @@ void Registration::tryAddresses()
     fail(reason);
 }
 
-void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
+void Registration::handleOutcome(const Outcome& outcome)
 {
-    if (outcome == SIPD_ACK_SUCCESS) {
+    if (outcome.ack == SIPD_ACK_SUCCESS) {
         ORMU_LOG(ORMU_LEVEL_INFO, "%s is registered with %s", group_.c_str(),
                  profile_->registrar.host.c_str());
         timer_->stop();
@@ -208,10 +208,10 @@ void Registration::handleOutcome(_SIPD_APP_ACK_E outcome)
         return;
     }
     former_.push_back(std::move(attempt_));
-    if (outcome == SIPD_ACK_CONNECT_FAILED && phase_ == Phase::Registering && !addresses_.empty())
+    if (outcome.ack == SIPD_ACK_CONNECT_FAILED && phase_ == Phase::Registering && !addresses_.empty())
         tryAddresses();
     else
-        fail(outcome);
+        fail(outcome.ack);
 }
 
 void Registration::fail(_SIPD_APP_ACK_E reason)

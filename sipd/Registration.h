@@ -89,7 +89,7 @@ private:
     void resolve();
     void handleAddresses(const std::vector<ServerAddress>& found);
     void tryAddresses();
-    void handleOutcome(_SIPD_APP_ACK_E outcome);
+    void handleOutcome(const Outcome& outcome);
     void fail(_SIPD_APP_ACK_E reason);
     void pauseAfter(_SIPD_APP_ACK_E reason);
     void dropAttempt();

@@ -9,9 +9,23 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 class EventLoop;
+
+// How an attempt ended, or that it succeeded.
+struct Outcome
+{
+    _SIPD_APP_ACK_E ack = SIPD_ACK_FAILED;
+    int status = 0; // the server's last status code; 0 when no server answered
+    // For the log: "480 Account is unpaid", "its certificate has expired". One line, printable, without a
+    // secret.
+    std::string words = {};
+    std::vector<std::string> redirects =
+        {};                             // SIP URIs of the Contact headers of a 301, 302 or 305, best first
+    std::chrono::seconds retryAfter{0}; // from Retry-After; 0 without one
+};
 
 // One attempt to register a profile at one address, and then the registration, which it keeps refreshed.
 //
@@ -30,17 +44,21 @@ public:
 
     // Called from the loop: with success when the server accepts the registration, and with the reason when
     // the attempt fails or the registration is lost. Not called after unregisterOrAbandon().
-    using OnOutcome = std::function<void(_SIPD_APP_ACK_E)>;
+    using OnOutcome = std::function<void(const Outcome&)>;
 
     virtual ~Attempt() = default;
 
     // Returns success when the attempt has started, otherwise the reason. An attempt that has started fails
-    // when the server has not answered within the timeout.
-    virtual _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout) = 0;
+    // when the server has not answered within the timeout. The same REGISTER removes the former contacts,
+    // contact URIs of this profile from earlier attempts.
+    virtual _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
+                                       const std::vector<std::string>& formerContacts) = 0;
     // Ends it, and unregisters it if it is registered. A silent server gets 3 seconds.
     virtual void unregisterOrAbandon() = 0;
 
     virtual State state() const = 0;
+    // The contact URI that a server may hold because of this attempt. Empty when none does.
+    virtual std::string contact() const = 0;
     bool isGone() const { return state() == State::Gone; }
 };
 

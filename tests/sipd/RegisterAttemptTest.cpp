@@ -38,8 +38,9 @@ protected:
         const auto port = static_cast<uint16_t>(registrar.port());
         const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", port), user, password};
         outcome.reset();
-        attempt = network.makeAttempt(profile, [this](_SIPD_APP_ACK_E ack) { outcome = ack; });
-        ASSERT_EQ(attempt->registerAt(*ServerAddress::parse("127.0.0.1", port), timeout), SIPD_ACK_SUCCESS);
+        attempt = network.makeAttempt(profile, [this](const Outcome& ended) { outcome = ended.ack; });
+        ASSERT_EQ(attempt->registerAt(*ServerAddress::parse("127.0.0.1", port), timeout, {}),
+                  SIPD_ACK_SUCCESS);
     }
     // The outcome of a whole attempt.
     std::optional<_SIPD_APP_ACK_E> outcomeOf(const std::string& user = "anna",
@@ -145,8 +146,8 @@ TEST_F(RegisterAttemptTest, GivesUpOnASilentServerAfterTheTimeout)
 TEST_F(RegisterAttemptTest, FailsWithoutARoute)
 {
     const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", 5060), "anna", "secret"};
-    attempt = network.makeAttempt(profile, [](_SIPD_APP_ACK_E) {});
-    EXPECT_EQ(attempt->registerAt(*ServerAddress::parse("255.255.255.255", 5060), 8s),
+    attempt = network.makeAttempt(profile, [](const Outcome&) {});
+    EXPECT_EQ(attempt->registerAt(*ServerAddress::parse("255.255.255.255", 5060), 8s, {}),
               SIPD_ACK_CONNECT_FAILED);
     EXPECT_TRUE(attempt->isGone());
 }

@@ -67,7 +67,7 @@ public:
     VirtualAttempt(VirtualNetwork& network, const SipProfile& profile, OnOutcome onOutcome)
         : network_(network), user_(profile.user), onOutcome_(std::move(onOutcome)),
           answer_(network.clock_.makeTimer([this] { handleAnswer(*network_.answer_); })),
-          limit_(network.clock_.makeTimer([this] { handleAnswer(SIPD_ACK_CONNECT_FAILED); }))
+          limit_(network.clock_.makeTimer([this] { handleAnswer({.ack = SIPD_ACK_CONNECT_FAILED}); }))
     {
         network_.attempts_.push_back(this);
     }
@@ -75,8 +75,10 @@ public:
     VirtualAttempt(const VirtualAttempt&) = delete;
     VirtualAttempt& operator=(const VirtualAttempt&) = delete;
 
-    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout) override
+    _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
+                               const std::vector<std::string>& /*formerContacts*/) override
     {
+        contact_ = "sip:" + user_ + '@' + network_.sourceFor(server);
         network_.lastServer_ =
             server.uriHost() + ':' + std::to_string(server.port()) + " in " + std::to_string(timeout.count());
         request("register", State::Registering, timeout);
@@ -90,6 +92,7 @@ public:
             request("unregister", State::Unregistering, 3s);
     }
     State state() const override { return state_; }
+    std::string contact() const override { return contact_; }
 
     const std::string& user() const { return user_; }
     // Whether a request has no answer yet.
@@ -104,7 +107,7 @@ public:
     void lose(_SIPD_APP_ACK_E reason)
     {
         state_ = State::Gone;
-        onOutcome_(reason);
+        onOutcome_({.ack = reason});
     }
 
 private:
@@ -115,11 +118,11 @@ private:
         limit_->set(timeout);
         awaitAnswer();
     }
-    void handleAnswer(_SIPD_APP_ACK_E answer)
+    void handleAnswer(const Outcome& answer)
     {
         answer_->stop();
         limit_->stop();
-        const bool isAccepted = answer == SIPD_ACK_SUCCESS;
+        const bool isAccepted = answer.ack == SIPD_ACK_SUCCESS;
         if (state_ == State::Abandoned && isAccepted) {
             request("unregister", State::Unregistering, 3s);
             return;
@@ -133,6 +136,7 @@ private:
     VirtualNetwork& network_;
     const std::string user_;
     const OnOutcome onOutcome_;
+    std::string contact_;
     State state_ = State::Gone;
     const std::unique_ptr<Timer> answer_;
     const std::unique_ptr<Timer> limit_;
@@ -151,7 +155,12 @@ VirtualNetwork::VirtualNetwork(VirtualClock& clock)
 
 void VirtualNetwork::setAnswer(std::optional<_SIPD_APP_ACK_E> answer)
 {
-    answer_ = answer;
+    setOutcome(answer ? std::optional(Outcome{.ack = *answer}) : std::nullopt);
+}
+
+void VirtualNetwork::setOutcome(std::optional<Outcome> outcome)
+{
+    answer_ = std::move(outcome);
     for (VirtualAttempt* attempt : attempts_) {
         if (attempt->isWaiting())
             attempt->awaitAnswer();

@@ -36,6 +36,8 @@ public:
 
     // The outcome of requests, those that wait for an answer included; nothing for silence. Success at first.
     void setAnswer(std::optional<_SIPD_APP_ACK_E> answer);
+    // As setAnswer(), with all details.
+    void setOutcome(std::optional<Outcome> outcome);
     // Ends the user's registration, as a refused refresh does.
     void lose(const std::string& user, _SIPD_APP_ACK_E reason);
     // The addresses of a host name. A lookup of any other name waits for them.
@@ -67,7 +69,7 @@ private:
     void answerLookups();
 
     VirtualClock& clock_;
-    std::optional<_SIPD_APP_ACK_E> answer_ = SIPD_ACK_SUCCESS;
+    std::optional<Outcome> answer_ = Outcome{.ack = SIPD_ACK_SUCCESS, .status = 200};
     std::vector<std::string> requests_;
     std::string lastServer_;
     std::vector<VirtualAttempt*> attempts_;
