@@ -47,14 +47,15 @@ std::optional<Transport> transportOf(std::string_view name)
 }
 
 // Parses the parameters behind the first ";": none, or one transport.
-std::optional<Transport> parseParameters(std::string_view text)
+bool setTransport(RegistrarAddress& address, std::string_view text)
 {
     text = trimmed(text);
+    address.defaultTransport = text.empty();
     if (text.empty())
-        return Transport::Udp;
-    if (!takePrefix(text, "transport="))
-        return std::nullopt;
-    return transportOf(trimmed(text));
+        return true;
+    const auto transport = takePrefix(text, "transport=") ? transportOf(trimmed(text)) : std::nullopt;
+    address.transport = transport.value_or(Transport::Udp);
+    return transport.has_value();
 }
 
 std::optional<unsigned int> parsePort(std::string_view text)
@@ -181,13 +182,11 @@ std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, u
     server = trimmed(server);
     takeScheme(server);
     const size_t semicolon = std::min(server.find(';'), server.size());
-    const auto transport = parseParameters(server.substr(std::min(semicolon + 1, server.size())));
+    const std::string_view parameters = server.substr(std::min(semicolon + 1, server.size()));
     const auto split = splitPort(trimmed(server.substr(0, semicolon)));
-    if (!transport || !split)
-        return std::nullopt;
     RegistrarAddress address;
-    address.transport = *transport;
-    if (!setHost(address, *split) || !setPort(address, split->port, port))
+    if (!split || !setTransport(address, parameters) || !setHost(address, *split) ||
+        !setPort(address, split->port, port))
         return std::nullopt;
     return address;
 }

@@ -17,8 +17,9 @@ struct RegistrarAddress
     std::string host; // A name in ASCII, or an IP address; an IPv6 address without brackets.
     uint16_t port = 0;
     Transport transport = Transport::Udp;
-    bool numeric = false;     // The host is an IP address.
-    bool defaultPort = false; // Nobody chose the port: DNS may name another.
+    bool numeric = false;          // The host is an IP address.
+    bool defaultPort = false;      // Nobody chose the port: DNS may name another.
+    bool defaultTransport = false; // Nobody chose the transport: DNS may name another.
 
     bool operator==(const RegistrarAddress&) const = default;
 
@@ -30,8 +31,8 @@ struct RegistrarAddress
 //
 // The server is a name, an IPv4 address, or an IPv6 address with or without brackets. "sip:" may precede it.
 // ":port", which overrides the profile's port, and ";transport=udp", "tcp" or "tls" may follow. Case and
-// surrounding blanks do not matter. Port 5060 is the default of profiles, so it counts as nobody's choice;
-// for TLS it becomes 5061.
+// surrounding blanks do not matter. UDP is the default. Port 5060 is the default of profiles, so it counts as
+// nobody's choice; for TLS it becomes 5061.
 std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port);
 
 #endif

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <arpa/nameser.h>
-#include <array>
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -14,7 +14,6 @@
 #include <optional>
 #include <poll.h>
 #include <resolv.h>
-#include <span>
 #include <sys/eventfd.h>
 #include <system_error>
 #include <thread>
@@ -26,76 +25,126 @@ namespace {
 // A silent name server keeps a thread busy for seconds, and clients may ask again and again.
 constexpr size_t MOST_THREADS = 16;
 constexpr size_t MOST_ADDRESSES = 8;
+// No further records are asked for after that.
+constexpr std::chrono::seconds LONGEST_SERVICE_SEARCH{2};
 
-std::string serviceOf(const RegistrarAddress& registrar)
+ServiceName serviceOf(const std::string& domain, Transport transport)
 {
-    switch (registrar.transport) {
+    switch (transport) {
     case Transport::Tcp:
-        return "_sip._tcp." + registrar.host;
+        return {"_sip._tcp." + domain, transport};
     case Transport::Tls:
-        return "_sips._tcp." + registrar.host;
+        return {"_sips._tcp." + domain, transport};
     case Transport::Udp:
         break;
     }
-    return "_sip._udp." + registrar.host;
+    return {"_sip._udp." + domain, transport};
 }
 
-std::vector<ServiceTarget> findServices(const RegistrarAddress& registrar)
+// The answer of a name server; empty without one. A silent server gets that many seconds.
+std::vector<unsigned char> answerTo(const std::string& name, ns_type type, int seconds)
 {
     struct __res_state state = {};
     if (res_ninit(&state) != 0)
         return {};
-    // Most domains have no such record, and some name servers do not answer. Leave time for the plain name.
-    state.retrans = 2;
+    state.retrans = seconds;
     state.retry = 1;
-    std::array<unsigned char, 4096> answer{};
-    const int length = res_nquery(&state, serviceOf(registrar).c_str(), ns_c_in, ns_t_srv, answer.data(),
-                                  static_cast<int>(answer.size()));
+    std::vector<unsigned char> answer(4096);
+    const int length =
+        res_nquery(&state, name.c_str(), ns_c_in, type, answer.data(), static_cast<int>(answer.size()));
     res_nclose(&state);
-    if (length < 0)
-        return {};
-    return parseServiceRecords(std::span(answer).first(std::min(static_cast<size_t>(length), answer.size())));
+    answer.resize(std::min(static_cast<size_t>(std::max(length, 0)), answer.size()));
+    return answer;
 }
 
-void appendAddresses(std::vector<ServerAddress>& addresses, const std::string& host, uint16_t port)
+// The services of the registrar's domain, best first (RFC 3263).
+struct Services
+{
+    std::vector<ServiceName> names;
+    bool isChosen = false; // By the domain: each may be used. Otherwise by us: the first that exists is used.
+};
+
+Services servicesOf(const RegistrarAddress& registrar)
+{
+    if (!registrar.defaultTransport)
+        return {{serviceOf(registrar.host, registrar.transport)}};
+    if (Services services{parseServiceNames(answerTo(registrar.host, ns_t_naptr, 1)), true};
+        !services.names.empty())
+        return services;
+    Services services;
+    for (const Transport transport : {Transport::Udp, Transport::Tcp, Transport::Tls})
+        services.names.push_back(serviceOf(registrar.host, transport));
+    return services;
+}
+
+void appendAddresses(std::vector<ServerAddress>& addresses, const ServiceTarget& target, Transport transport)
 {
     addrinfo hints = {};
     hints.ai_socktype = SOCK_DGRAM;
     hints.ai_flags = AI_ADDRCONFIG;
     addrinfo* first = nullptr;
-    const int error = getaddrinfo(host.c_str(), nullptr, &hints, &first);
+    const int error = getaddrinfo(target.host.c_str(), nullptr, &hints, &first);
     if (error != 0) {
-        SIPD_DETAIL("%s: %s", host.c_str(), gai_strerror(error));
+        SIPD_DETAIL("%s: %s", target.host.c_str(), gai_strerror(error));
         return;
     }
     for (const addrinfo* i = first; i != nullptr && addresses.size() < MOST_ADDRESSES; i = i->ai_next) {
         if (i->ai_family == AF_INET) {
             sockaddr_in v4;
             std::memcpy(&v4, i->ai_addr, sizeof(v4));
-            v4.sin_port = htons(port);
-            addresses.emplace_back(v4);
+            v4.sin_port = htons(target.port);
+            addresses.emplace_back(v4, transport);
         } else if (i->ai_family == AF_INET6) {
             sockaddr_in6 v6;
             std::memcpy(&v6, i->ai_addr, sizeof(v6));
-            v6.sin6_port = htons(port);
-            addresses.emplace_back(v6);
+            v6.sin6_port = htons(target.port);
+            addresses.emplace_back(v6, transport);
         }
     }
     freeaddrinfo(first);
 }
 
-std::vector<ServerAddress> lookUp(const RegistrarAddress& registrar)
+std::vector<ServerAddress> addressesOf(const std::vector<ServiceTarget>& targets, Transport transport)
 {
-    std::vector<ServiceTarget> targets;
-    // A name without a dot belongs to this machine or its network, not to a domain.
-    if (registrar.defaultPort && registrar.host.find('.') != std::string::npos)
-        targets = findServices(registrar);
-    if (targets.empty())
-        targets.push_back({registrar.host, registrar.port, 0, 0});
     std::vector<ServerAddress> addresses;
     for (const ServiceTarget& target : targets)
-        appendAddresses(addresses, target.host, target.port);
+        appendAddresses(addresses, target, transport);
     return addresses;
+}
+
+// The addresses that the domain's records name. Nothing when it has none, or no name server answers: most
+// domains have no such records, and some name servers do not know them. The plain name must have time left.
+std::optional<std::vector<ServerAddress>> findServers(const RegistrarAddress& registrar)
+{
+    const auto end = std::chrono::steady_clock::now() + LONGEST_SERVICE_SEARCH;
+    const Services services = servicesOf(registrar);
+    std::optional<std::vector<ServerAddress>> servers;
+    for (const ServiceName& service : services.names) {
+        const bool isEnough = servers && !servers->empty() && !services.isChosen;
+        if (isEnough || std::chrono::steady_clock::now() > end)
+            break;
+        const auto targets = parseServiceRecords(answerTo(service.name, ns_t_srv, 2));
+        if (targets.empty())
+            continue;
+        std::vector<ServerAddress> found = addressesOf(targets, service.transport);
+        // Each address gets a share of the time: one of each other service must do.
+        if (servers && !servers->empty())
+            found.erase(found.begin() + std::min<std::ptrdiff_t>(std::ssize(found), 1), found.end());
+        else
+            servers.emplace();
+        servers->insert(servers->end(), found.begin(), found.end());
+    }
+    return servers;
+}
+
+std::vector<ServerAddress> lookUp(const RegistrarAddress& registrar)
+{
+    // A name without a dot belongs to this machine or its network, not to a domain.
+    if (registrar.defaultPort && registrar.host.find('.') != std::string::npos) {
+        if (auto servers = findServers(registrar))
+            return std::move(*servers);
+    }
+    return addressesOf({{registrar.host, registrar.port, 0, 0}}, registrar.transport);
 }
 
 } // namespace

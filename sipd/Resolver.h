@@ -20,7 +20,8 @@ public:
     Resolver& operator=(const Resolver&) = delete;
 
     // Calls onResolved from the loop, never from within this call. A registrar at the default port is looked
-    // up by its SRV records first. A lookup waits when all threads are busy.
+    // up by its SRV records first; at the default transport, by its NAPTR records before, and by the SRV
+    // records of each transport (RFC 3263). A lookup waits when all threads are busy.
     LookupHandle resolve(const RegistrarAddress& registrar, OnResolved onResolved);
 
     // Whether a thread still waits for a name server. It cannot be stopped; it ends after a few seconds.

@@ -20,7 +20,7 @@ std::string uriHostOf(const std::variant<sockaddr_in, sockaddr_in6>& address)
 
 } // namespace
 
-std::optional<ServerAddress> ServerAddress::parse(const std::string& host, uint16_t port)
+std::optional<ServerAddress> ServerAddress::parse(const std::string& host, uint16_t port, Transport transport)
 {
     if (host.find('\0') != std::string::npos)
         return std::nullopt;
@@ -28,13 +28,18 @@ std::optional<ServerAddress> ServerAddress::parse(const std::string& host, uint1
     v4.sin_family = AF_INET;
     v4.sin_port = htons(port);
     if (inet_pton(AF_INET, host.c_str(), &v4.sin_addr) == 1)
-        return ServerAddress(v4);
+        return ServerAddress(v4, transport);
     sockaddr_in6 v6{};
     v6.sin6_family = AF_INET6;
     v6.sin6_port = htons(port);
     if (inet_pton(AF_INET6, host.c_str(), &v6.sin6_addr) == 1)
-        return ServerAddress(v6);
+        return ServerAddress(v6, transport);
     return std::nullopt;
+}
+
+bool ServerAddress::operator==(const ServerAddress& other) const
+{
+    return uriHost() == other.uriHost() && port() == other.port() && transport_ == other.transport_;
 }
 
 std::string ServerAddress::uriHost() const

@@ -1,6 +1,8 @@
 #ifndef SERVICERECORDS_H
 #define SERVICERECORDS_H
 
+#include "RegistrarAddress.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -20,5 +22,20 @@ struct ServiceTarget
 // Parses the SRV records of a DNS message: at most eight targets, best first. Skips records that are damaged
 // or name port 0.
 std::vector<ServiceTarget> parseServiceRecords(std::span<const unsigned char> message);
+
+// A SIP service of a domain: the name of its SRV records.
+struct ServiceName
+{
+    std::string name; // Printable ASCII, not empty.
+    Transport transport = Transport::Udp;
+    int order = 0;
+    int preference = 0;
+
+    bool operator==(const ServiceName&) const = default;
+};
+
+// Parses the NAPTR records of a DNS message: at most eight services that the daemon has a transport for, best
+// first. Skips damaged records.
+std::vector<ServiceName> parseServiceNames(std::span<const unsigned char> message);
 
 #endif

@@ -24,11 +24,14 @@ RegistrarAddress registrar(const std::string& host, uint16_t port = 5070)
     return *parseRegistrarAddress(host, port);
 }
 
+// Each address with its port and transport; UDP is not named.
 std::string textOf(const std::vector<ServerAddress>& addresses)
 {
     std::string text;
     for (const ServerAddress& address : addresses)
-        text += address.uriHost() + ':' + std::to_string(address.port()) + ' ';
+        text +=
+            address.uriHost() + ':' + std::to_string(address.port()) +
+            (address.transport() == Transport::Udp ? " " : nameOf(address.transport()) + std::string(" "));
     return text;
 }
 
@@ -113,11 +116,25 @@ private:
 
 constexpr int A = 1;
 constexpr int SRV = 33;
+constexpr int NAPTR = 35;
 
 std::string service(char priority, char weight, int port, const std::string& label)
 {
     return std::string{0, priority, 0, weight, static_cast<char>(port >> 8), static_cast<char>(port)} +
            static_cast<char>(label.size()) + label + '\x07' + "example" + '\0';
+}
+
+std::string text(const std::string& content)
+{
+    return static_cast<char>(content.size()) + content;
+}
+
+// A NAPTR record that leads to the SRV records of "_sip.LABEL.example.".
+std::string naming(char order, char preference, const std::string& protocol, const std::string& label,
+                   const std::string& flags = "s")
+{
+    return std::string{0, order, 0, preference} + text(flags) + text(protocol) + text("") + text("_sip") +
+           text(label) + text("example") + '\0';
 }
 
 // Runs the check in a child with a network of its own and this name server.
@@ -181,14 +198,61 @@ TEST(Resolver, FindsTheServersOfADomainBestFirst)
         // A domain, which has a dot.
         EXPECT_EQ(resolved(registrar("example.", 5060)),
                   "10.0.0.1:5061 10.0.0.2:5062 10.0.0.3:5062 10.0.0.4:5063 ");
-        EXPECT_EQ(resolved(registrar("example.;transport=tcp", 5060)), "10.0.0.1:5081 ");
-        EXPECT_EQ(resolved(registrar("example.;transport=tls", 5060)), "10.0.0.2:5091 10.0.0.3:5091 ");
+        EXPECT_EQ(resolved(registrar("example.;transport=tcp", 5060)), "10.0.0.1:5081tcp ");
+        EXPECT_EQ(resolved(registrar("example.;transport=tls", 5060)), "10.0.0.2:5091tls 10.0.0.3:5091tls ");
         EXPECT_EQ(resolved(registrar("example.", 5070)), "10.0.0.8:5070 ") << "a port that somebody chose";
         EXPECT_EQ(resolved(registrar("example.:5060", 5070)), "10.0.0.8:5060 ");
         EXPECT_EQ(resolved(registrar("sip.example", 5060)), "10.0.0.9:5060 ") << "it names no servers";
         EXPECT_EQ(resolved(registrar("other.example", 5060)), "");
         EXPECT_EQ(resolved(registrar("port-zero.example", 5060)), "10.0.0.6:5060 ") << "no port is 0";
         EXPECT_EQ(resolved(registrar("no-service.example", 5060)), "") << "it says that it has none";
+    });
+}
+
+TEST(Resolver, FindsTheOnlyTransportOfADomain)
+{
+    const NameServer::Records records = {{{"_sip._tcp.tcp.example.", SRV}, {service(0, 0, 5081, "a")}},
+                                         {{"_sips._tcp.tls.example.", SRV}, {service(0, 0, 5091, "b")}},
+                                         {{"_sip._udp.no-udp.example.", SRV}, {std::string(7, '\0')}},
+                                         {{"_sip._tcp.no-udp.example.", SRV}, {service(0, 0, 5082, "a")}},
+                                         {{"a.example.", A}, {std::string{10, 0, 0, 1}}},
+                                         {{"b.example.", A}, {std::string{10, 0, 0, 2}}},
+                                         {{"tcp.example.", A}, {std::string{10, 0, 0, 8}}},
+                                         {{"tls.example.", A}, {std::string{10, 0, 0, 9}}}};
+    checkWithNameServer(records, [] {
+        EXPECT_EQ(resolved(registrar("tcp.example", 5060)), "10.0.0.1:5081tcp ");
+        EXPECT_EQ(resolved(registrar("tls.example", 5060)), "10.0.0.2:5091tls ");
+        EXPECT_EQ(resolved(registrar("no-udp.example", 5060)), "10.0.0.1:5082tcp ")
+            << "it says it has no UDP";
+        EXPECT_EQ(resolved(registrar("tcp.example;transport=udp", 5060)), "10.0.0.8:5060 ") << "chosen";
+        EXPECT_EQ(resolved(registrar("tcp.example;transport=tls", 5060)), "10.0.0.8:5061tls ")
+            << "nothing weaker than what was asked for";
+        EXPECT_EQ(resolved(registrar("tls.example;transport=tcp", 5060)), "10.0.0.9:5060tcp ");
+    });
+}
+
+TEST(Resolver, FollowsTheTransportsThatADomainPrefers)
+{
+    const NameServer::Records records = {
+        {{"example.", NAPTR},
+         {naming(20, 1, "SIP+D2U", "u"), naming(10, 2, "sip+d2t", "t"), naming(10, 1, "SIPS+D2T", "s"),
+          naming(1, 1, "SIP+D2S", "u"), naming(1, 1, "E2U+sip", "u", "u")}},
+        {{"_sip.u.example.", SRV}, {service(0, 0, 5061, "a"), service(1, 0, 5062, "b")}},
+        {{"_sip.t.example.", SRV}, {service(0, 0, 5071, "a"), service(1, 0, 5072, "b")}},
+        {{"_sip.s.example.", SRV}, {service(0, 0, 5081, "a"), service(1, 0, 5082, "b")}},
+        {{"_sip._udp.example.", SRV}, {service(0, 0, 5099, "a")}},
+        {{"broken.example.", NAPTR}, {naming(1, 1, "SIP+D2T", "nowhere"), "\1"}},
+        {{"broken.example.", A}, {std::string{10, 0, 0, 9}}},
+        {{"a.example.", A}, {std::string{10, 0, 0, 1}}},
+        {{"b.example.", A}, {std::string{10, 0, 0, 2}}},
+        {{"example.", A}, {std::string{10, 0, 0, 8}}}};
+    checkWithNameServer(records, [] {
+        EXPECT_EQ(resolved(registrar("example.", 5060)),
+                  "10.0.0.1:5081tls 10.0.0.2:5082tls 10.0.0.1:5071tcp 10.0.0.1:5061 ")
+            << "the best one with all its servers";
+        EXPECT_EQ(resolved(registrar("example.;transport=udp", 5060)), "10.0.0.1:5099 ") << "chosen";
+        EXPECT_EQ(resolved(registrar("example.", 5070)), "10.0.0.8:5070 ") << "a port that somebody chose";
+        EXPECT_EQ(resolved(registrar("broken.example", 5060)), "10.0.0.9:5060 ");
     });
 }
 

@@ -1,4 +1,4 @@
-// Feeds arbitrary bytes to the reading of SRV records, as a name server's answer.
+// Feeds arbitrary bytes to the reading of SRV and NAPTR records, as a name server's answer.
 
 #include "Require.h"
 #include "ServiceRecords.h"
@@ -9,6 +9,8 @@
 
 // How many targets all inputs together had, for those who replay them.
 size_t targetCount = 0;
+// And how many services.
+size_t serviceCount = 0;
 
 namespace {
 
@@ -49,12 +51,16 @@ Bytes answerWith(const std::vector<ServiceTarget>& targets)
     return message;
 }
 
+bool isPrintable(const std::string& name)
+{
+    return name.size() < NS_MAXDNAME &&
+           std::all_of(name.begin(), name.end(), [](unsigned char c) { return c > ' ' && c < 0x7f; });
+}
+
 void check(const ServiceTarget& target)
 {
     require(target.port != 0 || target.host.empty());
-    require(target.host.size() < NS_MAXDNAME);
-    require(std::all_of(target.host.begin(), target.host.end(),
-                        [](unsigned char c) { return c > ' ' && c < 0x7f; }));
+    require(isPrintable(target.host));
 }
 
 } // namespace
@@ -70,5 +76,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }));
     require(parseServiceRecords(answerWith(targets)) == targets);
     targetCount += targets.size();
+    const auto services = parseServiceNames({data, size});
+    require(services.size() <= 8);
+    for (const ServiceName& service : services)
+        require(!service.name.empty() && isPrintable(service.name));
+    require(std::is_sorted(services.begin(), services.end(), [](const auto& a, const auto& b) {
+        return a.order != b.order ? a.order < b.order : a.preference < b.preference;
+    }));
+    serviceCount += services.size();
     return 0;
 }
