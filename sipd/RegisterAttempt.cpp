@@ -133,10 +133,11 @@ _SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::ch
 
 void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::milliseconds timeout)
 {
-    const bool tls = profile_.registrar.transport == Transport::Tls;
+    const Transport transport = profile_.nextHop().transport;
+    const bool tls = transport == Transport::Tls;
     // The stack has TLS for this scheme only.
-    const std::string url = tls ? "sips:" + localHost + ":*"
-                                : "sip:" + localHost + ":*;transport=" + nameOf(profile_.registrar.transport);
+    const std::string url =
+        tls ? "sips:" + localHost + ":*" : "sip:" + localHost + ":*;transport=" + nameOf(transport);
     std::optional<CertificateDirectory> ownCertificates;
     if (tls && !settings_.caFile.empty())
         ownCertificates.emplace(settings_.caFile);
@@ -159,16 +160,17 @@ void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::mil
 
 void RegisterAttempt::sendRegister(const ServerAddress& server)
 {
-    const RegistrarAddress& registrar = profile_.registrar;
+    const RegistrarAddress& target = profile_.target();
+    const RegistrarAddress& nextHop = profile_.nextHop();
     const std::string user = escaped(profile_.user);
-    const std::string transport = std::string("transport=") + nameOf(registrar.transport);
-    const std::string identity = "<sip:" + user + '@' + registrar.uriHost() + '>';
-    const std::string registrarUrl =
-        "sip:" + registrar.uriHost() + ':' + std::to_string(registrar.port) + ';' + transport;
+    const std::string transport = std::string("transport=") + nameOf(nextHop.transport);
+    const std::string identity = "<sip:" + user + '@' + profile_.registrar.uriHost() + '>';
+    const std::string registrarUrl = "sip:" + target.uriHost() + ':' + std::to_string(target.port) +
+                                     ";transport=" + nameOf(target.transport);
     // TLS verifies the name; packets go to the address in maddr.
-    const std::string proxyUrl = "sip:" + registrar.uriHost() + ':' + std::to_string(server.port()) + ';' +
-                                 transport + (registrar.numeric ? "" : ";maddr=" + server.uriHost());
-    const bool udp = registrar.transport == Transport::Udp;
+    const std::string proxyUrl = "sip:" + nextHop.uriHost() + ':' + std::to_string(server.port()) + ';' +
+                                 transport + (nextHop.numeric ? "" : ";maddr=" + server.uriHost());
+    const bool udp = nextHop.transport == Transport::Udp;
 
     handle_ = nua_handle(agent_, reinterpret_cast<nua_hmagic_t*>(this), SIPTAG_TO_STR(identity.c_str()),
                          SIPTAG_FROM_STR(identity.c_str()), TAG_END());

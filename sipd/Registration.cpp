@@ -150,7 +150,7 @@ void Registration::resolve()
 {
     phase_ = Phase::Resolving;
     const RegistrarAddress& registrar = profile_->registrar;
-    if (const auto address = ServerAddress::parse(registrar.host, registrar.port)) {
+    if (const auto address = ServerAddress::parse(registrar.host, registrar.port, registrar.transport)) {
         handleAddresses({*address});
         return;
     }
@@ -184,7 +184,9 @@ void Registration::tryAddresses()
         server_ = addresses_.back();
         source_ = services_.network.sourceFor(*server_);
         addresses_.pop_back();
-        attempt_ = services_.network.makeAttempt(*profile_,
+        SipProfile profile = *profile_;
+        profile.registrar.transport = server_->transport();
+        attempt_ = services_.network.makeAttempt(profile,
                                                  [this](const Outcome& outcome) { handleOutcome(outcome); });
         reason = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT), {});
         if (reason == SIPD_ACK_SUCCESS)

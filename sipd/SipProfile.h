@@ -11,9 +11,21 @@
 // What the daemon needs of a profile. Texts are UTF-8.
 struct SipProfile
 {
-    RegistrarAddress registrar;
+    RegistrarAddress registrar; // its host is also the domain of the identity
     std::string user;
     std::string password;
+    // Where redirects have led to. The settings file has neither.
+    std::optional<RegistrarAddress> redirected = {}; // a registrar in place of that one
+    std::optional<RegistrarAddress> proxy = {};      // on the way to the registrar
+
+    // The server of the Request-URI.
+    const RegistrarAddress& target() const { return redirected ? *redirected : registrar; }
+    // The server that gets the request, and whose name its certificate must have.
+    const RegistrarAddress& nextHop() const { return proxy ? *proxy : target(); }
+    void setNextHop(const RegistrarAddress& server)
+    {
+        (proxy ? *proxy : redirected ? *redirected : registrar) = server;
+    }
 
     bool operator==(const SipProfile&) const = default;
 };

@@ -214,7 +214,8 @@ void VirtualNetwork::answerLookups()
         }
         std::vector<ServerAddress> found;
         for (const std::string& address : known->second)
-            found.push_back(*ServerAddress::parse(address, lookup->registrar.port));
+            found.push_back(
+                *ServerAddress::parse(address, lookup->registrar.port, lookup->registrar.transport));
         lookup->onResolved(found);
     }
 }
