@@ -177,6 +177,36 @@ std::string RegistrarAddress::uriHost() const
     return host.find(':') == std::string::npos ? host : '[' + host + ']';
 }
 
+void RegistrarAddress::setTransport(Transport chosen)
+{
+    transport = chosen;
+    if (defaultPort)
+        port = chosen == Transport::Tls ? SIPS_PORT : SIP_PORT;
+}
+
+std::optional<RegistrarAddress> parseServerUri(std::string_view uri)
+{
+    const bool isSecure = takePrefix(uri, "sips:");
+    if (!isSecure && !takePrefix(uri, "sip:"))
+        return std::nullopt;
+    // A user part may contain semicolons and question marks, and the rest no "@".
+    if (const size_t at = uri.find('@'); at != std::string_view::npos)
+        uri.remove_prefix(at + 1);
+    uri = uri.substr(0, uri.find('?'));
+    std::string_view parameters = uri.substr(std::min(uri.find(';'), uri.size()));
+    std::string server(uri.substr(0, uri.size() - parameters.size()));
+    while (!parameters.empty()) {
+        parameters.remove_prefix(1);
+        std::string_view parameter = parameters.substr(0, parameters.find(';'));
+        parameters.remove_prefix(parameter.size());
+        if (takePrefix(parameter, "maddr="))
+            return std::nullopt;
+        if (takePrefix(parameter, "transport=") && !isSecure)
+            server.append(";transport=").append(parameter);
+    }
+    return parseRegistrarAddress(isSecure ? server + ";transport=tls" : server, SIP_PORT);
+}
+
 std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port)
 {
     server = trimmed(server);

@@ -25,6 +25,8 @@ struct RegistrarAddress
 
     // The host in a SIP URI: an IPv6 address in brackets.
     std::string uriHost() const;
+    // A port that nobody chose follows the transport.
+    void setTransport(Transport chosen);
 };
 
 // Parses a profile's server and port. Returns nothing when they are not valid.
@@ -34,5 +36,9 @@ struct RegistrarAddress
 // surrounding blanks do not matter. UDP is the default. Port 5060 is the default of profiles, so it counts as
 // nobody's choice; for TLS it becomes 5061.
 std::optional<RegistrarAddress> parseRegistrarAddress(std::string_view server, unsigned int port);
+
+// Parses a SIP or SIPS URI, as in a Contact header. Its user and header parts do not matter. Returns nothing
+// when it is not valid, or leads somewhere else than to its host ("maddr").
+std::optional<RegistrarAddress> parseServerUri(std::string_view uri);
 
 #endif

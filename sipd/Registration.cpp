@@ -24,18 +24,35 @@ constexpr milliseconds SHORTEST_ATTEMPT{500};
 // Clients may cancel attempts at a silent server faster than these end.
 constexpr std::ptrdiff_t MOST_ABANDONED = 4;
 
-const char* wordsFor(_SIPD_APP_ACK_E reason)
+// A server that asks for more may have a fault.
+constexpr std::chrono::seconds LONGEST_RETRY_AFTER{3600};
+
+constexpr int MOST_REDIRECTS = 5;
+constexpr int USE_PROXY = 305;
+constexpr int BUSY_EVERYWHERE = 600;
+
+std::string wordsFor(const Outcome& failure)
 {
-    switch (reason) {
+    const auto with = [&failure](std::string words) {
+        return failure.words.empty() ? words : words + ": " + failure.words;
+    };
+    switch (failure.ack) {
     case SIPD_ACK_SERVICE_UNAVAILABLE:
-        return "no service, or no network";
+        return failure.words.empty() ? "no service, or no network" : with("the server has no service");
     case SIPD_ACK_INCORRECT_PROFILE:
-        return "the profile is not valid, or the server rejects it";
+        return failure.words.empty() ? "the profile is not valid" : with("the server rejects it");
     case SIPD_ACK_CONNECT_FAILED:
-        return "the server is not reached";
+        return with("the server is not reached");
     default:
-        return "the server refuses";
+        return with("the server refuses");
     }
+}
+
+// Whether another server of the domain may accept the registration.
+bool isOfOneServer(const Outcome& failure)
+{
+    return failure.ack == SIPD_ACK_CONNECT_FAILED || failure.ack == SIPD_ACK_SERVICE_UNAVAILABLE ||
+           failure.status == BUSY_EVERYWHERE;
 }
 
 } // namespace
@@ -109,7 +126,7 @@ void Registration::reviewProfile(std::optional<SipProfile> profile)
 
 void Registration::reviewNetwork()
 {
-    if (phase_ == Phase::Pausing && !isRejected_) {
+    if (phase_ == Phase::Pausing && !isRejected_ && !isAskedToWait_) {
         pause_ = SHORTEST_PAUSE;
         onRetry_(*this);
         return;
@@ -137,24 +154,35 @@ void Registration::begin()
     if (connecting_.empty())
         deadline_ = services_.clock.now() + CONNECT_TIMEOUT;
     if (!profile_) {
-        fail(SIPD_ACK_INCORRECT_PROFILE);
+        fail({.ack = SIPD_ACK_INCORRECT_PROFILE});
         return;
     }
     phase_ = Phase::Clearing;
     timer_->set(std::max(timeLeft(), milliseconds(1)));
+    route_ = *profile_;
+    beginRound();
     if (!isClearing())
         resolve();
+}
+
+void Registration::beginRound()
+{
+    routes_.clear();
+    tried_.clear();
+    redirects_ = 0;
+    failure_ = {.ack = SIPD_ACK_CONNECT_FAILED};
+    retryAfter_.reset();
 }
 
 void Registration::resolve()
 {
     phase_ = Phase::Resolving;
-    const RegistrarAddress& registrar = profile_->registrar;
-    if (const auto address = ServerAddress::parse(registrar.host, registrar.port, registrar.transport)) {
+    const RegistrarAddress& server = route_.nextHop();
+    if (const auto address = ServerAddress::parse(server.host, server.port, server.transport)) {
         handleAddresses({*address});
         return;
     }
-    lookup_ = services_.network.resolve(registrar, [this](const std::vector<ServerAddress>& found) {
+    lookup_ = services_.network.resolve(server, [this](const std::vector<ServerAddress>& found) {
         lookup_.reset();
         handleAddresses(found);
     });
@@ -163,37 +191,55 @@ void Registration::resolve()
 // Drops unroutable addresses, so that they use up no part of the time.
 void Registration::handleAddresses(const std::vector<ServerAddress>& found)
 {
-    std::copy_if(
-        found.rbegin(), found.rend(), std::back_inserter(addresses_),
-        [this](const ServerAddress& address) { return !services_.network.sourceFor(address).empty(); });
+    std::copy_if(found.rbegin(), found.rend(), std::back_inserter(addresses_),
+                 [this](const ServerAddress& address) {
+                     return std::ranges::find(tried_, address) == tried_.end() &&
+                            !services_.network.sourceFor(address).empty();
+                 });
     if (addresses_.empty()) {
         ORMU_LOG(ORMU_LEVEL_INFO, "%s: %s %s", group_.c_str(), found.empty() ? "no address of" : "no way to",
-                 profile_->registrar.host.c_str());
-        fail(services_.network.isUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE);
-        return;
+                 route_.nextHop().host.c_str());
+        note({.ack = services_.network.isUp() ? SIPD_ACK_CONNECT_FAILED : SIPD_ACK_SERVICE_UNAVAILABLE});
     }
-    tryAddresses();
+    tryNext();
 }
 
-void Registration::tryAddresses()
+void Registration::tryNext()
 {
     phase_ = Phase::Registering;
-    _SIPD_APP_ACK_E reason = SIPD_ACK_CONNECT_FAILED;
     while (!addresses_.empty()) {
-        const auto share = timeLeft() / static_cast<int>(addresses_.size());
+        const auto share = timeLeft() / std::ssize(addresses_);
         server_ = addresses_.back();
         source_ = services_.network.sourceFor(*server_);
         addresses_.pop_back();
-        SipProfile profile = *profile_;
-        profile.registrar.transport = server_->transport();
-        attempt_ = services_.network.makeAttempt(profile,
+        tried_.push_back(*server_);
+        attempt_ = services_.network.makeAttempt(routeTo(*server_),
                                                  [this](const Outcome& outcome) { handleOutcome(outcome); });
-        reason = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT), {});
-        if (reason == SIPD_ACK_SUCCESS)
+        const auto ack = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT), {});
+        if (ack == SIPD_ACK_SUCCESS)
             return;
         attempt_.reset();
+        note({.ack = ack});
     }
-    fail(reason);
+    if (routes_.empty() || redirects_ == MOST_REDIRECTS) {
+        fail(failure_);
+        return;
+    }
+    ++redirects_;
+    route_ = std::move(routes_.back());
+    routes_.pop_back();
+    SIPD_DETAIL("%s is redirected to %s", group_.c_str(), route_.nextHop().host.c_str());
+    resolve();
+}
+
+// DNS may have chosen the transport.
+SipProfile Registration::routeTo(const ServerAddress& address) const
+{
+    SipProfile route = route_;
+    RegistrarAddress server = route.nextHop();
+    server.setTransport(address.transport());
+    route.setNextHop(server);
+    return route;
 }
 
 void Registration::handleOutcome(const Outcome& outcome)
@@ -202,7 +248,6 @@ void Registration::handleOutcome(const Outcome& outcome)
         ORMU_LOG(ORMU_LEVEL_INFO, "%s is registered with %s", group_.c_str(),
                  profile_->registrar.host.c_str());
         timer_->stop();
-        addresses_.clear();
         phase_ = Phase::On;
         isKept_ = true;
         pause_ = SHORTEST_PAUSE;
@@ -210,39 +255,101 @@ void Registration::handleOutcome(const Outcome& outcome)
         return;
     }
     former_.push_back(std::move(attempt_));
-    if (outcome.ack == SIPD_ACK_CONNECT_FAILED && phase_ == Phase::Registering && !addresses_.empty())
-        tryAddresses();
-    else
-        fail(outcome.ack);
+    if (phase_ == Phase::On) {
+        // A lost registration goes on at the other addresses.
+        deadline_ = services_.clock.now() + CONNECT_TIMEOUT;
+        timer_->set(CONNECT_TIMEOUT);
+        beginRound();
+        tried_.push_back(*server_);
+    }
+    if (isRedirected(outcome)) {
+        tryNext();
+        return;
+    }
+    note(outcome);
+    if (!isOfOneServer(outcome)) {
+        fail(outcome);
+        return;
+    }
+    if (!addresses_.empty() || !routes_.empty())
+        ORMU_LOG(ORMU_LEVEL_INFO, "%s is not registered at %s: %s", group_.c_str(),
+                 server_->uriHost().c_str(), wordsFor(outcome).c_str());
+    tryNext();
 }
 
-void Registration::fail(_SIPD_APP_ACK_E reason)
+// The first server that answers tells why the round fails. A pause ends when the first server may be tried.
+void Registration::note(const Outcome& failure)
 {
-    ORMU_LOG(ORMU_LEVEL_INFO, "%s is not connected: %s", group_.c_str(), wordsFor(reason));
+    if (failure_.ack == SIPD_ACK_CONNECT_FAILED)
+        failure_ = failure;
+    retryAfter_ = std::min(retryAfter_.value_or(failure.retryAfter), failure.retryAfter);
+}
+
+// Takes the servers that a redirection names.
+bool Registration::isRedirected(const Outcome& outcome)
+{
+    const size_t before = routes_.size();
+    for (auto uri = outcome.redirects.rbegin(); uri != outcome.redirects.rend(); ++uri) {
+        const auto server = redirectedServer(*uri);
+        if (!server)
+            continue;
+        SipProfile route = route_;
+        route.proxy.reset();
+        (outcome.status == USE_PROXY ? route.proxy : route.redirected) = *server;
+        routes_.push_back(std::move(route));
+    }
+    if (routes_.size() == before || redirects_ == MOST_REDIRECTS)
+        return false;
+    addresses_.clear();
+    return true;
+}
+
+// Nothing when nobody may follow it there. Without a transport of its own it has that of the answer.
+std::optional<RegistrarAddress> Registration::redirectedServer(const std::string& uri) const
+{
+    auto server = parseServerUri(uri);
+    const Transport transport = server_->transport();
+    if (!server ||
+        (transport == Transport::Tls && !server->defaultTransport && server->transport != transport))
+        return std::nullopt;
+    if (server->defaultTransport && transport != Transport::Udp) {
+        server->setTransport(transport);
+        server->defaultTransport = false;
+    }
+    const auto address = ServerAddress::parse(server->host, server->port, server->transport);
+    return address && std::ranges::find(tried_, *address) != tried_.end() ? std::nullopt : server;
+}
+
+void Registration::fail(const Outcome& reason)
+{
+    ORMU_LOG(ORMU_LEVEL_INFO, "%s is not connected: %s", group_.c_str(), wordsFor(reason).c_str());
     dropAttempt();
     if (isKept_ && profile_)
         pauseAfter(reason);
-    answer(connecting_, reason);
+    answer(connecting_, reason.ack);
 }
 
-void Registration::pauseAfter(_SIPD_APP_ACK_E reason)
+void Registration::pauseAfter(const Outcome& reason)
 {
     phase_ = Phase::Pausing;
-    isRejected_ = reason == SIPD_ACK_INCORRECT_PROFILE || reason == SIPD_ACK_FAILED;
-    if (reason == SIPD_ACK_INCORRECT_PROFILE) {
-        timer_->set(PAUSE_AFTER_REJECTION);
-        return;
-    }
-    timer_->set(pause_);
-    pause_ = std::min(2 * pause_, LONGEST_PAUSE);
+    isRejected_ = reason.ack == SIPD_ACK_INCORRECT_PROFILE || reason.ack == SIPD_ACK_FAILED;
+    const std::chrono::seconds asked =
+        std::min(retryAfter_.value_or(std::chrono::seconds(0)), LONGEST_RETRY_AFTER);
+    isAskedToWait_ = asked > std::chrono::seconds(0);
+    const milliseconds pause = reason.ack == SIPD_ACK_INCORRECT_PROFILE ? PAUSE_AFTER_REJECTION : pause_;
+    timer_->set(std::max<milliseconds>(pause, asked));
+    if (reason.ack != SIPD_ACK_INCORRECT_PROFILE)
+        pause_ = std::min(2 * pause_, LONGEST_PAUSE);
 }
 
 void Registration::handleTimer()
 {
     if (phase_ == Phase::Pausing)
         onRetry_(*this);
-    else
-        fail(SIPD_ACK_CONNECT_FAILED);
+    else {
+        note({.ack = SIPD_ACK_CONNECT_FAILED});
+        fail(failure_);
+    }
 }
 
 void Registration::disconnect(RequestObserver* observer)

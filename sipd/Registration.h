@@ -25,7 +25,13 @@ enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connecte
 //
 // A profile that has been connected, or that connects automatically, is kept connected until it is
 // disconnected: after a failure the registration retries, with growing pauses. After a rejection by the
-// server it retries every 5 minutes, and without a valid profile never. A changed profile is tried at once.
+// server it retries every 5 minutes, and without a valid profile never. A changed profile is tried at once. A
+// pause is never shorter than the servers ask for (Retry-After), up to an hour.
+//
+// A server that is not reached, has no service (503) or is busy (600) leaves its turn to the next address. A
+// redirected registration (301, 302, 305) goes on at the servers that the answer names: at 5 of them at most,
+// at no address twice, and never without TLS after an answer that came by TLS. The profile's server remains
+// the domain of the identity; the Request-URI names the new server, or after a 305 still the old one.
 //
 // The profile is known by its group in the settings file, which may change. This class never reads that file.
 //
@@ -88,10 +94,15 @@ private:
     void begin();
     void resolve();
     void handleAddresses(const std::vector<ServerAddress>& found);
-    void tryAddresses();
+    void tryNext();
+    SipProfile routeTo(const ServerAddress& address) const;
     void handleOutcome(const Outcome& outcome);
-    void fail(_SIPD_APP_ACK_E reason);
-    void pauseAfter(_SIPD_APP_ACK_E reason);
+    void beginRound();
+    void note(const Outcome& failure);
+    bool isRedirected(const Outcome& outcome);
+    std::optional<RegistrarAddress> redirectedServer(const std::string& uri) const;
+    void fail(const Outcome& reason);
+    void pauseAfter(const Outcome& reason);
     void dropAttempt();
     void answer(std::vector<RequestObserver*>& observers, _SIPD_APP_ACK_E ack);
     bool isClearing() const;
@@ -107,15 +118,24 @@ private:
     bool isKept_ = false;
     bool isPostponed_ = false;          // the retry waits for the settings file
     bool isRejected_ = false;           // the server was reached, and refused
+    bool isAskedToWait_ = false;        // the server has said how long to pause
     std::optional<SipProfile> profile_; // as it was last read
     BootClock::time_point deadline_;
     std::chrono::milliseconds pause_;
 
-    Network::LookupHandle lookup_;
+    // A round of attempts, at the addresses of one server after the other.
+    std::vector<SipProfile> routes_;       // to the servers still to try, the next one last
+    SipProfile route_;                     // to the server of addresses_
     std::vector<ServerAddress> addresses_; // still to try, the next one last
-    std::unique_ptr<Attempt> attempt_;     // under way or registered
-    std::optional<ServerAddress> server_;  // of the attempt
-    std::string source_;                   // this machine's address in the attempt
+    std::vector<ServerAddress> tried_;
+    int redirects_ = 0;
+    Outcome failure_;                                // of the round
+    std::optional<std::chrono::seconds> retryAfter_; // the least of the round's failures
+
+    Network::LookupHandle lookup_;
+    std::unique_ptr<Attempt> attempt_;    // under way or registered
+    std::optional<ServerAddress> server_; // of the attempt
+    std::string source_;                  // this machine's address in the attempt
     std::vector<std::unique_ptr<Attempt>> former_;
     std::vector<std::unique_ptr<Attempt>> moved_; // from a former address; nothing waits for these
 

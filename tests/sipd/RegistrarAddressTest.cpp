@@ -98,3 +98,23 @@ TEST(RegistrarAddress, IsNothingElse)
     EXPECT_EQ(parsed(std::string_view("::1\0b", 5)), "-") << "an address ends where its text does";
     EXPECT_EQ(parsed(std::string_view("127.0.0.1\0", 10)), "-");
 }
+
+TEST(RegistrarAddress, IsReadFromASipUri)
+{
+    const auto parsedUri = [](std::string_view uri) {
+        const auto server = parseServerUri(uri);
+        if (!server)
+            return std::string("-");
+        return server->uriHost() + ' ' + std::to_string(server->port) + ' ' + nameOf(server->transport) +
+               (server->defaultTransport ? "*" : "");
+    };
+    EXPECT_EQ(parsedUri("sip:example.com"), "example.com 5060 udp*");
+    EXPECT_EQ(parsedUri("SIP:a;b?c:d@[2001:db8::1]:5070;lr;transport=TCP?subject=x"),
+              "[2001:db8::1] 5070 tcp");
+    EXPECT_EQ(parsedUri("sips:anna@example.com"), "example.com 5061 tls");
+    EXPECT_EQ(parsedUri("sips:example.com:5071;transport=tcp"), "example.com 5071 tls");
+    for (const char* uri :
+         {"", "sip:", "sip:;transport=udp", "sip:anna@", "tel:+1234", "example.com", "sip:a b",
+          "sip:example.com;transport=ws", "sip:example.com;maddr=192.0.2.1", "sip:[::1"})
+        EXPECT_EQ(parsedUri(uri), "-") << uri;
+}

@@ -65,9 +65,9 @@ class VirtualNetwork::VirtualAttempt : public Attempt
 {
 public:
     VirtualAttempt(VirtualNetwork& network, const SipProfile& profile, OnOutcome onOutcome)
-        : network_(network), user_(profile.user), onOutcome_(std::move(onOutcome)),
-          answer_(network.clock_.makeTimer([this] { handleAnswer(*network_.answer_); })),
-          limit_(network.clock_.makeTimer([this] { handleAnswer({.ack = SIPD_ACK_CONNECT_FAILED}); }))
+        : network_(network), profile_(profile), onOutcome_(std::move(onOutcome)),
+          answer_(network.clock_.makeTimer([this] { handleAnswer(*network_.answerOf(server_)); })),
+          limit_(network.clock_.makeTimer([this] { handleSilence(); }))
     {
         network_.attempts_.push_back(this);
     }
@@ -76,9 +76,15 @@ public:
     VirtualAttempt& operator=(const VirtualAttempt&) = delete;
 
     _SIPD_APP_ACK_E registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
-                               const std::vector<std::string>& /*formerContacts*/) override
+                               const std::vector<std::string>& formerContacts) override
     {
-        contact_ = "sip:" + user_ + '@' + network_.sourceFor(server);
+        server_ = server.uriHost();
+        contact_ =
+            "sip:" + user() + '@' + network_.sourceFor(server) + ':' + std::to_string(++network_.port_);
+        network_.formerContacts_ = formerContacts;
+        network_.routes_.push_back(server_ + ':' + std::to_string(server.port()) + ' ' +
+                                   nameOf(profile_.nextHop().transport) + " to " +
+                                   profile_.target().uriHost() + " of " + profile_.registrar.uriHost());
         network_.lastServer_ =
             server.uriHost() + ':' + std::to_string(server.port()) + " in " + std::to_string(timeout.count());
         request("register", State::Registering, timeout);
@@ -94,27 +100,28 @@ public:
     State state() const override { return state_; }
     std::string contact() const override { return contact_; }
 
-    const std::string& user() const { return user_; }
+    const std::string& user() const { return profile_.user; }
     // Whether a request has no answer yet.
     bool isWaiting() const { return state_ != State::Registered && state_ != State::Gone; }
     void awaitAnswer()
     {
-        if (network_.answer_)
+        if (network_.answerOf(server_))
             answer_->set(0ms);
         else
             answer_->stop();
     }
-    void lose(_SIPD_APP_ACK_E reason)
+    void lose(const Outcome& outcome)
     {
         state_ = State::Gone;
-        onOutcome_({.ack = reason});
+        contact_.clear();
+        onOutcome_(outcome);
     }
 
 private:
     void request(const char* what, State state, std::chrono::milliseconds timeout)
     {
         state_ = state;
-        network_.request(what + (' ' + user_));
+        network_.request(what + (' ' + user()));
         limit_->set(timeout);
         awaitAnswer();
     }
@@ -129,13 +136,24 @@ private:
         }
         const bool isRegistering = state_ == State::Registering;
         state_ = isRegistering && isAccepted ? State::Registered : State::Gone;
+        if (state_ == State::Gone)
+            contact_.clear();
         if (isRegistering)
             onOutcome_(answer);
     }
+    // The server may have accepted the request.
+    void handleSilence()
+    {
+        const bool isRegistering = state_ == State::Registering;
+        state_ = State::Gone;
+        if (isRegistering)
+            onOutcome_({.ack = SIPD_ACK_CONNECT_FAILED});
+    }
 
     VirtualNetwork& network_;
-    const std::string user_;
+    const SipProfile profile_;
     const OnOutcome onOutcome_;
+    std::string server_;
     std::string contact_;
     State state_ = State::Gone;
     const std::unique_ptr<Timer> answer_;
@@ -161,18 +179,41 @@ void VirtualNetwork::setAnswer(std::optional<_SIPD_APP_ACK_E> answer)
 void VirtualNetwork::setOutcome(std::optional<Outcome> outcome)
 {
     answer_ = std::move(outcome);
+    answers_.clear();
+    answerAll();
+}
+
+void VirtualNetwork::setOutcomeAt(const std::string& address, std::optional<Outcome> outcome)
+{
+    answers_[address] = std::move(outcome);
+    answerAll();
+}
+
+const std::optional<Outcome>& VirtualNetwork::answerOf(const std::string& address) const
+{
+    const auto found = answers_.find(address);
+    return found == answers_.end() ? answer_ : found->second;
+}
+
+void VirtualNetwork::answerAll()
+{
     for (VirtualAttempt* attempt : attempts_) {
         if (attempt->isWaiting())
             attempt->awaitAnswer();
     }
 }
 
-void VirtualNetwork::lose(const std::string& user, _SIPD_APP_ACK_E reason)
+void VirtualNetwork::lose(const std::string& user, const Outcome& outcome)
 {
     const auto lost = std::ranges::find_if(attempts_, [&user](const VirtualAttempt* attempt) {
         return attempt->user() == user && attempt->state() == Attempt::State::Registered;
     });
-    (*lost)->lose(reason);
+    (*lost)->lose(outcome);
+}
+
+void VirtualNetwork::lose(const std::string& user, _SIPD_APP_ACK_E reason)
+{
+    lose(user, Outcome{.ack = reason});
 }
 
 std::vector<std::string> VirtualNetwork::users() const

@@ -38,8 +38,11 @@ public:
     void setAnswer(std::optional<_SIPD_APP_ACK_E> answer);
     // As setAnswer(), with all details.
     void setOutcome(std::optional<Outcome> outcome);
+    // The outcome at one address, until setOutcome() or setAnswer().
+    void setOutcomeAt(const std::string& address, std::optional<Outcome> outcome);
     // Ends the user's registration, as a refused refresh does.
     void lose(const std::string& user, _SIPD_APP_ACK_E reason);
+    void lose(const std::string& user, const Outcome& outcome);
     // The addresses of a host name. A lookup of any other name waits for them.
     void setAddresses(const std::string& name, const std::vector<std::string>& addresses);
     void setUnroutable(const std::set<std::string>& addresses) { unroutable_ = addresses; }
@@ -51,6 +54,11 @@ public:
     const std::vector<std::string>& requests() const { return requests_; }
     // The server and the timeout of the last attempt, as "ADDRESS:PORT in TIMEOUT".
     const std::string& lastServer() const { return lastServer_; }
+    // The ways of all attempts, as "ADDRESS:PORT TRANSPORT to HOST of DOMAIN": the hosts of the Request-URI
+    // and of the identity.
+    const std::vector<std::string>& routes() const { return routes_; }
+    // Those of the last attempt. An attempt's own contact is "sip:USER@SOURCE:N" for the Nth attempt.
+    const std::vector<std::string>& formerContacts() const { return formerContacts_; }
     // The users with a registration, sorted.
     std::vector<std::string> users() const;
     // Attempts that have not been deleted.
@@ -66,11 +74,17 @@ private:
     struct Lookup;
 
     void request(const std::string& what);
+    const std::optional<Outcome>& answerOf(const std::string& address) const;
+    void answerAll();
     void answerLookups();
 
     VirtualClock& clock_;
     std::optional<Outcome> answer_ = Outcome{.ack = SIPD_ACK_SUCCESS, .status = 200};
+    std::map<std::string, std::optional<Outcome>> answers_; // by address
     std::vector<std::string> requests_;
+    std::vector<std::string> routes_;
+    std::vector<std::string> formerContacts_;
+    int port_ = 0;
     std::string lastServer_;
     std::vector<VirtualAttempt*> attempts_;
     std::map<std::string, std::vector<std::string>> addresses_;
