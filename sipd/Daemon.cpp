@@ -15,7 +15,8 @@ constexpr std::chrono::milliseconds END_TIMEOUT{3500};
 } // namespace
 
 Daemon::Daemon(DaemonSocket& socket, int endSignals, SipSettings settings)
-    : socket_(socket), network_(loop_, std::move(settings)), registrations_({loop_, loop_, network_}),
+    : socket_(socket), network_(loop_, std::move(settings)),
+      registrations_({loop_, loop_, network_, contacts_}),
       networkWatch_(loop_, loop_, [this] { registrations_.reviewNetwork(); }),
       server_(std::make_unique<Server>(loop_, socket.fd(), registrations_)),
       endLimit_(loop_.makeTimer([this] { isLate_ = true; })),

@@ -3,6 +3,7 @@
 
 #include "DaemonSocket.h"
 #include "EventLoop.h"
+#include "KeptContacts.h"
 #include "NetworkWatch.h"
 #include "Registrations.h"
 #include "Server.h"
@@ -31,6 +32,7 @@ private:
     DaemonSocket& socket_;
     EventLoop loop_;
     SipNetwork network_;
+    KeptContacts contacts_{KeptContacts::standardDirectory()};
     Registrations registrations_;
     const NetworkWatch networkWatch_;
     std::unique_ptr<Server> server_; // null while the daemon ends

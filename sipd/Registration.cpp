@@ -134,7 +134,7 @@ void Registration::reviewNetwork()
     if (!attempt_ || services_.network.sourceFor(*server_) == source_)
         return;
     SIPD_DETAIL("%s leaves the address %s", group_.c_str(), source_.c_str());
-    attempt_->unregisterOrAbandon();
+    attempt_->leave();
     moved_.push_back(std::move(attempt_));
     pause_ = SHORTEST_PAUSE;
     begin();
@@ -170,6 +170,7 @@ void Registration::beginRound()
     routes_.clear();
     tried_.clear();
     redirects_ = 0;
+    isAlone_ = false;
     failure_ = {.ack = SIPD_ACK_CONNECT_FAILED};
     retryAfter_.reset();
 }
@@ -213,9 +214,12 @@ void Registration::tryNext()
         source_ = services_.network.sourceFor(*server_);
         addresses_.pop_back();
         tried_.push_back(*server_);
-        attempt_ = services_.network.makeAttempt(routeTo(*server_),
-                                                 [this](const Outcome& outcome) { handleOutcome(outcome); });
-        const auto ack = attempt_->registerAt(*server_, std::max(share, SHORTEST_ATTEMPT), {});
+        attempt_ =
+            std::make_unique<KeptAttempt>(services_, KeptContacts::accountOf(*profile_), routeTo(*server_),
+                                          [this](const Outcome& outcome) { handleOutcome(outcome); });
+        const milliseconds timeout = std::max(share, SHORTEST_ATTEMPT);
+        const auto ack =
+            isAlone_ ? attempt_->registerAloneAt(*server_, timeout) : attempt_->registerAt(*server_, timeout);
         if (ack == SIPD_ACK_SUCCESS)
             return;
         attempt_.reset();
@@ -254,6 +258,7 @@ void Registration::handleOutcome(const Outcome& outcome)
         answer(connecting_, SIPD_ACK_SUCCESS);
         return;
     }
+    const bool isForContacts = isRefusedForContacts(outcome);
     former_.push_back(std::move(attempt_));
     if (phase_ == Phase::On) {
         // A lost registration goes on at the other addresses.
@@ -261,6 +266,13 @@ void Registration::handleOutcome(const Outcome& outcome)
         timer_->set(CONNECT_TIMEOUT);
         beginRound();
         tried_.push_back(*server_);
+    }
+    if (isForContacts) {
+        SIPD_DETAIL("%s is refused with its former contacts", group_.c_str());
+        isAlone_ = true;
+        addresses_.push_back(*server_);
+        tryNext();
+        return;
     }
     if (isRedirected(outcome)) {
         tryNext();
@@ -275,6 +287,12 @@ void Registration::handleOutcome(const Outcome& outcome)
         ORMU_LOG(ORMU_LEVEL_INFO, "%s is not registered at %s: %s", group_.c_str(),
                  server_->uriHost().c_str(), wordsFor(outcome).c_str());
     tryNext();
+}
+
+bool Registration::isRefusedForContacts(const Outcome& outcome) const
+{
+    return phase_ == Phase::Registering && !isAlone_ && attempt_->hasFormerContacts() &&
+           outcome.ack == SIPD_ACK_FAILED && outcome.status >= 400 && outcome.status < BUSY_EVERYWHERE;
 }
 
 // The first server that answers tells why the round fails. A pause ends when the first server may be tried.
@@ -425,8 +443,13 @@ milliseconds Registration::timeLeft() const
 
 void Registration::reap()
 {
-    for (auto* attempts : {&former_, &moved_})
+    if (attempt_)
+        attempt_->update();
+    for (auto* attempts : {&former_, &moved_}) {
+        for (const auto& attempt : *attempts)
+            attempt->update();
         std::erase_if(*attempts, [](const auto& attempt) { return attempt->isGone(); });
+    }
     if (phase_ == Phase::Clearing && !isClearing())
         resolve();
     if (!disconnecting_.empty() && !isLeaving())

@@ -1,7 +1,7 @@
 #ifndef REGISTRATION_H
 #define REGISTRATION_H
 
-#include "SipServices.h"
+#include "KeptAttempt.h"
 
 #include <chrono>
 #include <functional>
@@ -34,6 +34,9 @@ enum class ConnectionStatus : uint32_t { NotConnected = 0, Working = 1, Connecte
 // the domain of the identity; the Request-URI names the new server, or after a 305 still the old one.
 //
 // The profile is known by its group in the settings file, which may change. This class never reads that file.
+//
+// A contact that the server may still hold, from an address that the machine has left, from an attempt
+// without an answer or from a killed daemon, is removed by the next REGISTER.
 //
 // An observer receives one call for each request. It must live until then, or be forgotten.
 class Registration
@@ -99,6 +102,7 @@ private:
     void handleOutcome(const Outcome& outcome);
     void beginRound();
     void note(const Outcome& failure);
+    bool isRefusedForContacts(const Outcome& outcome) const;
     bool isRedirected(const Outcome& outcome);
     std::optional<RegistrarAddress> redirectedServer(const std::string& uri) const;
     void fail(const Outcome& reason);
@@ -129,15 +133,16 @@ private:
     std::vector<ServerAddress> addresses_; // still to try, the next one last
     std::vector<ServerAddress> tried_;
     int redirects_ = 0;
-    Outcome failure_;                                // of the round
+    bool isAlone_ = false; // the servers accept no former contacts beside the new one
+    Outcome failure_;      // of the round
     std::optional<std::chrono::seconds> retryAfter_; // the least of the round's failures
 
     Network::LookupHandle lookup_;
-    std::unique_ptr<Attempt> attempt_;    // under way or registered
+    std::unique_ptr<KeptAttempt> attempt_; // under way or registered
     std::optional<ServerAddress> server_; // of the attempt
     std::string source_;                  // this machine's address in the attempt
-    std::vector<std::unique_ptr<Attempt>> former_;
-    std::vector<std::unique_ptr<Attempt>> moved_; // from a former address; nothing waits for these
+    std::vector<std::unique_ptr<KeptAttempt>> former_;
+    std::vector<std::unique_ptr<KeptAttempt>> moved_; // from a former address; nothing waits for these
 
     std::vector<RequestObserver*> connecting_;
     std::vector<RequestObserver*> disconnecting_;

@@ -13,6 +13,7 @@
 #include <vector>
 
 class EventLoop;
+class KeptContacts;
 
 // How an attempt ended, or that it succeeded.
 struct Outcome
@@ -88,6 +89,7 @@ struct SipServices
     EventLoop& loop; // for the settings file's watch
     Clock& clock;
     Network& network;
+    KeptContacts& contacts;
 };
 
 #endif

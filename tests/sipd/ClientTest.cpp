@@ -41,7 +41,8 @@ TEST(Client, IsServedWhenAnAckFindsRoomBeforeTheLoop)
 {
     EventLoop loop;
     SipNetwork network(loop, {});
-    Registrations registrations({loop, loop, network});
+    KeptContacts contacts({});
+    Registrations registrations({loop, loop, network, contacts});
     const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM, 0));
     Server server(loop, listening.get(), registrations);
     std::array<int, 2> ends{};

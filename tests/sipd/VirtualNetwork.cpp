@@ -66,7 +66,7 @@ class VirtualNetwork::VirtualAttempt : public Attempt
 public:
     VirtualAttempt(VirtualNetwork& network, const SipProfile& profile, OnOutcome onOutcome)
         : network_(network), profile_(profile), onOutcome_(std::move(onOutcome)),
-          answer_(network.clock_.makeTimer([this] { handleAnswer(*network_.answerOf(server_)); })),
+          answer_(network.clock_.makeTimer([this] { handleAnswer(answer()); })),
           limit_(network.clock_.makeTimer([this] { handleSilence(); }))
     {
         network_.attempts_.push_back(this);
@@ -82,6 +82,7 @@ public:
         contact_ =
             "sip:" + user() + '@' + network_.sourceFor(server) + ':' + std::to_string(++network_.port_);
         network_.formerContacts_ = formerContacts;
+        hasFormerContacts_ = !formerContacts.empty();
         network_.routes_.push_back(server_ + ':' + std::to_string(server.port()) + ' ' +
                                    nameOf(profile_.nextHop().transport) + " to " +
                                    profile_.target().uriHost() + " of " + profile_.registrar.uriHost());
@@ -125,6 +126,12 @@ private:
         limit_->set(timeout);
         awaitAnswer();
     }
+    Outcome answer() const
+    {
+        if (hasFormerContacts_ && !network_.acceptsFormerContacts_)
+            return {.ack = SIPD_ACK_FAILED, .status = 400, .words = "400 One Contact Please"};
+        return *network_.answerOf(server_);
+    }
     void handleAnswer(const Outcome& answer)
     {
         answer_->stop();
@@ -155,6 +162,7 @@ private:
     const OnOutcome onOutcome_;
     std::string server_;
     std::string contact_;
+    bool hasFormerContacts_ = false;
     State state_ = State::Gone;
     const std::unique_ptr<Timer> answer_;
     const std::unique_ptr<Timer> limit_;

@@ -40,6 +40,8 @@ public:
     void setOutcome(std::optional<Outcome> outcome);
     // The outcome at one address, until setOutcome() or setAnswer().
     void setOutcomeAt(const std::string& address, std::optional<Outcome> outcome);
+    // Otherwise a request that removes former contacts is refused.
+    void setAcceptsFormerContacts(bool doesAccept) { acceptsFormerContacts_ = doesAccept; }
     // Ends the user's registration, as a refused refresh does.
     void lose(const std::string& user, _SIPD_APP_ACK_E reason);
     void lose(const std::string& user, const Outcome& outcome);
@@ -84,6 +86,7 @@ private:
     std::vector<std::string> requests_;
     std::vector<std::string> routes_;
     std::vector<std::string> formerContacts_;
+    bool acceptsFormerContacts_ = true;
     int port_ = 0;
     std::string lastServer_;
     std::vector<VirtualAttempt*> attempts_;

@@ -49,7 +49,8 @@ void VirtualSipTest::placeInside(const std::vector<PlacedProfile>& places) const
 
 void VirtualSipTest::start()
 {
-    registrations = std::make_unique<Registrations>(SipServices{loop, clock, network});
+    contacts.emplace(state);
+    registrations = std::make_unique<Registrations>(SipServices{loop, clock, network, *contacts});
     registrations->connectAutomatically();
     run();
 }

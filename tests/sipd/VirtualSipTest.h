@@ -2,6 +2,7 @@
 #define VIRTUAL_SIP_TEST_H
 
 #include "EventLoop.h"
+#include "KeptContacts.h"
 #include "Registrations.h"
 #include "SettingsFixture.h"
 #include "VirtualNetwork.h"
@@ -81,6 +82,8 @@ protected:
     VirtualClock clock;
     VirtualNetwork network{clock};
     EventLoop loop;
+    const std::string state = directory().toStdString() + "/state/sipd"; // the daemon's state directory
+    std::optional<KeptContacts> contacts;                                // from start() on
     std::unique_ptr<Registrations> registrations;
 
 private:
