@@ -52,7 +52,7 @@ target_link_options(ormu_options INTERFACE
 # Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds. Sanitized code compiles in
 # half the time when it is not optimised.
 if(ORMU_SANITIZE)
-    set(product -O0 -g -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    set(product -O0 -g1 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         -UNDEBUG -UQT_NO_DEBUG -D_GLIBCXX_ASSERTIONS)
     set(exception "$<TARGET_PROPERTY:ORMU_NO_SANITIZE>")
     set(exception "$<$<BOOL:${exception}>:-fno-sanitize=${exception}>")

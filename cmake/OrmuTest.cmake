@@ -1,7 +1,8 @@
 # ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET [RUN]] [VALGRIND [FILTER pattern]]
 #               [NOT_EMULATED pattern reason...])
 #
-# A GoogleTest program, each of its tests known to CTest by its own name.
+# A GoogleTest program. CTest knows each of its tests by its own name. With sanitizers, where a program takes longer to start
+# than most tests, it knows the program alone.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
 #   DAEMON_SOCKET  it uses the daemon's fixed socket
 #   RUN            it starts ./run: all such tests share the log files in the build directory
@@ -76,7 +77,14 @@ function(ormu_add_test name)
     if(ARG_LABELS)
         list(APPEND discovery LABELS "${ARG_LABELS}")
     endif()
-    gtest_discover_tests(${name} TEST_FILTER "-${left_out}" ${discovery})
+    if(ORMU_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+        add_test(NAME ${name} COMMAND ${under} $<TARGET_FILE:${name}>)
+        list(FIND discovery PROPERTIES properties)
+        list(SUBLIST discovery ${properties} -1 properties)
+        set_tests_properties(${name} ${properties})
+    else()
+        gtest_discover_tests(${name} TEST_FILTER "-${left_out}" ${discovery})
+    endif()
     # Valgrind and AddressSanitizer do not go together.
     if(ARG_VALGRIND AND ORMU_VALGRIND AND NOT ORMU_SANITIZE)
         if(NOT ARG_FILTER)
