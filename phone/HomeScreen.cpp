@@ -169,3 +169,5 @@ void HomeScreen::closeProfileList()
     if (const auto tidy = resolve<decltype(tidyProfiles)>(PROFILES_LIBRARY, "tidyProfiles"))
         tidy();
 }
+
+#include "moc_HomeScreen.cpp"

@@ -77,3 +77,5 @@ void SettingsNotices::boxClosed()
     box_.release()->deleteLater(); // Its own key has called this.
     soon_.start(0);
 }
+
+#include "moc_SettingsNotices.cpp"

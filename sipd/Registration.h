@@ -139,8 +139,8 @@ private:
 
     Network::LookupHandle lookup_;
     std::unique_ptr<KeptAttempt> attempt_; // under way or registered
-    std::optional<ServerAddress> server_; // of the attempt
-    std::string source_;                  // this machine's address in the attempt
+    std::optional<ServerAddress> server_;  // of the attempt
+    std::string source_;                   // this machine's address in the attempt
     std::vector<std::unique_ptr<KeptAttempt>> former_;
     std::vector<std::unique_ptr<KeptAttempt>> moved_; // from a former address; nothing waits for these
 

@@ -147,3 +147,5 @@ void SETUP_SIP_ConnectDlg::showFailure(const QString& text)
     if (!self.isNull())
         emit connectDone(false);
 }
+
+#include "moc_SETUP_SIP_ConnectDlg.cpp"

@@ -63,3 +63,5 @@ void SETUP_SIP_ProfileDelConfirmDlg::deleteProfiles()
     }
     accept();
 }
+
+#include "moc_SETUP_SIP_ProfileDelConfirmDlg.cpp"

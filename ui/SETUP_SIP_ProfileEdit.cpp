@@ -170,3 +170,5 @@ void SETUP_SIP_ProfileEdit::textChanged()
 {
     modified = true;
 }
+
+#include "moc_SETUP_SIP_ProfileEdit.cpp"

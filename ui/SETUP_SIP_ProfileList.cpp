@@ -261,3 +261,5 @@ bool SETUP_SIP_ProfileList::confirm(const QString& question) const
     return SETUP_SIP_Confirm(this, RES_ICON_Reader().getIcon("Dialog_Question_Mark.jpg"), question,
                              tr("OK", "99.99.99;SOFTKEY_2BUTTON"), tr("Cancel", "99.99.99;SOFTKEY_2BUTTON"));
 }
+
+#include "moc_SETUP_SIP_ProfileList.cpp"

@@ -6,3 +6,5 @@ SETUP_SIP_ProfileListBase::SETUP_SIP_ProfileListBase(QWidget* parent, const char
 }
 
 void SETUP_SIP_ProfileListBase::createScreen() {}
+
+#include "moc_SETUP_SIP_ProfileListBase.cpp"

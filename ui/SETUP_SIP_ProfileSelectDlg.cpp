@@ -53,3 +53,5 @@ QString SETUP_SIP_ProfileSelectDlg::getSelectedProfile()
             store->getProfileGroupName(listBox->item(i)->text(), profileName);
     return profileName;
 }
+
+#include "moc_SETUP_SIP_ProfileSelectDlg.cpp"

@@ -71,3 +71,5 @@ void SETUP_SIP_UserIDAndPasswordDlg::slotQuit()
 {
     emit inputDone(false);
 }
+
+#include "moc_SETUP_SIP_UserIDAndPasswordDlg.cpp"

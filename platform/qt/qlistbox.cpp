@@ -139,3 +139,5 @@ void QListBox::focusInEvent(QFocusEvent* event)
     if (currentRow() < 0 && count() > 0)
         setCurrentRow(0);
 }
+
+#include "moc_qlistbox.cpp"

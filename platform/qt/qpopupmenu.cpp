@@ -135,3 +135,5 @@ void QPopupMenu::mouseReleaseEvent(QMouseEvent* event)
     if (!self.isNull())
         emitChosen();
 }
+
+#include "moc_qpopupmenu.cpp"

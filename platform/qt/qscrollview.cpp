@@ -29,3 +29,5 @@ void QScrollView::growToHold(const QWidget* child)
     const QRect needed = QRect(QPoint(), widget()->size()) | child->geometry();
     widget()->resize(needed.right() + 1, needed.bottom() + 1);
 }
+
+#include "moc_qscrollview.cpp"

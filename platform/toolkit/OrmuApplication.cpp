@@ -23,3 +23,5 @@ int OrmuApplication::mouseMode(const QWidget* widget)
 {
     return widget->property(MOUSE_MODE).toInt();
 }
+
+#include "moc_OrmuApplication.cpp"

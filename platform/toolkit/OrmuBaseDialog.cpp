@@ -74,3 +74,5 @@ void OrmuBaseDialog::paintEvent(QPaintEvent*)
     OrmuStyle::dim(&painter, below == nullptr ? rect() : OrmuStyle::framed(below->panel_->geometry()));
     OrmuStyle::drawPanel(&painter, panel_->geometry());
 }
+
+#include "moc_OrmuBaseDialog.cpp"

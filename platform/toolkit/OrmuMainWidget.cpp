@@ -252,3 +252,5 @@ void OrmuMainWidget::keyPressEvent(QKeyEvent* event)
     else if (event->key() == Qt::Key_Down)
         content_->verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepAdd);
 }
+
+#include "moc_OrmuMainWidget.cpp"

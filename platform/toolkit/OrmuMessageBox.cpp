@@ -203,3 +203,5 @@ int OrmuMessageBox::timerInformation(QWidget* parent, const QPixmap& icon, const
 {
     return runAndDelete(new Notice(parent, icon, text, first, button0, button1, button2, last));
 }
+
+#include "moc_OrmuMessageBox.cpp"

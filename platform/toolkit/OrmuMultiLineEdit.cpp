@@ -87,3 +87,5 @@ void OrmuMultiLineEdit::insertLine(const QString& text, int pos)
     setText(pos == 0 ? text + this->text() : this->text() + text);
     setValidator(filter);
 }
+
+#include "moc_OrmuMultiLineEdit.cpp"

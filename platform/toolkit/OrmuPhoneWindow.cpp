@@ -180,3 +180,5 @@ void OrmuPhoneWindow::paintEvent(QPaintEvent*)
 {
     QPainter(this).fillRect(rect(), OrmuStyle::screenColor());
 }
+
+#include "moc_OrmuPhoneWindow.cpp"

@@ -44,3 +44,5 @@ void OrmuPushButton::paintEvent(QPaintEvent*)
     painter.setPen(isEnabled() ? QColor(Qt::white) : QColor(0x7c, 0x8b, 0x9c));
     painter.drawText(rect().adjusted(2, 0, -2, 0), Qt::AlignCenter, text());
 }
+
+#include "moc_OrmuPushButton.cpp"

@@ -340,3 +340,5 @@ void OrmuStyle::drawItemText(QPainter* painter, const QRect& rect, int flags, co
     painter->drawText(QRectF(rect), cutToFit(text, painter->font(), rect.size(), option), option);
     painter->restore();
 }
+
+#include "moc_OrmuStyle.cpp"

@@ -67,3 +67,5 @@ void UTIL_CST::resizeEvent(QResizeEvent*)
     middle_->setGeometry(side, 0, width() - 2 * side, height());
     right_->setGeometry(width() - side, 0, side, height());
 }
+
+#include "moc_UTIL_CST.cpp"

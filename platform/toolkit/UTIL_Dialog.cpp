@@ -23,3 +23,5 @@ void UTIL_Dialog::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     OrmuStyle::drawTitleStrip(&painter, OrmuGlobal::getDlgTitleLR());
 }
+
+#include "moc_UTIL_Dialog.cpp"

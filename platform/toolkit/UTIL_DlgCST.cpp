@@ -7,3 +7,5 @@ UTIL_DlgCST::UTIL_DlgCST(QWidget* parent, DlgCstType type)
 {
     getMidBtn()->setEnabled(false);
 }
+
+#include "moc_UTIL_DlgCST.cpp"

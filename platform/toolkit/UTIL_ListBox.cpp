@@ -184,3 +184,5 @@ void UTIL_ListBox::paintEvent(QPaintEvent* event)
     option.initFrom(viewport());
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
 }
+
+#include "moc_UTIL_ListBox.cpp"

@@ -52,3 +52,5 @@ void UTIL_ProgressDialog::setProgress(int progress)
     progressBar_->setValue(reached);
     progress_ = autoReset_ && reached == progressBar_->maximum() ? 0 : reached;
 }
+
+#include "moc_UTIL_ProgressDialog.cpp"
