@@ -1,22 +1,15 @@
-#define SOFIA_EXTEND_AUTH_CLIENT 1
 #include "Digest.h"
 
 #include "ORMU_Diagnostics.h"
 
-#include <sofia-sip/auth_client.h>
-#include <sofia-sip/auth_client_plugin.h>
-#include <sofia-sip/auth_digest.h>
-#include <sofia-sip/msg_header.h>
-#include <sofia-sip/url.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cstdint>
+#include <cctype>
 #include <cstdio>
-#include <cstring>
-#include <openssl/evp.h>
 #include <optional>
+#include <strings.h>
 #include <sys/random.h>
 
 namespace {
@@ -29,51 +22,51 @@ struct Algorithm
 };
 
 // Weaker ones first.
-constexpr std::array ALGORITHMS = {Algorithm{"MD5", EVP_md5, false}, Algorithm{"MD5-sess", EVP_md5, true},
-                                   Algorithm{"SHA-256", EVP_sha256, false},
-                                   Algorithm{"SHA-256-sess", EVP_sha256, true}};
+constexpr std::array ALGORITHMS = {
+    Algorithm{"MD5", EVP_md5, false},
+    Algorithm{"MD5-sess", EVP_md5, true},
+    Algorithm{"SHA-256", EVP_sha256, false},
+    Algorithm{"SHA-256-sess", EVP_sha256, true},
+    Algorithm{"SHA-512-256", EVP_sha512_256, false},
+    Algorithm{"SHA-512-256-sess", EVP_sha512_256, true},
+};
+
+// A server that asks again and again, with ever new realms or nonces, is not followed further.
+constexpr int MOST_ROUNDS = 5;
+constexpr size_t MOST_REALMS = 8;
+
+bool isSame(const std::string& first, const char* second)
+{
+    return strcasecmp(first.c_str(), second) == 0;
+}
 
 // The index of a challenge's algorithm. A challenge without a name means the first.
-std::optional<size_t> findAlgorithm(const char* name)
+std::optional<size_t> findAlgorithm(const std::string& name)
 {
-    if (name == nullptr || *name == '\0')
+    if (name.empty())
         return 0;
     for (size_t i = 0; i < ALGORITHMS.size(); ++i) {
-        if (strcasecmp(name, ALGORITHMS[i].name) == 0)
+        if (isSame(name, ALGORITHMS[i].name))
             return i;
     }
     return std::nullopt;
 }
 
-std::string toHex(std::string_view bytes)
+std::string toHex(const unsigned char* bytes, size_t count)
 {
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += {digits[byte >> 4U], digits[byte & 0xfU]};
-    }
+    for (size_t i = 0; i < count; ++i)
+        text += {digits[bytes[i] >> 4U], digits[bytes[i] & 0xfU]};
     return text;
-}
-
-std::string fromHex(std::string_view digits)
-{
-    std::string bytes;
-    for (; digits.size() >= 2; digits.remove_prefix(2)) {
-        unsigned char byte = 0;
-        ORMU_ASSERT(std::from_chars(digits.data(), digits.data() + 2, byte, 16).ec == std::errc());
-        bytes += static_cast<char>(byte);
-    }
-    return bytes;
 }
 
 std::string hashOf(const Algorithm& algorithm, const std::string& text)
 {
-    std::array<char, EVP_MAX_MD_SIZE> hash{};
+    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
     unsigned int size = 0;
-    ORMU_ASSERT(EVP_Digest(text.data(), text.size(), reinterpret_cast<unsigned char*>(hash.data()), &size,
-                           algorithm.hash(), nullptr) == 1);
-    return toHex({hash.data(), size});
+    ORMU_ASSERT(EVP_Digest(text.data(), text.size(), bytes.data(), &size, algorithm.hash(), nullptr) == 1);
+    return toHex(bytes.data(), size);
 }
 
 std::string quotedString(std::string_view text)
@@ -87,189 +80,258 @@ std::string quotedString(std::string_view text)
     return result + '"';
 }
 
-std::string randomNonce()
+// Reads "name = value" and "name" from the value of a header field.
+class HeaderReader
 {
-    std::array<char, 16> bytes{};
-    ORMU_ASSERT(getrandom(bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
-    return toHex({bytes.data(), bytes.size()});
-}
+public:
+    explicit HeaderReader(std::string_view text) : rest_(text) {}
 
-// The stack's record of one realm that asks for credentials, followed by our own members. The stack allocates
-// it filled with zeros, and frees it with all strings of its home.
-struct DigestClient
-{
-    auth_client_t stack;
-    size_t algorithm;
-    bool isNamed; // the challenge named its algorithm
-    bool hasQop;
-    const char* realm;
-    const char* nonce; // null before the first challenge
-    const char* opaque;
-    unsigned int count; // answers with that nonce
+    bool skipToName()
+    {
+        skip(BLANKS_AND_COMMAS);
+        return !rest_.empty();
+    }
+    std::string name()
+    {
+        const size_t length = std::min(rest_.find_first_of("=, \t\r\n"), rest_.size());
+        std::string name(rest_.substr(0, length));
+        rest_.remove_prefix(length);
+        skip(BLANKS);
+        return name;
+    }
+    bool hasValue() const { return rest_.starts_with('='); }
+    // Nothing more belongs to that name.
+    bool isAtComma() const { return rest_.empty() || rest_.starts_with(','); }
+    std::string value()
+    {
+        rest_.remove_prefix(1);
+        skip(BLANKS);
+        return rest_.starts_with('"') ? quoted() : token();
+    }
+
+private:
+    static constexpr std::string_view BLANKS = " \t\r\n";
+    static constexpr std::string_view BLANKS_AND_COMMAS = " \t\r\n,";
+
+    void skip(std::string_view characters)
+    {
+        rest_.remove_prefix(std::min(rest_.find_first_not_of(characters), rest_.size()));
+    }
+    std::string token()
+    {
+        const size_t length = std::min(rest_.find_first_of(BLANKS_AND_COMMAS), rest_.size());
+        std::string value(rest_.substr(0, length));
+        rest_.remove_prefix(length);
+        return value;
+    }
+    // A line fold becomes one blank.
+    std::string quoted()
+    {
+        std::string value;
+        rest_.remove_prefix(1);
+        while (!rest_.empty() && !rest_.starts_with('"')) {
+            if (rest_.front() == '\r' || rest_.front() == '\n') {
+                value.erase(value.find_last_not_of(BLANKS) + 1);
+                value += ' ';
+                skip(BLANKS);
+                continue;
+            }
+            if (rest_.front() == '\\' && rest_.size() > 1) {
+                rest_.remove_prefix(1);
+                if (rest_.front() == '\r' || rest_.front() == '\n')
+                    continue;
+            }
+            value += rest_.front();
+            rest_.remove_prefix(1);
+        }
+        rest_.remove_prefix(std::min<size_t>(1, rest_.size()));
+        return value;
+    }
+
+    std::string_view rest_;
 };
 
-DigestClient& clientOf(auth_client_t* stack)
+// Of a parameter that is there twice, the first counts.
+void setParameter(DigestChallenge& challenge, const std::string& name, std::string value)
 {
-    return *reinterpret_cast<DigestClient*>(stack);
+    const auto setText = [&value](std::string& text, bool& isThere) {
+        if (!std::exchange(isThere, true))
+            text = std::move(value);
+    };
+    if (isSame(name, "realm"))
+        setText(challenge.realm, challenge.hasRealm);
+    else if (isSame(name, "nonce"))
+        setText(challenge.nonce, challenge.hasNonce);
+    else if (isSame(name, "opaque"))
+        setText(challenge.opaque, challenge.hasOpaque);
+    else if (isSame(name, "algorithm") && challenge.algorithm.empty())
+        challenge.algorithm = std::move(value);
+    else if (isSame(name, "qop") && challenge.qop.empty())
+        challenge.qop = std::move(value);
+    else if (isSame(name, "stale"))
+        challenge.isStale = isSame(value, "true");
 }
 
-// Results for the stack.
-constexpr int FAILED = -1;
-constexpr int IGNORED = 1;
-constexpr int MUST_BE_ANSWERED = 2;
-
-// Replaces each line fold, which may also stand in a quoted string, by a blank.
-std::string unfolded(std::string_view text)
+// The protection to use of a server's list: without the body when it may be. Nothing when none is known.
+std::optional<std::string> chooseQop(const std::string& list)
 {
-    constexpr std::string_view blanks = " \t\r\n";
-    std::string result;
-    while (!text.empty()) {
-        const size_t end = std::min(text.find_first_of("\r\n"), text.size());
-        result += text.substr(0, end);
-        text.remove_prefix(end);
-        if (text.empty())
-            break;
-        result.erase(result.find_last_not_of(blanks) + 1);
-        result += ' ';
-        text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    HeaderReader reader(list);
+    bool isListed = false;
+    bool hasBody = false;
+    while (reader.skipToName()) {
+        isListed = true;
+        const std::string qop = reader.name();
+        if (isSame(qop, "auth"))
+            return "auth";
+        hasBody = hasBody || isSame(qop, "auth-int");
+        if (reader.hasValue())
+            reader.value();
     }
-    return result;
-}
-
-void replaceText(su_home_t* home, const char*& kept, const char* text)
-{
-    su_free(home, const_cast<char*>(kept));
-    kept = text == nullptr ? nullptr : su_strdup(home, unfolded(text).c_str());
-}
-
-bool isUsable(const auth_challenge_t& challenge)
-{
-    return challenge.ac_realm != nullptr && challenge.ac_nonce != nullptr &&
-           (challenge.ac_qop == nullptr || challenge.ac_auth != 0);
-}
-
-void adoptChallenge(DigestClient& client, const auth_challenge_t& challenge, size_t algorithm)
-{
-    su_home_t* const home = client.stack.ca_home;
-    client.algorithm = algorithm;
-    client.isNamed = challenge.ac_algorithm != nullptr;
-    client.hasQop = challenge.ac_qop != nullptr;
-    client.count = 0;
-    replaceText(home, client.realm, challenge.ac_realm);
-    replaceText(home, client.nonce, challenge.ac_nonce);
-    replaceText(home, client.opaque, challenge.ac_opaque);
-}
-
-// Adopts a challenge that is not weaker than the former.
-int considerChallenge(DigestClient& client, const auth_challenge_t& challenge)
-{
-    const auto algorithm = findAlgorithm(challenge.ac_algorithm);
-    const bool isFirst = client.nonce == nullptr;
-    if (!algorithm || !isUsable(challenge) || (!isFirst && *algorithm < client.algorithm))
-        return IGNORED;
-    const bool isStronger = *algorithm > client.algorithm;
-    adoptChallenge(client, challenge, *algorithm);
-    return isFirst || isStronger || challenge.ac_stale != 0 ? MUST_BE_ANSWERED : IGNORED;
-}
-
-int takeChallenge(auth_client_t* stack, const msg_auth_t* header)
-{
-    su_home_t* const home = stack->ca_home;
-    auth_challenge_t challenge = {};
-    challenge.ac_size = sizeof(challenge);
-    if (auth_digest_challenge_get(home, &challenge, header->au_params) < 0)
-        return FAILED;
-    const int result = considerChallenge(clientOf(stack), challenge);
-    auth_digest_challenge_free_params(home, &challenge);
-    return result;
-}
-
-std::string headerOf(DigestClient& client, const char* method, const std::string& uri)
-{
-    DigestQuestion question{client.isNamed ? ALGORITHMS[client.algorithm].name : "",
-                            client.realm,
-                            client.nonce,
-                            method,
-                            uri,
-                            {},
-                            {}};
-    ++client.count;
-    if (client.hasQop || ALGORITHMS[client.algorithm].isSession)
-        question.clientNonce = randomNonce();
-    if (client.hasQop) {
-        std::array<char, 9> count{};
-        std::snprintf(count.data(), count.size(), "%08x", client.count);
-        question.count = count.data();
-    }
-    const std::string user = fromHex(client.stack.ca_user);
-    std::string header = "Digest username=" + quotedString(user) + ", realm=" + quotedString(question.realm) +
-                         ", nonce=" + quotedString(question.nonce) + ", uri=" + quotedString(uri) +
-                         ", response=\"" + digestResponse(question, user, fromHex(client.stack.ca_pass)) +
-                         '"';
-    if (client.isNamed)
-        header += ", algorithm=" + question.algorithm;
-    if (!question.clientNonce.empty())
-        header += ", cnonce=\"" + question.clientNonce + '"';
-    if (client.opaque != nullptr)
-        header += ", opaque=" + quotedString(client.opaque);
-    if (client.hasQop)
-        header += ", qop=auth, nc=" + question.count;
-    return header;
-}
-
-int authorize(auth_client_t* stack, su_home_t* home, const char* method, const url_t* url,
-              const msg_payload_t* /*body*/, msg_header_t** header)
-{
-    DigestClient& client = clientOf(stack);
-    if (client.nonce == nullptr || stack->ca_user == nullptr || stack->ca_pass == nullptr)
-        return FAILED;
-    char* const uri = url_as_string(home, url);
-    if (uri == nullptr)
-        return FAILED;
-    *header = msg_header_make(home, stack->ca_credential_class, headerOf(client, method, uri).c_str());
-    su_free(home, uri);
-    return *header != nullptr ? 0 : FAILED;
-}
-
-int clearCredentials(auth_client_t* stack)
-{
-    stack->ca_clear = 1;
-    return 1;
-}
-
-auth_client_plugin_t pluginNamed(const char* name)
-{
-    auth_client_plugin_t plugin = {};
-    plugin.auc_plugin_size = sizeof(plugin);
-    plugin.auc_size = sizeof(DigestClient);
-    plugin.auc_name = name;
-    plugin.auc_challenge = takeChallenge;
-    plugin.auc_authorize = authorize;
-    plugin.auc_clear = clearCredentials;
-    return plugin;
+    if (hasBody)
+        return "auth-int";
+    return isListed ? std::nullopt : std::optional(std::string());
 }
 
 } // namespace
 
-void installDigest()
+std::string randomHex()
 {
-    static const auth_client_plugin_t placeholder = pluginNamed("x-none");
-    static const auth_client_plugin_t digest = pluginNamed("Digest");
-    // The stack replaces the first plugin of another name, not that of the same name. So the placeholder
-    // replaces the stack's Digest, and ours replaces the placeholder.
-    auc_register_plugin(&placeholder);
-    auc_register_plugin(&digest);
+    std::array<unsigned char, 16> bytes{};
+    ORMU_ASSERT(getrandom(bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+    return toHex(bytes.data(), bytes.size());
 }
 
-std::string digestCredentials(std::string_view quotedRealm, std::string_view user, std::string_view password)
+std::vector<DigestChallenge> parseChallenges(std::string_view value)
 {
-    // In hexadecimal digits, since the stack splits at colons.
-    return "Digest:" + std::string(quotedRealm) + ':' + toHex(user) + ':' + toHex(password);
+    std::vector<DigestChallenge> challenges;
+    HeaderReader reader(value);
+    while (reader.skipToName()) {
+        std::string name = reader.name();
+        if (reader.hasValue()) {
+            std::string text = reader.value();
+            if (!challenges.empty())
+                setParameter(challenges.back(), name, std::move(text));
+        } else if (challenges.empty() || !reader.isAtComma()) {
+            challenges.push_back({.scheme = std::move(name)});
+        } else if (!challenges.back().qop.empty()) {
+            // A list without quotation marks: qop=auth-int,auth
+            challenges.back().qop += ',' + name;
+        }
+    }
+    return challenges;
+}
+
+void DigestClient::beginRequest()
+{
+    asked_.clear();
+    rounds_ = 0;
+}
+
+DigestClient::Verdict DigestClient::takeChallenges(const std::vector<std::string>& fromServer,
+                                                   const std::vector<std::string>& fromProxies)
+{
+    if (++rounds_ > MOST_ROUNDS)
+        return Verdict::Refused;
+    // The server names all realms that it wants, while each proxy names only its own.
+    if (!fromServer.empty())
+        std::erase_if(answers_, [](const Answered& answer) { return !answer.isForProxy; });
+    const Verdict server = take(fromServer, false);
+    const Verdict proxies = take(fromProxies, true);
+    const auto either = [&](Verdict verdict) { return server == verdict || proxies == verdict; };
+    if (either(Verdict::Answerable))
+        return Verdict::Answerable;
+    return either(Verdict::Unknown) ? Verdict::Unknown : Verdict::Refused;
+}
+
+DigestClient::Verdict DigestClient::take(const std::vector<std::string>& values, bool isForProxy)
+{
+    std::vector<Answered> chosen;
+    bool hasDigest = false;
+    for (const std::string& value : values) {
+        for (const DigestChallenge& challenge : parseChallenges(value)) {
+            if (!isSame(challenge.scheme, "Digest"))
+                continue;
+            hasDigest = true;
+            const auto algorithm = findAlgorithm(challenge.algorithm);
+            const auto qop = chooseQop(challenge.qop);
+            if (!algorithm || !qop || !challenge.hasRealm || !challenge.hasNonce)
+                continue;
+            const Answered answer{isForProxy, *algorithm, *qop, challenge};
+            const auto same = std::ranges::find_if(
+                chosen, [&](const Answered& other) { return other.challenge.realm == challenge.realm; });
+            if (same == chosen.end())
+                chosen.push_back(answer);
+            else if (same->algorithm < *algorithm)
+                *same = answer;
+        }
+    }
+    if (chosen.empty())
+        return hasDigest ? Verdict::Unknown : Verdict::Refused;
+    if (std::ranges::any_of(chosen, [this](const Answered& answer) { return refuses(answer); }))
+        return Verdict::Refused;
+    for (const Answered& answer : chosen) {
+        std::erase_if(answers_, [&](const Answered& former) {
+            return former.isForProxy == isForProxy && former.challenge.realm == answer.challenge.realm;
+        });
+        if (answers_.size() < MOST_REALMS)
+            answers_.push_back(answer);
+        asked_.emplace(isForProxy, answer.challenge.realm);
+    }
+    return Verdict::Answerable;
+}
+
+// It has had an answer to its own challenge, and asks again for another reason than a nonce that has run out.
+bool DigestClient::refuses(const Answered& answer) const
+{
+    return !answer.challenge.isStale && asked_.contains({answer.isForProxy, answer.challenge.realm});
+}
+
+std::vector<DigestClient::Header> DigestClient::headers(const std::string& method, const std::string& uri)
+{
+    std::vector<Header> headers;
+    for (Answered& answer : answers_)
+        headers.push_back({answer.isForProxy, headerOf(answer, method, uri)});
+    return headers;
+}
+
+std::string DigestClient::headerOf(Answered& answer, const std::string& method, const std::string& uri) const
+{
+    const Algorithm& algorithm = ALGORITHMS[answer.algorithm];
+    const DigestChallenge& challenge = answer.challenge;
+    DigestQuestion question{.algorithm = challenge.algorithm.empty() ? "" : algorithm.name,
+                            .realm = challenge.realm,
+                            .nonce = challenge.nonce,
+                            .method = method,
+                            .uri = uri,
+                            .clientNonce = {},
+                            .count = {}};
+    ++answer.count;
+    if (!answer.qop.empty() || algorithm.isSession)
+        question.clientNonce = randomHex();
+    if (!answer.qop.empty()) {
+        std::array<char, 9> count{};
+        std::snprintf(count.data(), count.size(), "%08x", answer.count);
+        question.count = count.data();
+        question.qop = answer.qop;
+    }
+    std::string header = "Digest username=" + quotedString(user_) +
+                         ", realm=" + quotedString(question.realm) +
+                         ", nonce=" + quotedString(question.nonce) + ", uri=" + quotedString(uri) +
+                         ", response=\"" + digestResponse(question, user_, password_) + '"';
+    if (!question.algorithm.empty())
+        header += ", algorithm=" + question.algorithm;
+    if (!question.clientNonce.empty())
+        header += ", cnonce=\"" + question.clientNonce + '"';
+    if (challenge.hasOpaque)
+        header += ", opaque=" + quotedString(challenge.opaque);
+    if (!question.count.empty())
+        header += ", qop=" + question.qop + ", nc=" + question.count;
+    return header;
 }
 
 std::string digestResponse(const DigestQuestion& question, std::string_view user, std::string_view password)
 {
-    const auto index = findAlgorithm(question.algorithm.c_str());
+    const auto index = findAlgorithm(question.algorithm);
     if (!index)
         return {};
     const Algorithm& algorithm = ALGORITHMS[*index];
@@ -277,9 +339,11 @@ std::string digestResponse(const DigestQuestion& question, std::string_view user
         hashOf(algorithm, std::string(user) + ':' + question.realm + ':' + std::string(password));
     if (algorithm.isSession)
         secret = hashOf(algorithm, secret + ':' + question.nonce + ':' + question.clientNonce);
-    const std::string request = hashOf(algorithm, question.method + ':' + question.uri);
+    std::string protectedText = question.method + ':' + question.uri;
+    if (question.qop == "auth-int")
+        protectedText += ':' + hashOf(algorithm, "");
     std::string nonce = question.nonce;
     if (!question.count.empty())
-        nonce += ':' + question.count + ':' + question.clientNonce + ":auth";
-    return hashOf(algorithm, secret + ':' + nonce + ':' + request);
+        nonce += ':' + question.count + ':' + question.clientNonce + ':' + question.qop;
+    return hashOf(algorithm, secret + ':' + nonce + ':' + hashOf(algorithm, protectedText));
 }

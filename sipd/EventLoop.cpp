@@ -91,10 +91,6 @@ private:
     static void expire(su_root_magic_t* /*magic*/, su_timer_t* /*timer*/, su_timer_arg_t* self)
     {
         auto* const expired = static_cast<LoopTimer*>(self);
-        if (expired->loop_.isHeld()) {
-            expired->set(std::chrono::milliseconds(1));
-            return;
-        }
         expired->onExpired_();
         expired->loop_.wake();
     }
@@ -190,7 +186,6 @@ void FdWatch::setEvents(int events)
 int FdWatch::wake(su_root_magic_t* /*magic*/, su_wait_t* wait, su_wakeup_arg_t* watch)
 {
     const auto* const ready = static_cast<const FdWatch*>(watch);
-    if (!ready->loop_.isHeld())
-        ready->onReady_(wait->revents);
+    ready->onReady_(wait->revents);
     return 0;
 }

@@ -36,21 +36,6 @@ public:
     BootClock::time_point now() const override;
     std::unique_ptr<Timer> makeTimer(std::function<void()> onExpired) override;
 
-    // Holds all callbacks back while it lives; the next step makes up for them. The stack runs the loop
-    // inside the calls that make or destroy an agent.
-    class Hold
-    {
-    public:
-        explicit Hold(EventLoop& loop) : loop_(loop) { loop_.isHeld_ = true; }
-        ~Hold() { loop_.isHeld_ = false; }
-        Hold(const Hold&) = delete;
-        Hold& operator=(const Hold&) = delete;
-
-    private:
-        EventLoop& loop_;
-    };
-    bool isHeld() const { return isHeld_; }
-
 private:
     su_root_t* root_;
     const FileDescriptor wakeFd_;
@@ -58,7 +43,6 @@ private:
     std::unique_ptr<FdWatch> wakeWatch_;
     std::unique_ptr<FdWatch> resumeWatch_;
     bool isWoken_ = false;
-    bool isHeld_ = false;
 };
 
 // Calls onReady when a descriptor is ready. Does not own the descriptor. The destructor ends the watch.

@@ -1,221 +1,176 @@
 #include "RegisterAttempt.h"
 
-#include "CertificateDirectory.h"
-#include "Digest.h"
-#include "Log.h"
+#include <sofia-sip/su_uniqueid.h>
 
-#include <sofia-sip/msg_parser.h>
-#include <sofia-sip/nta.h>
-#include <sofia-sip/nta_tag.h>
-#include <sofia-sip/nua.h>
-#include <sofia-sip/nua_tag.h>
-#include <sofia-sip/sip_protos.h>
-#include <sofia-sip/sip_tag.h>
-#include <sofia-sip/tport_tag.h>
-
-#include <cctype>
-#include <optional>
-#include <string_view>
-#include <strings.h>
-#include <unistd.h>
+#include <algorithm>
 #include <utility>
+
+using std::chrono::milliseconds;
 
 namespace {
 
-constexpr std::chrono::milliseconds UNREGISTER_TIMEOUT{3000};
+constexpr milliseconds REFRESH_TIMEOUT{8000};
+constexpr milliseconds UNREGISTER_TIMEOUT{3000};
+constexpr std::chrono::seconds LONGEST_SILENCE{600};
+constexpr std::chrono::seconds LONGEST_LIFETIME{7 * 24 * 3600};
+// A server may close each connection after its answer.
+constexpr std::chrono::seconds SHORTEST_CONNECTION{10};
 
-// The stack's TPTAG_TLS_VERSION bit for TLS 1.2. Later versions are always on.
-constexpr unsigned int TLS_1_2 = 8;
-
-// A directory, from which the TLS library reads only the certificates that it needs. Reading all of them from
-// one file takes tens of milliseconds.
-constexpr char SYSTEM_CERTIFICATES[] = "/etc/ssl/certs";
-
-std::string escaped(std::string_view user)
+// From the sending of the request. Many phones that start at once do not refresh at once.
+milliseconds refreshDelay(std::chrono::seconds granted)
 {
-    constexpr std::string_view plain = "-_.!~*'()";
-    std::string result;
-    for (const char c : user) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80 && (std::isalnum(byte) != 0 || plain.find(c) != std::string_view::npos)) {
-            result += c;
-            continue;
-        }
-        constexpr std::string_view digits = "0123456789ABCDEF";
-        result += {'%', digits[byte >> 4U], digits[byte & 0xfU]};
-    }
-    return result;
-}
-
-bool isRejection(int status)
-{
-    return status == 401 || status == 403 || status == 404 || status == 407;
-}
-
-// The stack itself makes up answers 408 and 503 for a server that it cannot reach.
-_SIPD_APP_ACK_E ackOf(int status, const sip_t* sip)
-{
-    const bool fromServer = sip != nullptr && !nta_sip_is_internal(sip);
-    if (isRejection(status))
-        return SIPD_ACK_INCORRECT_PROFILE;
-    if (status == 503)
-        return fromServer ? SIPD_ACK_SERVICE_UNAVAILABLE : SIPD_ACK_CONNECT_FAILED;
-    if (status == 408 && !fromServer)
-        return SIPD_ACK_CONNECT_FAILED;
-    return SIPD_ACK_FAILED;
-}
-
-Outcome outcomeOf(int status, const char* phrase, const sip_t* sip)
-{
-    Outcome outcome{.ack = ackOf(status, sip)};
-    if (sip == nullptr || nta_sip_is_internal(sip) != 0)
-        return outcome;
-    outcome.status = status;
-    outcome.words = std::to_string(status) + ' ';
-    for (const char* c = phrase; c != nullptr && *c != '\0'; ++c)
-        outcome.words += static_cast<unsigned char>(*c) < ' ' || *c == '\x7f' ? '?' : *c;
-    return outcome;
+    const milliseconds half = milliseconds(std::min(granted, LONGEST_LIFETIME)) / 2;
+    return half + half * su_randint(0, 128) / 256;
 }
 
 } // namespace
 
-RegisterAttempt::RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
-                                 OnOutcome onOutcome)
-    : loop_(loop), settings_(settings), profile_(profile), onOutcome_(std::move(onOutcome)),
-      unregisterLimit_(loop.makeTimer([this] { close(); }))
+RegisterAttempt::RegisterAttempt(EventLoop& loop, Clock& clock, const SipSettings& settings,
+                                 const SipProfile& profile, LateAnswers& late, OnOutcome onOutcome)
+    : loop_(loop), clock_(clock), settings_(settings), profile_(profile), late_(late),
+      onOutcome_(std::move(onOutcome)), keepAlive_(LONGEST_SILENCE), followsNat_(settings.followsNat),
+      limit_(clock.makeTimer([this] { handleTimeout(); })),
+      next_(clock.makeTimer([this] { refreshOrKeepOpen(); }))
 {
 }
 
-RegisterAttempt::~RegisterAttempt()
-{
-    const EventLoop::Hold hold(loop_);
-    if (agent_ != nullptr)
-        nua_destroy(agent_);
-}
+RegisterAttempt::~RegisterAttempt() = default;
 
-void RegisterAttempt::handleEvent(int event, int status, const char* phrase, nua_handle_t* handle,
-                                  const sip_t* sip)
+_SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, milliseconds timeout,
+                                            const std::vector<std::string>& formerContacts)
 {
-    if (event == nua_r_shutdown) {
-        if (status >= 200)
-            setState(State::Gone);
-        return;
-    }
-    if (handle == nullptr)
-        return;
-    if (handle != handle_) {
-        // A request from outside, which the stack has answered, or the last event of a destroyed handle.
-        if (nua_handle_magic(handle) == nullptr && event < nua_r_set_params)
-            nua_handle_destroy(handle);
-        return;
-    }
-    if (event == nua_r_register)
-        handleRegisterAnswer(status, phrase, sip);
-    else if (event == nua_r_unregister)
-        handleUnregisterAnswer(status, sip);
-    else if (event == nua_r_authenticate && status >= 300)
-        fail({.ack = SIPD_ACK_FAILED});
-}
-
-_SIPD_APP_ACK_E RegisterAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout,
-                                            const std::vector<std::string>& /*formerContacts*/)
-{
-    const std::string localHost = server.localUriHost();
-    if (localHost.empty())
-        return SIPD_ACK_CONNECT_FAILED;
-    createAgent(localHost, timeout);
-    if (agent_ == nullptr)
-        return SIPD_ACK_FAILED;
-    sendRegister(server);
+    client_ = std::make_unique<RegisterClient>(loop_, settings_, profile_);
+    client_->setOnClosed([this] { handleClosed(); });
+    if (const auto problem = client_->open(server); problem != SIPD_ACK_SUCCESS)
+        return problem;
     setState(State::Registering);
+    contact_ = client_->contact();
+    formerContacts_ = formerContacts;
+    request(settings_.expires, formerContacts, timeout);
     return SIPD_ACK_SUCCESS;
 }
 
-void RegisterAttempt::createAgent(const std::string& localHost, std::chrono::milliseconds timeout)
+void RegisterAttempt::request(std::chrono::seconds lifetime, const std::vector<std::string>& formerContacts,
+                              milliseconds timeout)
 {
-    const Transport transport = profile_.nextHop().transport;
-    const bool tls = transport == Transport::Tls;
-    // The stack has TLS for this scheme only.
-    const std::string url =
-        tls ? "sips:" + localHost + ":*" : "sip:" + localHost + ":*;transport=" + nameOf(transport);
-    std::optional<CertificateDirectory> ownCertificates;
-    if (tls && !settings_.caFile.empty())
-        ownCertificates.emplace(settings_.caFile);
-    const std::string trusted = ownCertificates ? ownCertificates->path() : SYSTEM_CERTIFICATES;
-    if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
-    const auto onEvent = [](nua_event_t event, int answer, const char* phrase, nua_t*, nua_magic_t* attempt,
-                            nua_handle_t* handle, nua_hmagic_t*, const sip_t* sip, tagi_t*) {
-        reinterpret_cast<RegisterAttempt*>(attempt)->handleEvent(event, answer, phrase, handle, sip);
-    };
-    const EventLoop::Hold hold(loop_);
-    agent_ = nua_create(loop_.root(), onEvent, reinterpret_cast<nua_magic_t*>(this), NUTAG_URL(url.c_str()),
-                        NTATAG_SIP_T1X64(static_cast<unsigned>(timeout.count())), NUTAG_MAX_RETRY_AFTER(0),
-                        NUTAG_OUTBOUND("no-outbound no-natify no-validate no-options-keepalive"),
-                        NUTAG_KEEPALIVE(0), SIPTAG_ALLOW_STR("OPTIONS"),
-                        TAG_IF(tls, NUTAG_CERTIFICATE_DIR(trusted.c_str())),
-                        TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
-                        TAG_IF(tls, TPTAG_TLS_VERSION(TLS_1_2)), TAG_END());
+    next_->stop();
+    const auto now = clock_.now();
+    silence_ = std::chrono::duration_cast<std::chrono::seconds>(now - packetAt_);
+    sentAt_ = packetAt_ = now;
+    limit_->set(timeout);
+    client_->send(lifetime, formerContacts, [this](const RegisterAnswer& answer) { handleAnswer(answer); });
 }
 
-void RegisterAttempt::sendRegister(const ServerAddress& server)
+void RegisterAttempt::handleAnswer(const RegisterAnswer& answer)
 {
-    const RegistrarAddress& target = profile_.target();
-    const RegistrarAddress& nextHop = profile_.nextHop();
-    const std::string user = escaped(profile_.user);
-    const std::string transport = std::string("transport=") + nameOf(nextHop.transport);
-    const std::string identity = "<sip:" + user + '@' + profile_.registrar.uriHost() + '>';
-    const std::string registrarUrl = "sip:" + target.uriHost() + ':' + std::to_string(target.port) +
-                                     ";transport=" + nameOf(target.transport);
-    // TLS verifies the name; packets go to the address in maddr.
-    const std::string proxyUrl = "sip:" + nextHop.uriHost() + ':' + std::to_string(server.port()) + ';' +
-                                 transport + (nextHop.numeric ? "" : ";maddr=" + server.uriHost());
-    const bool udp = nextHop.transport == Transport::Udp;
-
-    handle_ = nua_handle(agent_, reinterpret_cast<nua_hmagic_t*>(this), SIPTAG_TO_STR(identity.c_str()),
-                         SIPTAG_FROM_STR(identity.c_str()), TAG_END());
-    ORMU_ASSERT(handle_ != nullptr);
-    nua_register(handle_, NUTAG_REGISTRAR(registrarUrl.c_str()), NUTAG_PROXY(proxyUrl.c_str()),
-                 NUTAG_M_USERNAME(user.c_str()), TAG_IF(!udp, NUTAG_M_PARAMS(transport.c_str())),
-                 SIPTAG_EXPIRES_STR(std::to_string(settings_.expires.count()).c_str()), TAG_END());
+    limit_->stop();
+    const bool isSuccess = answer.outcome.ack == SIPD_ACK_SUCCESS;
+    isAccepted_ = isAccepted_ || (isSuccess && state_ != State::Unregistering);
+    if (state_ == State::Unregistering) {
+        if (isSuccess)
+            contact_.clear();
+        end();
+    } else if (state_ == State::Abandoned && isAccepted_) {
+        unregister();
+    } else if (state_ == State::Abandoned) {
+        contact_.clear();
+        end();
+    } else if (isSuccess) {
+        accept(answer);
+    } else if (!stayAfterRefusedMove(answer)) {
+        fail(answer.outcome);
+    }
 }
 
-void RegisterAttempt::handleRegisterAnswer(int status, const char* phrase, const sip_t* sip)
+void RegisterAttempt::accept(const RegisterAnswer& answer)
 {
-    if (status < 200)
+    const bool isFirst = state_ == State::Registering;
+    setState(State::Registered);
+    const bool hasMoved = std::exchange(isMoving_, false);
+    formerContacts_.clear();
+    refreshAt_ = sentAt_ + refreshDelay(answer.granted);
+    if (hasMoved || !followNat(answer))
+        schedule();
+    // Its owner may unregister it now.
+    if (isFirst || hasMoved)
+        onOutcome_(answer.outcome);
+}
+
+// Registers the address that the server has seen. False when that is the registered one.
+bool RegisterAttempt::followNat(const RegisterAnswer& answer)
+{
+    if (!followsNat_)
+        return false;
+    const bool isSame = client_->isContactAt(answer.seen);
+    if (std::exchange(isTranslated_, answer.seen.has_value()))
+        keepAlive_.learn(isSame, silence_);
+    if (isTranslated_ && !isDatagram())
+        client_->keepOpen();
+    if (isSame)
+        return false;
+    isMoving_ = true;
+    formerContacts_ = {contact_};
+    client_->moveContact(answer.seen);
+    contact_ = client_->contact();
+    request(settings_.expires, formerContacts_, REFRESH_TIMEOUT);
+    return true;
+}
+
+// A server that refuses the address that it has seen keeps the former contact.
+bool RegisterAttempt::stayAfterRefusedMove(const RegisterAnswer& answer)
+{
+    if (!isMoving_ || answer.outcome.status == 0)
+        return false;
+    isMoving_ = isTranslated_ = followsNat_ = false;
+    formerContacts_ = {contact_};
+    client_->moveContact(std::nullopt);
+    contact_ = client_->contact();
+    schedule();
+    return true;
+}
+
+// The answer may still come.
+void RegisterAttempt::handleTimeout()
+{
+    const State state = state_;
+    if (state != State::Unregistering)
+        late_.await(std::move(client_));
+    end();
+    if (state == State::Registering || state == State::Registered)
+        onOutcome_({.ack = SIPD_ACK_CONNECT_FAILED});
+}
+
+void RegisterAttempt::handleClosed()
+{
+    if (state_ != State::Registered || client_->isWaiting())
         return;
-    if (state_ == State::Abandoned) {
-        if (status < 300)
-            unregister();
-        else
-            close();
+    refreshAt_ = std::min(refreshAt_, std::max(clock_.now(), sentAt_ + SHORTEST_CONNECTION));
+    schedule();
+}
+
+void RegisterAttempt::schedule()
+{
+    auto at = refreshAt_;
+    isKeepAliveNext_ = false;
+    if (isTranslated_ && isDatagram() && packetAt_ + keepAlive_.silence() < at) {
+        at = packetAt_ + keepAlive_.silence();
+        isKeepAliveNext_ = !keepAlive_.isProbe();
+    }
+    const auto delay = std::chrono::ceil<milliseconds>(at - clock_.now());
+    next_->set(std::max(delay, milliseconds(1)));
+}
+
+void RegisterAttempt::refreshOrKeepOpen()
+{
+    if (state_ != State::Registered || client_->isWaiting())
+        return;
+    if (!isKeepAliveNext_) {
+        request(settings_.expires, formerContacts_, REFRESH_TIMEOUT);
         return;
     }
-    if (state_ != State::Registering && state_ != State::Registered)
-        return;
-    if (status < 300)
-        succeed();
-    else if ((status != 401 && status != 407) || !authenticate(sip))
-        fail(outcomeOf(status, phrase, sip));
-}
-
-// Answers the challenge. False when that is impossible or has failed before.
-bool RegisterAttempt::authenticate(const sip_t* sip)
-{
-    if (sip == nullptr)
-        return false;
-    const msg_auth_t* challenge =
-        sip->sip_www_authenticate != nullptr ? sip->sip_www_authenticate : sip->sip_proxy_authenticate;
-    while (challenge != nullptr && strcasecmp(challenge->au_scheme, "Digest") != 0)
-        challenge = challenge->au_next;
-    const char* const realm =
-        challenge != nullptr ? msg_header_find_param(challenge->au_common, "realm=") : nullptr;
-    if (realm == nullptr || realm == answeredRealm_)
-        return false;
-    answeredRealm_ = realm;
-    const std::string credentials = digestCredentials(realm, profile_.user, profile_.password);
-    nua_authenticate(handle_, NUTAG_AUTH(credentials.c_str()), TAG_END());
-    return true;
+    client_->keepOpen();
+    packetAt_ = clock_.now();
+    schedule();
 }
 
 // The owner looks at the state between two steps.
@@ -225,27 +180,17 @@ void RegisterAttempt::setState(State state)
     loop_.wake();
 }
 
-void RegisterAttempt::succeed()
-{
-    if (state_ == State::Registered)
-        return;
-    setState(State::Registered);
-    onOutcome_({.ack = SIPD_ACK_SUCCESS, .status = 200});
-}
-
 void RegisterAttempt::fail(const Outcome& outcome)
 {
-    if (state_ == State::Closing || state_ == State::Gone)
-        return;
-    const bool isWanted = state_ == State::Registering || state_ == State::Registered;
-    close();
-    if (isWanted)
-        onOutcome_(outcome);
+    if (!isAccepted_)
+        contact_.clear();
+    end();
+    onOutcome_(outcome);
 }
 
 void RegisterAttempt::unregisterOrAbandon()
 {
-    if (state_ == State::Registering)
+    if (state_ == State::Registering || (state_ == State::Registered && client_->isWaiting()))
         setState(State::Abandoned);
     else if (state_ == State::Registered)
         unregister();
@@ -254,26 +199,12 @@ void RegisterAttempt::unregisterOrAbandon()
 void RegisterAttempt::unregister()
 {
     setState(State::Unregistering);
-    unregisterLimit_->set(UNREGISTER_TIMEOUT);
-    nua_unregister(handle_, TAG_END());
+    request(std::chrono::seconds(0), formerContacts_, UNREGISTER_TIMEOUT);
 }
 
-void RegisterAttempt::handleUnregisterAnswer(int status, const sip_t* sip)
+void RegisterAttempt::end()
 {
-    if (status < 200 || state_ != State::Unregistering)
-        return;
-    if ((status != 401 && status != 407) || !authenticate(sip))
-        close();
-}
-
-void RegisterAttempt::close()
-{
-    if (state_ == State::Closing || state_ == State::Gone)
-        return;
-    unregisterLimit_->stop();
-    setState(State::Closing);
-    nua_handle_bind(handle_, nullptr);
-    nua_handle_destroy(handle_);
-    handle_ = nullptr;
-    nua_shutdown(agent_);
+    limit_->stop();
+    next_->stop();
+    setState(State::Gone);
 }

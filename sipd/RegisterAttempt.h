@@ -2,29 +2,27 @@
 #define REGISTERATTEMPT_H
 
 #include "EventLoop.h"
+#include "KeepAlive.h"
+#include "LateAnswers.h"
+#include "RegisterClient.h"
 #include "SipServices.h"
 
 #include <chrono>
 #include <memory>
 #include <string>
+#include <vector>
 
-struct nua_s;
-struct nua_handle_s;
-struct sip_s;
-
-// Settings of all registrations.
-struct SipSettings
-{
-    std::chrono::seconds expires{3600}; // the lifetime to ask servers for
-    std::string caFile;                 // the certificates to trust for TLS; empty for the system's
-};
-
-// An attempt by the SIP stack. It has a SIP agent of its own, at a port of its own.
+// An attempt at a real server: when a RegisterClient sends what.
+//
+// The registration is refreshed after half to three quarters of the granted time. When the server sees
+// another address than this machine's, as behind a NAT, that one is registered instead, and kept open. When
+// the server closes the connection, the registration is refreshed over a new one.
 class RegisterAttempt : public Attempt
 {
 public:
-    RegisterAttempt(EventLoop& loop, const SipSettings& settings, const SipProfile& profile,
-                    OnOutcome onOutcome);
+    // The client of an attempt that is over goes to late when its answer may still come.
+    RegisterAttempt(EventLoop& loop, Clock& clock, const SipSettings& settings, const SipProfile& profile,
+                    LateAnswers& late, OnOutcome onOutcome);
     ~RegisterAttempt() override;
     RegisterAttempt(const RegisterAttempt&) = delete;
     RegisterAttempt& operator=(const RegisterAttempt&) = delete;
@@ -33,31 +31,51 @@ public:
                                const std::vector<std::string>& formerContacts) override;
     void unregisterOrAbandon() override;
     State state() const override { return state_; }
-    std::string contact() const override { return {}; }
+    std::string contact() const override { return contact_; }
 
 private:
-    void handleEvent(int event, int status, const char* phrase, nua_handle_s* handle, const sip_s* sip);
-    void createAgent(const std::string& localHost, std::chrono::milliseconds timeout);
-    void sendRegister(const ServerAddress& server);
-    void handleRegisterAnswer(int status, const char* phrase, const sip_s* sip);
-    void handleUnregisterAnswer(int status, const sip_s* sip);
-    bool authenticate(const sip_s* sip);
+    void request(std::chrono::seconds lifetime, const std::vector<std::string>& formerContacts,
+                 std::chrono::milliseconds timeout);
+    void handleAnswer(const RegisterAnswer& answer);
+    void accept(const RegisterAnswer& answer);
+    bool followNat(const RegisterAnswer& answer);
+    bool stayAfterRefusedMove(const RegisterAnswer& answer);
+    void handleTimeout();
+    void handleClosed();
+    void schedule();
+    void refreshOrKeepOpen();
     void setState(State state);
-    void succeed();
     void fail(const Outcome& outcome);
     void unregister();
-    void close();
+    void end();
+    bool isDatagram() const { return profile_.nextHop().transport == Transport::Udp; }
 
     EventLoop& loop_;
+    Clock& clock_;
     const SipSettings& settings_;
     const SipProfile profile_;
+    LateAnswers& late_;
     const OnOutcome onOutcome_;
 
-    nua_s* agent_ = nullptr;
-    nua_handle_s* handle_ = nullptr;
+    std::unique_ptr<RegisterClient> client_;
     State state_ = State::Gone;
-    std::string answeredRealm_; // has received the credentials; as the server quotes it
-    const std::unique_ptr<Timer> unregisterLimit_;
+    bool isAccepted_ = false; // the server has accepted a registration
+    std::string contact_;
+    std::vector<std::string> formerContacts_; // to remove with the next request
+
+    KeepAlive keepAlive_;
+    bool followsNat_;
+    bool isTranslated_ = false; // the server sees another address than this machine's
+    bool isMoving_ = false;     // the running request moves the contact
+
+    BootClock::time_point sentAt_;    // the last request
+    BootClock::time_point packetAt_;  // the last packet
+    std::chrono::seconds silence_{0}; // before the last request
+    BootClock::time_point refreshAt_;
+    bool isKeepAliveNext_ = false;
+
+    const std::unique_ptr<Timer> limit_; // of the running request
+    const std::unique_ptr<Timer> next_;  // until the next packet
 };
 
 #endif

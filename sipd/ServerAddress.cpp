@@ -71,6 +71,11 @@ std::string ServerAddress::localUriHost() const
     return host;
 }
 
+void ServerAddress::sendFrom(int fd, std::string_view packet) const
+{
+    sendto(fd, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL, raw(), size());
+}
+
 const sockaddr* ServerAddress::raw() const
 {
     return std::visit([](const auto& address) { return reinterpret_cast<const sockaddr*>(&address); },

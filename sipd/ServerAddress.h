@@ -7,6 +7,7 @@
 #include <netinet/in.h>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 
 // An IP address, a port and a transport.
@@ -36,6 +37,9 @@ public:
     // This machine's source address for packets to that address, for a SIP URI. Empty, with errno, when there
     // is no route. Does not block, and sends nothing.
     std::string localUriHost() const;
+
+    // Sends one packet there from a datagram socket, if that is possible at once.
+    void sendFrom(int fd, std::string_view packet) const;
 
 private:
     const sockaddr* raw() const;

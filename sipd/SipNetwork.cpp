@@ -1,13 +1,10 @@
 #include "SipNetwork.h"
 
-#include "Digest.h"
-
 #include <utility>
 
 SipNetwork::SipNetwork(EventLoop& loop, SipSettings settings)
-    : loop_(loop), settings_(std::move(settings)), resolver_(loop)
+    : loop_(loop), settings_(std::move(settings)), resolver_(loop), late_(loop)
 {
-    installDigest();
 }
 
 Network::LookupHandle SipNetwork::resolve(const RegistrarAddress& registrar, OnResolved onResolved)
@@ -27,5 +24,5 @@ bool SipNetwork::isUp() const
 
 std::unique_ptr<Attempt> SipNetwork::makeAttempt(const SipProfile& profile, Attempt::OnOutcome onOutcome)
 {
-    return std::make_unique<RegisterAttempt>(loop_, settings_, profile, std::move(onOutcome));
+    return std::make_unique<RegisterAttempt>(loop_, loop_, settings_, profile, late_, std::move(onOutcome));
 }

@@ -1,6 +1,7 @@
 #ifndef SIPNETWORK_H
 #define SIPNETWORK_H
 
+#include "LateAnswers.h"
 #include "RegisterAttempt.h"
 #include "Resolver.h"
 #include "SipServices.h"
@@ -23,6 +24,7 @@ private:
     EventLoop& loop_;
     const SipSettings settings_;
     Resolver resolver_;
+    LateAnswers late_;
 };
 
 #endif

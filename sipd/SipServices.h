@@ -43,8 +43,9 @@ public:
         Gone
     };
 
-    // Called from the loop: with success when the server accepts the registration, and with the reason when
-    // the attempt fails or the registration is lost. Not called after unregisterOrAbandon().
+    // Called from the loop: with success when the server accepts the registration, and again when it accepts
+    // another contact of it; and with the reason when the attempt fails or the registration is lost. Not called
+    // after unregisterOrAbandon().
     using OnOutcome = std::function<void(const Outcome&)>;
 
     virtual ~Attempt() = default;

@@ -78,6 +78,12 @@ ExitStatus setKept(Options& options, const char* /*argument*/)
     return std::nullopt;
 }
 
+ExitStatus ignoreNat(Options& options, const char* /*argument*/)
+{
+    options.settings.followsNat = false;
+    return std::nullopt;
+}
+
 ExitStatus setVerbose(Options& /*options*/, const char* /*argument*/)
 {
     detailedLog = true;
@@ -104,6 +110,9 @@ constexpr std::array OPTIONS = {
               setExpiry},
     OptionRow{"keep-running", 0, nullptr, "hold the socket, and start the daemon again whenever it ends",
               setKept},
+    OptionRow{"no-nat", 0, nullptr,
+              "register this machine's own addresses even behind a NAT,\nand do not keep the NAT open",
+              ignoreNat},
     OptionRow{"verbose", 'v', nullptr, "log more", setVerbose},
     OptionRow{"help", 0, nullptr, "print this and exit", printHelp},
     OptionRow{"version", 0, nullptr, "print the version and exit", printVersion},
@@ -202,6 +211,7 @@ int main(int argc, char** argv)
     keepMemoryPrivate();
     umask(0077);
     Options options;
+    options.settings.product = "sipd/" ORMU_VERSION;
     if (const ExitStatus status = parseCommandLine(argc, argv, options))
         return *status;
     if (options.isKept && !DaemonSocket::isKept())

@@ -2,7 +2,7 @@
 
 #include "Digest.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -41,10 +41,79 @@ TEST(Digest, KnowsItsAlgorithmsByAnyCaseAndNoOthers)
     question.algorithm = "MD5-sess";
     EXPECT_NE(digestResponse(question, "Mufasa", "Circle of Life"), "8ca523f5e9506fed4657c9700eebdbec");
     question.algorithm = "SHA-512-256";
+    EXPECT_NE(digestResponse(question, "Mufasa", "Circle of Life"), "");
+    question.algorithm = "SHA-512";
     EXPECT_EQ(digestResponse(question, "Mufasa", "Circle of Life"), "");
 }
 
-TEST(Digest, HandsCredentialsToTheStackWithoutAColonInThem)
+TEST(Digest, AnswersAsTheStandardsExampleWithSha512256)
 {
-    EXPECT_EQ(digestCredentials("\"a\"", "b:c", ":"), "Digest:\"a\":623a63:3a");
+    const DigestQuestion question = {
+        "SHA-512-256", "api@example.org", "5TsQWLVdgBdmrQ0XsxbDODV+57QdFR34I9HAbC/RVvkK",
+        "GET",         "/doe.json",       "NTg6RKcb9boFIAS3KrFK9BGeh+iDa/sm6jUMp2wds69v",
+        "00000001"};
+    EXPECT_EQ(digestResponse(question, "J\xc3\xa4s\xc3\xb8n Doe", "Secret, or not?"),
+              "3798d4131c277846293534c3edc11bd8a5e4cdcbff78b05db9d95eeb1cec68a5");
+}
+
+namespace {
+
+std::string answerTo(const std::string& challenge)
+{
+    DigestClient client("anna", "secret");
+    if (client.takeChallenges({challenge}, {}) != DigestClient::Verdict::Answerable)
+        return {};
+    return client.headers("REGISTER", "sip:example.com").front().value;
+}
+
+} // namespace
+
+TEST(Digest, ReadsChallengesInAnyForm)
+{
+    const std::string plain = answerTo(R"(Digest realm="a b", nonce="n")");
+    EXPECT_THAT(plain,
+                testing::StartsWith(
+                    R"(Digest username="anna", realm="a b", nonce="n", uri="sip:example.com", response=")"));
+    for (const char* same : {R"(digest  NONCE = "n" ,, realm="a b")", "Digest\r\n nonce=n,realm=\"a\r\n  b\"",
+                             R"(Basic realm="x", Digest realm="\a b", nonce="n", unknown="1, nonce=2")",
+                             R"(Digest realm="a b", nonce="n", nonce="m", stale)"})
+        EXPECT_EQ(answerTo(same), plain) << same;
+    EXPECT_THAT(answerTo(R"(Digest realm="r", nonce="a\"b", qop=auth-int,auth, algorithm="sha-256")"),
+                testing::AllOf(testing::HasSubstr(R"(nonce="a\"b")"), testing::HasSubstr("qop=auth, "),
+                               testing::HasSubstr("algorithm=SHA-256,")));
+    for (const char* useless : {"", ",", "Digest", "Basic realm=\"a\"", R"(Digest nonce="n")",
+                                R"(Digest realm="a")", R"(Digest realm="a", nonce="n", algorithm=SHA3)"})
+        EXPECT_EQ(answerTo(useless), "") << useless;
+}
+
+TEST(Digest, TakesASecondChallengeForARefusal)
+{
+    using enum DigestClient::Verdict;
+    DigestClient client("anna", "secret");
+    EXPECT_EQ(client.takeChallenges({R"(Digest realm="a", nonce="1")"}, {}), Answerable);
+    EXPECT_EQ(client.takeChallenges({R"(Digest realm="a", nonce="2", stale=TRUE)"}, {}), Answerable);
+    EXPECT_EQ(client.takeChallenges({R"(Digest realm="b", nonce="2")"}, {}), Answerable);
+    EXPECT_EQ(client.takeChallenges({}, {R"(Digest realm="b", nonce="2")"}), Answerable);
+    EXPECT_EQ(client.takeChallenges({R"(Digest realm="b", nonce="3")"}, {}), Refused);
+    client.beginRequest();
+    EXPECT_EQ(client.takeChallenges({R"(Digest realm="b", nonce="3")"}, {}), Answerable);
+    EXPECT_EQ(client.headers("REGISTER", "sip:x").size(), 2U);
+}
+
+TEST(Digest, GivesUpAServerThatAsksForever)
+{
+    DigestClient client("anna", "secret");
+    int rounds = 0;
+    while (client.takeChallenges({"Digest stale=true, realm=r, nonce=" + std::to_string(rounds)}, {}) ==
+           DigestClient::Verdict::Answerable)
+        ASSERT_LT(++rounds, 10);
+    EXPECT_EQ(rounds, 5);
+}
+
+TEST(Digest, CountsTheUsesOfANonce)
+{
+    DigestClient client("anna", "secret");
+    client.takeChallenges({R"(Digest realm="a", nonce="1", qop="auth")"}, {});
+    EXPECT_THAT(client.headers("REGISTER", "sip:x").front().value, testing::EndsWith("nc=00000001"));
+    EXPECT_THAT(client.headers("REGISTER", "sip:x").front().value, testing::EndsWith("nc=00000002"));
 }

@@ -3,6 +3,7 @@
 #include "RegisterAttempt.h"
 #include "SipNetwork.h"
 #include "TestRegistrar.h"
+#include "VirtualNetwork.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -17,6 +18,16 @@ using namespace std::chrono_literals;
 using testing::IsEmpty;
 
 namespace {
+
+std::string requestOf(const std::string& method, const std::string& id)
+{
+    return method + " sip:phone@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" + id +
+           "\r\nFrom: <sip:x@y>;tag=1\r\nTo: <sip:phone@127.0.0.1>\r\nCall-ID: " + id + "\r\nCSeq: 1 " +
+           method + "\r\nContact: <sip:x@127.0.0.1>\r\nContent-Length: 0\r\n\r\n";
+}
+
+const std::vector<std::string> METHODS = {"INVITE", "MESSAGE", "REFER",  "SUBSCRIBE", "NOTIFY",
+                                          "INFO",   "BYE",     "CANCEL", "REGISTER",  "FOO"};
 
 class RegisterAttemptTest : public testing::Test
 {
@@ -38,8 +49,12 @@ protected:
         const auto port = static_cast<uint16_t>(registrar.port());
         const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", port), user, password};
         outcome.reset();
-        attempt = network.makeAttempt(profile, [this](const Outcome& ended) { outcome = ended.ack; });
-        ASSERT_EQ(attempt->registerAt(*ServerAddress::parse("127.0.0.1", port), timeout, {}),
+        attempt = std::make_unique<RegisterAttempt>(loop, clock(), settings, profile, late,
+                                                    [this](const Outcome& ended) {
+                                                        outcome = ended.ack;
+                                                        details = ended;
+                                                    });
+        ASSERT_EQ(attempt->registerAt(*ServerAddress::parse("127.0.0.1", port), timeout, formerContacts),
                   SIPD_ACK_SUCCESS);
     }
     // The outcome of a whole attempt.
@@ -64,36 +79,47 @@ protected:
         loop.wake();
         loop.step();
     }
-    // Sends a request to the registered phone: the status line's start of the answer.
-    std::string answerTo(const std::string& method, const std::string& contact);
+    // Sends a request to the phone, and steps until it has answered. It has handled all former packets then.
+    std::string answerTo(const std::string& method)
+    {
+        static int number = 0;
+        const size_t count = registrar.answers().size();
+        registrar.ask(requestOf(method, std::to_string(++number)));
+        while (registrar.answers().size() == count)
+            step();
+        return registrar.answers().back();
+    }
+    // Steps until no request of the phone waits for its answer.
+    void settle()
+    {
+        size_t before = 0;
+        do {
+            before = registrar.requests().size();
+            answerTo("OPTIONS");
+            while (registrar.accepted() < registrar.requests().size())
+                step();
+            answerTo("OPTIONS");
+        } while (registrar.requests().size() != before);
+    }
+    // Lets virtual time pass, in which each request is answered at once.
+    void advance(std::chrono::milliseconds time)
+    {
+        virtualClock.advance(time, [this] { settle(); });
+    }
+    Clock& clock() { return isVirtual ? static_cast<Clock&>(virtualClock) : loop; }
 
     EventLoop loop;
-    SipNetwork network{loop, {}};
+    VirtualClock virtualClock;
+    bool isVirtual = false;
+    SipSettings settings;
+    LateAnswers late{loop};
     TestRegistrar registrar;
+    std::vector<std::string> formerContacts;
     std::optional<_SIPD_APP_ACK_E> outcome;
+    Outcome details;
     std::unique_ptr<Attempt> attempt;
     std::vector<std::unique_ptr<Attempt>> former;
 };
-
-std::string RegisterAttemptTest::answerTo(const std::string& method, const std::string& contact)
-{
-    const FileDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
-    sockaddr_in phone = {};
-    phone.sin_family = AF_INET;
-    phone.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    phone.sin_port =
-        htons(static_cast<uint16_t>(std::stoi(contact.substr(contact.rfind(':', contact.find(';')) + 1))));
-    const std::string request =
-        method + " sip:anna@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" + method +
-        "\r\nFrom: <sip:x@y>;tag=1\r\nTo: <sip:anna@127.0.0.1>\r\nCall-ID: " + method + "\r\nCSeq: 1 " +
-        method + "\r\nContact: <sip:x@127.0.0.1>\r\nContent-Length: 0\r\n\r\n";
-    sendto(fd.get(), request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&phone),
-           sizeof(phone));
-    std::array<char, 4096> answer{};
-    while (recv(fd.get(), answer.data(), answer.size(), 0) < 0)
-        step();
-    return {answer.data(), 12};
-}
 
 } // namespace
 
@@ -146,7 +172,7 @@ TEST_F(RegisterAttemptTest, GivesUpOnASilentServerAfterTheTimeout)
 TEST_F(RegisterAttemptTest, FailsWithoutARoute)
 {
     const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", 5060), "anna", "secret"};
-    attempt = network.makeAttempt(profile, [](const Outcome&) {});
+    attempt = SipNetwork(loop, {}).makeAttempt(profile, [](const Outcome&) {});
     EXPECT_EQ(attempt->registerAt(*ServerAddress::parse("255.255.255.255", 5060), 8s, {}),
               SIPD_ACK_CONNECT_FAILED);
     EXPECT_TRUE(attempt->isGone());
@@ -215,22 +241,278 @@ TEST_F(RegisterAttemptTest, AuthenticatesWithAnyUserNameAndPassword)
 
 TEST_F(RegisterAttemptTest, AnswersTheStrongestChallenge)
 {
-    for (const std::vector<std::string>& algorithms :
-         {std::vector<std::string>{"SHA-256"}, {"SHA-256", "MD5"}, {"MD5"}, {"MD5-sess"}, {"SHA-256-sess"}}) {
+    for (const std::vector<std::string>& algorithms : {std::vector<std::string>{"SHA-256"},
+                                                       {"SHA-256", "MD5"},
+                                                       {"MD5"},
+                                                       {"MD5-sess"},
+                                                       {"SHA-256-sess"},
+                                                       {"SHA-512-256", "SHA-256", "MD5"},
+                                                       {"SHA-512-256-sess"}}) {
         registrar.setAccount({"anna", "secret", algorithms});
         EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS) << algorithms.front();
         end();
     }
-    registrar.setAccount({"anna", "secret", {"SHA-512-256"}});
+    registrar.setAccount({"anna", "secret", {"SHA-3"}});
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
+    EXPECT_EQ(details.words, "401 Unauthorized, by an unknown kind of authentication");
+}
+
+TEST_F(RegisterAttemptTest, AnswersEveryKindOfProtection)
+{
+    for (const char* qop : {"", R"("auth")", R"("auth-int")", R"("auth-int,auth")", R"("auth, auth-int")",
+                            R"("auth-conf , auth-int")", "auth", "auth-int", "auth-int,auth"}) {
+        registrar.setAccount({.user = "anna", .password = "secret", .qop = qop});
+        EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS) << qop;
+        end();
+        EXPECT_THAT(registrar.contacts(), IsEmpty()) << qop;
+    }
+    registrar.setAccount({.user = "anna", .password = "secret", .qop = "\"auth-conf\""});
     EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
 }
 
-TEST_F(RegisterAttemptTest, TakesNoCallsAndNoMessages)
+TEST_F(RegisterAttemptTest, AnswersRealmsWithoutQuotationMarks)
+{
+    registrar.setAccount(
+        {.user = "anna", .password = "secret", .realm = "sip.example.com", .isRealmQuoted = false});
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+}
+
+TEST_F(RegisterAttemptTest, AnswersAChangedRealm)
+{
+    registrar.setAccount({.user = "anna", .password = "secret", .realm = "former"});
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    registrar.setAccount({.user = "anna", .password = "secret", .realm = "present"});
+    end();
+    EXPECT_THAT(registrar.contacts(), IsEmpty());
+}
+
+TEST_F(RegisterAttemptTest, AnswersAServerAndItsProxy)
+{
+    registrar.setAccount({"anna", "secret"});
+    for (const bool inOneAnswer : {true, false}) {
+        registrar.setProxy({.user = "anna", .password = "secret", .realm = "proxy"}, inOneAnswer);
+        EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS) << inOneAnswer;
+        end();
+        EXPECT_THAT(registrar.contacts(), IsEmpty());
+        registrar.setProxy({.user = "anna", .password = "other", .realm = "proxy"}, inOneAnswer);
+        EXPECT_EQ(outcomeOf(), SIPD_ACK_INCORRECT_PROFILE) << inOneAnswer;
+        end();
+    }
+}
+
+TEST_F(RegisterAttemptTest, TellsTheServersWords)
+{
+    registrar.setAnswer(480, "Account is unpaid");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
+    EXPECT_EQ(details.status, 480);
+    EXPECT_EQ(details.words, "480 Account is unpaid");
+    end();
+    registrar.setAnswer(603, "a\tb\x1b[0m\xc3\xa4" + std::string(200, 'x'));
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
+    EXPECT_EQ(details.words, "603 a?b?[0m??" + std::string(91, 'x'));
+}
+
+TEST_F(RegisterAttemptTest, TellsRedirectsAndWhenToRetry)
+{
+    registrar.setAnswer(
+        302, "Moved",
+        "Contact: <sip:b.example.com:5070;transport=tcp>;q=0.2, <tel:1>, <sips:a.example.com>;q=0.9\r\n");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
+    EXPECT_THAT(details.redirects,
+                testing::ElementsAre("sips:a.example.com", "sip:b.example.com:5070;transport=tcp"));
+    end();
+    registrar.setAnswer(503, "Busy", "Retry-After: 7 (soon)\r\n");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SERVICE_UNAVAILABLE);
+    EXPECT_EQ(details.retryAfter, 7s);
+}
+
+TEST_F(RegisterAttemptTest, FailsWhenTheServerDoesNotHoldItsContact)
+{
+    for (const char* contacts :
+         {"Contact: <sip:anna@192.0.2.9:5060>;expires=3600\r\n", "Contact: <sip:bert@127.0.0.1:5060>\r\n"}) {
+        registrar.setContactHeaders(contacts);
+        EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED) << contacts;
+        EXPECT_EQ(details.words, "200 OK, but without this phone's contact");
+        end();
+    }
+    registrar.setContactHeaders({});
+    registrar.setGranted(0);
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_FAILED);
+}
+
+TEST_F(RegisterAttemptTest, FindsItsContactInAnyForm)
+{
+    registrar.setAnswer(0);
+    start();
+    const std::string port = attempt->contact().substr(attempt->contact().rfind(':') + 1);
+    while (registrar.requests().empty())
+        step();
+    registrar.setContactHeaders("m: <sip:x@y>;q=1, \"A\" <SIP:Anna@127.0.0.1:" + port +
+                                ";ob;transport=UDP>;+x=\"a,b\";Expires=77\r\n");
+    registrar.setAnswer({});
+    while (!outcome)
+        step();
+    EXPECT_EQ(outcome, SIPD_ACK_SUCCESS);
+}
+
+TEST_F(RegisterAttemptTest, BelievesAServerThatNamesNoContacts)
+{
+    registrar.setContactHeaders("Expires: 60\r\n");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+}
+
+TEST_F(RegisterAttemptTest, RepeatsALostUnregistering)
 {
     EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
-    const std::string contact = *registrar.contacts().begin();
-    for (const char* method : {"INVITE", "MESSAGE", "REFER", "SUBSCRIBE", "NOTIFY", "INFO"})
-        EXPECT_EQ(answerTo(method, contact), "SIP/2.0 405 ") << method;
-    EXPECT_EQ(answerTo("OPTIONS", contact), "SIP/2.0 200 ");
+    EXPECT_EQ(registrar.contacts(), std::set<std::string>{'<' + attempt->contact() + '>'});
+    registrar.lose(1);
+    Attempt& ending = *attempt;
+    end();
+    EXPECT_THAT(registrar.contacts(), IsEmpty());
+    EXPECT_EQ(registrar.requests().size(), 3U);
+    EXPECT_EQ(ending.contact(), "");
+}
+
+TEST_F(RegisterAttemptTest, UnregistersAnAcceptanceAfterTheTimeout)
+{
+    registrar.hold();
+    start("anna", "secret", 50ms);
+    while (!outcome)
+        loop.step();
+    EXPECT_EQ(outcome, SIPD_ACK_CONNECT_FAILED);
+    EXPECT_TRUE(attempt->isGone());
+    EXPECT_NE(attempt->contact(), "") << "the server may hold it";
+    attempt.reset();
+    registrar.release();
+    while (!late.isEmpty())
+        loop.step();
+    EXPECT_EQ(registrar.requests().back().expires, 0);
+    EXPECT_THAT(registrar.contacts(), IsEmpty());
+}
+
+TEST_F(RegisterAttemptTest, RemovesFormerContacts)
+{
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    formerContacts = {attempt->contact(), "sip:anna@192.0.2.1:5060"};
+    former.push_back(std::move(attempt));
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(registrar.contacts(), std::set<std::string>{'<' + attempt->contact() + '>'});
+    former.front()->unregisterOrAbandon();
+}
+
+TEST_F(RegisterAttemptTest, OffersOnlyWhatItDoes)
+{
+    settings.product = "product/1";
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    const std::string text = registrar.requests().back().text;
+    EXPECT_THAT(text, testing::HasSubstr("\r\nUser-Agent: product/1\r\n"));
+    EXPECT_THAT(text, testing::HasSubstr("\r\nAllow: OPTIONS\r\n"));
+    EXPECT_THAT(text, testing::HasSubstr("\r\nContent-Length: 0\r\n"));
+    for (const char* header : {"Supported", "Require", "Accept", "Content-Type", "sofia"})
+        EXPECT_THAT(text, testing::Not(testing::HasSubstr(header)));
+}
+
+TEST_F(RegisterAttemptTest, AnswersItsRegistrarWithoutTellingAnything)
+{
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    EXPECT_THAT(answerTo("OPTIONS"), testing::StartsWith("SIP/2.0 200 "));
+    for (const std::string& method : METHODS)
+        EXPECT_THAT(answerTo(method), testing::StartsWith("SIP/2.0 405 ")) << method;
+    for (const std::string& answer : registrar.answers())
+        for (const char* word : {"anna", "sipd", "sofia", "Contact", "Server", "User-Agent"})
+            EXPECT_THAT(answer, testing::Not(testing::HasSubstr(word)));
     EXPECT_EQ(attempt->state(), Attempt::State::Registered);
+}
+
+TEST_F(RegisterAttemptTest, IsSilentToStrangers)
+{
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    const std::string contact = attempt->contact();
+    const auto phone = *ServerAddress::parse(
+        "127.0.0.1", static_cast<uint16_t>(std::stoi(contact.substr(contact.rfind(':') + 1))));
+    const FileDescriptor stranger(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    for (const std::string& method : METHODS)
+        phone.sendFrom(stranger.get(), requestOf(method, method));
+    phone.sendFrom(stranger.get(), requestOf("OPTIONS", "scan"));
+    phone.sendFrom(stranger.get(), "\r\n\r\n");
+    phone.sendFrom(stranger.get(), std::string(70, '\0'));
+    settle(); // the registrar is answered after them
+    char byte = 0;
+    EXPECT_LT(recv(stranger.get(), &byte, 1, 0), 0);
+    EXPECT_EQ(attempt->state(), Attempt::State::Registered);
+}
+
+TEST_F(RegisterAttemptTest, NeverRefreshesLate)
+{
+    isVirtual = true;
+    registrar.setGranted(2);
+    settings.expires = 2s;
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    for (int i = 0; i < 100; ++i) {
+        const size_t count = registrar.accepted();
+        const auto before = virtualClock.milliseconds();
+        while (registrar.accepted() == count && virtualClock.milliseconds() - before < 2000)
+            advance(10ms);
+        ASSERT_EQ(registrar.accepted(), count + 1) << i;
+        ASSERT_LT(virtualClock.milliseconds() - before, 1800) << i;
+    }
+    EXPECT_EQ(attempt->state(), Attempt::State::Registered);
+}
+
+TEST_F(RegisterAttemptTest, SendsNothingWithoutANat)
+{
+    isVirtual = true;
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    advance(1790s);
+    EXPECT_EQ(registrar.requests().size(), 1U);
+    advance(1000s);
+    EXPECT_EQ(registrar.requests().size(), 2U);
+    EXPECT_EQ(registrar.keepAlives(), 0U);
+}
+
+TEST_F(RegisterAttemptTest, RegistersTheAddressThatTheServerSees)
+{
+    registrar.setSeen("203.0.113.7:40000");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    settle();
+    EXPECT_EQ(attempt->contact(), "sip:anna@203.0.113.7:40000");
+    EXPECT_THAT(registrar.contacts(), testing::ElementsAre("<sip:anna@203.0.113.7:40000>"));
+    end();
+    EXPECT_THAT(registrar.contacts(), IsEmpty());
+    settings.followsNat = false;
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    settle();
+    EXPECT_THAT(registrar.contacts(), testing::ElementsAre(testing::StartsWith("<sip:anna@127.0.0.1:")));
+}
+
+TEST_F(RegisterAttemptTest, StaysWhenTheSeenAddressIsRefused)
+{
+    registrar.setSeen("203.0.113.7:40000");
+    registrar.refuse("203.0.113.7");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    while (attempt->contact().find("203.0.113.7") != std::string::npos)
+        step();
+    EXPECT_EQ(attempt->state(), Attempt::State::Registered);
+    EXPECT_EQ(outcome, SIPD_ACK_SUCCESS);
+}
+
+TEST_F(RegisterAttemptTest, KeepsANatOpenAsSeldomAsItLasts)
+{
+    isVirtual = true;
+    registrar.setSeen("203.0.113.7:40000");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    settle();
+    // Refreshes show how long the mapping lasts.
+    advance(30s);
+    EXPECT_EQ(registrar.requests().size(), 3U);
+    advance(45s);
+    EXPECT_EQ(registrar.requests().size(), 4U);
+    registrar.setSeen("203.0.113.7:40001");
+    advance(67s);
+    settle();
+    EXPECT_THAT(registrar.contacts(), testing::ElementsAre("<sip:anna@203.0.113.7:40001>"));
+    // 45 seconds do.
+    advance(400s);
+    EXPECT_EQ(registrar.requests().size(), 6U);
+    EXPECT_EQ(registrar.keepAlives(), 8U);
 }

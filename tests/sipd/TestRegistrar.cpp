@@ -12,8 +12,11 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
+
+constexpr char PROXY_NONCE[] = "of the proxy";
 
 std::vector<std::string> linesOf(const std::string& message)
 {
@@ -64,6 +67,18 @@ std::string quotedText(const std::string& text)
     for (const char c : text)
         result += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
     return '"' + result + '"';
+}
+
+// The URIs of a header Contact with its parameters, as "<URI>" and whether it is to be removed.
+std::vector<std::pair<std::string, bool>> contactsOf(const std::string& header, int expires)
+{
+    std::vector<std::pair<std::string, bool>> contacts;
+    for (size_t start = header.find('<'); start != std::string::npos; start = header.find('<', start + 1)) {
+        const size_t end = header.find('>', start) + 1;
+        const bool isRemoved = expires == 0 || header.compare(end, 10, ";expires=0") == 0;
+        contacts.emplace_back(header.substr(start, end - start), isRemoved);
+    }
+    return contacts;
 }
 
 // The value of a parameter of an Authorization header, without its quotation marks.
@@ -128,7 +143,16 @@ void TestRegistrar::run()
                                        reinterpret_cast<sockaddr*>(&from), &size);
         if (count <= 0)
             continue;
-        const std::string answer = answerTo({buffer.data(), static_cast<size_t>(count)});
+        const std::string message(buffer.data(), static_cast<size_t>(count));
+        {
+            const std::lock_guard lock(mutex_);
+            if (message.find_first_not_of("\r\n") == std::string::npos)
+                ++keepAlives_;
+            else if (message.starts_with("SIP/2.0 "))
+                answers_.push_back(message);
+            phone_ = from;
+        }
+        const std::string answer = answerTo(message);
         if (!answer.empty())
             sendto(fd_, answer.data(), answer.size(), 0, reinterpret_cast<sockaddr*>(&from), size);
         if (answer.starts_with("SIP/2.0 200 ")) {
@@ -145,29 +169,58 @@ std::string TestRegistrar::answerTo(const std::string& message)
         return {};
     const std::string to = valueOf(lines, "To");
     const size_t start = to.find("sip:") + 4;
-    const Register request{unescaped(to.substr(start, to.find('@') - start)), valueOf(lines, "Contact"),
-                           valueOf(lines, "Authorization"), std::stoi('0' + valueOf(lines, "Expires"))};
+    const Register request{unescaped(to.substr(start, to.find('@') - start)), headers(lines, "Contact"),
+                           valueOf(lines, "Authorization"), std::stoi('0' + valueOf(lines, "Expires")),
+                           message};
 
     std::unique_lock lock(mutex_);
     requests_.push_back(request);
     released_.wait(lock, [this] { return !isHeld_ || isStopping_; });
-    if (status_ == 0)
+    if (status_ == 0 || (lost_ > 0 && lost_-- > 0))
         return {};
-    const std::string common = headers(lines, "Via") + headers(lines, "From") + "To: " + to + ";tag=1\r\n" +
+    std::string via = headers(lines, "Via");
+    if (!seen_.empty()) {
+        const size_t colon = seen_.rfind(':');
+        via.replace(via.find(";rport"), 6,
+                    ";received=" + seen_.substr(0, colon) + ";rport=" + seen_.substr(colon + 1));
+    }
+    const std::string common = via + headers(lines, "From") + "To: " + to + ";tag=1\r\n" +
                                headers(lines, "Call-ID") + headers(lines, "CSeq") + "Content-Length: 0\r\n";
     if (status_)
-        return "SIP/2.0 " + std::to_string(*status_) + " Said\r\n" + common + "\r\n";
-    if (account_ && !isAuthorized(request))
-        return "SIP/2.0 401 Unauthorized\r\n" + common + challenges() + "\r\n";
+        return "SIP/2.0 " + std::to_string(*status_) + ' ' + reason_ + "\r\n" + common + statusHeaders_ +
+               "\r\n";
+    if (!refused_.empty() && request.contact.find(refused_) != std::string::npos)
+        return "SIP/2.0 403 Forbidden\r\n" + common + "\r\n";
+    const std::string proxied = valueOf(lines, "Proxy-Authorization");
+    const bool isPassed = !proxy_ || isAuthorizedBy(*proxy_, proxied, PROXY_NONCE);
+    if (!isPassed && !asksAtOnce_)
+        return "SIP/2.0 407 Proxy Authentication Required\r\n" + common +
+               challenges(*proxy_, "Proxy-Authenticate", PROXY_NONCE) + "\r\n";
+    if (account_ && (!isAuthorized(request) || !isPassed))
+        return "SIP/2.0 401 Unauthorized\r\n" + common +
+               (isPassed ? "" : challenges(*proxy_, "Proxy-Authenticate", PROXY_NONCE)) +
+               challenges(*account_, "WWW-Authenticate", nonce()) + "\r\n";
     if (request.expires != 0 && request.expires < shortestBinding_)
         return "SIP/2.0 423 Interval Too Brief\r\n" + common +
                "Min-Expires: " + std::to_string(shortestBinding_) + "\r\n\r\n";
-    if (request.expires == 0)
-        contacts_.erase(request.contact);
-    else
-        contacts_.insert(request.contact);
-    return "SIP/2.0 200 OK\r\n" + common + "Contact: " + request.contact +
-           ";expires=" + std::to_string(request.expires) + "\r\n\r\n";
+    std::string bound;
+    const int granted = request.expires == 0 ? 0 : granted_.value_or(request.expires);
+    for (const auto& [contact, isRemoved] : contactsOf(request.contact, request.expires)) {
+        if (isRemoved)
+            contacts_.erase(contact);
+        else
+            contacts_.insert(contact);
+        if (!isRemoved)
+            bound += "Contact: " + contact + ";expires=" + std::to_string(granted) + "\r\n";
+    }
+    return "SIP/2.0 200 OK\r\n" + common + (contactHeaders_.empty() ? bound : contactHeaders_) + "\r\n";
+}
+
+void TestRegistrar::ask(const std::string& request)
+{
+    const std::lock_guard lock(mutex_);
+    sendto(fd_, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&phone_),
+           sizeof(sockaddr_in));
 }
 
 bool TestRegistrar::isAuthorized(const Register& request)
@@ -179,28 +232,38 @@ bool TestRegistrar::isAuthorized(const Register& request)
         return false;
     }
     ++usesOfNonce_;
-    const DigestQuestion question{
-        parameter(header, "algorithm"), account_->realm,        nonce(), "REGISTER", parameter(header, "uri"),
-        parameter(header, "cnonce"),    parameter(header, "nc")};
-    return parameter(header, "username") == account_->user && request.user == account_->user &&
-           parameter(header, "realm") == account_->realm &&
-           question.algorithm == account_->algorithms.front() &&
-           parameter(header, "response") == digestResponse(question, account_->user, account_->password);
+    return request.user == account_->user && isAuthorizedBy(*account_, header, nonce());
 }
 
-std::string TestRegistrar::challenges()
+bool TestRegistrar::isAuthorizedBy(const Account& account, const std::string& header,
+                                   const std::string& nonce)
+{
+    const DigestQuestion question{parameter(header, "algorithm"),
+                                  account.realm,
+                                  nonce,
+                                  "REGISTER",
+                                  parameter(header, "uri"),
+                                  parameter(header, "cnonce"),
+                                  parameter(header, "nc"),
+                                  parameter(header, "qop")};
+    return parameter(header, "username") == account.user && parameter(header, "nonce") == nonce &&
+           parameter(header, "realm") == account.realm && question.algorithm == account.algorithms.front() &&
+           account.qop.empty() == question.qop.empty() &&
+           account.qop.find(question.qop) != std::string::npos &&
+           parameter(header, "response") == digestResponse(question, account.user, account.password);
+}
+
+std::string TestRegistrar::challenges(const Account& account, const char* name,
+                                      const std::string& nonce) const
 {
     std::string headers;
-    for (const std::string& algorithm : account_->algorithms)
-        headers += "WWW-Authenticate: Digest realm=" + quotedText(account_->realm) + ", nonce=\"" + nonce() +
-                   "\", algorithm=" + algorithm + ", qop=\"auth\", opaque=\"o\"" +
+    for (const std::string& algorithm : account.algorithms)
+        headers += std::string(name) +
+                   ": Digest realm=" + (account.isRealmQuoted ? quotedText(account.realm) : account.realm) +
+                   ", nonce=\"" + nonce + "\", algorithm=" + algorithm +
+                   (account.qop.empty() ? "" : ", qop=" + account.qop) + ", opaque=\"o\"" +
                    (saysStale_ && nonceNumber_ > 1 ? ", stale=true\r\n" : "\r\n");
     return headers;
-}
-
-std::string TestRegistrar::nonce()
-{
-    return "nonce" + std::to_string(nonceNumber_);
 }
 
 void TestRegistrar::release()

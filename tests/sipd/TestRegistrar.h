@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <sys/socket.h>
 #include <thread>
 #include <vector>
 
@@ -21,6 +22,8 @@ public:
         std::string password;
         std::vector<std::string> algorithms = {"MD5"}; // that it asks for, in this order
         std::string realm = R"(the "realm")";
+        std::string qop = "\"auth\""; // as it stands in the header; empty for none
+        bool isRealmQuoted = true;
     };
 
     struct Register
@@ -29,6 +32,7 @@ public:
         std::string contact;
         std::string authorization;
         int expires = -1;
+        std::string text; // the whole message
     };
 
     // A port of 0 is any.
@@ -41,8 +45,34 @@ public:
 
     // Asks for the password of this account. Without an account, every REGISTER is accepted.
     void setAccount(const Account& account) { set(account_, account); }
-    // The status of every answer from now on; 0 for no answer at all.
-    void setAnswer(std::optional<int> status) { set(status_, status); }
+    // A proxy before the registrar asks for the password of this account, too. Both ask in one answer, or the
+    // proxy asks first.
+    void setProxy(const Account& account, bool inOneAnswer)
+    {
+        set(proxy_, account);
+        set(asksAtOnce_, inOneAnswer);
+    }
+    // The status of every answer from now on; 0 for no answer at all. The reason and the headers, with their
+    // line ends, go into it.
+    void setAnswer(std::optional<int> status, const std::string& reason = "Said",
+                   const std::string& headers = {})
+    {
+        set(status_, status);
+        set(reason_, reason);
+        set(statusHeaders_, headers);
+    }
+    // Loses that many requests from now on: they are counted, but have no answer.
+    void lose(int count) { set(lost_, count); }
+    // The address that it says to have seen, "HOST:PORT"; empty for none.
+    void setSeen(const std::string& seen) { set(seen_, seen); }
+    // The contact headers of a positive answer, with their line ends, instead of the registered contact.
+    void setContactHeaders(const std::string& headers) { set(contactHeaders_, headers); }
+    // Answers 403 to a request whose contacts contain that text.
+    void refuse(const std::string& text) { set(refused_, text); }
+    // The lifetime that it grants, whatever the phone asks for.
+    void setGranted(int seconds) { set(granted_, seconds); }
+    // Sends a request to the phone that has sent the last request. Its answer gets into answers().
+    void ask(const std::string& request);
     // Answers wait until release().
     void hold() { set(isHeld_, true); }
     void release();
@@ -59,6 +89,9 @@ public:
     std::set<std::string> contacts() const { return get(contacts_); } // registered now
     // Requests whose positive answer has been sent.
     size_t accepted() const { return get(accepted_); }
+    // Packets without content.
+    size_t keepAlives() const { return get(keepAlives_); }
+    std::vector<std::string> answers() const { return get(answers_); }
 
 private:
     template <class T>
@@ -77,8 +110,9 @@ private:
     void run();
     std::string answerTo(const std::string& request);
     bool isAuthorized(const Register& request);
-    std::string challenges();
-    std::string nonce();
+    static bool isAuthorizedBy(const Account& account, const std::string& header, const std::string& nonce);
+    std::string challenges(const Account& account, const char* name, const std::string& nonce) const;
+    std::string nonce() const { return "nonce" + std::to_string(nonceNumber_); }
 
     int fd_ = -1;
     int wakeFd_ = -1;
@@ -87,7 +121,16 @@ private:
     mutable std::mutex mutex_; // of what follows
     std::condition_variable released_;
     std::optional<Account> account_;
+    std::optional<Account> proxy_;
+    bool asksAtOnce_ = false;
     std::optional<int> status_;
+    std::string reason_;
+    std::string statusHeaders_;
+    int lost_ = 0;
+    std::string seen_;
+    std::string refused_;
+    std::string contactHeaders_;
+    std::optional<int> granted_;
     bool isHeld_ = false;
     bool isStopping_ = false;
     int nonceUses_ = 1'000'000;
@@ -98,6 +141,9 @@ private:
     std::vector<Register> requests_;
     std::set<std::string> contacts_;
     size_t accepted_ = 0;
+    size_t keepAlives_ = 0;
+    std::vector<std::string> answers_;
+    sockaddr_storage phone_ = {};
 
     std::thread thread_;
 };

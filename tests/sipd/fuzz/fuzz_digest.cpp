@@ -1,5 +1,5 @@
-// Feeds a server's challenges to the answering of them, through the SIP stack as the daemon does, and reads
-// the answers as a server would.
+// Feeds a server's challenges, which the SIP stack has parsed as in the daemon, to the answering of them, and
+// reads the answers as a server would.
 //
 // An input is, with a zero byte between them: a user name, a password, and the headers of one or more
 // responses that ask for authentication, one after the other.
@@ -8,17 +8,13 @@
 #include "Require.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
-#include <strings.h>
 #include <vector>
 
-#include <sofia-sip/auth_client.h>
 #include <sofia-sip/msg_parser.h>
 #include <sofia-sip/sip_header.h>
 #include <sofia-sip/sip_parser.h>
@@ -118,18 +114,28 @@ private:
     std::map<std::string, std::string> values_;
 };
 
+std::vector<std::string> valuesOf(const msg_auth_t* first)
+{
+    std::vector<std::string> values;
+    su_home_t home = SU_HOME_INIT(home);
+    su_home_init(&home);
+    for (const msg_auth_t* header = first; header != nullptr; header = header->au_next) {
+        if (const char* const value =
+                sip_header_as_string(&home, reinterpret_cast<const sip_header_t*>(header)))
+            values.emplace_back(value);
+    }
+    su_home_deinit(&home);
+    return values;
+}
+
 // One account at one server, from challenge to challenge.
 class Session
 {
 public:
-    Session(const std::string& user, const std::string& password) : user_(user), password_(password)
+    Session(const std::string& user, const std::string& password)
+        : user_(user), password_(password), client_(user, password)
     {
-        home_.suh_size = sizeof(home_);
-        su_home_init(&home_);
     }
-    ~Session() { su_home_deinit(&home_); }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
 
     void takeResponse(const std::string& headers)
     {
@@ -137,68 +143,36 @@ public:
         const sip_t* const sip = response ? sip_object(response.get()) : nullptr;
         if (sip == nullptr)
             return;
-        takeChallenges(sip->sip_www_authenticate, sip_authorization_class);
-        takeChallenges(sip->sip_proxy_authenticate, sip_proxy_authorization_class);
-        // The same nonce twice: a refresh comes without a new challenge.
-        answer();
-        answer();
+        take(valuesOf(sip->sip_www_authenticate), valuesOf(sip->sip_proxy_authenticate));
+        // As it came, without the stack.
+        take({headers}, {});
     }
 
 private:
-    void takeChallenges(const msg_auth_t* first, msg_hclass_t* credentialClass)
+    void take(const std::vector<std::string>& fromServer, const std::vector<std::string>& fromProxies)
     {
-        if (first == nullptr || auc_challenge(&clients_, &home_, first, credentialClass) < 0)
+        if (client_.takeChallenges(fromServer, fromProxies) != DigestClient::Verdict::Answerable)
             return;
-        for (const msg_auth_t* challenge = first; challenge != nullptr; challenge = challenge->au_next) {
-            const char* const realm = msg_header_find_param(challenge->au_common, "realm=");
-            if (strcasecmp(challenge->au_scheme, "Digest") == 0 && realm != nullptr)
-                auc_credentials(&clients_, &home_, digestCredentials(realm, user_, password_).c_str());
+        // The same nonce twice: a refresh comes without a new challenge.
+        for (int i = 0; i < 2; ++i) {
+            client_.beginRequest();
+            for (const DigestClient::Header& header : client_.headers("REGISTER", registrar))
+                checkAnswer(header.value);
         }
     }
 
-    void answer()
+    void checkAnswer(const std::string& header)
     {
-        if (auc_has_authorization(&clients_) <= 0)
-            return;
-        const Message request = messageOf("REGISTER " + std::string(registrar) + " SIP/2.0\r\n\r\n");
-        sip_t* const sip = sip_object(request.get());
-        if (auc_authorization(&clients_, request.get(), reinterpret_cast<msg_pub_t*>(sip), "REGISTER",
-                              sip->sip_request->rq_url, nullptr) <= 0)
-            return;
-        size_t size = 0;
-        const char* const text =
-            msg_as_string(&home_, request.get(), reinterpret_cast<msg_pub_t*>(sip), 0, &size);
-        require(text != nullptr);
-        checkRequest({text, size});
-    }
-
-    void checkRequest(std::string_view text)
-    {
-        std::set<std::string> nonces;
-        while (!text.empty()) {
-            const size_t end = text.find("\r\n");
-            require(end != std::string_view::npos);
-            const std::string_view line = text.substr(0, end);
-            text.remove_prefix(end + 2);
-            require(line.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos);
-            const size_t colon = std::min(line.find(": "), line.size());
-            const std::string_view name = line.substr(0, colon);
-            if (name == "Authorization" || name == "Proxy-Authorization")
-                checkAnswer(Parameters(line.substr(colon + 2)));
-            else
-                require(line.empty() || name == "Content-Length" ||
-                        line == "REGISTER " + std::string(registrar) + " SIP/2.0");
-        }
-    }
-
-    void checkAnswer(const Parameters& answer)
-    {
+        require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos);
+        const Parameters answer(header);
         require(answer["username"] == user_ && answer["uri"] == registrar);
         require(answer.has("realm") && answer.has("nonce") && answer.has("qop") == answer.has("nc"));
+        const std::string qop = answer.has("qop") ? answer["qop"] : "auth";
         const DigestQuestion question = {answer["algorithm"], answer["realm"],  answer["nonce"], "REGISTER",
-                                         registrar,           answer["cnonce"], answer["nc"]};
+                                         registrar,           answer["cnonce"], answer["nc"],    qop};
         if (answer.has("qop"))
-            require(answer["qop"] == "auth" && answer["nc"].size() == 8 && !answer["cnonce"].empty());
+            require((qop == "auth" || qop == "auth-int") && answer["nc"].size() == 8 &&
+                    !answer["cnonce"].empty());
         const std::string response = digestResponse(question, user_, password_);
         require(!response.empty() && answer["response"] == response);
         ++answersByAlgorithm[question.algorithm];
@@ -206,16 +180,13 @@ private:
 
     const std::string user_;
     const std::string password_;
-    su_home_t home_ = {};
-    auth_client_t* clients_ = nullptr;
+    DigestClient client_;
 };
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool isInstalled = (installDigest(), true);
-    require(isInstalled);
     const auto parts = split({reinterpret_cast<const char*>(data), size});
     if (parts.size() < 3 || !isUserName(parts[0]))
         return 0;
