@@ -35,7 +35,7 @@ constexpr std::array ALGORITHMS = {
 constexpr int MOST_ROUNDS = 5;
 constexpr size_t MOST_REALMS = 8;
 
-bool isSame(const std::string& first, const char* second)
+bool isSameWord(const std::string& first, const char* second)
 {
     return strcasecmp(first.c_str(), second) == 0;
 }
@@ -46,7 +46,7 @@ std::optional<size_t> findAlgorithm(const std::string& name)
     if (name.empty())
         return 0;
     for (size_t i = 0; i < ALGORITHMS.size(); ++i) {
-        if (isSame(name, ALGORITHMS[i].name))
+        if (isSameWord(name, ALGORITHMS[i].name))
             return i;
     }
     return std::nullopt;
@@ -158,18 +158,18 @@ void setParameter(DigestChallenge& challenge, const std::string& name, std::stri
         if (!std::exchange(isThere, true))
             text = std::move(value);
     };
-    if (isSame(name, "realm"))
+    if (isSameWord(name, "realm"))
         setText(challenge.realm, challenge.hasRealm);
-    else if (isSame(name, "nonce"))
+    else if (isSameWord(name, "nonce"))
         setText(challenge.nonce, challenge.hasNonce);
-    else if (isSame(name, "opaque"))
+    else if (isSameWord(name, "opaque"))
         setText(challenge.opaque, challenge.hasOpaque);
-    else if (isSame(name, "algorithm") && challenge.algorithm.empty())
+    else if (isSameWord(name, "algorithm") && challenge.algorithm.empty())
         challenge.algorithm = std::move(value);
-    else if (isSame(name, "qop") && challenge.qop.empty())
+    else if (isSameWord(name, "qop") && challenge.qop.empty())
         challenge.qop = std::move(value);
-    else if (isSame(name, "stale"))
-        challenge.isStale = isSame(value, "true");
+    else if (isSameWord(name, "stale"))
+        challenge.isStale = isSameWord(value, "true");
 }
 
 // The protection to use of a server's list: without the body when it may be. Nothing when none is known.
@@ -181,9 +181,9 @@ std::optional<std::string> chooseQop(const std::string& list)
     while (reader.skipToName()) {
         isListed = true;
         const std::string qop = reader.name();
-        if (isSame(qop, "auth"))
+        if (isSameWord(qop, "auth"))
             return "auth";
-        hasBody = hasBody || isSame(qop, "auth-int");
+        hasBody = hasBody || isSameWord(qop, "auth-int");
         if (reader.hasValue())
             reader.value();
     }
@@ -249,7 +249,7 @@ DigestClient::Verdict DigestClient::take(const std::vector<std::string>& values,
     bool hasDigest = false;
     for (const std::string& value : values) {
         for (const DigestChallenge& challenge : parseChallenges(value)) {
-            if (!isSame(challenge.scheme, "Digest"))
+            if (!isSameWord(challenge.scheme, "Digest"))
                 continue;
             hasDigest = true;
             const auto algorithm = findAlgorithm(challenge.algorithm);

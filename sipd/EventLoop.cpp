@@ -141,8 +141,10 @@ EventLoop::~EventLoop()
 
 void EventLoop::step()
 {
-    constexpr su_duration_t longestWait = 60'000;
-    su_root_step(root_, longestWait);
+    // Without a sign that the machine has slept, the loop has to look itself.
+    constexpr su_duration_t minute = 60'000;
+    constexpr su_duration_t day = 24 * 60 * minute;
+    su_root_step(root_, resumeFd_.isOpen() ? day : minute);
 }
 
 void EventLoop::wake()

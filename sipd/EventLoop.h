@@ -25,7 +25,7 @@ public:
 
     su_root_t* root() const { return root_; }
 
-    // Waits up to a minute for an event and calls its handlers. Also returns when the machine has slept: the
+    // Waits up to a day for an event and calls its handlers. Also returns when the machine has slept: the
     // next step finds the timers that expired meanwhile.
     void step();
 
