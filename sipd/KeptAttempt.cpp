@@ -12,8 +12,7 @@ KeptAttempt::KeptAttempt(const SipServices& services, std::string account, const
 
 KeptAttempt::~KeptAttempt()
 {
-    update();
-    contacts_.leave(account_, contact_);
+    leaveContacts();
 }
 
 _SIPD_APP_ACK_E KeptAttempt::registerAt(const ServerAddress& server, std::chrono::milliseconds timeout)
@@ -34,31 +33,46 @@ _SIPD_APP_ACK_E KeptAttempt::registerAloneAt(const ServerAddress& server, std::c
 
 void KeptAttempt::leave()
 {
-    update();
-    contacts_.leave(account_, contact_);
+    leaveContacts();
     attempt_->unregisterOrAbandon();
+}
+
+void KeptAttempt::leaveContacts()
+{
+    update();
+    for (const std::string& contact : earlier_)
+        contacts_.leave(account_, contact);
+    contacts_.leave(account_, contact_);
 }
 
 void KeptAttempt::update()
 {
-    std::string contact = attempt_->contact();
-    if (contact == contact_)
+    const std::string former = std::exchange(contact_, attempt_->contact());
+    if (contact_ == former)
         return;
-    if (!contact_.empty())
-        contacts_.drop(account_, contact_);
-    contact_ = std::move(contact);
-    if (!contact_.empty())
+    if (!former.empty())
+        earlier_.push_back(former);
+    if (contact_.empty())
+        drop(earlier_);
+    else
         contacts_.hold(account_, contact_);
 }
 
+void KeptAttempt::drop(std::vector<std::string>& contacts)
+{
+    for (const std::string& contact : std::exchange(contacts, {})) {
+        if (contact != contact_)
+            contacts_.drop(account_, contact);
+    }
+}
+
+// A success may come with a change of the contact, which the server has not accepted yet.
 void KeptAttempt::handleOutcome(const Outcome& outcome)
 {
-    update();
     if (outcome.ack == SIPD_ACK_SUCCESS) {
-        for (const std::string& former : std::exchange(former_, {})) {
-            if (former != contact_)
-                contacts_.drop(account_, former);
-        }
+        drop(former_);
+        drop(earlier_);
     }
+    update();
     onOutcome_(outcome);
 }

@@ -31,18 +31,21 @@ public:
 
     Attempt::State state() const { return attempt_->state(); }
     bool isGone() const { return attempt_->isGone(); }
-    // Looks at the attempt's contact, which its servers' answers change. Call it between two steps of the
+    // Looks at the attempt's contact, which the server's answers change. Call it between two steps of the
     // loop.
     void update();
 
 private:
     void handleOutcome(const Outcome& outcome);
+    void leaveContacts();
+    void drop(std::vector<std::string>& contacts);
 
     KeptContacts& contacts_;
     const std::string account_;
     const Attempt::OnOutcome onOutcome_;
-    std::string contact_;             // as it was last seen
-    std::vector<std::string> former_; // that need not be kept after a success
+    std::string contact_;              // as it was last seen
+    std::vector<std::string> earlier_; // contacts of this attempt, until the server accepts the last one
+    std::vector<std::string> former_;  // that need not be kept after a success
     const std::unique_ptr<Attempt> attempt_;
 };
 

@@ -223,6 +223,28 @@ TEST_F(KeptContactsTest, KeepNoProfileFromAServerOfOneContact)
     EXPECT_THAT(network.requests(), SizeIs(3)) << "once is enough without one";
 }
 
+TEST_F(KeptContactsTest, AreBothKeptUntilAServerAcceptsTheSecond)
+{
+    constexpr char first[] = "sip:anna@192.0.2.1:1";
+    constexpr char second[] = "sip:anna@203.0.113.1:4000";
+    start({{0, "anna"}}, {0});
+    network.moveContact("anna", second);
+    run();
+    EXPECT_THAT(text(), AllOf(HasSubstr(first), HasSubstr(second)));
+    network.acceptContact("anna");
+    EXPECT_THAT(text(), AllOf(Not(HasSubstr(first)), HasSubstr(second)));
+    network.moveContact("anna", first);
+    run();
+    network.setSource("198.51.100.7");
+    registrations->reviewNetwork();
+    EXPECT_THAT(network.formerContacts(), ElementsAre(second, first));
+    run();
+    network.moveContact("anna", second);
+    run();
+    EXPECT_EQ(disconnectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_TRUE(fs::is_empty(state));
+}
+
 TEST_F(KeptContactsTest, StandInTheDirectoryOfTheEnvironment)
 {
     const auto directoryWith = [](const std::vector<std::pair<const char*, const char*>>& environment) {

@@ -111,6 +111,8 @@ public:
         else
             answer_->stop();
     }
+    void moveContact(const std::string& contact) { contact_ = contact; }
+    void acceptContact() { onOutcome_({.ack = SIPD_ACK_SUCCESS, .status = 200}); }
     void lose(const Outcome& outcome)
     {
         state_ = State::Gone;
@@ -211,12 +213,26 @@ void VirtualNetwork::answerAll()
     }
 }
 
-void VirtualNetwork::lose(const std::string& user, const Outcome& outcome)
+VirtualNetwork::VirtualAttempt& VirtualNetwork::registered(const std::string& user) const
 {
-    const auto lost = std::ranges::find_if(attempts_, [&user](const VirtualAttempt* attempt) {
+    return **std::ranges::find_if(attempts_, [&user](const VirtualAttempt* attempt) {
         return attempt->user() == user && attempt->state() == Attempt::State::Registered;
     });
-    (*lost)->lose(outcome);
+}
+
+void VirtualNetwork::lose(const std::string& user, const Outcome& outcome)
+{
+    registered(user).lose(outcome);
+}
+
+void VirtualNetwork::moveContact(const std::string& user, const std::string& contact)
+{
+    registered(user).moveContact(contact);
+}
+
+void VirtualNetwork::acceptContact(const std::string& user)
+{
+    registered(user).acceptContact();
 }
 
 void VirtualNetwork::lose(const std::string& user, _SIPD_APP_ACK_E reason)

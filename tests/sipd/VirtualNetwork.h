@@ -45,6 +45,9 @@ public:
     // Ends the user's registration, as a refused refresh does.
     void lose(const std::string& user, _SIPD_APP_ACK_E reason);
     void lose(const std::string& user, const Outcome& outcome);
+    // The user's registration asks the server for another contact; the server accepts it.
+    void moveContact(const std::string& user, const std::string& contact);
+    void acceptContact(const std::string& user);
     // The addresses of a host name. A lookup of any other name waits for them.
     void setAddresses(const std::string& name, const std::vector<std::string>& addresses);
     void setUnroutable(const std::set<std::string>& addresses) { unroutable_ = addresses; }
@@ -78,6 +81,7 @@ private:
     void request(const std::string& what);
     const std::optional<Outcome>& answerOf(const std::string& address) const;
     void answerAll();
+    VirtualAttempt& registered(const std::string& user) const;
     void answerLookups();
 
     VirtualClock& clock_;
