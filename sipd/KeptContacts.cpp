@@ -208,11 +208,12 @@ std::vector<KeptContacts::Entry>::iterator KeptContacts::find(const std::string&
     });
 }
 
-// Opens and locks the directory, and reads the file in it. False with errno.
+// Makes, opens and locks the directory, and reads the file in it. False with errno.
 bool KeptContacts::open()
 {
     if (directory_.isOpen())
         return true;
+    makeDirectories(path_);
     FileDescriptor directory(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!directory.isOpen())
         return false;
@@ -250,8 +251,6 @@ void KeptContacts::save()
 {
     if (path_.empty())
         return;
-    if (!directory_.isOpen())
-        makeDirectories(path_);
     if (open()) {
         std::string text(CONTACTS_HEAD);
         for (const Entry& entry : entries_)

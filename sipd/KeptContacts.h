@@ -16,7 +16,7 @@
 class KeptContacts
 {
 public:
-    // Reads the file of that absolute directory, which need not exist. A damaged or foreign file is ignored.
+    // Reads the file of that absolute directory, which it makes. A damaged or foreign file is ignored.
     explicit KeptContacts(std::string directory);
     KeptContacts(const KeptContacts&) = delete;
     KeptContacts& operator=(const KeptContacts&) = delete;

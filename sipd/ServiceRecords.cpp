@@ -41,18 +41,18 @@ std::optional<std::string> takeText(std::span<const unsigned char>& data)
     return std::string(text.begin(), text.end());
 }
 
-bool isSame(const std::string& a, const char* b)
+bool isWord(const std::string& a, const char* b)
 {
     return a.size() == std::string_view(b).size() && strncasecmp(a.c_str(), b, a.size()) == 0;
 }
 
 std::optional<Transport> transportOfService(const std::string& service)
 {
-    if (isSame(service, "SIP+D2U"))
+    if (isWord(service, "SIP+D2U"))
         return Transport::Udp;
-    if (isSame(service, "SIP+D2T"))
+    if (isWord(service, "SIP+D2T"))
         return Transport::Tcp;
-    if (isSame(service, "SIPS+D2T"))
+    if (isWord(service, "SIPS+D2T"))
         return Transport::Tls;
     return std::nullopt;
 }
@@ -72,7 +72,7 @@ std::optional<ServiceName> parseNamingRecord(std::span<const unsigned char> mess
     const auto expression = takeText(data);
     const auto transport = protocol ? transportOfService(*protocol) : std::nullopt;
     // The flag says that SRV records follow.
-    if (!expression || !transport || !isSame(*flags, "s"))
+    if (!expression || !transport || !isWord(*flags, "s"))
         return std::nullopt;
     std::array<char, NS_MAXDNAME> name{};
     if (dn_expand(message.data(), message.data() + message.size(), data.data(), name.data(), name.size()) !=

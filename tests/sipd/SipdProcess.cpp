@@ -16,13 +16,18 @@
 
 namespace {
 
-// Its log goes to a file, where it neither fills a pipe nor is lost. Its state stays beside it. The shell is
-// replaced by the daemon.
-std::vector<std::string> commandOf(const std::string& logFile, const std::vector<std::string>& options,
+// Its log goes to a file, where it neither fills a pipe nor is lost. The shell is replaced by the daemon.
+std::vector<std::string> commandOf(const std::string& logFile, const std::string& state,
+                                   const std::vector<std::string>& options,
                                    const std::vector<std::string>& wrapper)
 {
-    std::vector<std::string> command = {
-        "/bin/sh", "-c", "log=$1; shift; XDG_STATE_HOME=$log.state exec \"$@\" 2>>\"$log\"", "sh", logFile};
+    std::vector<std::string> command = {"/bin/sh",
+                                        "-c",
+                                        "log=$1; shift; exec \"$@\" 2>>\"$log\"",
+                                        "sh",
+                                        logFile,
+                                        "/usr/bin/env",
+                                        "XDG_STATE_HOME=" + state};
     command.insert(command.end(), wrapper.begin(), wrapper.end());
     if (const char* under = std::getenv("SIPD_UNDER"))
         command.emplace_back(under);
@@ -42,7 +47,7 @@ QString settingsPath()
 
 SipdProcess::SipdProcess(const std::string& logFile, std::vector<std::string> options,
                          std::vector<std::string> wrapper)
-    : logFile_(logFile), program_(commandOf(logFile, options, wrapper))
+    : logFile_(logFile), program_(commandOf(logFile, state_.path().toStdString(), options, wrapper))
 {
     EXPECT_EQ(program_.readLine(), "listening on " SIPD_SOCKET_PATH) << log();
 }

@@ -6,6 +6,8 @@
 #include "SettingsFixture.h"
 #include "SipdClient.h"
 
+#include <QTemporaryDir>
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -24,8 +26,8 @@ struct TestProfile
     std::string displayName = "Home";
 };
 
-// A running daemon of the built program, with its log. The environment variable SIPD_UNDER may name a program
-// to run it by, Memcheck for one.
+// A running daemon of the built program, with its log, and with a state directory of its own that ends with
+// this object. The environment variable SIPD_UNDER may name a program to run it by, Memcheck for one.
 class SipdProcess
 {
 public:
@@ -42,6 +44,7 @@ public:
 
 private:
     const std::string logFile_;
+    const QTemporaryDir state_;
     ChildProgram program_;
 };
 
