@@ -325,8 +325,10 @@ bool RegisterClient::addHeaders(msg_s* message)
                             ";transport=" + nameOf(target.transport);
     const std::string identity = "<sip:" + user_ + '@' + profile_.registrar.uriHost() + '>';
     std::string contacts = '<' + contact_ + '>';
-    for (const std::string& former : formerContacts_)
-        contacts += ", <" + former + ">;expires=0";
+    for (const std::string& former : formerContacts_) {
+        if (former != contact_) // the port may have been given again
+            contacts += ", <" + former + ">;expires=0";
+    }
     const std::string from = identity + ";tag=" + tag_;
     const std::string sequence = std::to_string(++sequence_) + " REGISTER";
     const std::string lifetime = std::to_string(lifetime_.count());

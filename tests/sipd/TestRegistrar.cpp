@@ -190,7 +190,7 @@ std::string TestRegistrar::answerTo(const std::string& message)
         return "SIP/2.0 " + std::to_string(*status_) + ' ' + reason_ + "\r\n" + common + statusHeaders_ +
                "\r\n";
     if (!refused_.empty() && request.contact.find(refused_) != std::string::npos)
-        return "SIP/2.0 403 Forbidden\r\n" + common + "\r\n";
+        return "SIP/2.0 " + std::to_string(refusal_) + " Refused\r\n" + common + "\r\n";
     const std::string proxied = valueOf(lines, "Proxy-Authorization");
     const bool isPassed = !proxy_ || isAuthorizedBy(*proxy_, proxied, PROXY_NONCE);
     if (!isPassed && !asksAtOnce_)

@@ -67,8 +67,12 @@ public:
     void setSeen(const std::string& seen) { set(seen_, seen); }
     // The contact headers of a positive answer, with their line ends, instead of the registered contact.
     void setContactHeaders(const std::string& headers) { set(contactHeaders_, headers); }
-    // Answers 403 to a request whose contacts contain that text.
-    void refuse(const std::string& text) { set(refused_, text); }
+    // Gives this answer to a request whose contacts contain that text.
+    void refuse(const std::string& text, int status = 403)
+    {
+        set(refused_, text);
+        set(refusal_, status);
+    }
     // The lifetime that it grants, whatever the phone asks for.
     void setGranted(int seconds) { set(granted_, seconds); }
     // Sends a request to the phone that has sent the last request. Its answer gets into answers().
@@ -129,6 +133,7 @@ private:
     int lost_ = 0;
     std::string seen_;
     std::string refused_;
+    int refusal_ = 403;
     std::string contactHeaders_;
     std::optional<int> granted_;
     bool isHeld_ = false;
