@@ -44,8 +44,8 @@ public:
     };
 
     // Called from the loop: with success when the server accepts the registration, and again when it accepts
-    // another contact of it; and with the reason when the attempt fails or the registration is lost. Not called
-    // after unregisterOrAbandon().
+    // another contact of it; and with the reason when the attempt fails or the registration is lost. Not
+    // called after unregisterOrAbandon().
     using OnOutcome = std::function<void(const Outcome&)>;
 
     virtual ~Attempt() = default;
