@@ -491,6 +491,7 @@ void RegisterClient::watchConnection()
         if (self->onClosed_)
             self->onClosed_();
     };
+    tport_set_params(transport, TPTAG_SDWN_ERROR(1), TAG_END());
     watch_ = tport_pend(transport, nullptr, onClosed, reinterpret_cast<tp_client_t*>(this));
 }
 
