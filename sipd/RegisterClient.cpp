@@ -1,6 +1,5 @@
 #include "RegisterClient.h"
 
-#include "CertificateDirectory.h"
 #include "Log.h"
 
 #include <sofia-sip/msg_addr.h>
@@ -32,13 +31,6 @@
 #include <utility>
 
 namespace {
-
-// The stack's TPTAG_TLS_VERSION bit for TLS 1.2. Later versions are always on.
-constexpr unsigned int TLS_1_2 = 8;
-
-// A directory, from which the TLS library reads only the certificates that it needs. Reading all of them from
-// one file takes tens of milliseconds.
-constexpr char SYSTEM_CERTIFICATES[] = "/etc/ssl/certs";
 
 // How long a NAT may be left without a packet of a connection, and how often and long its end is asked then.
 constexpr int CONNECTION_SILENCE_S = 100;
@@ -255,12 +247,12 @@ bool RegisterClient::createAgent(const std::string& localHost)
     // The stack has TLS for this scheme only.
     const std::string url =
         tls ? "sips:" + localHost + ":*" : "sip:" + localHost + ":*;transport=" + nameOf(transport());
-    std::optional<CertificateDirectory> ownCertificates;
-    if (tls && !settings_.caFile.empty())
-        ownCertificates.emplace(settings_.caFile);
-    const std::string trusted = ownCertificates ? ownCertificates->path() : SYSTEM_CERTIFICATES;
-    if (tls && !ownCertificates && access(trusted.c_str(), R_OK) != 0)
-        ORMU_LOG(ORMU_LEVEL_ERROR, "no server is reached by TLS: no certificates in %s", trusted.c_str());
+    std::optional<TlsTrust::Binding> binding;
+    if (tls) {
+        trust_.emplace(loop_, profile_.nextHop().host, settings_.caFile,
+                       [this](const std::string& reason) { handleFailedTls(reason); });
+        binding.emplace(*trust_);
+    }
     const auto onMessage = [](nta_agent_magic_t* client, nta_agent_t*, msg_t* message, sip_t* sip) {
         reinterpret_cast<RegisterClient*>(client)->handleRequest(message, sip);
         return 0;
@@ -268,9 +260,10 @@ bool RegisterClient::createAgent(const std::string& localHost)
     agent_ = nta_agent_create(loop_.root(), URL_STRING_MAKE(url.c_str()), onMessage,
                               reinterpret_cast<nta_agent_magic_t*>(this), NTATAG_CLIENT_RPORT(1),
                               NTATAG_TCP_RPORT(1), NTATAG_TLS_RPORT(1),
-                              TAG_IF(tls, TPTAG_CERTIFICATE(trusted.c_str())),
-                              TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_SUBJECTS_OUT)),
-                              TAG_IF(tls, TPTAG_TLS_VERSION(TLS_1_2)), TAG_END());
+                              TAG_IF(tls, TPTAG_CERTIFICATE(TlsTrust::NO_DIRECTORY)),
+                              TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_NONE)), // trust_ verifies
+                              TAG_END());
+    ORMU_ASSERT(!tls || agent_ == nullptr || trust_->isBound());
     return agent_ != nullptr;
 }
 
@@ -373,6 +366,14 @@ void RegisterClient::handleResponse(const sip_t* sip)
             readSuccess(sip, answer);
     }
     finish(answer);
+}
+
+void RegisterClient::handleFailedTls(const std::string& reason)
+{
+    if (request_ == nullptr)
+        return;
+    nta_outgoing_destroy(std::exchange(request_, nullptr));
+    finish({.outcome = {.ack = SIPD_ACK_CONNECT_FAILED, .words = reason}});
 }
 
 // False when there is nothing to answer with.

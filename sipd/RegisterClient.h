@@ -4,6 +4,7 @@
 #include "Digest.h"
 #include "EventLoop.h"
 #include "SipServices.h"
+#include "TlsTrust.h"
 
 #include <chrono>
 #include <functional>
@@ -87,6 +88,7 @@ private:
     void transmit();
     bool addHeaders(msg_s* message);
     void handleResponse(const sip_s* sip);
+    void handleFailedTls(const std::string& reason);
     bool answerChallenge(const sip_s* sip, Outcome& outcome);
     bool askForMore(const sip_s* sip);
     void readSuccess(const sip_s* sip, RegisterAnswer& answer) const;
@@ -100,7 +102,8 @@ private:
     EventLoop& loop_;
     const SipSettings& settings_;
     const SipProfile profile_;
-    const std::string user_; // escaped
+    const std::string user_;        // escaped
+    std::optional<TlsTrust> trust_; // for TLS
     nta_agent_s* agent_ = nullptr;
     nta_outgoing_s* request_ = nullptr; // null when none waits for its answer
     tport_s* connection_ = nullptr;

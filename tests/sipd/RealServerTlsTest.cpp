@@ -1,11 +1,10 @@
 // The daemon verifies a server that is reached by TLS.
 #include "RealServerTest.h"
 #include "ShiftedTime.h"
+#include "TestCertificates.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <list>
-#include <map>
 #include <utility>
 
 namespace {
@@ -14,59 +13,6 @@ constexpr char GOOD_NAMES[] = "DNS:localhost,IP:127.0.0.1";
 constexpr char OTHER_NAMES[] = "DNS:other.example,IP:127.0.0.2";
 constexpr char ASAN_OPTIONS[] = "fast_unwind_on_malloc=0:quarantine_size_mb=1";
 
-// A server's certificate and key, made by openssl in a directory of its own.
-class Certificate
-{
-public:
-    explicit Certificate(std::filesystem::path directory) : directory_(std::move(directory))
-    {
-        std::filesystem::create_directories(directory_);
-    }
-
-    std::filesystem::path file(const std::string& name) const { return directory_ / name; }
-
-    // Makes NAME.pem and NAME.key.
-    void makeAuthority(const std::string& name) const
-    {
-        openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj '/CN=" +
-                name + "' -keyout " + name + ".key -out " + name + ".pem");
-    }
-    // Makes the links by which the TLS library finds authorities.
-    void linkAuthorities() const { openssl("rehash ."); }
-    // Makes server.pem and server.key, for these names, signed by that authority.
-    void make(const std::string& authority, const std::string& names) const
-    {
-        openssl("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=server"
-                " -addext basicConstraints=critical,CA:FALSE -addext subjectAltName=" +
-                names + " -keyout server.key -out server.pem -CA " + authority + ".pem -CAkey " + authority +
-                ".key");
-    }
-    // As make(), but expired in 2020.
-    void makeExpired(const std::string& authority, const std::string& names) const
-    {
-        std::ofstream(file("ca.cnf"))
-            << "[ca]\ndefault_ca = test\n[test]\ndatabase = index\nnew_certs_dir = .\n"
-               "rand_serial = yes\ndefault_md = sha256\npolicy = any\n"
-               "copy_extensions = copy\n[any]\ncommonName = supplied\n";
-        std::ofstream(file("index"));
-        openssl("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=server"
-                " -addext subjectAltName=" +
-                names + " -keyout server.key -out server.csr");
-        openssl("ca -batch -config ca.cnf -cert " + authority + ".pem -keyfile " + authority +
-                ".key -startdate 20200101000000Z -enddate 20200201000000Z -in server.csr -out server.pem");
-    }
-
-private:
-    void openssl(const std::string& arguments) const
-    {
-        const std::string command =
-            "cd " + directory_.string() + " && openssl " + arguments + " >>openssl.log 2>&1";
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    }
-
-    const std::filesystem::path directory_;
-};
-
 // The daemon trusts "authority". From a server's directory that is "../authority".
 class RealServerTls : public RealServerTest
 {
@@ -74,15 +20,18 @@ protected:
     void SetUp() override
     {
         RealServerTest::SetUp();
-        Certificate(workplace()).makeAuthority("authority");
+        TestCertificates(workplace()).makeAuthority("authority");
     }
 
-    Certificate certificateOf(const std::string& server) const { return Certificate(workplace() / server); }
+    TestCertificates certificateOf(const std::string& server) const
+    {
+        return TestCertificates(workplace() / server);
+    }
 
     // Starts a server with the certificate of that name.
     Kamailio& startServer(const std::string& name)
     {
-        const Certificate certificate = certificateOf(name);
+        const TestCertificates certificate = certificateOf(name);
         Kamailio& server = servers.emplace_back(
             workplace() / name, Kamailio::Options{.certificate = certificate.file("server.pem"),
                                                   .key = certificate.file("server.key")});
@@ -109,25 +58,6 @@ protected:
     std::list<Kamailio> servers;
 };
 
-// A server that the daemon does not trust fails after 8 seconds.
-class RealServerShiftedTls : public RealServerTls
-{
-protected:
-    RealServerShiftedTls()
-    {
-        const auto shifted = time.wrapper(ASAN_OPTIONS);
-        environment.insert(environment.end(), shifted.begin(), shifted.end());
-    }
-    // Lets the timeout expire once the daemon has tried everything.
-    void expire()
-    {
-        ShiftedTime::waitUntilIdle(SipdClient().daemon());
-        time.sleepFor(std::chrono::seconds(8));
-    }
-
-    ShiftedTime time{directory().toStdString()};
-};
-
 } // namespace
 
 TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
@@ -146,7 +76,7 @@ TEST_F(RealServerTls, ConnectsToAServerWithAGoodCertificate)
     }
 }
 
-TEST_F(RealServerShiftedTls, TrustsTheSystemsAuthorities)
+TEST_F(RealServerTls, TrustsTheSystemsAuthorities)
 {
     if (std::system("unshare -m true 2>/dev/null") != 0)
         GTEST_SKIP() << "a private mount is not possible here";
@@ -162,9 +92,7 @@ TEST_F(RealServerShiftedTls, TrustsTheSystemsAuthorities)
     writeProfile("Profile0", profileOf("anna", "localhost;transport=tls", startServer("good").tlsPort()));
     writeProfile("Profile1", profileOf("bert", "localhost;transport=tls", startServer("foreign").tlsPort()));
     EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS) << daemon().log();
-    SipdClient client(PROFILE_CTRL_CONNECT, "Profile1");
-    expire();
-    EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_EQ(connectProfile("Profile1"), SIPD_ACK_CONNECT_FAILED);
 }
 
 TEST_F(RealServerTls, ReportsThatTheSystemHasNoCertificates)
@@ -198,30 +126,34 @@ TEST_F(RealServerTls, LeavesNoMemoryBehind)
     EXPECT_LT(memoryOf(client.daemon()) - before, 1024);
 }
 
-TEST_F(RealServerShiftedTls, RejectsBadCertificatesAndPlainConnections)
+TEST_F(RealServerTls, RejectsBadCertificates)
 {
     certificateOf("foreign").makeAuthority("stranger");
     certificateOf("foreign").make("stranger", GOOD_NAMES);
     certificateOf("other").make("../authority", OTHER_NAMES);
-    certificateOf("expired").makeExpired("../authority", GOOD_NAMES);
+    certificateOf("expired").makeValid("20200101", "20200201", "../authority", GOOD_NAMES);
+    certificateOf("own").makeSelfSigned(GOOD_NAMES);
+    startTrustingDaemon();
+    for (const char* user : {"foreign", "other", "expired", "own"}) {
+        Kamailio& server = startServer(user);
+        writeProfile("Profile0", profileOf(user, "localhost;transport=tls", server.tlsPort()));
+        EXPECT_EQ(connectProfile("Profile0"), SIPD_ACK_CONNECT_FAILED) << user;
+        EXPECT_FALSE(server.registered(user)) << user;
+    }
+}
+
+TEST_F(RealServerTls, FailsAtAServerThatDoesNotSpeakTls)
+{
+    ShiftedTime time(directory().toStdString());
+    const auto shifted = time.wrapper(ASAN_OPTIONS);
+    environment.insert(environment.end(), shifted.begin(), shifted.end());
     certificateOf("good").make("../authority", GOOD_NAMES);
     startTrustingDaemon();
-    const std::map<std::string, int> ports = {{"foreign", startServer("foreign").tlsPort()},
-                                              {"other", startServer("other").tlsPort()},
-                                              {"expired", startServer("expired").tlsPort()},
-                                              {"plain", startServer("good").port()}};
-    std::list<SipdClient> clients;
-    for (const auto& [user, port] : ports) {
-        const std::string group = "Profile" + std::to_string(clients.size());
-        writeProfile(group, profileOf(user, "localhost;transport=tls", port));
-        SipdClient& client = clients.emplace_back();
-        EXPECT_EQ(client.introduce(), SIPD_ACK_SUCCESS);
-        EXPECT_TRUE(client.send(SipdClient::profileMessage(PROFILE_CTRL_CONNECT, group)));
-    }
-    expire();
-    for (SipdClient& client : clients)
-        EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
-    for (Kamailio& server : servers)
-        for (const auto& [user, port] : ports)
-            EXPECT_FALSE(server.registered(user)) << user;
+    Kamailio& server = startServer("good");
+    writeProfile("Profile0", profileOf("plain", "localhost;transport=tls", server.port()));
+    SipdClient client(PROFILE_CTRL_CONNECT, "Profile0");
+    ShiftedTime::waitUntilIdle(client.daemon());
+    time.sleepFor(std::chrono::seconds(8));
+    EXPECT_EQ(client.ack(), SIPD_ACK_CONNECT_FAILED);
+    EXPECT_FALSE(server.registered("plain"));
 }
