@@ -13,12 +13,13 @@ target_compile_definitions(real_servers PRIVATE KAMAILIO_PROGRAM="${ORMU_KAMAILI
 target_link_libraries(real_servers PUBLIC sipd_test_support)
 
 ormu_add_test(real_server_test DAEMON_SOCKET
-    SOURCES DemoRegistrarTest.cpp RealServerTest.h RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerTlsTest.cpp
+    SOURCES DemoRegistrarTest.cpp PeerRegistrarTest.cpp RealServerTest.h RealServerLifeTest.cpp RealServerOutcomeTest.cpp RealServerTlsTest.cpp
     LIBRARIES real_servers LABELS sipd
     NOT_EMULATED *LeavesNoMemory* "the emulator itself grows with what it has translated"
         *DoesNotSpeakTls "the emulator's clocks are the machine's own")
 target_compile_definitions(real_server_test PRIVATE
-    LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp")
+    LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp"
+    PEERS_DIRECTORY="${CMAKE_CURRENT_SOURCE_DIR}/peers")
 add_dependencies(real_server_test demo-registrar)
 
 ormu_add_test(end_to_end_test QT DAEMON_SOCKET

@@ -191,15 +191,24 @@ bool StreamRelay::passAnswer(Connection& connection, int registrar, unsigned int
     if (count <= 0)
         return true;
     const std::string answer(buffer.data(), static_cast<size_t>(count));
-    if (!hasFaults_)
-        return send(connection, answer);
     std::mt19937 random(seed++);
-    for (int i = 0; i < faults_.mutants; ++i) {
-        ++mutantsSent_;
+    const int mutants = malforms_ ? faults_.mutants : 0;
+    for (int i = 0; i < mutants; ++i) {
         if (!send(connection, mutated(answer, random)))
             return false;
+        ++mutantsSent_;
     }
-    return send(connection, answer) && !faults_.closesAfterAnswer;
+    const bool isSent = send(connection, answer);
+    ++answersSent_;
+    return isSent;
+}
+
+void StreamRelay::reset()
+{
+    const sockaddr nobody = {.sa_family = AF_UNSPEC, .sa_data = {}};
+    const std::lock_guard lock(mutex_);
+    for (const Connection& connection : connections_)
+        connect(connection.fd, &nobody, sizeof(nobody));
 }
 
 bool StreamRelay::send(const Connection& connection, const std::string& answer)

@@ -20,9 +20,8 @@ class StreamRelay
 public:
     struct Faults
     {
-        bool isBytewise = false;        // each byte of an answer is a segment of its own
-        int mutants = 0;                // malformed answers before each answer
-        bool closesAfterAnswer = false; // after which the connection ends
+        bool isBytewise = false; // each byte of an answer is a segment of its own
+        int mutants = 0;         // malformed answers before each answer
     };
     struct Certificate
     {
@@ -40,8 +39,11 @@ public:
 
     unsigned int port() const { return port_; }
 
-    // The malformed answers end.
-    void stopFaults() { hasFaults_ = false; }
+    // Whether there are malformed answers from now on.
+    void setMalforms(bool malforms) { malforms_ = malforms; }
+    // Breaks all connections.
+    void reset();
+    size_t answersSent() const { return answersSent_; }
     size_t mutantsSent() const { return mutantsSent_; }
     size_t segmentsSent() const { return segmentsSent_; }
 
@@ -66,10 +68,11 @@ private:
 
     const unsigned int registrarPort_;
     const Faults faults_;
-    std::atomic<bool> hasFaults_ = true;
+    std::atomic<bool> malforms_ = true;
     std::shared_ptr<ssl_ctx_st> context_;
     int listener_ = -1;
     unsigned int port_ = 0;
+    std::atomic<size_t> answersSent_ = 0;
     std::atomic<size_t> mutantsSent_ = 0;
     std::atomic<size_t> segmentsSent_ = 0;
 

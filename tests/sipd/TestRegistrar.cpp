@@ -2,8 +2,11 @@
 
 #include "Digest.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <netinet/in.h>
 #include <poll.h>
@@ -59,6 +62,11 @@ std::string unescaped(const std::string& text)
         i += 2;
     }
     return result;
+}
+
+int secondsOf(const std::string& text)
+{
+    return static_cast<int>(std::min(std::strtol(text.c_str(), nullptr, 10), long{INT_MAX}));
 }
 
 std::string quotedText(const std::string& text)
@@ -170,7 +178,7 @@ std::string TestRegistrar::answerTo(const std::string& message)
     const std::string to = valueOf(lines, "To");
     const size_t start = to.find("sip:") + 4;
     const Register request{unescaped(to.substr(start, to.find('@') - start)), headers(lines, "Contact"),
-                           valueOf(lines, "Authorization"), std::stoi('0' + valueOf(lines, "Expires")),
+                           valueOf(lines, "Authorization"), secondsOf(valueOf(lines, "Expires")),
                            message};
 
     std::unique_lock lock(mutex_);
