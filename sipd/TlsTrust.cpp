@@ -224,3 +224,10 @@ extern "C" int SSL_connect(SSL* connection)
     errno = systemError;
     return result;
 }
+
+// The stack would copy the names in the certificate, and never free them.
+extern "C" X509* SSL_get1_peer_certificate(const SSL* connection)
+{
+    static auto* const original = originalOf<X509*(const SSL*)>("SSL_get1_peer_certificate");
+    return TlsTrust::of(connection) != nullptr ? nullptr : original(connection);
+}

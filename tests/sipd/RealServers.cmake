@@ -18,7 +18,6 @@ ormu_add_test(real_server_test DAEMON_SOCKET
     NOT_EMULATED *LeavesNoMemory* "the emulator itself grows with what it has translated"
         *DoesNotSpeakTls "the emulator's clocks are the machine's own")
 target_compile_definitions(real_server_test PRIVATE
-    LEAK_SUPPRESSIONS="${PROJECT_SOURCE_DIR}/tests/support/leak.supp"
     PEERS_DIRECTORY="${CMAKE_CURRENT_SOURCE_DIR}/peers")
 add_dependencies(real_server_test demo-registrar)
 
