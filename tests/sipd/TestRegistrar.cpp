@@ -178,8 +178,7 @@ std::string TestRegistrar::answerTo(const std::string& message)
     const std::string to = valueOf(lines, "To");
     const size_t start = to.find("sip:") + 4;
     const Register request{unescaped(to.substr(start, to.find('@') - start)), headers(lines, "Contact"),
-                           valueOf(lines, "Authorization"), secondsOf(valueOf(lines, "Expires")),
-                           message};
+                           valueOf(lines, "Authorization"), secondsOf(valueOf(lines, "Expires")), message};
 
     std::unique_lock lock(mutex_);
     requests_.push_back(request);
