@@ -39,7 +39,6 @@ public:
         Registered,
         Abandoned, // while registering: unregisters if the server accepts it after all
         Unregistering,
-        Closing,
         Gone
     };
 

@@ -56,6 +56,20 @@ TEST(Digest, AnswersAsTheStandardsExampleWithSha512256)
               "3798d4131c277846293534c3edc11bd8a5e4cdcbff78b05db9d95eeb1cec68a5");
 }
 
+// Computed with another implementation of MD5: no standard has an example of it.
+TEST(Digest, ProtectsTheEmptyBody)
+{
+    const DigestQuestion question = {"MD5",
+                                     "testrealm@host.com",
+                                     "dcd98b7102dd2f0e8b11d0f600bfb0c093",
+                                     "REGISTER",
+                                     "sip:host.com",
+                                     "0a4f113b",
+                                     "00000001",
+                                     "auth-int"};
+    EXPECT_EQ(digestResponse(question, "Mufasa", "Circle Of Life"), "7784f2a312428503d25c3d036c1cc94e");
+}
+
 namespace {
 
 std::string answerTo(const std::string& challenge)

@@ -70,7 +70,7 @@ protected:
     void end()
     {
         attempt->unregisterOrAbandon();
-        while (attempt->state() != Attempt::State::Closing && !attempt->isGone())
+        while (!attempt->isGone())
             loop.step();
         former.push_back(std::move(attempt));
     }
