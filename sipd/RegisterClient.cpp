@@ -68,7 +68,7 @@ std::string withoutBrackets(const std::string& host)
 
 std::string printable(const char* text)
 {
-    std::string result(text == nullptr ? "" : text, 0, LONGEST_PHRASE);
+    std::string result(std::string_view(text == nullptr ? "" : text).substr(0, LONGEST_PHRASE));
     std::ranges::replace_if(
         result, [](char c) { return c < ' ' || c > '~'; }, '?');
     return result;
@@ -120,6 +120,7 @@ std::vector<std::string> redirectsOf(const sip_t* sip)
     su_home_deinit(&home);
     std::ranges::stable_sort(found, [](const auto& a, const auto& b) { return a.first > b.first; });
     std::vector<std::string> uris;
+    uris.reserve(found.size());
     for (auto& [quality, uri] : found)
         uris.push_back(std::move(uri));
     return uris;
@@ -306,7 +307,7 @@ void RegisterClient::transmit()
         request_ = nta_outgoing_mcreate(agent_, onResponse, reinterpret_cast<nta_outgoing_magic_t*>(this),
                                         URL_STRING_MAKE(route.c_str()), message.get(), TAG_END());
     if (request_ != nullptr)
-        message.release(); // it is the request's now
+        static_cast<void>(message.release()); // it is the request's now
     else
         failure_->set(std::chrono::milliseconds(1));
 }
