@@ -143,7 +143,7 @@ void EventLoop::step()
 {
     // Without a sign that the machine has slept, the loop has to look itself.
     constexpr su_duration_t minute = 60'000;
-    constexpr su_duration_t day = 24 * 60 * minute;
+    constexpr su_duration_t day = 1440 * minute;
     su_root_step(root_, resumeFd_.isOpen() ? day : minute);
 }
 
