@@ -258,9 +258,11 @@ bool RegisterClient::createAgent(const std::string& localHost)
         reinterpret_cast<RegisterClient*>(client)->handleRequest(message, sip);
         return 0;
     };
+    // A repeated answer finds no transaction after 1 ms, and is discarded. To wait 5 seconds for it would be
+    // one more wake-up.
     agent_ = nta_agent_create(loop_.root(), URL_STRING_MAKE(url.c_str()), onMessage,
                               reinterpret_cast<nta_agent_magic_t*>(this), NTATAG_CLIENT_RPORT(1),
-                              NTATAG_TCP_RPORT(1), NTATAG_TLS_RPORT(1),
+                              NTATAG_SIP_T4(1), NTATAG_TCP_RPORT(1), NTATAG_TLS_RPORT(1),
                               TAG_IF(tls, TPTAG_CERTIFICATE(TlsTrust::NO_DIRECTORY)),
                               TAG_IF(tls, TPTAG_TLS_VERIFY_POLICY(TPTLS_VERIFY_NONE)), // trust_ verifies
                               TAG_END());
