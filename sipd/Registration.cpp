@@ -295,10 +295,12 @@ bool Registration::isRefusedForContacts(const Outcome& outcome) const
            outcome.ack == SIPD_ACK_FAILED && outcome.status >= 400 && outcome.status < BUSY_EVERYWHERE;
 }
 
-// The first server that answers tells why the round fails. A pause ends when the first server may be tried.
+// The first server that answers tells why the round fails, or else the first attempt that knows a reason. A
+// pause ends when the first server may be tried.
 void Registration::note(const Outcome& failure)
 {
-    if (failure_.ack == SIPD_ACK_CONNECT_FAILED)
+    const bool isAnswer = failure.ack != SIPD_ACK_CONNECT_FAILED;
+    if (failure_.ack == SIPD_ACK_CONNECT_FAILED && (isAnswer || failure_.words.empty()))
         failure_ = failure;
     retryAfter_ = std::min(retryAfter_.value_or(failure.retryAfter), failure.retryAfter);
 }

@@ -102,6 +102,27 @@ TEST_F(Failover, TakesTheSecondServersRejection)
     EXPECT_THAT(log, HasSubstr("Profile0 is not connected: the server rejects it: 403 Forbidden\n"));
 }
 
+TEST_F(Failover, LogsTheFirstReasonThatIsKnown)
+{
+    startAt();
+    network.setOutcome(Outcome{.ack = SIPD_ACK_CONNECT_FAILED});
+    network.setOutcomeAt("192.0.2.1",
+                         Outcome{.ack = SIPD_ACK_CONNECT_FAILED, .words = "its certificate has expired"});
+    const std::string log = logOf([this] { EXPECT_EQ(connectProfile(0), SIPD_ACK_CONNECT_FAILED); });
+    EXPECT_THAT(log, HasSubstr("Profile0 is not connected: the server is not reached: its certificate has "
+                               "expired\n"));
+}
+
+TEST_F(Failover, UsesTheTransportThatDnsNames)
+{
+    startAt();
+    network.setAddresses(DOMAIN, {"192.0.2.1"}, Transport::Tls);
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(network.routes().back(), "192.0.2.1:5060 tls to sip.example.com of sip.example.com");
+    network.setOutcomeAt("192.0.2.1", redirection({"sip:192.0.2.9;transport=udp"}));
+    EXPECT_EQ(connectProfile(0), SIPD_ACK_FAILED) << "it never leaves TLS";
+}
+
 TEST_F(Failover, MovesALostRegistrationToTheNextAddress)
 {
     startAt();

@@ -252,8 +252,10 @@ std::vector<std::string> VirtualNetwork::users() const
     return users;
 }
 
-void VirtualNetwork::setAddresses(const std::string& name, const std::vector<std::string>& addresses)
+void VirtualNetwork::setAddresses(const std::string& name, const std::vector<std::string>& addresses,
+                                  std::optional<Transport> transport)
 {
+    transports_[name] = transport;
     addresses_[name] = addresses;
     resolved_->set(0ms);
 }
@@ -278,9 +280,9 @@ void VirtualNetwork::answerLookups()
             continue;
         }
         std::vector<ServerAddress> found;
+        const Transport transport = transports_[known->first].value_or(lookup->registrar.transport);
         for (const std::string& address : known->second)
-            found.push_back(
-                *ServerAddress::parse(address, lookup->registrar.port, lookup->registrar.transport));
+            found.push_back(*ServerAddress::parse(address, lookup->registrar.port, transport));
         lookup->onResolved(found);
     }
 }

@@ -48,8 +48,10 @@ public:
     // The user's registration asks the server for another contact; the server accepts it.
     void moveContact(const std::string& user, const std::string& contact);
     void acceptContact(const std::string& user);
-    // The addresses of a host name. A lookup of any other name waits for them.
-    void setAddresses(const std::string& name, const std::vector<std::string>& addresses);
+    // The addresses of a host name. A lookup of any other name waits for them. The transport is the one that
+    // the lookup asks for, or the name's own.
+    void setAddresses(const std::string& name, const std::vector<std::string>& addresses,
+                      std::optional<Transport> transport = std::nullopt);
     void setUnroutable(const std::set<std::string>& addresses) { unroutable_ = addresses; }
     void setUp(bool isUp) { isUp_ = isUp; }
     // This machine's address for packets to any server. None when it is empty.
@@ -95,6 +97,7 @@ private:
     std::string lastServer_;
     std::vector<VirtualAttempt*> attempts_;
     std::map<std::string, std::vector<std::string>> addresses_;
+    std::map<std::string, std::optional<Transport>> transports_;
     std::vector<std::weak_ptr<Lookup>> lookups_;
     const std::unique_ptr<Timer> resolved_;
     std::set<std::string> unroutable_;
