@@ -1,4 +1,4 @@
-// Feeds arbitrary text to the reading of what a person typed as a server.
+// Feeds arbitrary text to the reading of what a person typed as a server, and of a URI that a server sends.
 //
 // An input is: two bytes, the profile's port, low byte first, and the server. Port 0 stands for 5060, and 1
 // for 65536.
@@ -16,6 +16,8 @@
 
 // How many inputs were addresses, for those who replay them.
 size_t acceptedCount = 0;
+// And how many were URIs.
+size_t uriCount = 0;
 
 namespace {
 
@@ -46,11 +48,13 @@ void checkText(const RegistrarAddress& address)
 {
     const std::string transport = std::string(";transport=") + nameOf(address.transport);
     RegistrarAddress typed = address;
-    typed.defaultPort = false;
-    require(parseRegistrarAddress(address.uriHost() + ':' + std::to_string(address.port) + transport, 0) ==
-            typed);
+    typed.defaultTransport = false;
     if (address.defaultPort)
-        require(parseRegistrarAddress(address.uriHost() + transport, 5060) == address);
+        require(parseRegistrarAddress(address.uriHost() + transport, 5060) == typed);
+    typed.defaultPort = false;
+    const std::string server = address.uriHost() + ':' + std::to_string(address.port) + transport;
+    require(parseRegistrarAddress(server, 0) == typed);
+    require(parseServerUri("sip:a;b?c@" + server + ";lr?d=e") == typed);
 }
 
 // The SIP stack takes it for the same host and port.
@@ -76,6 +80,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string server(reinterpret_cast<const char*>(data) + 2, size - 2);
     const auto address = parseRegistrarAddress(server, port);
     require(parseRegistrarAddress(" \t" + server + "\r\n", port) == address);
+    if (const auto named = parseServerUri(server)) {
+        checkHost(*named);
+        checkText(*named);
+        checkUri(*named);
+        ++uriCount;
+    }
     if (!address)
         return 0;
     require(address->port >= 1);
