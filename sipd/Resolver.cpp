@@ -121,9 +121,11 @@ std::optional<std::vector<ServerAddress>> findServers(const RegistrarAddress& re
     std::optional<std::vector<ServerAddress>> servers;
     for (const ServiceName& service : services.names) {
         const bool isEnough = servers && !servers->empty() && !services.isChosen;
-        if (isEnough || std::chrono::steady_clock::now() > end)
+        const auto left = std::chrono::ceil<std::chrono::seconds>(end - std::chrono::steady_clock::now());
+        if (isEnough || left.count() < 1)
             break;
-        const auto targets = parseServiceRecords(answerTo(service.name, ns_t_srv, 2));
+        const auto targets =
+            parseServiceRecords(answerTo(service.name, ns_t_srv, static_cast<int>(left.count())));
         if (targets.empty())
             continue;
         std::vector<ServerAddress> found = addressesOf(targets, service.transport);
