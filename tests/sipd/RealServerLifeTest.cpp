@@ -2,6 +2,8 @@
 #include "RealServerTest.h"
 #include "ShiftedTime.h"
 
+#include <csignal>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -54,4 +56,23 @@ TEST_P(RealServerShiftedLife, IsRefreshedForAsLongAsItLasts)
         }));
         EXPECT_TRUE(isConnected());
     }
+}
+
+TEST_P(RealServerShiftedLife, ReplacesThatOfAKilledDaemon)
+{
+    const std::vector<std::string> sameState = {"/usr/bin/env",
+                                                "XDG_STATE_HOME=" + workplace().string() + "/state"};
+    server.start();
+    startDaemon({}, sameState);
+    writeProfile("Profile0", profileOf("anna", serverOver(GetParam()), server.port()));
+    ASSERT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const auto former = server.registered("anna");
+    ASSERT_TRUE(former);
+    daemon().signal(SIGKILL);
+    EXPECT_EQ(daemon().wait(), -SIGKILL);
+    startDaemon({}, sameState);
+    ASSERT_EQ(connectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    const auto binding = server.registered("anna"); // the only one
+    ASSERT_TRUE(binding);
+    EXPECT_NE(binding->contact, former->contact);
 }
