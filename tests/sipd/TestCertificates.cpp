@@ -13,6 +13,11 @@ constexpr char NEW_CERTIFICATE[] =
 constexpr char NEW_REQUEST[] = "req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes ";
 constexpr char SERVER[] = "-subj /CN=server -keyout server.key -addext subjectAltName=";
 
+std::string signedBy(const std::string& authority)
+{
+    return authority.empty() ? "" : " -CA " + authority + ".pem -CAkey " + authority + ".key";
+}
+
 } // namespace
 
 TestCertificates::TestCertificates(std::filesystem::path directory) : directory_(std::move(directory))
@@ -20,9 +25,12 @@ TestCertificates::TestCertificates(std::filesystem::path directory) : directory_
     std::filesystem::create_directories(directory_);
 }
 
-void TestCertificates::makeAuthority(const std::string& name) const
+void TestCertificates::makeAuthority(const std::string& name, const std::string& authority) const
 {
-    openssl(NEW_CERTIFICATE + ("-subj '/CN=" + name + "' -keyout " + name + ".key -out " + name + ".pem"));
+    const std::string certificate = name + ".pem";
+    openssl(NEW_CERTIFICATE + ("-subj '/CN=" + name + "' -keyout " + name + ".key -out " + certificate) +
+            signedBy(authority));
+    append(authority, certificate);
 }
 
 void TestCertificates::linkAuthorities() const
@@ -32,8 +40,9 @@ void TestCertificates::linkAuthorities() const
 
 void TestCertificates::make(const std::string& authority, const std::string& names) const
 {
-    openssl(NEW_CERTIFICATE + (SERVER + names) + " -addext basicConstraints=critical,CA:FALSE -CA " +
-            authority + ".pem -CAkey " + authority + ".key -out server.pem");
+    openssl(NEW_CERTIFICATE + (SERVER + names) +
+            " -addext basicConstraints=critical,CA:FALSE -out server.pem" + signedBy(authority));
+    append(authority, "server.pem");
 }
 
 void TestCertificates::makeSelfSigned(const std::string& names) const
@@ -51,6 +60,12 @@ void TestCertificates::makeValid(const std::string& from, const std::string& to,
     openssl(NEW_REQUEST + (SERVER + names) + " -out server.csr");
     openssl("ca -batch -config ca.cnf -cert " + authority + ".pem -keyfile " + authority +
             ".key -startdate " + from + "000000Z -enddate " + to + "000000Z -in server.csr -out server.pem");
+}
+
+void TestCertificates::append(const std::string& authority, const std::string& certificate) const
+{
+    if (!authority.empty())
+        std::ofstream(file(certificate), std::ios::app) << std::ifstream(file(authority + ".pem")).rdbuf();
 }
 
 void TestCertificates::openssl(const std::string& arguments) const

@@ -13,11 +13,13 @@ public:
 
     std::filesystem::path file(const std::string& name) const { return directory_ / name; }
 
-    // Makes NAME.pem and NAME.key.
-    void makeAuthority(const std::string& name) const;
+    // Makes NAME.pem and NAME.key, signed by its own key, or by that authority. NAME.pem has the certificates
+    // of those above it, too.
+    void makeAuthority(const std::string& name, const std::string& authority = {}) const;
     // Makes the links by which the TLS library finds authorities.
     void linkAuthorities() const;
-    // Makes server.pem and server.key, for these names, signed by that authority.
+    // Makes server.pem and server.key, for these names, signed by that authority, whose file is added to
+    // server.pem.
     void make(const std::string& authority, const std::string& names) const;
     // As make(), but signed by its own key.
     void makeSelfSigned(const std::string& names) const;
@@ -26,6 +28,8 @@ public:
                    const std::string& names) const;
 
 private:
+    // Adds the authority's certificates to the file.
+    void append(const std::string& authority, const std::string& certificate) const;
     void openssl(const std::string& arguments) const;
 
     const std::filesystem::path directory_;

@@ -148,6 +148,18 @@ TEST_F(TlsTrustTest, TellsWhyACertificateIsBad)
     EXPECT_EQ(reasonFor("sip.example.com").find("its certificate is not valid: "), 0U);
 }
 
+TEST_F(TlsTrustTest, FollowsALongChainOfAuthorities)
+{
+    server().makeAuthority("country", "authority");
+    server().makeAuthority("town", "country");
+    server().makeAuthority("street", "town");
+    server().make("street", "DNS:sip.example.com");
+    EXPECT_EQ(reasonFor("sip.example.com"), "");
+    server().makeAuthority("elsewhere", "stranger");
+    server().make("elsewhere", "DNS:sip.example.com");
+    EXPECT_EQ(reasonFor("sip.example.com"), "its certificate is not from a trusted authority");
+}
+
 TEST_F(TlsTrustTest, SpeaksTheVersionsThatAreSafe)
 {
     server().make("authority", "DNS:localhost");
