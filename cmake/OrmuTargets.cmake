@@ -40,6 +40,9 @@ target_compile_options(ormu_options INTERFACE
     # GCC takes a source of a unity build for a header.
     $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>)
 
+# GCC takes up to 200 MB more, and a twentieth less time.
+target_compile_options(ormu_options INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:--param=ggc-min-heapsize=500000>)
+
 # What makes an error in memory harder to exploit. Some compilers define _FORTIFY_SOURCE themselves; it needs optimised
 # code, and the sanitizers do not know the functions that it calls.
 set(is_test $<BOOL:$<TARGET_PROPERTY:ORMU_TEST_CODE>>)

@@ -24,3 +24,5 @@ add_dependencies(real_server_test demo-registrar)
 ormu_add_test(end_to_end_test QT DAEMON_SOCKET
     SOURCES EndToEndTest.cpp
     LIBRARIES real_servers setup_screens_fixture LABELS sipd)
+
+ormu_share_headers(real_servers real_server_test end_to_end_test)

@@ -1,0 +1,1 @@
+// Only its precompiled header is used.
