@@ -1,8 +1,7 @@
 # ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET [RUN]] [VALGRIND [FILTER pattern]]
 #               [NOT_EMULATED pattern reason...])
 #
-# A GoogleTest program. CTest knows each of its tests by its own name. With sanitizers, where a program takes longer to start
-# than most tests, it knows the program alone.
+# A GoogleTest program. CTest knows each of its tests by its own name, or, without ORMU_EACH_TEST, the program alone.
 #   QT             its main() makes a QApplication on the offscreen platform, in a home of its own
 #   DAEMON_SOCKET  it uses the daemon's fixed socket
 #   RUN            it starts ./run: all such tests share the log files in the build directory
@@ -77,8 +76,8 @@ function(ormu_add_test name)
     if(ARG_LABELS)
         list(APPEND discovery LABELS "${ARG_LABELS}")
     endif()
-    if(ORMU_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
-        add_test(NAME ${name} COMMAND ${under} $<TARGET_FILE:${name}>)
+    if(NOT ORMU_EACH_TEST AND NOT CMAKE_CROSSCOMPILING)
+        add_test(NAME ${name} COMMAND ${under} $<TARGET_FILE:${name}> --gtest_brief=1)
         list(FIND discovery PROPERTIES properties)
         list(SUBLIST discovery ${properties} -1 properties)
         set_tests_properties(${name} ${properties})
@@ -95,7 +94,7 @@ function(ormu_add_test name)
                 --suppressions=${PROJECT_SOURCE_DIR}/tests/support/valgrind.supp
                 $<TARGET_FILE:${name}> --gtest_filter=${ARG_FILTER} --gtest_brief=1)
         set_tests_properties(valgrind.${name} PROPERTIES
-            TIMEOUT ${ORMU_TEST_TIMEOUT} LABELS "${ORMU_VALGRIND_LABELS}" COST 20)
+            TIMEOUT ${ORMU_TEST_TIMEOUT} LABELS "${ORMU_VALGRIND_LABELS}" COST 20 ENVIRONMENT GTEST_OUTPUT=)
         if(ARG_DAEMON_SOCKET AND ORMU_SOCKET_LOCK)
             set_tests_properties(valgrind.${name} PROPERTIES ${ORMU_SOCKET_LOCK})
         endif()

@@ -18,7 +18,7 @@
 namespace {
 enum Entry { ENTRY_SIP_PROFILE = 0, ENTRY_CHOOSE_PROFILE = 1 };
 
-constexpr int TITLE_HEIGHT = 30;
+constexpr int HOME_TITLE_HEIGHT = 30;
 const char ROW_FORMAT[] = "%T";
 
 } // namespace
@@ -35,12 +35,12 @@ HomeScreen::HomeScreen() : OrmuMainWidget(nullptr, "home"), notices_(new Setting
 
     const QRect content = OrmuGlobal::getContentR();
     auto* title = new QLabel(tr("Settings", "2.6.11;DIALOG_TITLE"), getContentWidget());
-    title->setGeometry(0, 0, content.width(), TITLE_HEIGHT);
+    title->setGeometry(0, 0, content.width(), HOME_TITLE_HEIGHT);
     getContentWidget()->addChild(title, 0, 0);
 
     entries_ = new UTIL_ListBox(ROW_FORMAT, getContentWidget(), 0);
-    entries_->setGeometry(0, TITLE_HEIGHT, content.width(), content.height() - TITLE_HEIGHT);
-    getContentWidget()->addChild(entries_, 0, TITLE_HEIGHT);
+    entries_->setGeometry(0, HOME_TITLE_HEIGHT, content.width(), content.height() - HOME_TITLE_HEIGHT);
+    getContentWidget()->addChild(entries_, 0, HOME_TITLE_HEIGHT);
     addEntry(tr("SIP Profile", "2.16.0;MENU"));
     addEntry(tr("Choose SIP profile", "2.16.0;MENU"));
     connect(entries_, &QListBox::mouseButtonClicked, this, &HomeScreen::entryClicked);

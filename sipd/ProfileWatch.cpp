@@ -23,7 +23,7 @@ constexpr std::chrono::milliseconds LONGEST_SETTLE_TIME{1000};
 constexpr uint32_t CHANGES = IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ATTRIB;
 
 // The kernel's own limit.
-constexpr int MOST_LINKS = 40;
+constexpr int MOST_FOLLOWED_LINKS = 40;
 
 namespace fs = std::filesystem;
 
@@ -56,7 +56,7 @@ void ProfileWatch::watchPath()
     isComplete_ = true;
     std::list<fs::path> parts;
     fs::path directory = prepend(parts, path_, {});
-    for (int links = 0; !parts.empty() && links < MOST_LINKS;) {
+    for (int links = 0; !parts.empty() && links < MOST_FOLLOWED_LINKS;) {
         const fs::path name = parts.front();
         parts.pop_front();
         if (name.empty() || name == ".")
