@@ -1,6 +1,7 @@
-// store_cost store|values|strings FILE-PROFILES: loads a settings file of so many profiles once; the cost to
-// be counted is that of measured(). "store" is the store; "values" and "strings" open the key file and read
-// the same keys from it, once each: into the types of the record, or into strings of its own.
+// store_cost write PROFILES: writes a settings file of so many profiles.
+// store_cost store|values|strings PROFILES: loads that file once; the cost to be counted is that of
+// measured(). "store" is the store; "values" and "strings" open the key file and read the same keys from it,
+// once each: into the types of the record, or into strings of its own.
 #include "ProfileSchema.h"
 #include "SETUP_SIP_Agent.h"
 
@@ -16,18 +17,34 @@
 
 namespace {
 
-void storeProfiles(int count)
+void writeProfiles(int count)
 {
-    SETUP_SIP_Agent* store = SETUP_SIP_Agent::instance();
+    GKeyFile* file = g_key_file_new();
+    g_key_file_set_integer(file, SUMMARY_GROUP, TOTAL_KEY, count);
     for (int i = 0; i < count; ++i) {
-        SIP_PROFILE_CONTENT record;
-        record.displayName = QStringLiteral("Profile number %1").arg(i);
-        record.server = QStringLiteral("sip%1.example.org").arg(i);
-        record.userID = QStringLiteral("user%1").arg(i);
-        record.password = QStringLiteral("password%1").arg(i);
-        store->setProfileInfo(record, record.displayName);
+        const std::string number = std::to_string(i);
+        const std::string group = groupOf(static_cast<uint64_t>(i));
+        const auto write = [&](const char* key, const std::string& value) {
+            g_key_file_set_string(file, group.c_str(), key, value.c_str());
+        };
+        for (const ProfileKey& key : PROFILE_KEYS) {
+            if (const bool* flag = std::get_if<bool>(&key.standard))
+                write(key.name, *flag ? "true" : "false");
+            else if (const unsigned int* value = std::get_if<unsigned int>(&key.standard))
+                write(key.name, std::to_string(*value));
+            else
+                write(key.name, std::get<const char*>(key.standard));
+        }
+        write(DISPLAY_NAME_KEY, "Profile number " + number);
+        write(SERVER_KEY, "sip" + number + ".example.org");
+        write(USER_ID_KEY, "user" + number);
+        write(PASSWORD_KEY, "password" + number);
     }
-    SETUP_SIP_Agent::cleanup();
+    QString path;
+    SETUP_SIP_Agent::getSIPSetupPath(path);
+    if (!g_key_file_save_to_file(file, path.toUtf8().constData(), nullptr))
+        std::abort();
+    g_key_file_free(file);
 }
 
 GKeyFile* openFile()
@@ -116,7 +133,7 @@ int main(int argc, char** argv)
     const std::string_view mode = argc == 3 ? argv[1] : "";
     const int count = argc == 3 ? std::atoi(argv[2]) : 0;
     if (mode == "write") {
-        storeProfiles(count);
+        writeProfiles(count);
         return 0;
     }
     const Load load = loadOf(mode);
