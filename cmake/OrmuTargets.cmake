@@ -34,7 +34,7 @@ endblock()
 define_property(TARGET PROPERTY ORMU_TEST_CODE INHERITED)
 
 add_library(ormu_options INTERFACE)
-# Warnings are errors in this project's own builds only.
+# Warnings are errors in ./check only.
 target_compile_options(ormu_options INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wcast-align $<$<BOOL:${ORMU_WERROR}>:-Werror>
     # GCC takes a source of a unity build for a header.
