@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What is installed, and where. The components are runtime (the libraries), development (what a program is built with), phone
 # and daemon. The installed tree may be moved: it has no absolute path but that of sipd in the unit for systemd.
 include(GNUInstallDirs)

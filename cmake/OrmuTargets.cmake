@@ -69,6 +69,10 @@ else()
     set(product $<${is_optimised}:-D_FORTIFY_SOURCE=$<IF:$<BOOL:${ORMU_HAS_FORTIFY_3}>,3,2>>
         $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>)
 endif()
+# What is built must not depend on where it is built: nothing of the product names a directory of this machine.
+if(NOT ORMU_SANITIZE)
+    list(APPEND product -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+endif()
 target_compile_options(ormu_options INTERFACE
     "$<${is_test}:-O0;-g1;-UNDEBUG;-UQT_NO_DEBUG;-D_GLIBCXX_ASSERTIONS>" "$<$<NOT:${is_test}>:${product}>")
 
@@ -79,4 +83,6 @@ function(ormu_add_component target)
     set_target_properties(${target} PROPERTIES
         CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    # With the types, which tests/install/abi-test reads.
+    target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g>)
 endfunction()

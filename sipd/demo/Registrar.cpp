@@ -88,9 +88,9 @@ Registrar::~Registrar() = default;
 
 bool Registrar::listen(int port)
 {
-    const std::string place = ":" + std::to_string(port);
-    const std::string address = "sip:127.0.0.1" + place;
-    const std::string address6 = "sip:[::1]" + place;
+    const std::string number = std::to_string(port);
+    const std::string address = "sip:127.0.0.1:" + number;
+    const std::string address6 = "sip:[::1]:" + number;
     agent_.reset(nta_agent_create(root_, URL_STRING_MAKE(address.c_str()), receive, this, TAG_END()));
     if (agent_ == nullptr)
         return false;
