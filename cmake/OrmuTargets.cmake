@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What every target of this project has in common: it is linked to ormu_options.
 #
 # Properties of a target that change its options:

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+# SPDX-License-Identifier: Apache-2.0
+
 # ormu_add_test(NAME SOURCES... [LIBRARIES ...] [LABELS ...] [QT] [DAEMON_SOCKET [RUN]] [VALGRIND [FILTER pattern]]
 #               [NOT_EMULATED pattern reason...])
 #

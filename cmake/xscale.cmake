@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The phone's processor: ARMv5TE without a floating point unit. tools/xscale-sysroot comes first.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv5tel)

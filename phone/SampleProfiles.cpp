@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // sample-profiles: writes five profiles into the settings directory, as far as they are not there yet, and
 // prints how each fares with the demo registrar.
 #include "SETUP_SIP_Agent.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* In the phone, for its VNC screen: Qt's VNC server has no setting for its address and would listen to the
  * whole network, without a password. So a socket for every address of this machine gets the loopback alone.
  */

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // phone: the settings application of a phone, in a window of the phone's size.
 #include "HomeScreen.h"
 #include "OrmuApplication.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // sip-profile: lists, connects and disconnects the SIP profiles, and repairs the file that they are kept in.
 #include "Commands.h"
 #include "PrivateMemory.h"

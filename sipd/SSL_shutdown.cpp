@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The stack's release 1.12.11devel shuts a TLS connection down, but never frees its 50 KB. So this replaces
 // the TLS library's function, and frees the connection too.
 #include <dlfcn.h>

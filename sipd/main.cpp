@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // sipd: the SIP daemon. Registers the phone's SIP profiles with their servers, for the clients of its socket.
 
 #include "Daemon.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* Preloaded into every program that runs under tools/xscale-emulator. Replaces two services of a kernel that
  * the emulator lacks. */
 #define _GNU_SOURCE

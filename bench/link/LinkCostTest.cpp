@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The cost of the link in counts that are the same in every run.
 
 #include "ChildProgram.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* The floor of the measurements: the least code for one cycle that checks every result and writes the
  * library's lines to standard error. */
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // count_cycles bare|library N: makes N cycles inside measured(), for a tool that counts instructions. A
 // daemon must be listening.
 

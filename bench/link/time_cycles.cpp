@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // time_cycles: prints the wall time of the library's cycles and the bare client's, on one core together
 // with the daemon, and the median of the ratios of neighbouring runs.
 

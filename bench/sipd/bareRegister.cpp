@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #define NUA_MAGIC_T struct Exchange
 #define NUA_HMAGIC_T struct Exchange
 struct Exchange;

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // time_sipd: what the daemon costs, against floors measured in the same run.
 //
 //   status   round trips against a bare echo server on epoll with messages of the same sizes

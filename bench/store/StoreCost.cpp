@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // store_cost write PROFILES: writes a settings file of so many profiles.
 // store_cost store|values|strings PROFILES: loads that file once; the cost to be counted is that of
 // measured(). "store" is the store; "values" and "strings" open the key file and read the same keys from it,

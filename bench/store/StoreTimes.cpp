@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // store_times: how long the store's operations take on this machine, disk included. To be read by people;
 // what must hold is counted by store-cost and by the tests.
 #include "SETUP_SIP_Agent.h"

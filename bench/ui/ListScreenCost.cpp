@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // list_screen_cost screen|bare: opens ten profiles' list once, offscreen, and paints it; the cost to be
 // counted is that of measured(). "screen" is the profile list screen over a settings file that it has to
 // read; "bare" is Qt's list widget with the same texts and icons.

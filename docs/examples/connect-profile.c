@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* connect-profile NAME: connects the profile with that group name ("Profile0") and prints the daemon's
  * ack.
  *

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #ifndef SETTINGSFAILURE_H
 #define SETTINGSFAILURE_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #ifndef ORMUGLOBAL_H
 #define ORMUGLOBAL_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #ifndef RES_ICON_READER_H
 #define RES_ICON_READER_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // demo-registrar: a SIP registrar with a few accounts, on the loopback alone.
 #include "PrivateMemory.h"
 #include "Registrar.h"

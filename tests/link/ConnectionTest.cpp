@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A channel's connection, and its effects on the process.
 
 #include "DaemonAddress.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The tables of docs/protocol.md against the link's headers.
 
 #include "SIPD_Messages.h"

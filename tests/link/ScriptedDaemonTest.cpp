@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The scripted daemon as a program and as a thread, and the example client.
 
 #include "ChildProgram.h"

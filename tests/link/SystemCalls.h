@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #ifndef SYSTEM_CALLS_H
 #define SYSTEM_CALLS_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The library and the scripted daemon against the same file of messages.
 
 #include "LinkTest.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* The link's C headers, used from C99 without anything else. */
 
 #include "SIP_COMM_Controler.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Every order of a person's operations on the profiles: the store's calls that the screens make, and the
 // phone's own before the list opens and after it has closed. ORMU_EVERY_ORDER=full in the environment goes
 // deeper.

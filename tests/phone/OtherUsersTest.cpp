@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Protection from the machine's other users, by ./run and by the programs that hold passwords.
 #include "DaemonTest.h"
 #include "StrangerAtSocket.h"

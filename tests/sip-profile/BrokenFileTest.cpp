@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The check and the repair of files that people broke by hand, and on disks that fail.
 #include "BoundedListing.h"
 #include "ProfileFile.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The check and the repair of every settings file of a few profiles.
 #include "BoundedListing.h"
 #include "EveryRow.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A tidy of the settings file while the daemon has profiles connected.
 #include "ProfileRepair.h"
 #include "SipdProcess.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The daemon's side of the protocol: the messages of the file, the library's controller, the example client.
 
 #include "Programs.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "Programs.h"
 #include "RealServerProcess.h"
 #include "SipdProcess.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The phone's screens, driven by keys, over the real daemon and a real registrar.
 #include "RealServerKamailio.h"
 #include "SETUP_SIP_ConnectDlg.h"

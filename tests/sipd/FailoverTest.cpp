@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the daemon does after an answer that is no acceptance: other addresses, redirections, pauses.
 
 #include "VirtualSipTest.h"

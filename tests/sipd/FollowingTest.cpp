@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How registrations follow their profiles through the settings file, in virtual time.
 
 #include "VirtualSipTest.h"

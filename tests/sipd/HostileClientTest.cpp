@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Clients that break the rules. The daemon serves the next one, and takes no memory for them.
 
 #include "Sanitizers.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // sipd --keep-running: a daemon that is started again whenever it ends.
 
 #include "SipdProcess.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The contacts that a server may hold: in memory, in the file, and in the next REGISTER.
 
 #include "ChildProcess.h"

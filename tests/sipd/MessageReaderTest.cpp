@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The receiving side alone: the messages of the file, and messages that no client may send.
 
 #include "MessageReader.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the daemon does when this machine's addresses and routes change.
 
 #include "NetworkWatch.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Profiles are found again in a newer settings file: every small case.
 
 #include "ProfileMatch.h"

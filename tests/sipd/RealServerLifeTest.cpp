@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The life of a registration at a real server.
 #include "RealServerTest.h"
 #include "ShiftedTime.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Outcomes of a connect at a real server, one for each way to it.
 #include "RealServerTest.h"
 #include "ServerAddress.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The daemon verifies a server that is reached by TLS.
 #include "RealServerTest.h"
 #include "ShiftedTime.h"

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The daemon with real SIP servers, each started by its test on ports of its own.
 find_program(ORMU_KAMAILIO kamailio PATHS /usr/sbin)
 if(NOT ORMU_KAMAILIO)

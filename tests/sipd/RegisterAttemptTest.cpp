@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Attempts by the SIP stack at a registrar in a thread of this process.
 
 #include "RegisterAttempt.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The states of registrations, in virtual time: outcomes, timeouts, retries, cancelled requests.
 
 #include "VirtualSipTest.h"

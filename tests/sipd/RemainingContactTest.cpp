@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the daemon as a process does with contacts that a killed one has left, and with answers that lead
 // elsewhere.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Lookups of names and services, the latter at a name server of the test.
 
 #include "Resolver.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The daemon's socket file: removed, replaced, or another user's.
 
 #include "Programs.h"

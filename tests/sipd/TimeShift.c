@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* Preloaded into a daemon under test. Its clocks differ from the machine's by what a file says that the test
  * writes while the daemon runs: the date (CLOCK_REALTIME, gettimeofday, time) by the first number, and the
  * time since the start of the machine with its sleep (CLOCK_BOOTTIME) by the second, both in nanoseconds.

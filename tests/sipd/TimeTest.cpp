@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The daemon while the date is set, after the machine has slept, and at the end of its time limits.
 
 #include "ShiftedTime.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a TLS server must prove, in a handshake of a client and a server in this process.
 
 #include "TlsTrust.h"

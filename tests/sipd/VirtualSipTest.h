@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 #ifndef VIRTUAL_SIP_TEST_H
 #define VIRTUAL_SIP_TEST_H
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Which settings manager each operation of the store makes, its calls in their order, and every argument.
 #include "StoreCalls.h"
 #include "SampleProfiles.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // isolate COMMAND [ARGUMENT...]: runs the command with an empty /tmp and a loopback network of its own. The
 // daemon's socket has a fixed path in /tmp, and servers have fixed ports: so tests that use them run side by
 // side. Needs root.

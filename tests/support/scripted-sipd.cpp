@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // scripted-sipd: plays a scenario on the daemon's socket until it is interrupted, and prints every message.
 
 #include "ScriptedDaemon.h"

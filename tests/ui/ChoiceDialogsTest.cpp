@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The dialogs in which the user ticks profiles to delete, or chooses one.
 #include "Diagnostics.h"
 #include "SETUP_SIP_ProfileDelConfirmDlg.h"

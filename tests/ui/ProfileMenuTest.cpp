@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The actions on a profile that the menu of its row and the menu of its detail screen share.
 #include "OrmuMessageBox.h"
 #include "OrmuMultiLineEdit.h"

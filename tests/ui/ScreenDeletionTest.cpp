@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Screens that are deleted inside slots that their own children called, or in an event loop of their own.
 #include "EditForm.h"
 #include "OrmuMessageBox.h"

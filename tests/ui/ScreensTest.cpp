@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Facts of the same kind about every screen.
 #include "OrmuPushButton.h"
 #include "OrmuStyle.h"

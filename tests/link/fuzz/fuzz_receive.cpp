@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Sends arbitrary bytes to the receiving side of the link over a socket pair.
 //
 // An input is one byte (the number of calls), one byte for each call (its choice), and the bytes that the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Reads arbitrary text as a scenario's name and plays the scenario, if it is one.
 //
 // An input is one byte (a 16th of the bytes that the client sends before it closes) and the name.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Feeds bytes to the check and the repair as the profiles' settings file.
 
 #include "ProfileFile.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The inputs that fuzzing has found worth keeping, each as an ordinary test run.
 
 #include "Corpus.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Feeds a server's challenges, which the SIP stack has parsed as in the daemon, to the answering of them, and
 // reads the answers as a server would.
 //

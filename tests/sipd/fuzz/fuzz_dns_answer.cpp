@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Feeds arbitrary bytes to the reading of SRV and NAPTR records, as a name server's answer.
 
 #include "Require.h"

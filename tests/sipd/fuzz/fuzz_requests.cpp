@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Feeds arbitrary bytes to the daemon's receiving side, in pieces and whole, and holds the two against each
 // other.
 //

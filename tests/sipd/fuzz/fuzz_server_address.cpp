@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The ormusipsetup authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Feeds arbitrary text to the reading of what a person typed as a server, and of a URI that a server sends.
 //
 // An input is: two bytes, the profile's port, low byte first, and the server. Port 0 stands for 5060, and 1
