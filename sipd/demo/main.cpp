@@ -41,6 +41,7 @@ int usage(std::FILE* stream)
         "  --account FILE  more accounts, or other passwords: FILE, which nobody else may read, has a line\n"
         "                  USER:PASSWORD for each\n"
         "  --help          print this\n"
+        "  --version       print the version\n"
         "\n"
         "Accounts: anna and reception, with the password \"secret\", can register; ben has another\n"
         "password; banned is refused, busy is told that the server is busy, silent gets no answer.\n",
@@ -145,6 +146,8 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; i += 2) {
         if (std::strcmp(argv[i], "--help") == 0)
             return usage(stdout);
+        if (std::strcmp(argv[i], "--version") == 0)
+            return std::puts("demo-registrar " ORMU_VERSION) < 0 ? 1 : 0;
         if (!readOption(argv[i], argv[i + 1], options))
             return usage(stderr);
     }
