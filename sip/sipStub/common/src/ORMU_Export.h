@@ -4,10 +4,13 @@
 #ifndef ORMU_EXPORT_H
 #define ORMU_EXPORT_H
 
-/* Marks what the library offers to other programs; everything else stays hidden. C99 and C++. */
+/** @file
+ * What the library shows of itself. C99 and C++. */
+
+/** Marks what the library offers to other programs; everything else stays hidden. */
 #define ORMU_SIPSETUP_EXPORT __attribute__((visibility("default")))
 
-/* Within what it offers: a part that stays hidden all the same. */
+/** Within what it offers: a part that stays hidden all the same. */
 #define ORMU_SIPSETUP_INTERNAL __attribute__((visibility("hidden")))
 
 #endif
