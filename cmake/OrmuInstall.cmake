@@ -28,6 +28,9 @@ endif()
 # it is installed would have an empty path before, which means the working directory.
 function(ormu_set_run_path target path)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH ${path})
+    if(ORMU_PLATFORM) # which may be anywhere
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON)
+    endif()
     if(PROJECT_IS_TOP_LEVEL AND NOT ORMU_PLATFORM AND NOT CMAKE_SKIP_INSTALL_RPATH)
         set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
     endif()
@@ -71,7 +74,9 @@ function(ormu_install_library)
     set_target_properties(ormusipd_client PROPERTIES EXPORT_NAME sipd-client)
     install(TARGETS ormusipd_client EXPORT OrmuSipdClientTargets)
     ormu_install_package(OrmuSipSetup OrmuSipSetupTargets OrmuSipdClientTargets)
-    ormu_install_pkg_config(ormusipsetup)
+    if(NOT ORMU_PLATFORM) # whose name in pkg-config nobody knows
+        ormu_install_pkg_config(ormusipsetup)
+    endif()
     ormu_install_pkg_config(ormusipd-client)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/protocol.md TYPE DOC COMPONENT development)
     install(FILES ${PROJECT_SOURCE_DIR}/tests/link/vectors/messages.txt
