@@ -13,6 +13,12 @@
 #include <algorithm>
 #include <utility>
 
+namespace {
+
+QPointer<QPopupMenu> pressedMenu; // where the button went down on an entry
+
+} // namespace
+
 QPopupMenu::QPopupMenu(QWidget* parent, const char* name) : QMenu(parent)
 {
     setObjectName(QString::fromLatin1(name));
@@ -131,10 +137,28 @@ void QPopupMenu::mouseMoveEvent(QMouseEvent* event)
         QMenu::mouseMoveEvent(event);
 }
 
+// A click chooses as Enter does. Qt 6.8 closes a menu that is clicked where the pointer was when it opened.
+void QPopupMenu::mousePressEvent(QMouseEvent* event)
+{
+    QAction* const entry = actionAt(event->position().toPoint());
+    pressedMenu = entry == nullptr ? nullptr : this;
+    if (entry == nullptr)
+        QMenu::mousePressEvent(event);
+    else if (entry->isEnabled())
+        setActiveAction(entry);
+}
+
 void QPopupMenu::mouseReleaseEvent(QMouseEvent* event)
 {
     const QPointer<QPopupMenu> self(this);
-    QMenu::mouseReleaseEvent(event);
+    const QAction* const entry = actionAt(event->position().toPoint());
+    if (std::exchange(pressedMenu, nullptr) != this)
+        QMenu::mouseReleaseEvent(event);
+    else if (entry == nullptr || (entry == activeAction() && entry->isEnabled())) {
+        QKeyEvent choice(QEvent::KeyPress, entry == nullptr ? Qt::Key_Escape : Qt::Key_Return,
+                         Qt::NoModifier);
+        keyPressEvent(&choice);
+    }
     if (!self.isNull())
         emitChosen();
 }
