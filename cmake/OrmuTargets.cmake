@@ -50,10 +50,14 @@ target_compile_options(ormu_options INTERFACE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-
 # code, and the sanitizers do not know the functions that it calls.
 set(is_test $<BOOL:$<TARGET_PROPERTY:ORMU_TEST_CODE>>)
 set(is_program $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
+set(is_late $<BOOL:$<TARGET_PROPERTY:ORMU_LATE_BINDING>>)
+if(CMAKE_SHARED_LINKER_FLAGS MATCHES "-z,now") # a packager's wish
+    set(is_late 0)
+endif()
 target_compile_options(ormu_options INTERFACE -fstack-protector-strong ${ORMU_BRANCH_PROTECTION} -U_FORTIFY_SOURCE)
 target_link_options(ormu_options INTERFACE
     $<${is_program}:-pie> -Wl,-z,noexecstack -Wl,-z,relro
-    -Wl,-z,$<IF:$<BOOL:$<TARGET_PROPERTY:ORMU_LATE_BINDING>>,lazy,now>)
+    -Wl,-z,$<IF:${is_late},lazy,now>)
 
 # Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds. Sanitized code compiles in
 # half the time when it is not optimised.
