@@ -290,7 +290,9 @@ TEST_P(BrokenFile, ListsEveryProfileOnceRepaired)
     EXPECT_TRUE(ProfileFile(file()).findings().isEmpty());
     EXPECT_EQ(repairProfileFile(file()).outcome, ProfileRepair::NothingToDo);
     if (!GetParam().repaired.isEmpty()) {
-        EXPECT_EQ(readFile().toStdString(), GetParam().repaired.toStdString());
+        // Older releases of GLib insert a line above a group.
+        EXPECT_EQ(readFile().replace("\n\n[", "\n[").toStdString(),
+                  QByteArray(GetParam().repaired).replace("\n\n[", "\n[").toStdString());
     }
 
     ASSERT_TRUE(boundedListing(file())) << "the store's loading would not end";
