@@ -7,6 +7,7 @@
 #   ORMU_TEST_CODE     code of the tests, compiled without optimisation and sanitizers, in half the time. The presets release
 #                      and debug use the same options, so that the second build finds the objects in a compiler cache. A
 #                      directory may have this property
+#   ORMU_OFTEN_RUN     optimised a little when sanitized: the tests call it millions of times
 #   ORMU_NO_SANITIZE   the sanitizers to leave out, or "all"
 #   ORMU_LATE_BINDING  the functions that it calls are bound at their first call, so that it starts sooner
 
@@ -62,7 +63,7 @@ target_link_options(ormu_options INTERFACE
 # Assertions of the standard library and of Qt are on in sanitized code, in tests and in Debug builds. Sanitized code compiles in
 # half the time when it is not optimised.
 if(ORMU_SANITIZE)
-    set(product -O0 -g1 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    set(product -O$<IF:$<BOOL:$<TARGET_PROPERTY:ORMU_OFTEN_RUN>>,1,0> -g1 -fsanitize=${ORMU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         -UNDEBUG -UQT_NO_DEBUG -D_GLIBCXX_ASSERTIONS)
     set(exception "$<TARGET_PROPERTY:ORMU_NO_SANITIZE>")
     set(exception "$<$<BOOL:${exception}>:-fno-sanitize=${exception}>")

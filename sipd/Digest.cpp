@@ -6,6 +6,7 @@
 #include "ORMU_Diagnostics.h"
 
 #include <openssl/evp.h>
+#include <sofia-sip/su_md5.h>
 
 #include <algorithm>
 #include <array>
@@ -17,21 +18,51 @@
 
 namespace {
 
+std::string toHex(const unsigned char* bytes, size_t count)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (size_t i = 0; i < count; ++i)
+        text += {digits[bytes[i] >> 4U], digits[bytes[i] & 0xfU]};
+    return text;
+}
+
+// The stack's own MD5 takes a tenth of the time, and less memory.
+std::string md5(const std::string& text)
+{
+    std::array<char, 2 * SU_MD5_DIGEST_SIZE + 1> digits{};
+    su_md5_t state;
+    su_md5_init(&state);
+    su_md5_update(&state, text.data(), static_cast<usize_t>(text.size()));
+    su_md5_hexdigest(&state, digits.data());
+    su_md5_deinit(&state);
+    return digits.data();
+}
+
+template <const EVP_MD* (*hash)()>
+std::string opensslHash(const std::string& text)
+{
+    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
+    unsigned int size = 0;
+    ORMU_ASSERT(EVP_Digest(text.data(), text.size(), bytes.data(), &size, hash(), nullptr) == 1);
+    return toHex(bytes.data(), size);
+}
+
 struct Algorithm
 {
     const char* name;
-    const EVP_MD* (*hash)();
+    std::string (*hash)(const std::string&); // in hexadecimal digits
     bool isSession;
 };
 
 // Weaker ones first.
 constexpr std::array ALGORITHMS = {
-    Algorithm{"MD5", EVP_md5, false},
-    Algorithm{"MD5-sess", EVP_md5, true},
-    Algorithm{"SHA-256", EVP_sha256, false},
-    Algorithm{"SHA-256-sess", EVP_sha256, true},
-    Algorithm{"SHA-512-256", EVP_sha512_256, false},
-    Algorithm{"SHA-512-256-sess", EVP_sha512_256, true},
+    Algorithm{"MD5", md5, false},
+    Algorithm{"MD5-sess", md5, true},
+    Algorithm{"SHA-256", opensslHash<EVP_sha256>, false},
+    Algorithm{"SHA-256-sess", opensslHash<EVP_sha256>, true},
+    Algorithm{"SHA-512-256", opensslHash<EVP_sha512_256>, false},
+    Algorithm{"SHA-512-256-sess", opensslHash<EVP_sha512_256>, true},
 };
 
 // A server that asks again and again, with ever new realms or nonces, is not followed further.
@@ -53,23 +84,6 @@ std::optional<size_t> findAlgorithm(const std::string& name)
             return i;
     }
     return std::nullopt;
-}
-
-std::string toHex(const unsigned char* bytes, size_t count)
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (size_t i = 0; i < count; ++i)
-        text += {digits[bytes[i] >> 4U], digits[bytes[i] & 0xfU]};
-    return text;
-}
-
-std::string hashOf(const Algorithm& algorithm, const std::string& text)
-{
-    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
-    unsigned int size = 0;
-    ORMU_ASSERT(EVP_Digest(text.data(), text.size(), bytes.data(), &size, algorithm.hash(), nullptr) == 1);
-    return toHex(bytes.data(), size);
 }
 
 std::string quotedString(std::string_view text)
@@ -339,14 +353,14 @@ std::string digestResponse(const DigestQuestion& question, std::string_view user
         return {};
     const Algorithm& algorithm = ALGORITHMS[*index];
     std::string secret =
-        hashOf(algorithm, std::string(user) + ':' + question.realm + ':' + std::string(password));
+        algorithm.hash(std::string(user) + ':' + question.realm + ':' + std::string(password));
     if (algorithm.isSession)
-        secret = hashOf(algorithm, secret + ':' + question.nonce + ':' + question.clientNonce);
+        secret = algorithm.hash(secret + ':' + question.nonce + ':' + question.clientNonce);
     std::string protectedText = question.method + ':' + question.uri;
     if (question.qop == "auth-int")
-        protectedText += ':' + hashOf(algorithm, "");
+        protectedText += ':' + algorithm.hash("");
     std::string nonce = question.nonce;
     if (!question.count.empty())
         nonce += ':' + question.count + ':' + question.clientNonce + ':' + question.qop;
-    return hashOf(algorithm, secret + ':' + nonce + ':' + hashOf(algorithm, protectedText));
+    return algorithm.hash(secret + ':' + nonce + ':' + algorithm.hash(protectedText));
 }

@@ -23,26 +23,34 @@ namespace {
 
 constexpr su_time64_t NANOSECONDS = 1'000'000'000;
 
+// Whole milliseconds: when less than one is left before a timer expires, the stack polls until then.
+su_time64_t bootTime()
+{
+    using std::chrono::duration_cast;
+    const auto now = duration_cast<std::chrono::milliseconds>(BootClock::now().time_since_epoch());
+    return static_cast<su_time64_t>(duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
 // The stack counts from 1900. Its time starts at the machine's date, since the stack derives unique names
 // from it.
 su_time64_t stackEpoch()
 {
     static const su_time64_t epoch = [] {
         const auto date = static_cast<su_time64_t>(std::time(nullptr)) + SU_TIME_EPOCH;
-        return date * NANOSECONDS - static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+        return date * NANOSECONDS - bootTime();
     }();
     return epoch;
 }
 
 su_time64_t giveNanotime(su_time64_t* time)
 {
-    *time = stackEpoch() + static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+    *time = stackEpoch() + bootTime();
     return *time;
 }
 
 su_time64_t giveMonotime(su_time64_t* time)
 {
-    *time = static_cast<su_time64_t>(BootClock::now().time_since_epoch().count());
+    *time = bootTime();
     return *time;
 }
 

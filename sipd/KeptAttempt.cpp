@@ -50,9 +50,9 @@ void KeptAttempt::leaveContacts()
 
 void KeptAttempt::update()
 {
-    const std::string former = std::exchange(contact_, attempt_->contact());
-    if (contact_ == former)
+    if (attempt_->contact() == contact_)
         return;
+    const std::string former = std::exchange(contact_, attempt_->contact());
     if (!former.empty())
         earlier_.push_back(former);
     if (contact_.empty())

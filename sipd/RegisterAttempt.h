@@ -34,7 +34,7 @@ public:
                                const std::vector<std::string>& formerContacts) override;
     void unregisterOrAbandon() override;
     State state() const override { return state_; }
-    std::string contact() const override { return contact_; }
+    const std::string& contact() const override { return contact_; }
 
 private:
     void request(std::chrono::seconds lifetime, const std::vector<std::string>& formerContacts,

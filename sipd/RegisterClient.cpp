@@ -87,11 +87,6 @@ std::optional<ServerAddress> addressOf(const std::string& host, const char* port
     return ServerAddress::parse(withoutBrackets(host), number);
 }
 
-bool isSameAddress(const ServerAddress& first, const ServerAddress& second)
-{
-    return first.uriHost() == second.uriHost() && first.port() == second.port();
-}
-
 // A rejection of the profile, whatever it says.
 bool isRejection(int status)
 {
@@ -181,7 +176,7 @@ bool isBoundAt(const sip_contact_t* contact, const std::string& user, const Serv
 {
     const ContactPlace found(contact->m_url);
     const auto address = addressOf(found.host, found.port.c_str());
-    return strcasecmp(found.user.c_str(), user.c_str()) == 0 && address && isSameAddress(*address, place);
+    return strcasecmp(found.user.c_str(), user.c_str()) == 0 && address && address->isSamePlace(place);
 }
 
 // Calls take with each socket of this process of that type. The stack does not tell its sockets.
@@ -283,7 +278,7 @@ void RegisterClient::moveContact(const std::optional<ServerAddress>& place)
 
 bool RegisterClient::isContactAt(const std::optional<ServerAddress>& place) const
 {
-    return isSameAddress(place.value_or(*local_), *place_);
+    return place_->isSamePlace(place.value_or(*local_));
 }
 
 void RegisterClient::send(std::chrono::seconds lifetime, const std::vector<std::string>& formerContacts,
@@ -448,7 +443,7 @@ std::optional<ServerAddress> RegisterClient::seenIn(const sip_t* sip) const
     if (!seen || seen->uriHost() == "0.0.0.0")
         return std::nullopt;
     const bool isUdp = transport() == Transport::Udp;
-    const bool isOwn = seen->uriHost() == local_->uriHost() && (!isUdp || seen->port() == local_->port());
+    const bool isOwn = seen->isSameHost(*local_) && (!isUdp || seen->port() == local_->port());
     return isOwn ? std::nullopt : seen;
 }
 
@@ -476,8 +471,8 @@ bool RegisterClient::isFromServer(msg_s* message) const
 {
     const su_sockaddr_t* const from = msg_addr(message);
     if (from->su_family == AF_INET)
-        return isSameAddress(ServerAddress(from->su_sin), *server_);
-    return from->su_family == AF_INET6 && isSameAddress(ServerAddress(from->su_sin6), *server_);
+        return server_->isSamePlace(ServerAddress(from->su_sin));
+    return from->su_family == AF_INET6 && server_->isSamePlace(ServerAddress(from->su_sin6));
 }
 
 // Learns when the server closes the connection.
@@ -519,14 +514,14 @@ void RegisterClient::keepOpen() const
     if (transport() == Transport::Udp) {
         forEachSocket(SOCK_DGRAM, [this, nothing](int fd) {
             const auto own = addressOfSocket(fd, getsockname);
-            if (own && isSameAddress(*own, *local_))
+            if (own && own->isSamePlace(*local_))
                 server_->sendFrom(fd, nothing);
         });
         return;
     }
     forEachSocket(SOCK_STREAM, [this](int fd) {
         const auto peer = addressOfSocket(fd, getpeername);
-        if (!peer || !isSameAddress(*peer, *server_))
+        if (!peer || !peer->isSamePlace(*server_))
             return;
         const auto set = [fd](int level, int option, int value) {
             setsockopt(fd, level, option, &value, sizeof(value));

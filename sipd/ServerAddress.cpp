@@ -42,7 +42,18 @@ std::optional<ServerAddress> ServerAddress::parse(const std::string& host, uint1
 
 bool ServerAddress::operator==(const ServerAddress& other) const
 {
-    return uriHost() == other.uriHost() && port() == other.port() && transport_ == other.transport_;
+    return isSamePlace(other) && transport_ == other.transport_;
+}
+
+bool ServerAddress::isSameHost(const ServerAddress& other) const
+{
+    const auto* const v4 = std::get_if<sockaddr_in>(&address_);
+    const auto* const otherV4 = std::get_if<sockaddr_in>(&other.address_);
+    if (v4 != nullptr && otherV4 != nullptr)
+        return v4->sin_addr.s_addr == otherV4->sin_addr.s_addr;
+    const auto* const v6 = std::get_if<sockaddr_in6>(&address_);
+    const auto* const otherV6 = std::get_if<sockaddr_in6>(&other.address_);
+    return v6 != nullptr && otherV6 != nullptr && IN6_ARE_ADDR_EQUAL(&v6->sin6_addr, &otherV6->sin6_addr);
 }
 
 std::string ServerAddress::uriHost() const

@@ -31,6 +31,9 @@ public:
                                               Transport transport = Transport::Udp);
 
     bool operator==(const ServerAddress& other) const;
+    bool isSameHost(const ServerAddress& other) const;
+    // Whether IP address and port are the same, by whatever transport.
+    bool isSamePlace(const ServerAddress& other) const { return isSameHost(other) && port() == other.port(); }
 
     // The address in a SIP URI: IPv6 in brackets.
     std::string uriHost() const;

@@ -62,7 +62,7 @@ public:
 
     virtual State state() const = 0;
     // The contact URI that a server may hold because of this attempt. Empty when none does.
-    virtual std::string contact() const = 0;
+    virtual const std::string& contact() const = 0;
     bool isGone() const { return state() == State::Gone; }
 };
 

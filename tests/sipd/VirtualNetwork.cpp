@@ -102,7 +102,7 @@ public:
             request("unregister", State::Unregistering, 3s);
     }
     State state() const override { return state_; }
-    std::string contact() const override { return contact_; }
+    const std::string& contact() const override { return contact_; }
 
     const std::string& user() const { return profile_.user; }
     // Whether a request has no answer yet.
