@@ -41,6 +41,8 @@ add_library(ormu_options INTERFACE)
 # Warnings are errors in ./check only.
 target_compile_options(ormu_options INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wcast-align $<$<BOOL:${ORMU_WERROR}>:-Werror>
+    # Of -Wconversion, what GCC means by it in C++.
+    $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>
     # GCC takes a source of a unity build for a header.
     $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>)
 
