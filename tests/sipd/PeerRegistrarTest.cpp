@@ -15,12 +15,17 @@ struct Peer
     const char* name;
     const char* package;              // Debian's
     std::vector<std::string> probe;   // succeeds when the package is installed
-    std::vector<std::string> command; // gets the port
+    std::vector<std::string> command; // gets the port and a directory for its files
     const char* transport;
 };
 
 const std::vector<std::string> NET_SIP = {"/usr/bin/perl", PEERS_DIRECTORY "/net-sip-registrar"};
 const std::vector<std::string> NET_SIP_PROBE = {"/usr/bin/perl", "-MNet::SIP", "-e", "1"};
+
+const std::vector<std::string> EJABBERD = {"/usr/bin/escript", PEERS_DIRECTORY "/ejabberd-registrar"};
+const std::vector<std::string> EJABBERD_PROBE = {
+    "/bin/sh", "-c",
+    "ls /usr/lib/*/ejabberd-*/ebin/mod_sip.beam /usr/lib/erlang/lib/p1_sip-*/ebin/esip.beam"};
 
 const Peer PEERS[] = {
     {"NetSipUdp", "libnet-sip-perl", NET_SIP_PROBE, NET_SIP, "udp"},
@@ -30,6 +35,8 @@ const Peer PEERS[] = {
      {"/usr/bin/python3", "-c", "import twisted.protocols.sip"},
      {"/usr/bin/python3", PEERS_DIRECTORY "/twisted-registrar"},
      "udp"},
+    {"EjabberdUdp", "ejabberd or erlang-p1-sip", EJABBERD_PROBE, EJABBERD, "udp"},
+    {"EjabberdTcp", "ejabberd or erlang-p1-sip", EJABBERD_PROBE, EJABBERD, "tcp"},
 };
 
 void PrintTo(const Peer& peer, std::ostream* stream)
@@ -71,9 +78,10 @@ TEST_P(PeerRegistrar, AcceptsTheRightPasswordOnly)
         GTEST_SKIP() << "the package " << peer.package << " is not installed";
     const int port = freePort();
     std::vector<std::string> command = peer.command;
-    command.push_back(std::to_string(port));
+    command.insert(command.end(), {std::to_string(port), workplace()});
     LoggedProgram server(command, workplace() / "log");
-    ASSERT_TRUE(waitUntil([&] { return !server.isRunning() || server.log().starts_with("ready"); }));
+    ASSERT_TRUE(
+        waitUntil([&] { return !server.isRunning() || server.log().find("ready\n") != std::string::npos; }));
     ASSERT_TRUE(server.isRunning()) << server.log();
     TestProfile profile = profileOf("anna", serverOver(peer.transport), port);
     writeProfile("Profile0", profile);
