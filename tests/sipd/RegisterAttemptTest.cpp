@@ -5,14 +5,18 @@
 
 #include "RegisterAttempt.h"
 #include "SipNetwork.h"
+#include "StreamRelay.h"
 #include "TestRegistrar.h"
 #include "VirtualNetwork.h"
 
 #include <arpa/inet.h>
 #include <array>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <optional>
+#include <ostream>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
@@ -32,6 +36,47 @@ std::string requestOf(const std::string& method, const std::string& id)
 const std::vector<std::string> METHODS = {"INVITE", "MESSAGE", "REFER",  "SUBSCRIBE", "NOTIFY",
                                           "INFO",   "BYE",     "CANCEL", "REGISTER",  "FOO"};
 
+// What the kernel sends on a silent connection.
+struct Probes
+{
+    int silence = 0; // in seconds; 0 for none
+    int interval = 0;
+    int count = 0;
+    bool operator==(const Probes&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Probes& probes)
+{
+    return stream << probes.silence << " s, " << probes.count << " times each " << probes.interval << " s";
+}
+
+int optionOf(int fd, int level, int option)
+{
+    int value = -1;
+    socklen_t size = sizeof(value);
+    EXPECT_EQ(getsockopt(fd, level, option, &value, &size), 0);
+    return value;
+}
+
+// Those on the connection of this process to the port.
+std::optional<Probes> probesTo(unsigned int port)
+{
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int fd = std::stoi(entry.path().filename());
+        sockaddr_in peer = {};
+        socklen_t size = sizeof(peer);
+        if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &size) != 0 || peer.sin_family != AF_INET ||
+            peer.sin_port != htons(static_cast<uint16_t>(port)))
+            continue;
+        if (optionOf(fd, SOL_SOCKET, SO_KEEPALIVE) == 0)
+            return Probes{};
+        return Probes{.silence = optionOf(fd, IPPROTO_TCP, TCP_KEEPIDLE),
+                      .interval = optionOf(fd, IPPROTO_TCP, TCP_KEEPINTVL),
+                      .count = optionOf(fd, IPPROTO_TCP, TCP_KEEPCNT)};
+    }
+    return std::nullopt;
+}
+
 class RegisterAttemptTest : public testing::Test
 {
 protected:
@@ -49,8 +94,9 @@ protected:
     void start(const std::string& user = "anna", const std::string& password = "secret",
                std::chrono::milliseconds timeout = 8s)
     {
-        const auto port = static_cast<uint16_t>(registrar.port());
-        const SipProfile profile = {*parseRegistrarAddress("127.0.0.1", port), user, password};
+        const auto port = static_cast<uint16_t>(relay ? relay->port() : registrar.port());
+        const char* const server = relay ? "127.0.0.1;transport=tcp" : "127.0.0.1";
+        const SipProfile profile = {*parseRegistrarAddress(server, port), user, password};
         outcome.reset();
         attempt = std::make_unique<RegisterAttempt>(loop, clock(), settings, profile, late,
                                                     [this](const Outcome& ended) {
@@ -117,6 +163,7 @@ protected:
     SipSettings settings;
     LateAnswers late{loop};
     TestRegistrar registrar;
+    std::unique_ptr<StreamRelay> relay; // before the registrar, for TCP; null for UDP
     std::vector<std::string> formerContacts;
     std::optional<_SIPD_APP_ACK_E> outcome;
     Outcome details;
@@ -519,4 +566,17 @@ TEST_F(RegisterAttemptTest, KeepsANatOpenAsSeldomAsItLasts)
     advance(400s);
     EXPECT_EQ(registrar.requests().size(), 6U);
     EXPECT_EQ(registrar.keepAlives(), 8U);
+}
+
+TEST_F(RegisterAttemptTest, LetsTheKernelKeepAConnectionOpen)
+{
+    relay = std::make_unique<StreamRelay>(registrar.port(), StreamRelay::Faults());
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(probesTo(relay->port()), Probes()) << "nothing is between";
+    end();
+
+    registrar.setSeen("203.0.113.7:40000");
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    EXPECT_EQ(probesTo(relay->port()), (Probes{.silence = 100, .interval = 10, .count = 3}));
+    end();
 }
