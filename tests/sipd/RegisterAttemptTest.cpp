@@ -9,6 +9,7 @@
 #include "TestRegistrar.h"
 #include "VirtualNetwork.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
 #include <filesystem>
@@ -31,6 +32,53 @@ std::string requestOf(const std::string& method, const std::string& id)
     return method + " sip:phone@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bK" + id +
            "\r\nFrom: <sip:x@y>;tag=1\r\nTo: <sip:phone@127.0.0.1>\r\nCall-ID: " + id + "\r\nCSeq: 1 " +
            method + "\r\nContact: <sip:x@127.0.0.1>\r\nContent-Length: 0\r\n\r\n";
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to)
+{
+    return text.replace(text.find(from), from.size(), to);
+}
+
+// Requests that the stack answers, or discards, without asking the product.
+std::vector<std::string> malformedRequests()
+{
+    std::vector<std::string> requests = {
+        "OPTIONS sip:phone@127.0.0.1 SIP/2.0\r\nVia: SIP/2.0/UDP 127.0.0.1;rport;branch=z9hG4bKx\r\n\r\n"};
+    const std::vector<std::pair<std::string, std::string>> changes = {
+        {"CSeq: 1 OPTIONS", "CSeq: first"},
+        {"CSeq: 1 OPTIONS", "CSeq: 1 INVITE"},
+        {"Call-ID: ", "Call-ID: <>@ "},
+        {"Call-ID: ", "Other: "},
+        {"From: ", "From: <<"},
+        {"From: ", "Other: "},
+        {"To: ", "To: ;;"},
+        {"To: ", "Other: "},
+        {"Contact: ", "Contact: <"},
+        {"Contact: ", "Max-Forwards: 0\r\nContact: "},
+        {"Contact: ", "Max-Forwards: many\r\nContact: "},
+        {"Contact: ", "Require: magic\r\nContact: "},
+        {"Contact: ", "Route: <bad\r\nContact: "},
+        {"Content-Length: 0", "Content-Length: 1000"},
+        {"Content-Length: 0", "Content-Length: -1"},
+        {"sip:phone@127.0.0.1 SIP/2.0", "tel:1 SIP/2.0"},
+        {"sip:phone@127.0.0.1 SIP/2.0", "sip:phone@127.0.0.1 SIP/3.0"},
+        {"sip:phone@127.0.0.1 SIP/2.0", "<sip:@> SIP/2.0"},
+        {"OPTIONS sip:phone@127.0.0.1 SIP/2.0", "SIP/2.0 200 OK"},
+        {"OPTIONS sip:phone@127.0.0.1 SIP/2.0", "OPTIONS"},
+    };
+    for (const auto& [from, to] : changes)
+        requests.push_back(replaced(requestOf("OPTIONS", "bad" + std::to_string(requests.size())), from, to));
+    return requests;
+}
+
+// All packets that wait at the socket.
+std::vector<std::string> packetsAt(int fd)
+{
+    std::vector<std::string> packets;
+    std::string packet(65536, '\0');
+    for (ssize_t size = 0; (size = recv(fd, packet.data(), packet.size(), MSG_DONTWAIT)) >= 0;)
+        packets.push_back(packet.substr(0, static_cast<size_t>(size)));
+    return packets;
 }
 
 const std::vector<std::string> METHODS = {"INVITE", "MESSAGE", "REFER",  "SUBSCRIBE", "NOTIFY",
@@ -132,11 +180,17 @@ protected:
     std::string answerTo(const std::string& method)
     {
         static int number = 0;
-        const size_t count = registrar.answers().size();
-        registrar.ask(requestOf(method, std::to_string(++number)));
-        while (registrar.answers().size() == count)
+        const std::string id = "question" + std::to_string(++number);
+        registrar.ask(requestOf(method, id));
+        for (;;) {
+            const std::vector<std::string> answers = registrar.answers();
+            const auto found = std::ranges::find_if(answers, [&id](const std::string& answer) {
+                return answer.find("\r\nCall-ID: " + id + "\r\n") != std::string::npos;
+            });
+            if (found != answers.end())
+                return *found;
             step();
-        return registrar.answers().back();
+        }
     }
     // Steps until no request of the phone waits for its answer.
     void settle()
@@ -154,6 +208,19 @@ protected:
     void advance(std::chrono::milliseconds time)
     {
         virtualClock.advance(time, [this] { settle(); });
+    }
+    // Where it answers requests.
+    ServerAddress phone() const
+    {
+        const std::string contact = attempt->contact();
+        return *ServerAddress::parse(
+            "127.0.0.1", static_cast<uint16_t>(std::stoi(contact.substr(contact.rfind(':') + 1))));
+    }
+    static void expectNothingToldIn(const std::vector<std::string>& answers)
+    {
+        for (const std::string& answer : answers)
+            for (const char* word : {"anna", "sipd", "sofia", "Contact", "Server", "User-Agent"})
+                EXPECT_THAT(answer, testing::Not(testing::HasSubstr(word)));
     }
     Clock& clock() { return isVirtual ? static_cast<Clock&>(virtualClock) : loop; }
 
@@ -468,27 +535,40 @@ TEST_F(RegisterAttemptTest, AnswersItsRegistrarWithoutTellingAnything)
     EXPECT_THAT(answerTo("OPTIONS"), testing::StartsWith("SIP/2.0 200 "));
     for (const std::string& method : METHODS)
         EXPECT_THAT(answerTo(method), testing::StartsWith("SIP/2.0 405 ")) << method;
-    for (const std::string& answer : registrar.answers())
-        for (const char* word : {"anna", "sipd", "sofia", "Contact", "Server", "User-Agent"})
-            EXPECT_THAT(answer, testing::Not(testing::HasSubstr(word)));
+    expectNothingToldIn(registrar.answers());
     EXPECT_EQ(attempt->state(), Attempt::State::Registered);
 }
 
 TEST_F(RegisterAttemptTest, IsSilentToStrangers)
 {
     EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
-    const std::string contact = attempt->contact();
-    const auto phone = *ServerAddress::parse(
-        "127.0.0.1", static_cast<uint16_t>(std::stoi(contact.substr(contact.rfind(':') + 1))));
     const FileDescriptor stranger(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     for (const std::string& method : METHODS)
-        phone.sendFrom(stranger.get(), requestOf(method, method));
-    phone.sendFrom(stranger.get(), requestOf("OPTIONS", "scan"));
-    phone.sendFrom(stranger.get(), "\r\n\r\n");
-    phone.sendFrom(stranger.get(), std::string(70, '\0'));
+        phone().sendFrom(stranger.get(), requestOf(method, method));
+    phone().sendFrom(stranger.get(), requestOf("OPTIONS", "scan"));
+    phone().sendFrom(stranger.get(), "\r\n\r\n");
+    phone().sendFrom(stranger.get(), std::string(70, '\0'));
     settle(); // the registrar is answered after them
     char byte = 0;
     EXPECT_LT(recv(stranger.get(), &byte, 1, 0), 0);
+    EXPECT_EQ(attempt->state(), Attempt::State::Registered);
+}
+
+TEST_F(RegisterAttemptTest, TellsNothingToMalformedRequests)
+{
+    EXPECT_EQ(outcomeOf(), SIPD_ACK_SUCCESS);
+    const FileDescriptor stranger(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    for (const std::string& request : malformedRequests()) {
+        phone().sendFrom(stranger.get(), request);
+        registrar.ask(request);
+    }
+    settle(); // the registrar is answered after them
+    const std::vector<std::string> answers = packetsAt(stranger.get());
+    EXPECT_THAT(answers, testing::Not(IsEmpty()));
+    EXPECT_THAT(answers, testing::Each(testing::StartsWith("SIP/2.0 400 "))) << "the stack's own";
+    EXPECT_THAT(registrar.answers(), testing::Contains(testing::StartsWith("SIP/2.0 400 ")));
+    expectNothingToldIn(answers);
+    expectNothingToldIn(registrar.answers());
     EXPECT_EQ(attempt->state(), Attempt::State::Registered);
 }
 
