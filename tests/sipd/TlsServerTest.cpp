@@ -68,3 +68,32 @@ TEST_F(TlsServer, IsKnownByItsAddress)
     }
     EXPECT_NE(connectTo("localhost", server), SIPD_ACK_SUCCESS) << "it has no such entry";
 }
+
+TEST_F(TlsServer, RedirectsToServersBehindTlsOnly)
+{
+    certificates().make("authority", "DNS:localhost");
+    startTrustingDaemon();
+    StreamRelay server(registrar.port(), files());
+    TestRegistrar other;
+    StreamRelay tls(other.port(), files());
+    StreamRelay tcp(other.port(), StreamRelay::Faults());
+    const auto connectRedirectedTo = [&](const std::string& host, unsigned int port, const char* transport) {
+        registrar.setAnswer(302, "Moved Temporarily",
+                            "Contact: <sip:" + host + ':' + std::to_string(port) + ";transport=" + transport +
+                                ">\r\n");
+        return connectTo("localhost", server);
+    };
+
+    EXPECT_EQ(connectRedirectedTo("localhost", other.port(), "udp"), SIPD_ACK_FAILED);
+    EXPECT_EQ(connectRedirectedTo("localhost", tcp.port(), "tcp"), SIPD_ACK_FAILED);
+    EXPECT_EQ(connectRedirectedTo("127.0.0.1", tls.port(), "tls"), SIPD_ACK_CONNECT_FAILED)
+        << "its certificate is for another name";
+    EXPECT_EQ(registrar.requests().size(), 3U);
+    EXPECT_TRUE(other.requests().empty()) << daemon().log();
+
+    EXPECT_EQ(connectRedirectedTo("localhost", tls.port(), "tls"), SIPD_ACK_SUCCESS) << daemon().log();
+    EXPECT_EQ(tls.handshakes().back().serverName, "localhost");
+    EXPECT_EQ(other.contacts().size(), 1U);
+    EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
+    EXPECT_TRUE(other.contacts().empty());
+}
