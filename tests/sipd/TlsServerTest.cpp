@@ -91,7 +91,7 @@ TEST_F(TlsServer, RedirectsToServersBehindTlsOnly)
     EXPECT_EQ(registrar.requests().size(), 3U);
     EXPECT_TRUE(other.requests().empty()) << daemon().log();
 
-    EXPECT_EQ(connectRedirectedTo("localhost", tls.port(), "tls"), SIPD_ACK_SUCCESS) << daemon().log();
+    ASSERT_EQ(connectRedirectedTo("localhost", tls.port(), "tls"), SIPD_ACK_SUCCESS) << daemon().log();
     EXPECT_EQ(tls.handshakes().back().serverName, "localhost");
     EXPECT_EQ(other.contacts().size(), 1U);
     EXPECT_EQ(disconnectProfile("Profile0"), SIPD_ACK_SUCCESS);
